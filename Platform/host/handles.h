@@ -1,0 +1,40 @@
+// The one table of kernel handles: threads, events, files, sessions, databases, streams. A handle is a small number
+// with a generation part (below 2^31, never 0 or -1), so that a stale one is simply not found.
+#pragma once
+
+#include "Platform/types.h"
+
+#include <memory>
+
+namespace plat {
+
+enum class Kind : BYTE { Thread, Event, Semaphore, Mutex, File, Find, Session, Database, Stream, Heap, Process };
+
+class KernelObject {
+public:
+    explicit KernelObject(Kind kind) : m_kind(kind) {}
+    virtual ~KernelObject() = default;
+    KernelObject(const KernelObject&) = delete;
+    KernelObject& operator=(const KernelObject&) = delete;
+    Kind ObjectKind() const { return m_kind; }
+    // The last handle on the object has been closed; others may still hold the object itself.
+    virtual void OnLastClose() {}
+
+private:
+    const Kind m_kind;
+};
+
+HANDLE AddHandle(std::shared_ptr<KernelObject> object);
+std::shared_ptr<KernelObject> FindHandle(HANDLE handle);
+// Takes the handle out of the table; false (and nothing else) when it is not there. CloseHandle sets error 6.
+bool RemoveHandle(HANDLE handle);
+
+// The object behind a handle of one kind; null otherwise. T has `static constexpr Kind kKind`.
+template<class T>
+std::shared_ptr<T> FindObject(HANDLE handle) {
+    auto object = FindHandle(handle);
+    if (!object || object->ObjectKind() != T::kKind) return nullptr;
+    return std::static_pointer_cast<T>(std::move(object));
+}
+
+} // namespace plat
