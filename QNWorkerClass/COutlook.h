@@ -1,0 +1,95 @@
+// The library's one session on the platform's object model of items. Made by InitQNTools, logged on at first use.
+// Any thread may call it; only Open is guarded, and nobody waits there.
+#pragma once
+
+#include "NorvoTools/CeCriticalSection.h"
+#include "Platform/poom.h"
+#include "Platform/types.h"
+
+class CeDb;
+
+// Kinds of an item or a link.
+enum DataType : LONG {
+    kDataNone = 0,
+    kDataFile = 1,
+    kDataContact = 2,
+    kDataAppointment = 3,
+    kDataTask = 4,
+    kDataFile8 = 8,
+    kDataNoteFile = 9,
+    kDataOtherFile = 10,
+    kDataPhatPad = 11,
+    kDataSteflilgu = 12,
+    kDataMail = 15,
+};
+
+// The kind bits of an item OID.
+inline constexpr DWORD kOidAppointment = 0x40000000;
+inline constexpr DWORD kOidContact = 0x80000000;
+inline constexpr DWORD kOidTask = 0xC0000000;
+inline constexpr DWORD kOidKindMask = 0xC0000000;
+
+class QN_API COutlook {
+public:
+    COutlook() = default;
+    virtual ~COutlook();
+    COutlook(const COutlook&) = delete;
+    COutlook& operator=(const COutlook&) = delete;
+
+    // Logs on unless logged on; returns at once when another thread is inside.
+    void Open();
+    void Close();
+    void SetParentWindow(HWND owner) { m_hOwner = owner; }
+    // What each gives without a session stands behind it; otherwise the platform's own result.
+    HRESULT GetItemFromOid(CEOID oid, IDispatch** item);                         // -1
+    HRESULT GetItemFromOidEx(CEOID oid, IItem** item);                           // E_FAIL
+    HRESULT CreateItem(LONG type, IDispatch** item);                             // -1
+    HRESULT GetDefaultFolder(LONG folder, IFolder** out);                        // -1
+    HRESULT SubscribeToNotifications(LONG folder, DWORD flags);                  // E_FAIL
+    HRESULT FindMatchingContact(const WCHAR* text, DWORD flags, IItem** item, DWORD* property); // E_FAIL
+    HRESULT GetTimeZoneInformationFromIndex(LONG index, TIME_ZONE_INFORMATION* zone);           // E_FAIL
+    // The id of a named property; 0 on failure or, without `create`, for an unknown name.
+    DWORD GetPOOM2Property(const WCHAR* name, WORD type, bool create);
+
+    static DataType GetQNItemType(CEOID oid);
+    // Tells the user of a failed save; false when there was nothing to show.
+    static bool DisplayPIMSaveError(HRESULT code);
+    // The record id for an automatic number, 0 on failure; the database is left open on the record.
+    static CEOID OpenAndSeekInEDB(CeDb* db, const WCHAR* name, WORD autoId);
+    // The opposite; 0 on failure.
+    static WORD GetAutoIDFromEDBID(const WCHAR* name, CEOID oid);
+
+private:
+    bool EnsureOpen();
+
+    IPOutlookApp2* m_pApp = nullptr;
+    HWND m_hOwner = nullptr;
+    CeCriticalSection m_csOpen;
+};
+
+// The frame's session; null until InitQNTools.
+extern QN_API COutlook* g_pOutlook;
+extern "C" QN_API COutlook* GetOutlookObject();
+
+QN_API HRESULT NorvoChooseContact(tagCHOOSECONTACT* choice);
+QN_API bool IsExchangeSync();
+
+// The bridge to the shell's context-menu extensions: other programs' commands in an item's menu.
+class QN_API CPocketOutlookIContext {
+public:
+    explicit CPocketOutlookIContext(DataType kind) : m_nKind(kind) {}
+    ~CPocketOutlookIContext();
+    CPocketOutlookIContext(const CPocketOutlookIContext&) = delete;
+    CPocketOutlookIContext& operator=(const CPocketOutlookIContext&) = delete;
+
+    void SetOID(CEOID oid); // makes the popup menu for the item
+    HMENU GetMenu() const { return m_hMenu; }
+    LONG GetMenuCount() const;
+    void InvokeMenu(HWND window, UINT command);
+
+private:
+    HMENU m_hMenu = nullptr;
+    IUnknown* m_pContext = nullptr; // null without extensions
+    HANDLE m_hContext = nullptr;    // the shell's
+    DataType m_nKind;
+};

@@ -1,0 +1,122 @@
+// The base of all data threads: what every load needs. The side databases (categories, named properties, links,
+// journal, planning stores), the filters that run on each record, and the settings of the view.
+//
+// A thread object belongs to the thread that made it. A load runs on the worker and holds m_csData; a second load that
+// finds it taken returns at once. The list of a derived class is read by its client between two loads.
+#pragma once
+
+#include "NorvoTools/CRegistry.h"
+#include "NorvoTools/CeCriticalSection.h"
+#include "NorvoTools/CeDb.h"
+#include "NorvoTools/CeDbRecord.h"
+#include "NorvoTools/CeWorkerThread.h"
+#include "QNWorkerClass/categories.h"
+#include "QNWorkerClass/dates.h"
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+// Messages to the client window of a data thread.
+inline constexpr UINT kMsgLoadBegins = 32802;  // 0, 0
+inline constexpr UINT kMsgListChanged = 1274;  // 1 final, 0 progress; number of lines
+inline constexpr UINT kMsgThreadFinished = 32803; // 0, 0
+
+class QN_API CQNDataThread : public CeWorkerThread {
+public:
+    CQNDataThread();
+    ~CQNDataThread() override;
+    CQNDataThread(const CQNDataThread&) = delete;
+    CQNDataThread& operator=(const CQNDataThread&) = delete;
+
+    // Saves the filter's modes under m_szSettingsKey when bSave.
+    virtual void SetCategoryRestrict(bool bSave);
+    // Opens links and journal (and the planning stores with m_bGoalsToo); 0 when that has been done, else 1.
+    virtual int InitiateLinksDB();
+    virtual void CloseLinksDB();
+    virtual LONG GetActiveDataCount();
+
+    void GetCategoryRestrict(CCategoryFilterInfo*& filter) { filter = &m_CategoryFilter; }
+    CeDb* GetDatabaseClass();
+
+    // Brings up what is still undone of the side databases and the named properties. At the head of each load.
+    void SetupThreadResources();
+
+    // Filters. All pass when the store that they need is missing.
+    bool CategoryFilterEDB(CEOID oid, CCategoryFilterInfo* filter);
+    bool CategoryAndFilterEDB(CEOID oid, CFullCategoryList& list);
+    bool CategoryOrFilterEDB(CEOID oid, CFullCategoryList& list);
+    static bool CheckPrivacy(LONG mode, LONG sensitivity);
+    // False for a task that is a mission statement, goal or compass entry.
+    bool FilterSpecialTask(CEOID oid);
+    // Whether the stream property of the database's current record holds no note worth an icon.
+    bool IsNoteEmpty(CeDb* db, DWORD propid);
+
+    // Values of an item by its OID. Texts are new: from m_hHeap, or by malloc without one.
+    WCHAR* CategoryFromEDB(CEOID oid); // never null; empty without categories
+    WCHAR* IconStrFromEDB(CEOID oid);  // null when there is none
+    DWORD TaskPercentFromOID(CEOID oid);
+    DWORD GtdProjectFromOID(CEOID oid);
+    bool GtdStarredFromOID(CEOID oid);
+    bool TrackedFromOID(CEOID oid);
+    // The parent's OID; bFraction says that a fraction was left.
+    DWORD ParentFromOID(CEOID oid, bool& bFraction);
+
+    // Numbers of the named properties, 0 until resolved; shared by all threads.
+    static std::atomic<DWORD> ms_IconProperty;
+    static std::atomic<DWORD> ms_ParentProperty;
+    static std::atomic<DWORD> ms_PercentProperty;
+    static std::atomic<DWORD> ms_TrackedProperty;
+    static std::atomic<DWORD> ms_GtdProjectProperty;
+    static std::atomic<DWORD> ms_StarredProperty;
+    static std::atomic<DWORD> ms_ContextProperty;
+    static std::atomic<DWORD> ms_StatusProperty;
+
+    // True when a run has to end: no event, no handle, or signalled.
+    static bool StopRequested(CeManualEvent* stop);
+
+protected:
+    // The value of a named property of an item; false when absent. The bytes stay valid until the next read.
+    bool ReadNamedProperty(CEOID oid, DWORD property, CEBLOB& value);
+    // A scalar of `width` bytes out of such a value; what the value lacks is 0.
+    ULONGLONG NamedScalar(CEOID oid, DWORD property, unsigned width);
+    // Whether the record with this one key is in the database.
+    static bool SeekKey(CeDb* db, DWORD propid, DWORD value);
+
+    CeCriticalSection m_csData;
+    std::unique_ptr<CeDb> m_pDbLinks;
+    std::unique_ptr<CeDb> m_pDbJournal;
+    std::unique_ptr<CeDb> m_pDb;
+    WCHAR m_szCategoryBuffer[4000] = {};
+    BYTE m_bLinksOpen = 0;
+    BYTE m_bGoalsToo = 0;
+    HANDLE m_hHeap = nullptr; // of row strings; null means the C heap
+    CRegistry m_regSettings;
+    WCHAR m_szSettingsKey[257] = {};
+    LONG m_bShowHasNote = 1;
+    CCategoryFilterInfo m_CategoryFilter;
+    CeDbRecord m_recNamed;
+    CeDbRecord m_recCategory;
+    std::unique_ptr<CeDb> m_pDbCategoryAssoc;
+    std::unique_ptr<CeDb> m_pDbNamedProps;
+    std::unique_ptr<CeDb> m_pDbMission;
+    std::unique_ptr<CeDb> m_pDbGoals;
+    std::unique_ptr<CeDb> m_pDbCompass;
+    // -1 from construction on, and nothing else writes it: so the setting SizeNoteCheck is never read and the size rule
+    // of IsNoteEmpty always holds. That is the required outcome.
+    LONG m_nSizeNoteCheck = -1;
+
+private:
+    void OpenCategoryAssociations();
+    void ResolveNamedProperties();
+    void OpenNamedProperties();
+    std::unique_ptr<CeDb> OpenLinkStore(const WCHAR* name, DWORD sortProp);
+    std::unique_ptr<CeDb> OpenPlanningStore(const WCHAR* name, DWORD sortProp);
+    bool NoteHeadIsEmpty(HANDLE stream, DWORD size);
+
+    CategorySnapshot m_categories;
+    BYTE m_abNoteHead[50] = {};
+    BYTE* m_pNamedBuffer = nullptr;
+    BYTE* m_pCategoryBuffer = nullptr;
+    std::u16string m_szJoined; // scratch of CategoryFromEDB
+};

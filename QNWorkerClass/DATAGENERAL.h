@@ -1,0 +1,41 @@
+// One row of a mixed result list, and a group of such rows.
+#pragma once
+
+#include "NorvoTools/CePtrList.h"
+#include "Platform/types.h"
+#include "QNWorkerClass/dates.h"
+
+struct QN_API DATAGENERAL {
+    DATAGENERAL() = default;
+    virtual ~DATAGENERAL() { NullData(); }
+    DATAGENERAL(const DATAGENERAL&) = delete;
+    DATAGENERAL& operator=(const DATAGENERAL&) = delete;
+
+    void NullData();
+
+    double m_dtDate = kNoDate; // the date that sorting uses
+    double m_dtStart = kNoDate;
+    double m_dtEnd = kNoDate;
+    LONG m_nType = 0;
+    WCHAR* m_szText = nullptr; // main text; malloc by AllocLPWSTR, as the next four
+    WCHAR* m_szCategories = nullptr;
+    WCHAR* m_szSubject = nullptr;
+    WCHAR* m_szIcon = nullptr;
+    WCHAR* m_szImage = nullptr;
+    DWORD m_oid = 0;
+    DWORD m_oidRecord = 0;
+    LONG m_lSensitivity = 0;
+    BYTE m_bHasNote = 0;
+    BYTE m_bHasLink = 0;
+    BYTE m_bFilled = 0;
+    BYTE m_bFlag = 1;
+};
+
+// A result group with its hits.
+struct QN_API DATAPARENT : DATAGENERAL {
+    DATAPARENT();
+    ~DATAPARENT() override;
+
+    CePtrList<DATAGENERAL*> m_listChildren; // owned; first index 1
+    LONG m_lCount = 0;
+};
