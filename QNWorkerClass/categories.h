@@ -10,6 +10,7 @@
 #include "Platform/types.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 struct QN_API CFullCategory {
@@ -50,7 +51,8 @@ inline constexpr DWORD kUsedByTasks = 1;
 inline constexpr DWORD kUsedByAppointments = 2;
 inline constexpr DWORD kUsedByContacts = 4;
 
-extern QN_API CFullCategoryList& g_FullCategoryList; // the frame's list, filled at start and by ResetFullCategoryList
+// The frame's list, filled at start and by ResetFullCategoryList, on the main thread.
+extern QN_API CFullCategoryList g_FullCategoryList;
 
 // Fills the caller's list with copies of the cached list (read from the stores when the cache is empty or bRefresh is
 // set) and gives the count. Stores that can't be opened give an empty list.
@@ -70,8 +72,12 @@ QN_API bool CategoryFilterHighLevel(const WCHAR* text, const CCategoryFilterInfo
 
 // The snapshot behind the list, for the data threads: taken once a load, valid for as long as it is held.
 struct CategoryEntry {
-    LONG lId;
     std::u16string szName;
+    LONG lId = 0;
+    DWORD oidRecord = 0;
+    bool bUsedByTasks = false;
+    bool bUsedByAppointments = false;
+    bool bUsedByContacts = false;
 };
 using CategorySnapshot = std::shared_ptr<const std::vector<CategoryEntry>>;
 CategorySnapshot TakeCategorySnapshot();

@@ -1,0 +1,3 @@
+#include "NorvoUI/CeBaseDialog.h"
+
+int CeBaseDialog::m_bSoftKeys = 1;
