@@ -15,6 +15,7 @@
 
 #include "Platform/com.h"
 #include "Platform/databases.h"
+#include "Platform/stream.h"
 #include "Platform/types.h"
 
 #pragma GCC visibility push(default)
