@@ -145,8 +145,12 @@ public:
 
     // --- Adding: gives the index ------------------------------------------------------------------------------------
     int Add(const T& element) { return InsertAt(m_nCount + 1, element); }
+    // At the tail without the copy callback: the list takes over what the element owns.
+    int Adopt(const T& element) { return Place(m_nCount + 1, element, nullptr); }
     // At this index; one outside is taken to the nearer end.
-    int Insert(int nIndex, const T& element) { return InsertAt(PositionOf(nIndex), element); }
+    int Insert(int nIndex, const T& element) {
+        return InsertAt(nIndex < m_nBase ? 1 : PositionOf(nIndex), element);
+    }
     // Right behind the element read last; at the head when none was. The new element counts as read.
     int InsertAfterCached(const T& element) {
         int index = InsertAt(m_nCachedPosition + 1, element);
@@ -213,7 +217,8 @@ private:
     };
 
     static T& At(Links* node) { return static_cast<Node*>(node)->element; }
-    int InsertAt(int nPosition, const T& element);
+    int InsertAt(int nPosition, const T& element) { return Place(nPosition, element, m_pfnCopy); }
+    int Place(int nPosition, const T& element, CopyElement copy);
     std::pair<Partition, Partition> Divide(const Partition& whole, bool bAscending);
     void FreeNodes();
 
@@ -238,11 +243,11 @@ int CeList<T>::Find(const T& wanted) const {
 }
 
 template<class T>
-int CeList<T>::InsertAt(int nPosition, const T& element) {
+int CeList<T>::Place(int nPosition, const T& element, CopyElement copy) {
     if (nPosition < 1) nPosition = 1;
     if (nPosition > m_nCount + 1) nPosition = m_nCount + 1;
-    auto node = m_pfnCopy ? std::make_unique<Node>() : std::make_unique<Node>(Node{{}, element});
-    if (m_pfnCopy) m_pfnCopy(&node->element, element, m_dwUser);
+    auto node = copy ? std::make_unique<Node>() : std::make_unique<Node>(Node{{}, element});
+    if (copy) copy(&node->element, element, m_dwUser);
     Link(node.release(), nPosition);
     return m_nBase + nPosition - 1;
 }

@@ -8,9 +8,6 @@
 #include "Platform/types.h"
 #include "Platform/zonerules.h"
 
-inline constexpr LONGLONG TICKS_PER_SECOND = 10'000'000;
-inline constexpr LONGLONG TICKS_PER_DAY = 864'000'000'000;
-
 // --- Calendar facts -----------------------------------------------------------------------------------------------
 
 // To 1752 every fourth year is one; after it centuries only by 400, and never by 4,000.
