@@ -74,10 +74,11 @@ constexpr std::int64_t DaysOf(const SYSTEMTIME& t) { return DaysFromCivil(t.wYea
 constexpr std::int64_t MinutesOf(const SYSTEMTIME& t) {
     return DaysOf(t) * kMinutesPerDay + t.wHour * 60 + t.wMinute;
 }
-constexpr std::int64_t TicksOf(const SYSTEMTIME& t) {
-    return MinutesOf(t) * kTicksPerMinute + t.wSecond * kTicksPerSecond +
-           t.wMilliseconds * kTicksPerMillisecond;
+constexpr std::int64_t MillisecondsOf(const SYSTEMTIME& t) {
+    return MinutesOf(t) * 60'000 + t.wSecond * 1'000 + t.wMilliseconds;
 }
+// Up to the year 30,000, where 64 bits end.
+constexpr std::int64_t TicksOf(const SYSTEMTIME& t) { return MillisecondsOf(t) * kTicksPerMillisecond; }
 
 // Counts to fields, with the weekday. Right for the years 0 to 65535.
 constexpr SYSTEMTIME SystemTimeFromDays(std::int64_t days) {

@@ -10,6 +10,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <string> // before the overloads below: the library takes addresses of its own wcstol and wcstod
 
 #pragma GCC visibility push(default)
 
