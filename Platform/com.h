@@ -19,7 +19,7 @@ struct IUnknown {
     virtual ULONG Release() = 0;
 
 protected:
-    ~IUnknown() = default; // objects end in Release
+    virtual ~IUnknown() = default; // objects end in Release
 };
 
 struct VARIANT;
@@ -41,9 +41,6 @@ struct IDispatch : IUnknown {
     virtual HRESULT Invoke(LONG, const IID&, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) {
         return E_NOTIMPL;
     }
-
-protected:
-    ~IDispatch() = default;
 };
 
 inline constexpr DWORD TYMED_HGLOBAL = 1;
@@ -78,9 +75,6 @@ struct IDataObject : IUnknown {
     virtual HRESULT DAdvise(FORMATETC* format, DWORD flags, IAdviseSink* sink, DWORD* connection) = 0;
     virtual HRESULT DUnadvise(DWORD connection) = 0;
     virtual HRESULT EnumDAdvise(IEnumSTATDATA** connections) = 0;
-
-protected:
-    ~IDataObject() = default;
 };
 
 // Nothing is to be done on this host: S_OK always.

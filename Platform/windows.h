@@ -34,8 +34,6 @@ inline constexpr UINT WM_NOTIFY = 0x004E;
 inline constexpr UINT WM_COMMAND = 0x0111;
 inline constexpr UINT WM_TIMER = 0x0113;
 inline constexpr UINT WM_INITMENUPOPUP = 0x0117;
-// lParam is a record of the store, freed by the host after the message has been dispatched.
-inline constexpr UINT WM_DBNOTIFICATION = 0x03FD;
 inline constexpr UINT WM_USER = 0x0400;
 
 inline constexpr DWORD WS_VISIBLE = 0x10000000;
@@ -147,9 +145,8 @@ BOOL IsWindowEnabled(HWND window);
 // The window and all its parents are shown.
 BOOL IsWindowVisible(HWND window);
 inline constexpr int SW_HIDE = 0;
-inline constexpr int SW_SHOWNORMAL = 1;
 inline constexpr int SW_SHOW = 5;
-// True when it was shown before; a change is told by WM_SHOWWINDOW.
+// SW_HIDE, or any other command to show. True when it was shown before; a change is told by WM_SHOWWINDOW.
 BOOL ShowWindow(HWND window, int command);
 
 inline constexpr UINT SWP_NOSIZE = 0x01;
