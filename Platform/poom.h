@@ -22,7 +22,6 @@
 
 // --- Numbers ------------------------------------------------------------------------------------------------------
 
-inline constexpr DATE kNoDate = 949998.0; // 1 January 4501
 
 // Default folders.
 inline constexpr int olFolderCalendar = 9;

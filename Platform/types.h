@@ -42,6 +42,7 @@ inline constexpr BOOL FALSE = 0;
 inline constexpr VARIANT_BOOL VARIANT_TRUE = -1;
 inline constexpr VARIANT_BOOL VARIANT_FALSE = 0;
 inline constexpr int MAX_PATH = 260;
+inline constexpr DATE kNoDate = 949998.0; // 1 January 4501: the null value of every date of the suite
 
 // Handles. Kernel handles are numbers of one table, below 2^31, never 0 or -1, not soon reused.
 using HANDLE = void*;

@@ -23,12 +23,6 @@ enum DataType : LONG {
     kDataMail = 15,
 };
 
-// The kind bits of an item OID.
-inline constexpr DWORD kOidAppointment = 0x40000000;
-inline constexpr DWORD kOidContact = 0x80000000;
-inline constexpr DWORD kOidTask = 0xC0000000;
-inline constexpr DWORD kOidKindMask = 0xC0000000;
-
 class QN_API COutlook {
 public:
     COutlook() = default;

@@ -10,12 +10,14 @@
 #include "NorvoTools/CeDb.h"
 #include "NorvoTools/CeDbRecord.h"
 #include "NorvoTools/CeWorkerThread.h"
+#include "QNWorkerClass/COutlook.h"
 #include "QNWorkerClass/categories.h"
 #include "QNWorkerClass/dates.h"
 
 #include <atomic>
 #include <memory>
-#include <vector>
+#include <string>
+#include <string_view>
 
 // Messages to the client window of a data thread.
 inline constexpr UINT kMsgLoadBegins = 32802;  // 0, 0
@@ -82,12 +84,15 @@ protected:
     ULONGLONG NamedScalar(CEOID oid, DWORD property, unsigned width);
     // Whether the record with this one key is in the database.
     static bool SeekKey(CeDb* db, DWORD propid, DWORD value);
+    // Whether links or journal entries of the item exist; false while those stores are closed.
+    bool HasLink(CEOID oid);
+    bool HasJournalLink(CEOID oid);
+    WCHAR* NewText(std::u16string_view text); // from m_hHeap, or by malloc without one
 
     CeCriticalSection m_csData;
     std::unique_ptr<CeDb> m_pDbLinks;
     std::unique_ptr<CeDb> m_pDbJournal;
     std::unique_ptr<CeDb> m_pDb;
-    WCHAR m_szCategoryBuffer[4000] = {};
     BYTE m_bLinksOpen = 0;
     BYTE m_bGoalsToo = 0;
     HANDLE m_hHeap = nullptr; // of row strings; null means the C heap
@@ -113,8 +118,11 @@ private:
     std::unique_ptr<CeDb> OpenLinkStore(const WCHAR* name, DWORD sortProp);
     std::unique_ptr<CeDb> OpenPlanningStore(const WCHAR* name, DWORD sortProp);
     bool NoteHeadIsEmpty(HANDLE stream, DWORD size);
+    bool IsInCategory(CEOID oid, LONG category);
+    const CategoryEntry* FindCategory(LONG id);
 
     CategorySnapshot m_categories;
+    std::size_t m_nLastCategory = 0;
     BYTE m_abNoteHead[50] = {};
     BYTE* m_pNamedBuffer = nullptr;
     BYTE* m_pCategoryBuffer = nullptr;

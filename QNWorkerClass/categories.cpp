@@ -5,7 +5,7 @@
 #include "Platform/locale.h"
 #include "Platform/registry.h"
 #include "Platform/strings.h"
-#include "QNWorkerClass/categorystore.h"
+#include "QNWorkerClass/sidestores.h"
 
 #include <cstdlib>
 #include <mutex>
@@ -143,7 +143,7 @@ void ConvertCategoryToCFullCategory(const WCHAR* text, CFullCategoryList& list) 
 void ReadCategoryFromRegistry(const WCHAR* key, const WCHAR* name, CFullCategoryList& list, bool bCustomViews) {
     list.Clear();
     CRegistry settings;
-    if (bCustomViews) settings.SetRegistryType(kTextStore, u"%s\\Norvo\\QNCustomViews.reg", true);
+    if (bCustomViews) settings.SetRegistryType(kRegistryText, u"%s\\Norvo\\QNCustomViews.reg", true);
     if (!settings.Exists(HKEY_CURRENT_USER, key)) return;
     std::vector<WCHAR> buffer(kSetReadLimit + 1);
     if (settings.QueryValue(name, buffer.data(), kSetReadLimit, false) != 0) return;

@@ -2,7 +2,7 @@
 
 #include "NorvoTools/CRegistry.h"
 #include "NorvoTools/CeFile.h"
-#include "NorvoTools/StrFunctions.h"
+#include "NorvoTools/paths.h"
 #include "NorvoTools/registryfunctions.h"
 #include "Platform/files.h"
 #include "Platform/registry.h"
@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr const WCHAR* kSuiteKey = u"Software\\Norvo\\Quillonary";
 constexpr const WCHAR* kColorsKey = u"Software\\Norvo\\Quillonary\\Colors\\Categories";
 constexpr COLORREF kHighestColor = 0x1000000;
 constexpr int kIconPathLimit = 40;
@@ -97,7 +96,7 @@ void CCategoryColorIcons::ParseCategory(const WCHAR* text, bool bColor, bool bIc
     m_bIcons = bIcons;
     if (bIcons) {
         WCHAR folder[kIconPathLimit + 1] = {};
-        GetFromRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"IconPath", folder, kIconPathLimit);
+        GetFromRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"IconPath", folder, kIconPathLimit + 1);
         m_szIconPath = folder;
     }
     std::u16string_view rest = m_szLast;

@@ -1,15 +1,15 @@
-#include "QNWorkerClass/categorystore.h"
+#include "QNWorkerClass/sidestores.h"
 
 #include "NorvoTools/CeDb.h"
 #include "NorvoTools/CeDbRecord.h"
 #include "Platform/databases.h"
-#include "QNWorkerClass/COutlook.h"
+#include "Platform/poom.h"
 
 #include <array>
 
 namespace {
 
-constexpr WORD kCategoryNameLimit = 1024;
+constexpr std::size_t kCategoryNameLimit = 1024;
 
 SORTORDERSPECEX CategoryFirst() {
     SORTORDERSPECEX sort{};
@@ -46,9 +46,7 @@ bool ReadCategory(CeDb& main, CategoryEntry& entry) {
     LONG id = 0;
     record.GetIndexVal(0, id);
     entry.lId = id & 0xFFFF;
-    CeString name;
-    if (record.GetIndexVal(1, name)) entry.szName.assign(name, static_cast<std::size_t>(name.GetLength()));
-    if (entry.szName.size() > kCategoryNameLimit) entry.szName.resize(kCategoryNameLimit);
+    entry.szName = record.TextAt(1).substr(0, kCategoryNameLimit);
     return true;
 }
 
