@@ -12,6 +12,9 @@ namespace plat {
 // ~/.local/share/quillonary. Made when missing. Without a trailing slash.
 std::string DeviceFolder();
 
+// Empty goes back to the environment's. What is open in the former folder must have been closed (AtFolderChange).
+void SetDeviceFolder(const std::string& hostFolder);
+
 // Maps a device path ("\pim.vol", "\My Documents\a.txt"; "\" and "/" separate, runs count as one, a leading one may
 // be missing) to a host path. Components are matched without regard to case; a missing last component is taken as
 // given. False when it leads out of the device folder, or a component can't be a name: error 123 is set.
