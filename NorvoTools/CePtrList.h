@@ -55,7 +55,8 @@ private:
     static typename CeList<T>::DeleteElement DeleteForMode(int mode) {
         switch (mode) {
         case PTRLIST_DELETE:
-            if constexpr (requires(T p) { delete p; }) return [](T* place, CEUSER, void*) { delete *place; };
+            if constexpr (std::is_pointer_v<T> && !std::is_void_v<std::remove_pointer_t<T>>)
+                return [](T* place, CEUSER, void*) { delete *place; };
             return nullptr;
         case PTRLIST_FREE:
             return [](T* place, CEUSER, void*) { CeFreeElement(Plain(*place)); };

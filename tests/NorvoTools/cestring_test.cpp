@@ -1,0 +1,376 @@
+#include "NorvoTools/CeString.h"
+#include "NorvoTools/CStr.h"
+
+#include "Platform/memory.h"
+#include "Platform/modules.h"
+#include "Platform/strings.h"
+#include "tests/support/device.h"
+
+#include <memory>
+#include <thread>
+
+namespace {
+
+std::u16string Text(const CeString& s) { return std::u16string(s.View()); }
+
+// --- Sharing ------------------------------------------------------------------------------------------------------
+
+TEST(CeStringTest, AssignmentSharesAndCopyConstructionCopies) {
+    CeString first(u"Berlin");
+    CeString shared;
+    shared = first;
+    EXPECT_EQ(first.GetStr(), shared.GetStr());
+    EXPECT_EQ(2, first.GetRefs());
+    CeString copy(first);
+    EXPECT_NE(first.GetStr(), copy.GetStr());
+    EXPECT_EQ(2, first.GetRefs());
+    shared = u"Bonn";
+    EXPECT_EQ(1, first.GetRefs());
+    first = first;
+    EXPECT_EQ(u"Berlin", Text(first));
+}
+
+TEST(CeStringTest, ChangingInPlaceLeavesTheSharerAlone) {
+    struct Case {
+        const char* name;
+        void (*change)(CeString&);
+        const WCHAR* expected;
+    };
+    const Case cases[] = {
+        {"MakeUpper", [](CeString& s) { s.MakeUpper(); }, u"ABC"},
+        {"MakeLower", [](CeString& s) { s.MakeLower(); }, u"abc"},
+        {"Reverse", [](CeString& s) { s.Reverse(); }, u"cBa"},
+        {"Set", [](CeString& s) { s.Set(u'x'); }, u"xxx"},
+        {"operator[]", [](CeString& s) { s[1] = u'-'; }, u"a-c"},
+        {"Replace", [](CeString& s) { s.Replace(u'a', u'o'); }, u"oBc"},
+        {"Append", [](CeString& s) { s += u"d"; }, u"aBcd"},
+        {"Truncate", [](CeString& s) { s.Truncate(1); }, u"a"},
+        {"Empty", [](CeString& s) { s.Empty(); }, u""},
+    };
+    for (const Case& c : cases) {
+        CeString kept(u"aBc");
+        CeString changed;
+        changed = kept;
+        c.change(changed);
+        EXPECT_EQ(c.expected, Text(changed)) << c.name;
+        EXPECT_EQ(u"aBc", Text(kept)) << c.name;
+        EXPECT_EQ(1, kept.GetRefs()) << c.name;
+    }
+}
+
+TEST(CeStringTest, SetIndexCharReachesEverySharer) {
+    CeString first(u"abc");
+    CeString shared;
+    shared = first;
+    first.SetIndexChar(-1, u'x');
+    first.SetIndexChar(3, u'y');
+    EXPECT_EQ(u"xbc", Text(shared));
+    EXPECT_EQ(u'x', first.GetIndexChar(-5));
+    EXPECT_EQ(0, first.GetIndexChar(3));
+}
+
+TEST(CeStringTest, TheEmptyRepresentationIsNeverCountedOrChanged) {
+    CeString a;
+    CeString b(u"x");
+    b = a;
+    b.MakeUpper();
+    b.Set(u'x');
+    b[0] = u'x';
+    b.SetIndexChar(0, u'x');
+    CeString c((const WCHAR*)nullptr);
+    EXPECT_EQ(a.GetStr(), b.GetStr());
+    EXPECT_EQ(a.GetStr(), c.GetStr());
+    EXPECT_EQ(0, a.GetRefs());
+    EXPECT_EQ(0, a.GetStr()[0]);
+}
+
+TEST(CeStringTest, ANeverFreedRepresentationKeepsItsCount) {
+    CeString s(u"constant");
+    auto* rep = reinterpret_cast<CeStringRep*>(const_cast<WCHAR*>(s.GetStr())) - 1;
+    {
+        rep->m_nRefs = -1;
+        CeString other;
+        other = s;
+        EXPECT_EQ(-1, rep->m_nRefs);
+        other = u"";
+        EXPECT_EQ(-1, rep->m_nRefs);
+    }
+    rep->m_nRefs = 1; // so that it goes with s
+}
+
+TEST(CeStringTest, TwoThreadsMayHoldOneRepresentation) {
+    CeString source(u"shared by two threads");
+    auto work = [&source] {
+        for (int i = 0; i < 20000; ++i) {
+            CeString mine;
+            mine = source;
+            mine.MakeUpper();
+        }
+    };
+    std::thread first(work);
+    std::thread second(work);
+    first.join();
+    second.join();
+    EXPECT_EQ(1, source.GetRefs());
+    EXPECT_EQ(u"shared by two threads", Text(source));
+}
+
+// --- Values -------------------------------------------------------------------------------------------------------
+
+TEST(CeStringTest, NarrowTextIsWidenedWithItsSign) {
+    EXPECT_EQ(u"A\xFFE4", Text(CeString("A\xE4")));
+    EXPECT_EQ(u"ab", Text(CeString("abc", 2)));
+    CeString s;
+    s = "\x80";
+    EXPECT_EQ(0xFF80, s.GetIndexChar(0));
+}
+
+TEST(CeStringTest, Numbers) {
+    EXPECT_EQ(u"-32768", Text(CeString(SHORT(-32768))));
+    EXPECT_EQ(u"-2147483648", Text(CeString(LONG(INT32_MIN))));
+    EXPECT_EQ(u"ffffffff", Text(CeString(LONG(-1), 16)));
+    EXPECT_EQ(u"4294967295", Text(CeString(DWORD(0xFFFFFFFF))));
+    EXPECT_EQ(u"101", Text(CeString(DWORD(5), 2)));
+    EXPECT_EQ(u"zzz", Text(CeString(u'z', 3)));
+    EXPECT_EQ(-17, static_cast<int>(CeString(u" -17 apples")));
+    EXPECT_EQ(2.5, static_cast<double>(CeString(u"2.5")));
+}
+
+TEST(CeStringTest, Doubles) {
+    struct Case {
+        double value;
+        int digits;
+        const WCHAR* expected;
+    };
+    const Case cases[] = {
+        {3.14159, 2, u"3.14"}, {3.0, 0, u"3."},        {-2.5, 1, u"-2.5"},
+        {0.5, 1, u"0.5"},      {0.0625, 4, u"0.0625"}, {-0.0625, 4, u"-0.0625"},
+        {0.001, 2, u"0.00"},   {99.999, 2, u"100.00"}, {1234567.5, 1, u"1234567.5"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(c.expected, Text(CeString(c.value, c.digits))) << c.value;
+    // Beyond 40 places of the point there is an exponent in place of the zeros.
+    for (double value : {1e41, -2.5e200}) {
+        std::u16string text = Text(CeString(value, 3));
+        EXPECT_NE(std::u16string::npos, text.find(u'e')) << value;
+        EXPECT_EQ(value, wcstod(text.c_str(), nullptr));
+    }
+}
+
+TEST(CeStringTest, NullComparesAsMinusOne) {
+    CeString s(u"b");
+    const WCHAR* null = nullptr;
+    EXPECT_EQ(-1, s.Compare(null));
+    EXPECT_EQ(-1, s.CompareNoCase(null));
+    EXPECT_TRUE(s != null && s < null && s <= null);
+    EXPECT_FALSE(s == null || s > null || s >= null);
+    EXPECT_TRUE(u"a" < s && s < u"c" && u"b" == s && s <= u"b");
+    EXPECT_TRUE(CeString(u"b") == s && CeString(u"a") < s);
+    EXPECT_EQ(0, s.CompareNoCase(u"B"));
+    // Units are unsigned.
+    EXPECT_GT(CeString(u"\xFFE4").Compare(u"z"), 0);
+}
+
+// --- Find, parts, change ------------------------------------------------------------------------------------------
+
+TEST(CeStringTest, Finding) {
+    CeString s(u"Monday, monday");
+    EXPECT_EQ(7, s.FindIndex(u' ') + 0);
+    EXPECT_EQ(8, s.FindIndex(u"monday"));
+    EXPECT_EQ(-1, s.FindIndex(u"Tuesday"));
+    EXPECT_EQ(s.GetStr(), s.FindNoCase(u"MONDAY"));
+    EXPECT_EQ(nullptr, s.FindNoCase(u"mondays"));
+    EXPECT_EQ(13, s.ReverseFindIndex(u'y'));
+    EXPECT_EQ(-1, s.ReverseFindIndex(u'q'));
+    EXPECT_EQ(s.GetStr() + 6, s.FindOneOf(u" ,"));
+    EXPECT_EQ(nullptr, s.FindOneOf(u"xz"));
+    EXPECT_EQ(s.GetStr() + 6, s.FindNotOneOf(u"MonDday"));
+    EXPECT_EQ(nullptr, CeString(u"aaa").FindNotOneOf(u"a"));
+}
+
+TEST(CeStringTest, Parts) {
+    const CeString s(u"abcdef");
+    EXPECT_EQ(u"ab", Text(s.Left(2)));
+    EXPECT_EQ(u"abcdef", Text(s.Left(-1)));
+    EXPECT_EQ(u"ef", Text(s.Right(2)));
+    EXPECT_EQ(u"abcdef", Text(s.Right(7)));
+    EXPECT_EQ(u"cdef", Text(s.Mid(2)));
+    EXPECT_EQ(u"cd", Text(s.Mid(2, 2)));
+    EXPECT_EQ(u"f", Text(s.Mid(5, 100)));
+    EXPECT_EQ(u"", Text(s.Mid(6)));
+    EXPECT_EQ(u"", Text(s.Mid(-1, 2)));
+    EXPECT_EQ(u"bcdef", Text(s.Delete(0)));
+    EXPECT_EQ(u"abcde", Text(s.Delete(5)));
+    EXPECT_EQ(u"abcdef", Text(s.Delete(6)));
+    EXPECT_EQ(u"abcdef", Text(s));
+}
+
+TEST(CeStringTest, TrimmingIsNotSymmetric) {
+    CeString s(u"\xFFA0 \t\u3000text\r\n \xFFA0");
+    s.Trim();
+    EXPECT_EQ(u"text\r\n \xFFA0", Text(s));
+    CeString white(u" \t\n");
+    white.Trim();
+    EXPECT_EQ(CeString().GetStr(), white.GetStr());
+    CeString right(u"text \u00A0\u2003\n");
+    right.RTrim();
+    EXPECT_EQ(u"text", Text(right));
+}
+
+TEST(CeStringTest, TruncateOnlyShortens) {
+    for (int n : {-1, 3, 4}) {
+        CeString s(u"abc");
+        s.Truncate(n);
+        EXPECT_EQ(u"abc", Text(s)) << n;
+    }
+    CeString s(u"abc");
+    s.Truncate(0);
+    EXPECT_TRUE(s.IsEmpty());
+}
+
+TEST(CeStringTest, PlusChangesTheLeftOperand) {
+    CeString s(u"a");
+    CeString& result = s + u"b" + u'c' + CeString(u"d");
+    EXPECT_EQ(&s, &result);
+    EXPECT_EQ(u"abcd", Text(s));
+    s += s;
+    EXPECT_EQ(u"abcdabcd", Text(s));
+    s = s.GetStr() + 6;
+    EXPECT_EQ(u"cd", Text(s));
+}
+
+// --- Buffers ------------------------------------------------------------------------------------------------------
+
+TEST(CeStringTest, GetBufferReceivesText) {
+    CeString s(u"abc");
+    CeString shared;
+    shared = s;
+    EXPECT_EQ(nullptr, s.GetBuffer(0));
+    EXPECT_EQ(shared.GetStr(), s.GetBuffer(3)); // the present text, as it is
+    WCHAR* buffer = s.GetBuffer(10);
+    wcscpy(buffer, u"new");
+    s.ReleaseBuffer();
+    EXPECT_EQ(3, s.GetLength());
+    EXPECT_EQ(u"new", Text(s));
+    EXPECT_EQ(u"abc", Text(shared));
+    s.GetBuffer(10);
+    s.ReleaseBuffer(); // nothing was written
+    EXPECT_TRUE(s.IsEmpty());
+}
+
+TEST(CeStringTest, GetBufferSetLength) {
+    CeString s(u"abc");
+    CeString shared;
+    shared = s;
+    EXPECT_EQ(shared.GetStr(), s.GetBufferSetLength(3));
+    EXPECT_EQ(2, shared.GetRefs());
+    s.GetBufferSetLength(0); // unshares and keeps the text
+    EXPECT_EQ(1, shared.GetRefs());
+    EXPECT_EQ(u"abc", Text(s));
+    wcscpy(s.GetBufferSetLength(2), u"xy");
+    EXPECT_EQ(u"xy", Text(s));
+    EXPECT_EQ(u"abc", Text(shared));
+}
+
+TEST(CeStringTest, StringCopyCountsMarkAndTerminator) {
+    const CeString s(u"ab");
+    DWORD size = 0;
+    std::unique_ptr<WCHAR, decltype(&free)> plain(s.GetStringCopy(true, false, &size), &free);
+    EXPECT_EQ(6u, size);
+    EXPECT_EQ(u"ab", std::u16string(plain.get()));
+    WCHAR* marked = s.GetStringCopy(false, true, &size);
+    EXPECT_EQ(8u, size);
+    EXPECT_EQ(8u, LocalSize(marked));
+    const BYTE expected[] = {0xFF, 0xFE, 'a', 0, 'b', 0, 0, 0};
+    EXPECT_EQ(0, memcmp(expected, marked, sizeof(expected)));
+    LocalFree(marked);
+}
+
+// --- Formats and resources ----------------------------------------------------------------------------------------
+
+TEST(CeStringTest, FormatIsCut) {
+    CeString s;
+    s.Format(u"%d %s|%-3u|%.2s", -5, u"text", 7u, u"xyz");
+    EXPECT_EQ(u"-5 text|7  |xy", Text(s));
+    std::u16string longText(2000, u'x');
+    s.Format(u"%s", longText.c_str());
+    EXPECT_EQ(1023, s.GetLength());
+    s.Format(2000, u"%s", longText.c_str());
+    EXPECT_EQ(2000, s.GetLength());
+    s.Format(3, u"%s", u"abcdef");
+    EXPECT_EQ(u"abc", Text(s));
+}
+
+TEST(CeStringTest, ErrorTexts) {
+    CeString s;
+    s.FormatMessageW(0x2BADC0DE);
+    EXPECT_EQ(u"Error 733855966 occured", Text(s));
+    s.FormatMessageW(ERROR_FILE_NOT_FOUND);
+    EXPECT_FALSE(s.IsEmpty());
+    EXPECT_EQ(nullptr, s.Find(u"occured"));
+}
+
+class CeStringResourceTest : public DeviceTest {};
+
+TEST_F(CeStringResourceTest, StringsComeFromTheModule) {
+    const std::u16string longText(5000, u'L');
+    const PlatModuleString strings[] = {{7, u"seven", 5}, {8, longText.c_str(), 5000}};
+    const PlatStringTable table[] = {{"en", strings, 2}};
+    PlatModule module{u"cestringtest.dll"};
+    module.languages = table;
+    module.languageCount = 1;
+    module.untilReset = true;
+    HINSTANCE handle = PlatRegisterModule(module);
+    EXPECT_EQ(u"seven", Text(CeString(7u, handle)));
+    EXPECT_EQ(longText, Text(CeString(8u, handle)));
+    CeString missing(u"old");
+    EXPECT_FALSE(missing.LoadStringW(9, handle));
+    EXPECT_TRUE(missing.IsEmpty());
+    // A small number as a pointer is asked of the application, never followed.
+    EXPECT_TRUE(CeString(reinterpret_cast<const WCHAR*>(ULONG_PTR{65535})).IsEmpty());
+}
+
+// --- CSTR blocks --------------------------------------------------------------------------------------------------
+
+TEST(CstrTest, TheLengthStandsBeforeTheText) {
+    WCHAR* c = AllocCSTR(u"abc");
+    EXPECT_EQ(3u, reinterpret_cast<DWORD*>(c)[-1]);
+    EXPECT_EQ(1, ExtendCSTR(&c, u"de"));
+    EXPECT_EQ(5, CSTRLen(c));
+    EXPECT_EQ(u"abcde", std::u16string(c));
+    EXPECT_EQ(0, ExtendCSTRLen(&c, u"f", 0));
+    EXPECT_EQ(1, ReAllocCSTR(&c, c + 3)); // out of itself
+    EXPECT_EQ(u"de", std::u16string(c));
+    EXPECT_EQ(1, ReAllocCSTRLen(&c, u"xyz", 2));
+    EXPECT_EQ(u"xy", std::u16string(c));
+    FreeCSTR(c);
+    WCHAR* none = nullptr;
+    EXPECT_EQ(0, ExtendCSTR(&none, u"a"));
+    EXPECT_EQ(0, CSTRLen(nullptr));
+}
+
+TEST(CstrTest, BlocksOfAPrivateHeapDieWithIt) {
+    HANDLE heap = HeapCreate(0, 0, 0);
+    WCHAR* old = AllocCSTR(u"first", heap);
+    WCHAR* c = old;
+    EXPECT_EQ(1, ReAllocCSTR(&c, u"second", heap));
+    EXPECT_EQ(1, ExtendCSTR(&c, u"!", heap));
+    EXPECT_EQ(u"second!", std::u16string(c));
+    EXPECT_EQ(u"first", std::u16string(old)); // not freed one by one
+    EXPECT_TRUE(HeapDestroy(heap));
+}
+
+TEST(CstrTest, OwnerSharesTheEmptyBlock) {
+    CStr s;
+    EXPECT_EQ(static_cast<const WCHAR*>(CStr::Null), static_cast<const WCHAR*>(s));
+    s += u"ab";
+    CStr copy(s);
+    s.Append(u"cdef", 2);
+    EXPECT_EQ(u"abcd", std::u16string(s));
+    EXPECT_EQ(2, copy.GetLength());
+    copy = s;
+    s.Empty();
+    EXPECT_EQ(u"abcd", std::u16string(copy));
+    EXPECT_TRUE(s.IsEmpty());
+}
+
+} // namespace
