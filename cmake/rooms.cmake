@@ -1,7 +1,8 @@
-# qn_room(NAME [DIRS dir...] [ABOVE room...])
-# An object library of every .cpp file of the room's folders; it sees the headers of the rooms below.
+# qn_room(NAME [DIRS dir...] [ABOVE room...] [LAST file])
+# An object library of every .cpp file of the room's folders; it sees the headers of the rooms below. The file named
+# LAST is linked behind all others, so that its static objects are made last and end first.
 function(qn_room name)
-  cmake_parse_arguments(A "" "" "DIRS;ABOVE" ${ARGN})
+  cmake_parse_arguments(A "" "LAST" "DIRS;ABOVE" ${ARGN})
   if(NOT A_DIRS)
     set(A_DIRS ${name})
   endif()
@@ -10,6 +11,10 @@ function(qn_room name)
     file(GLOB found CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp)
     list(APPEND sources ${found})
   endforeach()
+  if(A_LAST)
+    list(REMOVE_ITEM sources ${CMAKE_SOURCE_DIR}/${name}/${A_LAST})
+    list(APPEND sources ${CMAKE_SOURCE_DIR}/${name}/${A_LAST})
+  endif()
   if(NOT sources)
     add_library(${name} INTERFACE)
     target_link_libraries(${name} INTERFACE ${A_ABOVE})
