@@ -14,6 +14,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 class CeString;
 
@@ -38,7 +39,7 @@ public:
     static constexpr LONG kNoFileName = static_cast<LONG>(0x80070057);
     static constexpr LONG kNoSuchValue = static_cast<LONG>(0x80004005 | 0x4000);
 
-    CRegistry(); // the platform registry
+    CRegistry() { SetClosed(); } // the platform registry
     explicit CRegistry(_REGISTRY_TYPE type);
     explicit CRegistry(const WCHAR* file); // a text store
     // A null file is %s\Norvo\Settings.txt, "%s" being the suite directory.
@@ -82,11 +83,11 @@ public:
     LONG ValueCount();                                     // of the open key; 0 without one
     LONG ValueCount(HKEY root, const WCHAR* key);          // opens the key when it exists
     LONG ValueName(LONG index, WCHAR* buffer, DWORD size); // size in characters
-    std::unique_ptr<CeStrList> ValueNames();               // base 0, in the order of creation
+    std::unique_ptr<CeStrList<>> ValueNames();             // base 0, in the order of creation
     // On the text store these count and name all sections of the file, whichever key is open, root included.
     LONG SubKeyCount();
     LONG SubKeyName(LONG index, WCHAR* buffer, DWORD size);
-    std::unique_ptr<CeStrList> SubKeyNames();
+    std::unique_ptr<CeStrList<>> SubKeyNames();
 
     LONG FlushKey();
     // Reads each row, its default where that fails; with bWriteBack writes each value back. The first failure, or 0.
@@ -112,18 +113,26 @@ public:
 
 private:
     bool OnText() const { return m_type == kRegistryText; }
+    void SetClosed();
     INIFile::Section* OpenSection();
     INIFile::Value* FindValue(const WCHAR* name);
     LONG SetTextValue(INIFile::Value value);
     void ReleaseFile();
     LONG QueryPlatformString(const WCHAR* name, WCHAR* buffer, DWORD size);
     LONG QueryTextString(const WCHAR* name, WCHAR* buffer, DWORD size);
-    void ExportKey(const std::u16string& key, HKEY root, CRegistry& out);
+    LONG ReadDoubleWord(const WCHAR* name, DWORD* value);
+    std::vector<INIFile::Section> CopyOfSections() const;
+    std::vector<INIFile::Value> CopyOfValues();
+    void SetValues(const std::vector<INIFile::Value>& values);
+
+    static std::u16string SectionName(HKEY root, const WCHAR* key);
+    // The opposite. A section without a root of ours counts as a key of the current user.
+    static HKEY SplitSectionName(const std::u16string& section, std::u16string& key);
+    static void ExportKey(HKEY root, const std::u16string& key, CRegistry& out, int depth);
 
     _REGISTRY_TYPE m_type = kRegistryPlatform;
-    bool m_bCached = false;
     INIFile* m_pFile = nullptr;     // text store: the cache's, or m_own
     std::unique_ptr<INIFile> m_own; // a file that is not in the cache
     HKEY m_hKey;                    // platform handle, or the index of the section
-    std::u16string m_section;       // its name: an index may have moved by a deletion or a merge
+    std::u16string m_section;       // its name: a deletion or a merge may move the index
 };

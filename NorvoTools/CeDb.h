@@ -40,21 +40,21 @@ public:
     bool Open(const WCHAR* name, CEPROPID sortProp = 0, DWORD flags = 0, HWND hwnd = nullptr);
     // In a session, with the cursor on the first record. A `notify` of the caller (from new) is this object's
     // afterwards.
-    bool OpenEDB(CEOID oid, const WCHAR* name, SORTORDERSPECEX* sort, DWORD flags, HWND hwnd,
+    bool OpenEDB(CEOID oid, const WCHAR* name, const SORTORDERSPECEX* sort, DWORD flags, HWND hwnd,
                  CENOTIFYREQUEST* notify = nullptr);
     // Without a session; where the cursor stands is the platform's business.
-    bool OpenCEDB(CEOID oid, const WCHAR* name, SORTORDERSPECEX* sort, DWORD flags, HWND hwnd,
+    bool OpenCEDB(CEOID oid, const WCHAR* name, const SORTORDERSPECEX* sort, DWORD flags, HWND hwnd,
                   CENOTIFYREQUEST* notify = nullptr);
     void Close();
     // At most 16 sort orders, more are dropped.
-    bool Create(const WCHAR* name, DWORD type, WORD count, SORTORDERSPEC* orders);
-    bool Create(const WCHAR* name, DWORD type, WORD count, SORTORDERSPECEX* orders, WORD propCount,
-                CEPROPSPEC* props);
+    bool Create(const WCHAR* name, DWORD type, WORD count, const SORTORDERSPEC* orders);
+    bool Create(const WCHAR* name, DWORD type, WORD count, const SORTORDERSPECEX* orders, WORD propCount,
+                const CEPROPSPEC* props);
     // The database that is or was open by id; 0 when there is none.
     bool Delete();
     bool SetInfo(CEOID oid, CEDBASEINFOEX* info);
-    DWORD AddDatabaseProps(CEOID oid, WORD count, CEPROPSPEC* props); // the last error, 0 for success
-    DWORD RemoveDatabaseProps(CEOID oid, WORD count, CEPROPID* props);
+    DWORD AddDatabaseProps(CEOID oid, WORD count, const CEPROPSPEC* props); // the last error, 0 for success
+    DWORD RemoveDatabaseProps(CEOID oid, WORD count, const CEPROPID* props);
     bool GetInfo(CEOID oid, CEOIDINFOEX* info) const;
     DWORD GetNumRecords() const;
     // The name of the database that a record lies in, as a new BSTR; null when it is no record.
@@ -85,14 +85,16 @@ public:
     CEOID SeekCurrent(LONG n) { return Seek(CEDB_SEEK_CURRENT, static_cast<DWORD>(n), 1); }
     CEOID SeekNext() { return SeekCurrent(1); }
     CEOID SeekPrev() { return SeekCurrent(-1); }
-    CEOID SeekSmallerRec(CEPROPVAL* vals, WORD count) {
+    CEOID SeekSmallerRec(const CEPROPVAL* vals, WORD count) {
         return SeekValues(CEDB_SEEK_VALUESMALLER, vals, count);
     }
-    CEOID SeekRec(CEPROPVAL* vals, WORD count) { return SeekValues(CEDB_SEEK_VALUEFIRSTEQUAL, vals, count); }
-    CEOID SeekGreaterRec(CEPROPVAL* vals, WORD count) {
+    CEOID SeekRec(const CEPROPVAL* vals, WORD count) {
+        return SeekValues(CEDB_SEEK_VALUEFIRSTEQUAL, vals, count);
+    }
+    CEOID SeekGreaterRec(const CEPROPVAL* vals, WORD count) {
         return SeekValues(CEDB_SEEK_VALUEGREATER, vals, count);
     }
-    CEOID SeekNextRec(CEPROPVAL* vals, WORD count) {
+    CEOID SeekNextRec(const CEPROPVAL* vals, WORD count) {
         return SeekValues(CEDB_SEEK_VALUENEXTEQUAL, vals, count);
     }
 
@@ -109,12 +111,12 @@ public:
     CENOTIFYREQUEST* m_pNotify = nullptr;
 
 private:
-    CEOID SeekValues(DWORD type, CEPROPVAL* vals, WORD count) {
+    CEOID SeekValues(DWORD type, const CEPROPVAL* vals, WORD count) {
         return Seek(type, reinterpret_cast<ULONG_PTR>(vals), count);
     }
     bool Mount(const WCHAR* path, bool bEDB, DWORD flags);
     bool OpenBySort(CEOID oid, const WCHAR* name, CEPROPID sortProp, DWORD flags, HWND hwnd);
-    void PrepareOpen(CEOID oid, const WCHAR* name, HWND hwnd, CENOTIFYREQUEST* notify, ULONG_PTR param);
+    bool PrepareOpen(CEOID oid, const WCHAR* name, HWND hwnd, CENOTIFYREQUEST* notify, ULONG_PTR param);
     CEOID CloseForChange(CEOID oid);
     bool HasVolume() const { return m_szVolume[0] != 0; }
     static void HandleMountError();

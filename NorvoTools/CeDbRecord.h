@@ -13,8 +13,8 @@
 
 class CeString;
 
-inline constexpr WORD kPropAbsent = 0x100; // in the record: not there
-inline constexpr WORD kPropDelete = 0x200; // goes away at the next write
+inline constexpr WORD kPropAbsent = CEDB_PROPNOTFOUND;
+inline constexpr WORD kPropDelete = CEDB_PROPDELETE;
 
 // Buffers for records are told for properties of 16 bytes. With the pointers of this machine a property takes more;
 // this gives the size that holds what the told size holds.
@@ -125,4 +125,5 @@ private:
     void AdoptBuffer(CEPROPVAL* props, DWORD size);
 
     bool m_bOwnsBlobs = false; // some m_bOwnBlob is set
+    bool m_bLent = false;      // the buffer is a caller's
 };

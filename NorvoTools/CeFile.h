@@ -14,8 +14,6 @@
 
 class QN_API CeFile {
 public:
-    static constexpr DWORD kReadAccess = 0x80000000;
-    static constexpr DWORD kWriteAccess = 0x40000000;
     static constexpr DWORD kBufferBytes = 65536;
 
     CeFile() = default;
@@ -68,7 +66,7 @@ public:
     DWORD SetPositionEnd();
     DWORD GetPosition();
 
-    // Of the file information; what was read last when the file is closed.
+    // Of the file information; zeros when no file is open.
     DWORD GetAttributes();
     FILETIME GetCreationTime();
     FILETIME GetLastAccessTime();
@@ -95,8 +93,8 @@ private:
         DWORD count = 0;
     };
 
-    bool Readable() const { return (m_dwAccess & kReadAccess) != 0; }
-    bool Writable() const { return (m_dwAccess & kWriteAccess) != 0; }
+    bool Readable() const { return (m_dwAccess & GENERIC_READ) != 0; }
+    bool Writable() const { return (m_dwAccess & GENERIC_WRITE) != 0; }
     void DetectMark();
     bool MakeReadBuffer();
     bool FillReadBuffer();
@@ -104,12 +102,13 @@ private:
     bool FlushLocked();
     void WriteThrough(const void* bytes, DWORD count);
     void StorePending(const BYTE* bytes, DWORD count);
-    DWORD Move(LONG distance, DWORD origin);
+    DWORD Move(LONGLONG distance, DWORD origin);
+    DWORD Unread() const { return m_read.filled - m_read.position; }
+    void DropReadAhead();
     void RefreshInformation();
     // Reads everything behind the position; false when there is no memory.
     bool ReadRest(std::unique_ptr<BYTE[]>& bytes, DWORD& count);
-    bool LoadWideLines();
-    bool LoadNarrowLines();
+    bool LoadLines(bool bNarrow);
 
     DWORD m_bUnicode = 0;
     HANDLE m_hFile = nullptr; // null or all ones: no file

@@ -15,7 +15,7 @@
 // Posted when a run has ended by itself: wParam the exit code, lParam the thread id (both 0 after Exit).
 inline constexpr UINT kMsgThreadEnded = 2048;
 
-inline constexpr int kThreadPriorityNormal = 3; // of 0, the highest, to 7
+inline constexpr int kThreadPriorityNormal = THREAD_PRIORITY_NORMAL; // of 0, the highest, to 7
 
 class QN_API CeWorkerThread {
 public:
@@ -80,7 +80,6 @@ protected:
         DWORD TryEnter();
         void Leave() { m_run.store(0, std::memory_order_release); }
         void Leave(DWORD run) { m_run.compare_exchange_strong(run, 0, std::memory_order_acq_rel); }
-        DWORD Current() const { return m_run.load(std::memory_order_acquire); }
 
     private:
         std::atomic<DWORD> m_run{0};
@@ -107,4 +106,7 @@ private:
     bool IsOwnThread() const;
     void CopyState(const CeWorkerThread& other);
     void AskToStop();
+    void WaitForEnd(bool bPumpMessages);
+
+    std::atomic<DWORD> m_dwRun{0}; // the number of the run that was started last
 };

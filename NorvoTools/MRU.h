@@ -24,5 +24,5 @@ QN_API void CleanupMRUStrings(WCHAR*** strings, DWORD count);
 
 // Fills a control (the window, or its child `id`), a menu (given as `window`; identifiers from `id` on) or the caller's
 // list. With bCheckFiles the entries are paths, and one whose file is gone leaves the list for good.
-QN_API void MRU(HWND window, const WCHAR* name, int id, MruTarget mode, bool bCheckFiles, CeStrList* list);
+QN_API void MRU(HWND window, const WCHAR* name, int id, MruTarget mode, bool bCheckFiles, CeStrList<>* list);
 }

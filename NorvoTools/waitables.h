@@ -38,13 +38,9 @@ private:
 // What the two kinds of events share.
 class QN_API CeEvent : public CeWaitableHandle {
 public:
-    BOOL Set() const { return EventModify(Get(), kEventSet); }
-    BOOL Reset() const { return EventModify(Get(), kEventReset); }
-    BOOL Pulse() const { return EventModify(Get(), kEventPulse); }
-
-    static constexpr DWORD kEventPulse = 1;
-    static constexpr DWORD kEventReset = 2;
-    static constexpr DWORD kEventSet = 3;
+    BOOL Set() const { return EventModify(Get(), EVENT_SET); }
+    BOOL Reset() const { return EventModify(Get(), EVENT_RESET); }
+    BOOL Pulse() const { return EventModify(Get(), EVENT_PULSE); }
 
 protected:
     using CeWaitableHandle::CeWaitableHandle;
@@ -86,5 +82,11 @@ public:
     // Takes the mutex of that name (null: nameless), waiting for its holder at most the time given. 0 when it is held
     // now; otherwise the result of the wait: WAIT_TIMEOUT, or WAIT_ABANDONED, with which it is held as well.
     DWORD Create(const WCHAR* name, DWORD milliseconds, bool bPump);
+    // Gives it up and closes it; nothing without a handle.
     void Release();
+
+private:
+    DWORD Wait(DWORD milliseconds, bool bPump);
+
+    std::atomic<DWORD> m_dwHolder{0}; // the thread that holds it
 };
