@@ -240,7 +240,7 @@ BOOL CeEndTransaction(HANDLE session, BOOL commit);
 
 // Opens by object id, or by name (without regard to case) when `*oid` is 0 or `name` is given; `*oid` gets the id.
 // The sort order is one that the database was made with (compared by its properties), any single property when it
-// was made without one, or null for the order of creation. The cursor stands before the first record.
+// was made without one, or null for the order of creation. The cursor stands on the first record.
 // INVALID_HANDLE_VALUE on failure; errors: 2 no such volume or database, 87 no such sort order.
 HANDLE CeOpenDatabaseInSession(HANDLE session, const CEGUID* guid, CEOID* oid, LPCWSTR name,
                                const SORTORDERSPECEX* sort, DWORD flags, const CENOTIFYREQUEST* notify);

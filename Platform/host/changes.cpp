@@ -1,0 +1,171 @@
+// What other threads and processes learn of a commit: the counters that keep read-ahead honest, and notifications.
+#include "Platform/host/store.h"
+
+#include "Platform/memory.h"
+#include "Platform/windows.h"
+
+#include <algorithm>
+#include <climits>
+#include <fcntl.h>
+#include <linux/futex.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace plat {
+
+// --- SharedCounters -----------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr size_t kCommitsAt = 0;
+constexpr size_t kSlotsAt = 1024;
+
+static_assert(std::atomic<DWORD>::is_always_lock_free && sizeof(std::atomic<DWORD>) == sizeof(DWORD));
+
+std::atomic<DWORD>* WordAt(void* map, size_t offset) {
+    return reinterpret_cast<std::atomic<DWORD>*>(static_cast<BYTE*>(map) + offset);
+}
+
+void Futex(std::atomic<DWORD>* word, int operation, DWORD value) {
+    syscall(SYS_futex, word, operation, value, nullptr, nullptr, 0);
+}
+
+} // namespace
+
+SharedCounters::SharedCounters(const std::string& path) {
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (file < 0) return;
+    struct stat info {};
+    const bool large = fstat(file, &info) == 0 && S_ISREG(info.st_mode) &&
+                       (info.st_size >= static_cast<off_t>(kBytes) || ftruncate(file, kBytes) == 0);
+    void* map = large ? mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0) : MAP_FAILED;
+    if (map != MAP_FAILED) m_map = map;
+    close(file);
+}
+
+SharedCounters::~SharedCounters() {
+    if (m_map) munmap(m_map, kBytes);
+}
+
+std::atomic<DWORD>* SharedCounters::Slot(CEOID database) const {
+    return WordAt(m_map, kSlotsAt + database % kSlots * sizeof(DWORD));
+}
+
+DWORD SharedCounters::Load(CEOID database) const {
+    return m_map ? Slot(database)->load(std::memory_order_acquire) : 1;
+}
+
+DWORD SharedCounters::MarkBusy(CEOID database) {
+    if (!m_map) return 1;
+    const DWORD before = Slot(database)->load(std::memory_order_acquire);
+    const DWORD busy = before + (before & 1 ? 2 : 1);
+    Slot(database)->store(busy, std::memory_order_seq_cst);
+    return busy;
+}
+
+void SharedCounters::MarkDone(CEOID database, DWORD busy) {
+    // The next writer may hold the volume already; then the slot is its own to finish.
+    if (m_map) Slot(database)->compare_exchange_strong(busy, busy + 1, std::memory_order_seq_cst);
+}
+
+DWORD SharedCounters::Commits() const {
+    return m_map ? WordAt(m_map, kCommitsAt)->load(std::memory_order_acquire) : 0;
+}
+
+void SharedCounters::TellCommit() {
+    if (!m_map) return;
+    WordAt(m_map, kCommitsAt)->fetch_add(1, std::memory_order_release);
+    Futex(WordAt(m_map, kCommitsAt), FUTEX_WAKE, INT_MAX);
+}
+
+void SharedCounters::Wait(DWORD seen) const {
+    if (m_map) Futex(WordAt(m_map, kCommitsAt), FUTEX_WAIT, seen);
+    else usleep(200'000); // no shared word: look now and then
+}
+
+// --- Notification -------------------------------------------------------------------------------------------------
+
+void FreeNotification(LPARAM notification) { LocalFree(reinterpret_cast<HLOCAL>(notification)); }
+
+namespace {
+
+void Post(const Subscription& to, const Change& change, const CEGUID& volume) {
+    auto* told = static_cast<CENOTIFICATION*>(LocalAlloc(LPTR, sizeof(CENOTIFICATION)));
+    if (!told) return;
+    *told = {sizeof *told, to.parameter, change.type, volume, change.oid, change.database};
+    if (!PostMessageW(to.window, WM_DBNOTIFICATION, 0, reinterpret_cast<LPARAM>(told))) LocalFree(told);
+}
+
+constexpr size_t kPackedChange = 12;
+
+} // namespace
+
+DWORD Volume::Subscribe(Subscription subscription, Connection& connection, DWORD& id) {
+    LONGLONG last = 0;
+    {
+        Statement statement = connection.Use(Sql::ChangesLast);
+        if (!statement.Row()) return statement.Error();
+        last = statement.Number(0);
+    }
+    std::lock_guard lock(m_mutex);
+    if (!m_listener.joinable() && !m_retired) {
+        std::unique_ptr<Connection> own;
+        if (const DWORD error = Connection::Open(m_path, false, own)) return error;
+        m_listener = std::thread([this, last, c = std::move(own)]() mutable { Listen(std::move(c), last); });
+    }
+    subscription.id = ++m_lastSubscription;
+    subscription.since = last;
+    m_subscriptions.push_back(subscription);
+    id = subscription.id;
+    return 0;
+}
+
+void Volume::Unsubscribe(DWORD id) {
+    std::lock_guard lock(m_mutex);
+    std::erase_if(m_subscriptions, [id](const Subscription& s) { return s.id == id; });
+}
+
+void Volume::Listen(std::unique_ptr<Connection> connection, LONGLONG last) {
+    while (!m_stop.load(std::memory_order_acquire)) {
+        const DWORD seen = m_counters->Commits();
+        { // the statement ends here: no snapshot is held while waiting
+            Statement statement = connection->Use(Sql::ChangesSince);
+            statement.Bind(1, last);
+            while (statement.Row()) {
+                last = statement.Number(0);
+                Deliver(last, statement.Blob(1));
+            }
+        }
+        if (!m_stop.load(std::memory_order_acquire)) m_counters->Wait(seen);
+    }
+}
+
+void Volume::Deliver(LONGLONG id, Bytes changes) {
+    std::vector<Subscription> all;
+    {
+        std::lock_guard lock(m_mutex);
+        all = m_subscriptions;
+    }
+    for (; changes.size() >= kPackedChange; changes = changes.subspan(kPackedChange)) {
+        const Change change{Load32(changes.data()), Load32(changes.data() + 4), Load32(changes.data() + 8)};
+        for (const Subscription& to : all)
+            if (to.database == change.database && to.since < id) Post(to, change, m_guid);
+    }
+}
+
+void Volume::StopListening() {
+    std::thread listener;
+    {
+        std::lock_guard lock(m_mutex);
+        listener.swap(m_listener);
+    }
+    if (!listener.joinable()) return;
+    m_stop.store(true, std::memory_order_release);
+    m_counters->TellCommit();
+    listener.join();
+    m_stop.store(false, std::memory_order_release);
+}
+
+} // namespace plat
