@@ -56,7 +56,8 @@ inline constexpr DWORD TIME_FORCE24HOURFORMAT = 8;
 // that is none, 122 when the buffer is too small.
 int GetDateFormatW(LCID locale, DWORD flags, const SYSTEMTIME* date, const WCHAR* picture, WCHAR* buffer,
                    int size);
-// The same for a time: h hh H HH m mm s ss t tt. In the locale's own picture 24 hours come without a mark.
+// The same for a time: h hh H HH m mm s ss t tt. The flags
+// change the locale's own picture only; 24 hours come without a mark there.
 int GetTimeFormatW(LCID locale, DWORD flags, const SYSTEMTIME* time, const WCHAR* picture, WCHAR* buffer,
                    int size);
 
