@@ -36,8 +36,8 @@ enum CalendarFilter : LONG {
 class QN_API CCalendarThread : public CQNDataThread {
 public:
     // A null key means Software\Norvo\Quillonary\CAV. With bShowJournal the days run from the newest to the oldest.
-    explicit CCalendarThread(const WCHAR* settingsKey = nullptr, int bReadAppointments = 1, int bShowJournal = 0,
-                             int bJournalBody = 0);
+    explicit CCalendarThread(const WCHAR* settingsKey = nullptr, int bReadAppointments = 1,
+                             int bShowJournal = 0, int bJournalBody = 0);
     ~CCalendarThread() override;
 
     // --- What to load ---------------------------------------------------------------------------------------------
@@ -46,7 +46,7 @@ public:
     // leaves the range as it was. The answer of IsInCache changes at once, before any load.
     void SetRestrict(const SYSTEMTIME* start, const SYSTEMTIME* end, bool bWholeDays);
     bool IsInCache(const SYSTEMTIME* date) const;
-    bool IsInCache(double date) const;                       // by whole days
+    bool IsInCache(double date) const;                      // by whole days
     bool IsInCache(const SYSTEMTIME* date, int days) const; // by the moment
     // No headers, and no sorting by the load: the client sorts.
     void SetNoHeaderDates(bool bNoHeaders) { m_bNoHeaderDates = bNoHeaders; }
@@ -91,8 +91,11 @@ public:
     LONG fGetMonthInNum(DWORD minutes) const { return MonthOfYearOffset(minutes); }
     void fGetNthWeekDay(const DATACALENDARDB& record, SYSTEMTIME& date) const;
     void fGetEventWeekDays(const DATACALENDARDB& record, CeList<LONG>& days) const; // in order
-    bool fCheckNextWeekDay(const CeList<LONG>& days, SYSTEMTIME& date) const; // to the next day in the week, if any
-    LONG fGetCurrentWeekDayOfEvent(const DATACALENDARDB& record) const { return LowestWeekday(record.m_wDaysOfWeek); }
+    bool fCheckNextWeekDay(const CeList<LONG>& days,
+                           SYSTEMTIME& date) const; // to the next day in the week, if any
+    LONG fGetCurrentWeekDayOfEvent(const DATACALENDARDB& record) const {
+        return LowestWeekday(record.m_wDaysOfWeek);
+    }
 
     HWND m_hClientWnd = nullptr; // is told of a load
 
@@ -114,11 +117,13 @@ protected:
     // --- Reading (calendarread.cpp) -------------------------------------------------------------------------------
     void SetPropIdsAppts();
     bool OpenAppointments();
-    void ReadAppointments(CeManualEvent* stop, CEOID oid);
+    bool ReadAppointments(CeManualEvent* stop, CEOID oid); // false when it was stopped
+    bool ReadRecords(CeManualEvent* stop, DWORD count);
     void ListRecord();
-    bool fReadRecord();         // the cheap half; false drops the record
-    bool fReadRestOfRecord();   // the dear half, for a record that gets a line
-    bool ReadRestOnce();        // remembers a refusal for the whole record
+    bool TouchesRange() const;
+    bool fReadRecord();       // the cheap half; false drops the record
+    bool fReadRestOfRecord(); // the dear half, for a record that gets a line
+    bool ReadRestOnce();      // remembers a refusal for the whole record
     bool PassesFirstFilters();
     void ReadPattern();
     bool ReadStart();
@@ -147,8 +152,8 @@ protected:
     bool fCheckExp(DATACALENDARDB& record, LONG day);
     bool fCheckDeleteExp(LONG day);
     bool OccurrenceIsTooEarly() const;
-    bool GetLineTimes(bool bZone, LONG startHour, LONG startMinute, LONG endHour, LONG endMinute, bool bAllDay,
-                      LONGLONG extraMinutes, LineTimes& times);
+    bool GetLineTimes(bool bZone, LONG startHour, LONG startMinute, LONG endHour, LONG endMinute,
+                      bool bAllDay, LONGLONG extraMinutes, LineTimes& times);
     void SetLineTimes(const LineTimes& times, DATACALENDAR& line) const;
     // Gives the line its times; false, and the line unchanged, when they are no dates.
     bool fGetRecurTimingStr(bool bZone, LONG startHour, LONG startMinute, LONG endHour, LONG endMinute,
@@ -174,27 +179,25 @@ protected:
     void AddContactInfo(CeManualEvent* stop);
 
     // --- Settings (calendarsettings.cpp) --------------------------------------------------------------------------
-    LONG ReadNumber(const WCHAR* name, LONG defaultValue);
-    void ReadText(const WCHAR* name, WCHAR* text, DWORD chars, const WCHAR* defaultText);
-    void ReadCategoryName(const WCHAR* name, WCHAR* text, DWORD chars, const WCHAR* defaultText, const WCHAR* other);
     void ReadViewSettings();
     void ReadSuiteSettings();
     void ReadJournalSort();
 
+    // --- The load (calendarthread.cpp) ----------------------------------------------------------------------------
+    class DataHold;
+    bool Load(CeManualEvent* stop, CEOID oid);
     void SetLoadRange();
-    void SetParserWindow();
-    void EnterLoad();
-    void LeaveLoad();
-    void FinishList(CeManualEvent* stop, CEOID oid, bool bEverything);
-
-    friend struct CalendarOverlays;
+    void ChooseMode();
+    void AddEverythingElse(CeManualEvent* stop);
 
     CePtrList<DATACALENDAR*> m_listData;
     std::atomic<LONG> m_lActiveCount{0};
-    std::unique_ptr<DATACALENDARDB> m_pRecord;         // alive during a load
-    std::unique_ptr<CeList<DWORD>> m_pDeletedDates;    // of the current record, in minutes; alive during a load
+    std::unique_ptr<DATACALENDARDB> m_pRecord;      // alive during a load
+    std::unique_ptr<CeList<DWORD>> m_pDeletedDates; // of the current record, in minutes; alive during a load
     std::unique_ptr<CRecurrenceParser> m_pRecurParser;
-    CEBLOB m_Pattern = {0, nullptr}; // recurrence blob of the current record; LocalAlloc
+    const BYTE* m_pPattern = nullptr; // recurrence blob of the current record
+    DWORD m_cbPattern = 0;
+    HLOCAL m_hPattern = nullptr; // owns it, unless it stands in the record
     std::unique_ptr<CeDbRecord> m_pDbRecord;
     std::array<CEPROPID, 25> m_PropIds{};
     WORD m_nPropIds = 0;
@@ -204,8 +207,6 @@ protected:
     ZoneCache m_zoneLocal;
     ZoneCache m_zoneEvent; // of the current record
 
-    SYSTEMTIME m_stRestrictStart = {}; // of the thread that owns the object
-    SYSTEMTIME m_stRestrictEnd = {};
     std::atomic<double> m_dtRestrictStart{kNoDate};
     std::atomic<double> m_dtRestrictEnd{kNoDate};
     DayRange m_range;            // of the load
@@ -236,7 +237,8 @@ protected:
     LONG m_nFilterPrivacy = -1;
     LONG m_bDisplayCompletedAppointments = 1;
     LONG m_bShowInProgressTasksToday = 0;
-    LONG m_nSingleIfEndsEarly = 0; // an hour: an overnight item that ends before it has no line on its last morning
+    LONG m_nSingleIfEndsEarly =
+        0; // an hour: an overnight item that ends before it has no line on its last morning
     WCHAR m_szAnnCatName[64] = {}; // lower case, as the next
     WCHAR m_szBDayCatName[64] = {};
     WCHAR m_szHolidayCatName[64] = {};

@@ -4,10 +4,12 @@
 
 #include <array>
 #include <bit>
+#include <cmath>
 
 namespace {
 
 constexpr std::array<LONG, 12> kMonthLengths{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+constexpr LONGLONG kSecondsPerDay = 86400;
 constexpr LONG kFebruary = 2;
 constexpr LONG kDecember = 12;
 constexpr LONG kLastOfMonth = 5; // the nth that means the last one
@@ -58,6 +60,20 @@ CivilDate CivilOf(LONG day) {
 
 bool DateExists(const CivilDate& date) {
     return date.day >= 1 && date.day <= civil::DaysInMonth(date.year, date.month);
+}
+
+double VariantOfSeconds(LONGLONG seconds) {
+    LONGLONG day = civil::FloorDiv(seconds, kSecondsPerDay);
+    double fraction =
+        static_cast<double>(seconds - day * kSecondsPerDay) / static_cast<double>(kSecondsPerDay);
+    double whole = static_cast<double>(day - civil::kDaysTo1899);
+    return whole < 0 ? whole - fraction : whole + fraction; // the fraction counts on before 1899 too
+}
+
+LONGLONG SecondsOfVariant(double variant) {
+    double whole = std::trunc(variant);
+    LONGLONG rest = std::llround(std::fabs(variant - whole) * static_cast<double>(kSecondsPerDay));
+    return (static_cast<LONGLONG>(whole) + civil::kDaysTo1899) * kSecondsPerDay + rest;
 }
 
 LONG TableMonthLength(const CivilDate& date) {

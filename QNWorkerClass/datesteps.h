@@ -45,6 +45,10 @@ constexpr LONG WeekdayOf(LONG day) {
 }
 bool DateExists(const CivilDate& date);
 
+// Variant times of whole seconds since 1601, and back, rounded to the second.
+double VariantOfSeconds(LONGLONG seconds);
+LONGLONG SecondsOfVariant(double variant);
+
 // Months counted on from year 0, for stepping by any number of them.
 constexpr LONG MonthIndex(const CivilDate& date) { return date.year * 12 + date.month - 1; }
 constexpr CivilDate FirstOfMonth(LONG monthIndex) { return {monthIndex / 12, monthIndex % 12 + 1, 1}; }
