@@ -39,17 +39,16 @@ CeListBase::Links* CeListBase::Walk(int nPosition) const {
 }
 
 CeListBase::Links* CeListBase::Read(int nIndex) const {
-    // Outside int's range the position would wrap back into the list.
-    Links* node = nIndex < m_nBase ? nullptr : Locate(PositionOf(nIndex));
+    Links* node = Locate(PositionOf(nIndex));
     m_bMiss = node == nullptr;
     if (node) SetCache(node, PositionOf(nIndex));
     return node;
 }
 
 bool CeListBase::MoveTo(int nIndex) {
-    if (nIndex < m_nBase || nIndex > GetLast()) return false;
-    SetCache(Locate(PositionOf(nIndex)), PositionOf(nIndex));
-    return true;
+    Links* node = Locate(PositionOf(nIndex));
+    if (node) SetCache(node, PositionOf(nIndex));
+    return node != nullptr;
 }
 
 void CeListBase::Link(Links* node, int nPosition) {
@@ -81,6 +80,9 @@ void CeListBase::ForgetAll() {
     m_pHead = m_pTail = m_pCached = nullptr;
     m_nCachedPosition = 0;
     m_nCount = 0;
+    if (!m_pRanges || m_pRanges->IsEmpty()) return;
+    m_pRanges->Clear(); // as if every position had been removed
+    m_pRanges->SetUser(1);
 }
 
 void CeListBase::SetRanges(std::unique_ptr<CeList<CeIndexRange>> ranges) { m_pRanges = std::move(ranges); }

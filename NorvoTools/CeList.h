@@ -9,6 +9,7 @@
 
 #include "Platform/types.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <iterator>
@@ -81,7 +82,10 @@ protected:
         m_pCached = node;
         m_nCachedPosition = nPosition;
     }
-    int PositionOf(int nIndex) const { return nIndex - m_nBase + 1; }
+    // 1-based; 0 for an index that no element has or could be inserted at.
+    int PositionOf(int nIndex) const {
+        return nIndex < m_nBase || nIndex > GetLast() + 1 ? 0 : nIndex - m_nBase + 1;
+    }
 
     Links* m_pHead = nullptr;
     Links* m_pTail = nullptr;
@@ -120,7 +124,7 @@ public:
         : CeListBase(nBase), m_default(missing), m_pfnCompare(compare) {
         m_dwUser = user;
     }
-    ~CeList() { FreeNodes(); }
+    ~CeList() { Clear(); }
 
     void SetCopy(CopyElement copy) { m_pfnCopy = copy; }
     void SetDelete(DeleteElement del) { m_pfnDelete = del; }
@@ -149,7 +153,7 @@ public:
     int Adopt(const T& element) { return Place(m_nCount + 1, element, nullptr); }
     // At this index; one outside is taken to the nearer end.
     int Insert(int nIndex, const T& element) {
-        return InsertAt(nIndex < m_nBase ? 1 : PositionOf(nIndex), element);
+        return InsertAt(PositionOf(std::clamp(nIndex, m_nBase, GetLast() + 1)), element);
     }
     // Right behind the element read last; at the head when none was. The new element counts as read.
     int InsertAfterCached(const T& element) {
@@ -163,10 +167,8 @@ public:
     bool Remove(const T& wanted) { return RemoveAt(Find(wanted)); }
     // Takes the element out and gives it to the caller, without the delete callback; the default element outside.
     T Detach(int nIndex);
-    void Clear() {
-        FreeNodes();
-        ForgetAll();
-    }
+    // The list is empty before the first delete callback is called.
+    void Clear();
 
     // Quicksort by the compare callback, not stable. The order that it leaves equal elements in shows on the screen and
     // must not change: middle pivot, copied out, swapping of elements.
@@ -220,7 +222,6 @@ private:
     int InsertAt(int nPosition, const T& element) { return Place(nPosition, element, m_pfnCopy); }
     int Place(int nPosition, const T& element, CopyElement copy);
     std::pair<Partition, Partition> Divide(const Partition& whole, bool bAscending);
-    void FreeNodes();
 
     T m_default;
     CopyElement m_pfnCopy = nullptr;
@@ -244,8 +245,6 @@ int CeList<T>::Find(const T& wanted) const {
 
 template<class T>
 int CeList<T>::Place(int nPosition, const T& element, CopyElement copy) {
-    if (nPosition < 1) nPosition = 1;
-    if (nPosition > m_nCount + 1) nPosition = m_nCount + 1;
     auto node = copy ? std::make_unique<Node>() : std::make_unique<Node>(Node{{}, element});
     if (copy) copy(&node->element, element, m_dwUser);
     Link(node.release(), nPosition);
@@ -272,8 +271,10 @@ T CeList<T>::Detach(int nIndex) {
 }
 
 template<class T>
-void CeList<T>::FreeNodes() {
-    for (Links* node = m_pHead; node;) {
+void CeList<T>::Clear() {
+    Links* node = m_pHead;
+    ForgetAll();
+    while (node) {
         Links* next = node->pNext;
         if (m_pfnDelete) m_pfnDelete(&At(node), m_dwUser, node);
         delete static_cast<Node*>(node);

@@ -197,6 +197,8 @@ TEST(CeListTest, RangesFollowRemovals) {
     list.RemoveAt(2);
     EXPECT_EQ("0-1 2-1 3-5 ", text());
     EXPECT_EQ(1u, list.GetRanges()->GetUser());
+    list.Clear();
+    EXPECT_EQ("", text());
 }
 
 // --- Ownership ----------------------------------------------------------------------------------------------------

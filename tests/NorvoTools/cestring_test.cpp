@@ -174,7 +174,7 @@ TEST(CeStringTest, NullComparesAsMinusOne) {
 
 TEST(CeStringTest, Finding) {
     CeString s(u"Monday, monday");
-    EXPECT_EQ(7, s.FindIndex(u' ') + 0);
+    EXPECT_EQ(7, s.FindIndex(u' '));
     EXPECT_EQ(8, s.FindIndex(u"monday"));
     EXPECT_EQ(-1, s.FindIndex(u"Tuesday"));
     EXPECT_EQ(s.GetStr(), s.FindNoCase(u"MONDAY"));
