@@ -25,7 +25,7 @@ struct PlatModuleString {
     const WCHAR* text;
     DWORD length; // characters, without terminator
 };
-// The texts of one language, ascending by id. A module may carry several languages; the first is the fall-back.
+// The texts of one language, in any order. A module may carry several languages; the first is the fall-back.
 struct PlatStringTable {
     const char* language; // "en", "de"
     const PlatModuleString* strings;

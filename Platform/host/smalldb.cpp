@@ -33,6 +33,11 @@ private:
     Fd m_folder; // closing it ends the lock
 };
 
+std::uint64_t FileNumber(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
+}
+
 bool IsDamage(int code) { return (code & 0xFF) == SQLITE_CORRUPT || (code & 0xFF) == SQLITE_NOTADB; }
 
 } // namespace
@@ -51,7 +56,8 @@ DWORD SmallDb::Open(const std::string& path, const char* schema, Sync sync) {
 
 DWORD SmallDb::StartAnew() {
     const FolderLock lock(m_path);
-    SetAside();
+    // Another process may have done it already; its fresh file must stay.
+    if (FileNumber(m_path) == m_fileNumber) SetAside();
     return OpenOnce();
 }
 
@@ -65,6 +71,7 @@ DWORD SmallDb::OpenOnce() {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
     if (sqlite3_open_v2(m_path.c_str(), &m_db, flags, nullptr) != SQLITE_OK) return LastError();
     m_readOnly = sqlite3_db_readonly(m_db, "main") == 1;
+    m_fileNumber = FileNumber(m_path);
     sqlite3_extended_result_codes(m_db, 1);
     sqlite3_busy_timeout(m_db, kBusyMilliseconds);
     return Prepare() ? 0 : LastError();

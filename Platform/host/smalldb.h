@@ -50,6 +50,7 @@ private:
     std::string m_path;
     const char* m_schema = nullptr;
     Sync m_sync = Sync::EveryCommit;
+    std::uint64_t m_fileNumber = 0;
     bool m_readOnly = false;
     bool m_damaged = false;
 };

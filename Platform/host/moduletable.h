@@ -1,0 +1,49 @@
+// All modules that are known: registered ones for good, shared objects while they are referenced.
+#pragma once
+
+#include "Platform/modules.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace plat {
+
+// Errors are the device's codes. Handles are checked against the table, so a stale one is simply no module.
+class ModuleTable {
+public:
+    static ModuleTable& Get();
+
+    HINSTANCE Register(const PlatModule& source);
+    bool Unregister(std::u16string_view name);
+    void Reset();
+
+    DWORD Load(std::u16string_view name, HINSTANCE& handle);
+    bool Free(HINSTANCE handle);
+    // Null is the application.
+    HINSTANCE Loaded(LPCWSTR name);
+    bool Path(HINSTANCE handle, std::u16string& path);
+    DWORD Entry(HINSTANCE handle, LPCWSTR name, FARPROC& address);
+
+    DWORD String(HINSTANCE handle, UINT id, std::u16string_view& text);
+    DWORD Resource(HINSTANCE handle, WORD name, WORD type, HRSRC& resource);
+    const PlatModuleResource* Described(HINSTANCE handle, HRSRC resource);
+
+private:
+    struct Module;
+
+    ModuleTable();
+    static HINSTANCE HandleOf(const Module* module);
+    Module* Find(HINSTANCE handle);
+    Module* FindByKey(const std::u16string& key);
+    HINSTANCE AddLibrary(const std::u16string& key, std::u16string name, void* library);
+
+    std::mutex m_mutex;
+    std::vector<std::unique_ptr<Module>> m_modules; // in the order they came
+    const Module* m_application = nullptr;
+};
+
+} // namespace plat
