@@ -1,0 +1,262 @@
+#include "NorvoTools/CeDb.h"
+#include "NorvoTools/CeString.h"
+#include "NorvoTools/errors.h"
+#include "NorvoTools/paths.h"
+#include "NorvoTools/registryfunctions.h"
+#include "Platform/memory.h"
+#include "Platform/threads.h"
+#include "tests/support/devicefiles.h"
+
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr CEPROPID kNumber = 0x00010003;
+constexpr CEPROPID kName = 0x0002001F;
+constexpr CEPROPID kNote = 0x00030064;
+constexpr CEPROPID kIds[] = {kNumber, kName};
+
+std::vector<std::string> s_trace;
+
+class CeDbTest : public DeviceFilesTest {
+protected:
+    CeDbTest() {
+        FreeNorvoDirectory();
+        s_trace.clear();
+        CeSetTraceHook([](const WCHAR* line) {
+            const std::u16string text(line);
+            s_trace.emplace_back(text.begin(), text.end());
+        });
+    }
+    ~CeDbTest() override {
+        CeSetTraceHook(nullptr);
+        FreeNorvoDirectory();
+    }
+    static void MakeDatabase(CeDb& db) {
+        SORTORDERSPECEX order = {};
+        order.wVersion = 2;
+        order.wNumProps = 1;
+        order.rgPropID[0] = kNumber;
+        ASSERT_TRUE(db.MountVolumeEDB(u"\\t.vol", false));
+        ASSERT_TRUE(db.Create(u"Things", 0, 1, &order, 0, nullptr));
+        ASSERT_TRUE(db.Open(u"Things", kNumber));
+    }
+    static CEOID Add(CeDb& db, LONG number, const WCHAR* name) {
+        CeDbRecord rec;
+        rec.AddProps(kIds, 2);
+        rec.SetIndexVal(0, number);
+        rec.SetIndexVal(1, name);
+        EXPECT_TRUE(db.AddRec(rec));
+        return rec.m_oid;
+    }
+    static std::string Walk(CeDb& db) {
+        std::string out;
+        CeDbRecord rec;
+        for (CEOID oid = db.SeekFirst(); oid; oid = db.SeekNext()) {
+            LONG number = 0;
+            if (db.ReadRec(rec, 2, kIds) && rec.GetIndexVal(0, number)) out += std::to_string(number) + " ";
+        }
+        return out;
+    }
+};
+
+TEST_F(CeDbTest, RecordsGoInAndComeBackInOrder) {
+    CeDb db;
+    EXPECT_FALSE(db.IsMounted());
+    MakeDatabase(db);
+    EXPECT_TRUE(db.IsMounted());
+    EXPECT_NE(db.m_oid, 0u);
+    const CEOID three = Add(db, 3, u"three");
+    const CEOID one = Add(db, 1, u"one");
+    Add(db, 2, u"two");
+    EXPECT_EQ(Walk(db), "1 2 3 ");
+    EXPECT_EQ(db.GetNumRecords(), 3u);
+    EXPECT_EQ(db.SeekLast(), three);
+    EXPECT_EQ(db.SeekTo(one), one);
+    EXPECT_EQ(db.SeekPrev(), 0u);
+    CEPROPVAL two = {kNumber, 0, 0, {}};
+    two.val.lVal = 2;
+    EXPECT_NE(db.SeekRec(&two, 1), 0u);
+    EXPECT_EQ(db.SeekGreaterRec(&two, 1), three);
+    EXPECT_EQ(db.SeekSmallerRec(&two, 1), one);
+    EXPECT_TRUE(s_trace.empty()); // an end of the data is no fault
+
+    CeDbRecord rec;
+    ASSERT_TRUE(db.SeekTo(one));
+    ASSERT_TRUE(db.ReadRec(rec, 2, kIds));
+    EXPECT_EQ(rec.m_oid, one);
+    ASSERT_TRUE(rec.SetIndexVal(1, u"a longer name than before"));
+    EXPECT_TRUE(db.UpdateRec(rec));
+    ASSERT_TRUE(db.ReadRec(rec, 2, kIds));
+    EXPECT_EQ(rec.TextAt(1), u"a longer name than before");
+    BSTR name = db.GetDatabaseNameFromOID(one);
+    ASSERT_NE(name, nullptr);
+    EXPECT_EQ(std::u16string(name), u"Things");
+    SysFreeString(name);
+    EXPECT_EQ(db.GetDatabaseNameFromOID(db.m_oid), nullptr); // a database, no record
+    EXPECT_TRUE(db.DeleteRecord(one));
+    EXPECT_EQ(Walk(db), "2 3 ");
+    EXPECT_FALSE(db.ReadRec(rec, 2, kIds)); // behind the last
+    EXPECT_EQ(rec.m_wNumProps, 0);
+}
+
+TEST_F(CeDbTest, ALentBufferIsUsedAsItIs) {
+    CeDb db;
+    MakeDatabase(db);
+    Add(db, 1, std::u16string(1000, u'x').c_str());
+    Add(db, 2, std::u16string(1001, u'y').c_str());
+    // 16 told bytes a property, and 1,000 characters with their terminator.
+    const DWORD size = CeRecordBufferSize(2 * 16 + 2002, 2);
+    void* buffer = LocalAlloc(LMEM_FIXED, size);
+    {
+        CeDbRecord rec;
+        ASSERT_TRUE(db.SeekFirst());
+        ASSERT_TRUE(db.ReadRec(rec, buffer, size, 2, kIds));
+        EXPECT_EQ(static_cast<void*>(rec.m_pProps), buffer);
+        EXPECT_EQ(rec.TextAt(1).size(), 1000u);
+        ASSERT_TRUE(db.SeekNext());
+        EXPECT_FALSE(db.ReadRec(rec, buffer, size, 2, kIds));
+        LONG number = 0;
+        EXPECT_FALSE(rec.GetIndexVal(0, number)); // nothing of the record before
+        EXPECT_EQ(static_cast<void*>(rec.DetachBuffer()), buffer);
+    }
+    LocalFree(buffer);
+}
+
+TEST_F(CeDbTest, MountsOnceAndSharesByCopy) {
+    CeDb db;
+    EXPECT_FALSE(db.MountVolume(u"\\none.vol")); // the old form doesn't make one
+    EXPECT_FALSE(db.MountVolume(nullptr, nullptr, true));
+    MakeDatabase(db);
+    EXPECT_TRUE(db.MountVolumeEDB(u"\\t.vol", false));
+    CeDb copy;
+    ASSERT_TRUE(copy.MountVolume(&db, nullptr, false));
+    EXPECT_TRUE(copy.MatchDatabaseGUID(db.m_guid));
+    Add(db, 1, u"x");
+    ASSERT_TRUE(copy.Open(u"Things", kNumber)); // closes the shared session; the other database goes on
+    EXPECT_EQ(Walk(copy), "1 ");
+    EXPECT_EQ(Walk(db), "1 ");
+    EXPECT_TRUE(db.UnMountVolume());
+    EXPECT_FALSE(db.IsMounted());
+    EXPECT_FALSE(db.UnMountVolume());
+}
+
+TEST_F(CeDbTest, TransactionsKeepOrDropChanges) {
+    CeDb db;
+    EXPECT_TRUE(db.Commit()); // no session, nothing to do
+    EXPECT_TRUE(db.RollBack());
+    MakeDatabase(db);
+    ASSERT_TRUE(db.BeginTransaction());
+    Add(db, 1, u"x");
+    EXPECT_TRUE(db.RollBack());
+    EXPECT_EQ(Walk(db), "");
+    ASSERT_TRUE(db.BeginTransaction());
+    Add(db, 2, u"x");
+    EXPECT_TRUE(db.Commit());
+    EXPECT_EQ(Walk(db), "2 ");
+}
+
+TEST_F(CeDbTest, Streams) {
+    CeDb db;
+    MakeDatabase(db);
+    CEBLOB blob = {1, nullptr};
+    EXPECT_FALSE(db.ReadStream(kNote, &blob));
+    ASSERT_TRUE(db.SeekTo(Add(db, 1, u"x")));
+    EXPECT_FALSE(db.ReadStream(kNote, &blob));
+    EXPECT_EQ(blob.lpb, nullptr);
+    std::vector<BYTE> bytes(100001, 7);
+    const CEBLOB content = {100001, bytes.data()};
+    EXPECT_TRUE(db.WriteStream(kNote, &content));
+    ASSERT_TRUE(db.ReadStream(kNote, &blob));
+    EXPECT_EQ(blob.dwCount, 100001u);
+    EXPECT_EQ(LocalSize(blob.lpb), 100002u); // rounded up to even
+    EXPECT_EQ(blob.lpb[100000], 7);
+    LocalFree(blob.lpb);
+    const CEBLOB none = {0, nullptr};
+    EXPECT_FALSE(db.WriteStream(kNote, &none)); // truncates, and reports false
+    EXPECT_FALSE(db.ReadStream(kNote, &blob));
+}
+
+TEST_F(CeDbTest, MakingAndDeletingDatabases) {
+    CeDb db;
+    ASSERT_TRUE(db.MountVolumeEDB(u"\\t.vol", false));
+    SORTORDERSPEC orders[20] = {};
+    for (WORD i = 0; i < 20; ++i) orders[i].propid = CeDbRecord::PropId(static_cast<WORD>(i + 1), CEVT_I4);
+    EXPECT_TRUE(db.Create(u"Old", 7, 20, orders)); // the orders past the sixteenth are dropped
+    EXPECT_EQ(s_trace.back(), "Create_CEDB DB(Old): An error occured: 0\n");
+    EXPECT_TRUE(db.Open(u"Old", CeDbRecord::PropId(16, CEVT_I4)));
+    EXPECT_FALSE(db.Open(u"Old", CeDbRecord::PropId(17, CEVT_I4)));
+    EXPECT_EQ(s_trace.back(), "OpenEDB DB(Old): Invalid Parameter\n");
+    EXPECT_FALSE(db.Create(u"Old", 0, 0, nullptr, 0, nullptr));
+    EXPECT_EQ(s_trace.back(), "Create DB(Old): ERROR_ALREADY_EXISTS\n");
+    EXPECT_FALSE(db.Create(std::u16string(40, u'n').c_str(), 0, 0, nullptr, 0, nullptr)); // never a cut name
+    EXPECT_FALSE(db.Delete());                                                            // none is open
+    ASSERT_TRUE(db.Open(u"Old"));
+    CEPROPSPEC prop = {1, kName, 0, nullptr, 0};
+    EXPECT_EQ(db.AddDatabaseProps(0, 1, &prop), 0u); // of the open database, which is closed for it
+    EXPECT_FALSE(db.IsOpen());
+    ASSERT_TRUE(db.Open(u"Old"));
+    EXPECT_TRUE(db.Delete());
+    EXPECT_FALSE(db.Open(u"Old"));
+}
+
+TEST_F(CeDbTest, TheSuiteVolumeIsChosenOnce) {
+    struct Case {
+        const char* file; // exists beforehand
+        const WCHAR* path;
+    };
+    const Case cases[] = {{nullptr, u"\\Quillonary.vol"},
+                          {"Program Files/Norvo/Quillonary/Norvo/Quillonary.vol",
+                           u"\\Program Files\\Norvo\\Quillonary\\Norvo\\Quillonary.vol"}};
+    for (const Case& c : cases) {
+        DeleteRegistryValue(HKEY_CURRENT_USER, kSuiteKey, u"QNVOL");
+        if (c.file) {
+            CeDb maker; // a real volume at that place
+            std::filesystem::create_directories(std::filesystem::path(HostPath(c.file)).parent_path());
+            ASSERT_TRUE(maker.MountVolumeEDB(c.path, false));
+        }
+        CeDb db;
+        ASSERT_TRUE(db.MountNorvoVolume());
+        EXPECT_EQ(std::u16string(db.m_szVolume), c.path);
+        WCHAR stored[400] = {};
+        EXPECT_EQ(GetFromRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"QNVOL", stored, 400), 0);
+        EXPECT_EQ(std::u16string(stored), c.path);
+    }
+}
+
+TEST_F(CeDbTest, ErrorsAreTraced) {
+    struct Case {
+        DWORD error;
+        const char* line;
+    };
+    const Case cases[] = {
+        {2, ""},
+        {25, ""},
+        {1168, ""},
+        {5, "Op DB(): ERROR_ACCESS_DENIED\n"},
+        {6, "Op DB(): Invalid Database Handle\n"},
+        {24, "Op DB(): Indicates that the data that is to be written exceeds the maximum record size\n"},
+        {32, "Op DB(): ERROR_SHARING_VIOLATION\n"},
+        {52, "Op DB(): ERROR_DUP_NAME\n"},
+        {87, "Op DB(): Invalid Parameter\n"},
+        {122, "Op DB(): ERROR_INSUFFICIENT_BUFFER\n"},
+        {183, "Op DB(): ERROR_ALREADY_EXISTS\n"},
+        {1018, "Op DB(): ERROR_KEY_DELETED\n"},
+        {9999, "Op DB(): An error occured: 9999\n"}};
+    CeDb db;
+    for (const Case& c : cases) {
+        s_trace.clear();
+        SetLastError(c.error);
+        db.HandleError(u"Op");
+        EXPECT_EQ(s_trace.empty() ? "" : s_trace[0], c.line) << c.error;
+    }
+    PlatTakeMessageBoxes();
+    s_trace.clear();
+    SetLastError(ERROR_DISK_FULL);
+    db.HandleError(u"Op");
+    EXPECT_TRUE(s_trace.empty());
+    EXPECT_EQ(PlatTakeMessageBoxes().size(), 1u); // this one the user has to know
+}
+
+} // namespace
