@@ -43,6 +43,20 @@ struct PlatMessageBoxRecord {
 void PlatAnswerMessageBox(int answer);
 std::vector<PlatMessageBoxRecord> PlatTakeMessageBoxes();
 
+struct PlatMenuRowRecord {
+    int depth; // 0 in the menu itself, 1 in its sub-menus ...
+    UINT flags;
+    UINT id;
+    std::u16string text;
+};
+struct PlatMenuRecord {
+    HWND owner;
+    std::vector<PlatMenuRowRecord> rows; // sub-menus behind the row that opens them
+};
+// The ids chosen in the next menus that are shown, in order; without one, or for an id that can't be chosen there, none.
+void PlatAnswerMenu(UINT id);
+std::vector<PlatMenuRecord> PlatTakeMenus();
+
 struct PlatProgramRecord {
     std::u16string file;
     std::u16string arguments;

@@ -4,6 +4,7 @@
 
 #include "Platform/types.h"
 
+#include <atomic>
 #include <memory>
 
 namespace plat {
@@ -21,9 +22,14 @@ public:
     virtual void OnLastClose() {}
 
 private:
+    friend HANDLE AddHandle(std::shared_ptr<KernelObject> object);
+    friend bool RemoveHandle(HANDLE handle);
+
     const Kind m_kind;
+    std::atomic<int> m_handles{0}; // open on it
 };
 
+// Null when the table is full.
 HANDLE AddHandle(std::shared_ptr<KernelObject> object);
 std::shared_ptr<KernelObject> FindHandle(HANDLE handle);
 // Takes the handle out of the table; false (and nothing else) when it is not there. CloseHandle sets error 6.

@@ -1,0 +1,123 @@
+// The state of the window system: classes, windows, queues, timers. One lock guards all of it; no procedure of a window
+// and no other operation is ever called while it is held.
+#pragma once
+
+#include "Platform/host/slots.h"
+#include "Platform/host/thread.h"
+#include "Platform/threads.h"
+#include "Platform/windows.h"
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+namespace plat {
+
+struct WindowClass {
+    std::u16string name;
+    ATOM atom = 0;
+    WNDCLASSW data{}; // its name points into `name`
+    int windows = 0;
+};
+
+struct Window {
+    HWND handle = nullptr;
+    std::shared_ptr<WindowClass> windowClass;
+    DWORD threadId = 0; // 0: the desktop
+    WNDPROC procedure = nullptr;
+    HWND parent = nullptr;      // of a child; the desktop for a top-level one; null for a message-only one
+    HWND owner = nullptr;       // of a top-level window
+    std::vector<HWND> children; // topmost first
+    DWORD style = 0;
+    DWORD exStyle = 0;
+    LONG_PTR id = 0;
+    LONG_PTR userData = 0;
+    std::vector<LONG_PTR> extra;
+    HINSTANCE instance = nullptr;
+    std::u16string text;
+    RECT rect{}; // in the client area of the parent
+    bool dying = false;
+
+    bool Is(DWORD bits) const { return (style & bits) != 0; }
+};
+
+struct SentMessage {
+    MSG message{};
+    std::shared_ptr<Thread> sender;
+    LRESULT result = 0;
+    bool done = false;
+};
+using SentPointer = std::shared_ptr<SentMessage>;
+
+struct Queue {
+    std::shared_ptr<Thread> thread;
+    std::deque<MSG> posted;
+    std::deque<SentPointer> sent;
+    std::vector<SentPointer> serving; // taken out of `sent`, not answered yet
+    bool quit = false;
+    int exitCode = 0;
+    HWND active = nullptr;
+};
+
+struct Timer {
+    DWORD threadId;
+    HWND window; // null for one of the thread
+    ULONG_PTR id;
+    UINT period;
+    DWORD due; // tick count
+    TIMERPROC procedure;
+};
+
+struct Desktop {
+    std::mutex lock;
+    std::map<std::u16string, std::shared_ptr<WindowClass>> classes; // by name in lower case
+    ATOM lastAtom = 0xC000;
+    SlotTable<std::unique_ptr<Window>> windows;
+    HWND root = nullptr; // the desktop window
+    HWND foreground = nullptr;
+    std::unordered_map<DWORD, Queue> queues;
+    std::vector<Timer> timers;
+    ULONG_PTR lastTimer = 0x7F00; // ids made for timers without a window
+
+    // All under the lock.
+    Window* Find(HWND window);
+    // Its children's list for a window of the tree; the desktop's for a top-level one.
+    Window* ParentOf(const Window& window) { return Find(window.parent); }
+    bool StandsUnder(HWND window, HWND parent);
+    Queue& QueueOf(const std::shared_ptr<Thread>& thread);
+    Queue* FindQueue(DWORD threadId);
+    // Takes a window and all under it out of every list; the posted messages go into `dropped`.
+    void Erase(HWND window, std::vector<MSG>& dropped);
+};
+
+Desktop& TheDesktop();
+
+// A copy of what a caller wants to know of a window; sets error 1400 and gives nothing when there is none.
+template<class F>
+auto WithWindow(HWND window, F read) -> std::optional<decltype(read(std::declval<Window&>()))> {
+    Desktop& desktop = TheDesktop();
+    std::lock_guard lock(desktop.lock);
+    Window* found = desktop.Find(window);
+    if (!found) {
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+        return std::nullopt;
+    }
+    return read(*found);
+}
+
+// Frees what notifications among messages carry that nobody will dispatch any more.
+void FreeDropped(const std::vector<MSG>& dropped);
+// A text that may be null.
+inline std::u16string TextOf(LPCWSTR text) { return text ? std::u16string(text) : std::u16string(); }
+// Copies with a terminator, cut to `count` units with it; gives the units without it.
+int CopyText(const std::u16string& text, LPWSTR buffer, int count);
+// The first timer of a thread: how long from `now` (0 when due), nothing without timers.
+std::optional<DWORD> UntilTimer(const Desktop& desktop, DWORD threadId, DWORD now);
+// The first due timer that fits as a message, and when it is due again; false for none.
+bool TakeTimer(Desktop& desktop, DWORD threadId, HWND window, UINT first, UINT last, DWORD now, bool remove,
+               MSG& message);
+
+} // namespace plat

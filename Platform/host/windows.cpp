@@ -1,0 +1,442 @@
+// Window classes, and windows from their making to their end.
+#include "Platform/windows.h"
+#include "Platform/host/desktop.h"
+#include "Platform/host/messages.h"
+#include "Platform/host/store.h"
+#include "Platform/host/text.h"
+#include "Platform/databases.h"
+#include "Platform/threads.h"
+
+#include <algorithm>
+#include <unistd.h>
+
+namespace plat {
+namespace {
+
+constexpr DWORD kErrorNoWindowClass = 1407;
+constexpr DWORD kErrorClassExists = 1410;
+constexpr DWORD kErrorNoClass = 1411;
+constexpr DWORD kErrorClassHasWindows = 1412;
+
+std::u16string ClassKey(LPCWSTR name) {
+    std::u16string key = TextOf(name);
+    std::ranges::transform(key, key.begin(), LowerUnit);
+    return key;
+}
+
+bool IsAtom(LPCWSTR name) { return reinterpret_cast<ULONG_PTR>(name) < 0x10000; }
+
+std::shared_ptr<WindowClass> FindClass(const Desktop& desktop, LPCWSTR name) {
+    if (!name) return nullptr;
+    if (!IsAtom(name)) {
+        const auto found = desktop.classes.find(ClassKey(name));
+        return found == desktop.classes.end() ? nullptr : found->second;
+    }
+    for (const auto& [key, windowClass] : desktop.classes)
+        if (windowClass->atom == reinterpret_cast<ULONG_PTR>(name)) return windowClass;
+    return nullptr;
+}
+
+// The desktop: the parent of all top-level windows, without a thread.
+void MakeRoot(Desktop& desktop) {
+    auto root = std::make_unique<Window>();
+    root->windowClass = std::make_shared<WindowClass>();
+    root->windowClass->name = u"Desktop";
+    root->style = WS_VISIBLE;
+    Window& window = *root;
+    window.handle = desktop.root = HandleOf<HWND>(desktop.windows.Add(std::move(root)));
+}
+
+} // namespace
+
+Desktop& TheDesktop() {
+    static Desktop& desktop = *[] {
+        auto* made = new Desktop;
+        MakeRoot(*made);
+        return made;
+    }();
+    return desktop;
+}
+
+Window* Desktop::Find(HWND window) {
+    auto* found = windows.Find(NumberOf(window));
+    return found ? found->get() : nullptr;
+}
+
+bool Desktop::StandsUnder(HWND window, HWND parent) {
+    const Window* at = Find(window);
+    while (at && at->parent && at->parent != parent) at = Find(at->parent);
+    return at && at->parent == parent && parent != nullptr;
+}
+
+void Desktop::Erase(HWND handle, std::vector<MSG>& dropped) {
+    Window* window = Find(handle);
+    if (!window) return;
+    while (!window->children.empty()) {
+        const HWND child = window->children.back();
+        window->children.pop_back();
+        Erase(child, dropped);
+        window = Find(handle);
+    }
+    if (Window* parent = ParentOf(*window)) std::erase(parent->children, handle);
+    if (foreground == handle) foreground = nullptr;
+    std::erase_if(timers, [handle](const Timer& timer) { return timer.window == handle; });
+    if (Queue* queue = FindQueue(window->threadId)) {
+        if (queue->active == handle) queue->active = nullptr;
+        std::erase_if(queue->posted, [&](const MSG& message) {
+            if (message.hwnd != handle) return false;
+            dropped.push_back(message);
+            return true;
+        });
+    }
+    --window->windowClass->windows;
+    windows.Remove(NumberOf(handle));
+}
+
+int CopyText(const std::u16string& text, LPWSTR buffer, int count) {
+    if (!buffer || count <= 0) return 0;
+    const std::size_t units = std::min<std::size_t>(text.size(), static_cast<std::size_t>(count) - 1);
+    std::copy_n(text.data(), units, buffer);
+    buffer[units] = 0;
+    return static_cast<int>(units);
+}
+
+void FreeDropped(const std::vector<MSG>& dropped) {
+    for (const MSG& message : dropped)
+        if (message.message == WM_DBNOTIFICATION) FreeNotification(message.lParam);
+}
+
+void DropThreadWindows(DWORD threadId) {
+    std::vector<MSG> dropped;
+    std::vector<SentPointer> unanswered;
+    Desktop& desktop = TheDesktop();
+    {
+        std::lock_guard lock(desktop.lock);
+        std::vector<HWND> mine;
+        desktop.windows.ForEach([&](std::uint32_t number, const std::unique_ptr<Window>& window) {
+            if (window->threadId == threadId) mine.push_back(HandleOf<HWND>(number));
+        });
+        for (const HWND window : mine) desktop.Erase(window, dropped);
+        std::erase_if(desktop.timers, [&](const Timer& timer) { return timer.threadId == threadId; });
+        if (Queue* queue = desktop.FindQueue(threadId)) {
+            dropped.insert(dropped.end(), queue->posted.begin(), queue->posted.end());
+            unanswered.assign(queue->sent.begin(), queue->sent.end());
+            unanswered.insert(unanswered.end(), queue->serving.begin(), queue->serving.end());
+            desktop.queues.erase(threadId);
+        }
+        for (const auto& sent : unanswered) sent->done = true;
+    }
+    for (const auto& sent : unanswered) sent->sender->waker.Wake();
+    FreeDropped(dropped);
+}
+
+namespace {
+
+// --- Making and destroying ----------------------------------------------------------------------------------------
+
+struct Creation {
+    CREATESTRUCTW data;
+    bool messageOnly = false;
+};
+
+RECT PlacedRect(const CREATESTRUCTW& data) {
+    const auto given = [](int value) { return value == CW_USEDEFAULT ? 0 : value; };
+    const LONG x = given(data.x), y = given(data.y);
+    return {x, y, x + std::max(given(data.cx), 0), y + std::max(given(data.cy), 0)};
+}
+
+// Under the desktop's lock. Null and the error when the class or the parent is none.
+Window* AddWindow(Desktop& desktop, const Creation& creation, const std::shared_ptr<Thread>& thread) {
+    const CREATESTRUCTW& data = creation.data;
+    const bool child = (static_cast<DWORD>(data.style) & WS_CHILD) != 0;
+    auto windowClass = FindClass(desktop, data.lpszClass);
+    if (!windowClass) return SetLastError(kErrorNoWindowClass), nullptr;
+    if ((data.hwndParent || (child && !creation.messageOnly)) && !desktop.Find(data.hwndParent))
+        return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
+    auto made = std::make_unique<Window>();
+    Window& window = *made;
+    window.handle = HandleOf<HWND>(desktop.windows.Add(std::move(made)));
+    if (!window.handle) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr;
+    window.threadId = thread->threadId;
+    window.procedure = windowClass->data.lpfnWndProc;
+    window.style = static_cast<DWORD>(data.style);
+    window.exStyle = data.dwExStyle;
+    window.id = child ? reinterpret_cast<LONG_PTR>(data.hMenu) : 0;
+    window.extra.resize((static_cast<std::size_t>(windowClass->data.cbWndExtra) + 3) / 4);
+    window.instance = data.hInstance;
+    window.text = TextOf(data.lpszName);
+    window.rect = PlacedRect(data);
+    window.parent = creation.messageOnly ? nullptr : child ? data.hwndParent : desktop.root;
+    window.owner = child ? nullptr : data.hwndParent;
+    if (Window* parent = desktop.ParentOf(window))
+        parent->children.insert(parent->children.begin(), window.handle);
+    ++windowClass->windows;
+    window.windowClass = std::move(windowClass);
+    desktop.QueueOf(thread);
+    return &window;
+}
+
+std::vector<HWND> ChildrenOf(HWND window) {
+    HostCall call;
+    Desktop& desktop = TheDesktop();
+    std::lock_guard lock(desktop.lock);
+    const Window* found = desktop.Find(window);
+    return found ? found->children : std::vector<HWND>();
+}
+
+std::vector<HWND> OwnedBy(HWND window) {
+    HostCall call;
+    std::vector<HWND> owned;
+    Desktop& desktop = TheDesktop();
+    std::lock_guard lock(desktop.lock);
+    desktop.windows.ForEach([&](std::uint32_t number, const std::unique_ptr<Window>& other) {
+        if (other->owner == window) owned.push_back(HandleOf<HWND>(number));
+    });
+    return owned;
+}
+
+// False when it is going already, or gone.
+bool MarkDying(HWND window) {
+    HostCall call;
+    return WithWindow(window, [](Window& found) { return !std::exchange(found.dying, true); })
+        .value_or(false);
+}
+
+// The window first, then what stands under it, as long as each is still there.
+void SendDestroy(HWND window) {
+    if (!IsWindow(window)) return;
+    SendMessageW(window, WM_DESTROY, 0, 0);
+    for (const HWND child : ChildrenOf(window))
+        if (MarkDying(child)) SendDestroy(child);
+}
+
+// False, with the error, when the window is none, not the caller's, or going already.
+bool BeginDestroy(HWND window) {
+    HostCall call;
+    const DWORD self = GetCurrentThreadId();
+    const auto begun = WithWindow(window, [self](Window& found) {
+        if (found.threadId != self) return SetLastError(ERROR_ACCESS_DENIED), false;
+        return !std::exchange(found.dying, true);
+    });
+    return begun.value_or(false);
+}
+
+void EraseWindow(HWND window) {
+    HostCall call;
+    std::vector<MSG> dropped;
+    {
+        Desktop& desktop = TheDesktop();
+        std::lock_guard lock(desktop.lock);
+        desktop.Erase(window, dropped);
+    }
+    FreeDropped(dropped);
+}
+
+} // namespace
+} // namespace plat
+
+// --- Classes ------------------------------------------------------------------------------------------------------
+
+ATOM RegisterClassW(const WNDCLASSW* windowClass) {
+    plat::HostCall call;
+    constexpr int kMostExtra = 4096;
+    if (!windowClass || !windowClass->lpfnWndProc || plat::IsAtom(windowClass->lpszClassName) ||
+        windowClass->cbWndExtra < 0 || windowClass->cbWndExtra > kMostExtra)
+        return SetLastError(ERROR_INVALID_PARAMETER), ATOM{0};
+    auto made = std::make_shared<plat::WindowClass>();
+    made->name = windowClass->lpszClassName;
+    made->data = *windowClass;
+    made->data.lpszClassName = made->name.c_str();
+    made->data.lpszMenuName = nullptr;
+    plat::Desktop& desktop = plat::TheDesktop();
+    std::lock_guard lock(desktop.lock);
+    if (desktop.lastAtom == 0xFFFF) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), ATOM{0};
+    const auto [place, added] = desktop.classes.try_emplace(plat::ClassKey(windowClass->lpszClassName), made);
+    if (!added) return SetLastError(plat::kErrorClassExists), ATOM{0};
+    return made->atom = ++desktop.lastAtom;
+}
+
+BOOL UnregisterClassW(LPCWSTR name, HINSTANCE) {
+    plat::HostCall call;
+    plat::Desktop& desktop = plat::TheDesktop();
+    std::lock_guard lock(desktop.lock);
+    const auto found = plat::FindClass(desktop, name);
+    if (!found) return SetLastError(plat::kErrorNoClass), FALSE;
+    if (found->windows > 0) return SetLastError(plat::kErrorClassHasWindows), FALSE;
+    desktop.classes.erase(plat::ClassKey(found->name.c_str()));
+    return TRUE;
+}
+
+BOOL GetClassInfoW(HINSTANCE, LPCWSTR name, WNDCLASSW* windowClass) {
+    plat::HostCall call;
+    plat::Desktop& desktop = plat::TheDesktop();
+    std::lock_guard lock(desktop.lock);
+    const auto found = plat::FindClass(desktop, name);
+    if (!found) return SetLastError(plat::kErrorNoClass), FALSE;
+    if (!windowClass) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
+    *windowClass = found->data;
+    return TRUE;
+}
+
+int GetClassNameW(HWND window, LPWSTR buffer, int count) {
+    plat::HostCall call;
+    const auto name = plat::WithWindow(window, [](plat::Window& found) { return found.windowClass->name; });
+    return name ? plat::CopyText(*name, buffer, count) : 0;
+}
+
+// --- Windows ------------------------------------------------------------------------------------------------------
+
+HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR name, DWORD style, int x, int y, int width,
+                     int height, HWND parent, HMENU menu, HINSTANCE instance, void* parameter) {
+    plat::Creation creation{{parameter, instance, menu, parent, height, width, y, x, static_cast<LONG>(style),
+                             name, className, exStyle}};
+    creation.messageOnly = parent == HWND_MESSAGE;
+    if (creation.messageOnly) creation.data.hwndParent = nullptr;
+    HWND window;
+    {
+        plat::HostCall call;
+        const auto self = plat::CurrentThreadObject();
+        plat::Desktop& desktop = plat::TheDesktop();
+        std::lock_guard lock(desktop.lock);
+        const plat::Window* made = plat::AddWindow(desktop, creation, self);
+        if (!made) return nullptr;
+        window = made->handle;
+    }
+    if (SendMessageW(window, WM_CREATE, 0, reinterpret_cast<LPARAM>(&creation.data)) == -1) {
+        DestroyWindow(window);
+        return nullptr;
+    }
+    return IsWindow(window) ? window : nullptr;
+}
+
+BOOL DestroyWindow(HWND window) {
+    if (!plat::BeginDestroy(window)) return FALSE;
+    for (const HWND owned : plat::OwnedBy(window)) DestroyWindow(owned);
+    plat::SendDestroy(window);
+    plat::EraseWindow(window);
+    return TRUE;
+}
+
+LRESULT CallWindowProcW(WNDPROC procedure, HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    { plat::HostCall call; }
+    return procedure ? procedure(window, message, wParam, lParam) : 0;
+}
+
+LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_CLOSE) return DestroyWindow(window), 0;
+    plat::HostCall call;
+    switch (message) {
+    case WM_SETTEXT: {
+        auto text = plat::TextOf(reinterpret_cast<LPCWSTR>(lParam));
+        return plat::WithWindow(window,
+                                [&](plat::Window& found) { return found.text.swap(text), LRESULT{1}; })
+            .value_or(0);
+    }
+    case WM_GETTEXT: {
+        const auto text = plat::WithWindow(window, [](plat::Window& found) { return found.text; });
+        return text ? plat::CopyText(*text, reinterpret_cast<LPWSTR>(lParam), static_cast<int>(wParam)) : 0;
+    }
+    case WM_GETTEXTLENGTH:
+        return plat::WithWindow(window,
+                                [](plat::Window& found) { return static_cast<LRESULT>(found.text.size()); })
+            .value_or(0);
+    default:
+        return 0;
+    }
+}
+
+namespace plat {
+namespace {
+
+template<class T>
+LONG_PTR Replace(T& place, const LONG_PTR* value) {
+    LONG_PTR former;
+    if constexpr (std::is_pointer_v<T>) {
+        former = reinterpret_cast<LONG_PTR>(place);
+        if (value) place = reinterpret_cast<T>(*value);
+    } else {
+        former = static_cast<LONG_PTR>(place);
+        if (value) place = static_cast<T>(*value);
+    }
+    return former;
+}
+
+LONG_PTR ReplaceLong(Window& window, int index, const LONG_PTR* value) {
+    switch (index) {
+    case GWL_WNDPROC:
+        return Replace(window.procedure, value);
+    case GWL_ID:
+        return Replace(window.id, value);
+    case GWL_STYLE:
+        return Replace(window.style, value);
+    case GWL_EXSTYLE:
+        return Replace(window.exStyle, value);
+    case GWL_USERDATA:
+        return Replace(window.userData, value);
+    default:
+        break;
+    }
+    if (index < 0 || index % 4 != 0 || static_cast<std::size_t>(index) / 4 >= window.extra.size())
+        return SetLastError(ERROR_INVALID_PARAMETER), 0;
+    return Replace(window.extra[static_cast<std::size_t>(index) / 4], value);
+}
+
+} // namespace
+} // namespace plat
+
+LONG_PTR GetWindowLongW(HWND window, int index) {
+    plat::HostCall call;
+    return plat::WithWindow(window,
+                            [&](plat::Window& found) { return plat::ReplaceLong(found, index, nullptr); })
+        .value_or(0);
+}
+
+LONG_PTR SetWindowLongW(HWND window, int index, LONG_PTR value) {
+    plat::HostCall call;
+    return plat::WithWindow(window,
+                            [&](plat::Window& found) { return plat::ReplaceLong(found, index, &value); })
+        .value_or(0);
+}
+
+BOOL IsWindow(HWND window) {
+    plat::HostCall call;
+    plat::Desktop& desktop = plat::TheDesktop();
+    std::lock_guard lock(desktop.lock);
+    return desktop.Find(window) != nullptr;
+}
+
+HWND FindWindowW(LPCWSTR className, LPCWSTR text) {
+    plat::HostCall call;
+    plat::Desktop& desktop = plat::TheDesktop();
+    std::lock_guard lock(desktop.lock);
+    const auto wanted = className ? plat::FindClass(desktop, className) : nullptr;
+    if (className && !wanted) return nullptr;
+    for (const HWND handle : desktop.Find(desktop.root)->children) {
+        const plat::Window* window = desktop.Find(handle);
+        if (wanted && window->windowClass != wanted) continue;
+        if (!text || window->text == text) return handle;
+    }
+    return nullptr;
+}
+
+BOOL SetWindowTextW(HWND window, LPCWSTR text) {
+    return SendMessageW(window, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text)) != 0;
+}
+
+int GetWindowTextW(HWND window, LPWSTR buffer, int count) {
+    if (!buffer || count <= 0) return 0;
+    buffer[0] = 0;
+    return static_cast<int>(
+        SendMessageW(window, WM_GETTEXT, static_cast<WPARAM>(count), reinterpret_cast<LPARAM>(buffer)));
+}
+
+int GetWindowTextLengthW(HWND window) {
+    return static_cast<int>(SendMessageW(window, WM_GETTEXTLENGTH, 0, 0));
+}
+
+DWORD GetWindowThreadProcessId(HWND window, DWORD* processId) {
+    plat::HostCall call;
+    const auto thread = plat::WithWindow(window, [](plat::Window& found) { return found.threadId; });
+    if (thread && processId) *processId = static_cast<DWORD>(getpid());
+    return thread.value_or(0);
+}
