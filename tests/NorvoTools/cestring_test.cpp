@@ -303,7 +303,7 @@ TEST(CeStringTest, FormatIsCut) {
 TEST(CeStringTest, ErrorTexts) {
     CeString s;
     s.FormatMessageW(0x2BADC0DE);
-    EXPECT_EQ(u"Error 733855966 occured", Text(s));
+    EXPECT_EQ(u"Error 732807390 occured", Text(s));
     s.FormatMessageW(ERROR_FILE_NOT_FOUND);
     EXPECT_FALSE(s.IsEmpty());
     EXPECT_EQ(nullptr, s.Find(u"occured"));
