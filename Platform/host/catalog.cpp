@@ -79,7 +79,7 @@ CEPROPID DbInfo::AutoId() const {
     return 0;
 }
 
-std::u16string FoldName(std::u16string_view name) {
+std::u16string FoldDatabaseName(std::u16string_view name) {
     std::u16string folded(name);
     for (WCHAR& c : folded) c = LowerUnit(c);
     return folded;
@@ -100,7 +100,7 @@ DWORD LoadDatabase(Connection& connection, CEOID oid, std::shared_ptr<const DbIn
 }
 
 DWORD LoadDatabase(Connection& connection, std::u16string_view name, std::shared_ptr<const DbInfo>& out) {
-    const std::u16string folded = FoldName(name);
+    const std::u16string folded = FoldDatabaseName(name);
     Statement row = connection.Use(Sql::DatabaseByName);
     row.Bind(1, BytesOf(folded));
     return ReadDatabase(connection, row, out);
@@ -117,7 +117,7 @@ DWORD Writer::SchemaChanged() {
 }
 
 DWORD Writer::PutDatabase(CEOID oid, const DbInfo& db) {
-    const std::u16string folded = FoldName(db.name);
+    const std::u16string folded = FoldDatabaseName(db.name);
     ByteBuffer props;
     for (const PropEntry& prop : db.schema) AppendPair(prop.propid, prop.first, props);
     return m_connection.Use(Sql::DatabasePut)

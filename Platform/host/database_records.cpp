@@ -109,7 +109,8 @@ CEOID CeReadRecordPropsEx(HANDLE handle, DWORD flags, WORD* count, const CEPROPI
     if (!count || !buffer || !size) return AnswerOid(0, ERROR_INVALID_PARAMETER);
     SessionLock lock(*db->m_session);
     DWORD error = 0;
-    return AnswerOid(ReadCurrent(*db, flags, *count, ids, *buffer, *size, heap, error), error);
+    const CEOID oid = ReadCurrent(*db, flags, *count, ids, *buffer, *size, heap, error);
+    return AnswerOid(oid, error);
 }
 
 CEOID CeWriteRecordProps(HANDLE handle, CEOID oid, WORD count, const CEPROPVAL* values) {

@@ -274,7 +274,7 @@ std::vector<std::shared_ptr<Volume>> MountedVolumes();
 // Reading the list of databases. Error 2 when there is no such one.
 DWORD LoadDatabase(Connection& connection, CEOID oid, std::shared_ptr<const DbInfo>& out);
 DWORD LoadDatabase(Connection& connection, std::u16string_view name, std::shared_ptr<const DbInfo>& out);
-std::u16string FoldName(std::u16string_view name);
+std::u16string FoldDatabaseName(std::u16string_view name);
 
 constexpr LONGLONG RecordRow(CEOID database, CEOID oid) {
     return static_cast<LONGLONG>(database) << 32 | oid;
