@@ -99,7 +99,7 @@ CStr::CStr(CStr&& other) noexcept : m_psz(std::exchange(other.m_psz, s_empty.tex
 CStr::~CStr() { FreeCSTR(std::exchange(m_psz, nullptr)); }
 
 CStr& CStr::operator=(const CStr& other) {
-    ReAllocCSTRLen(&m_psz, other.m_psz, other.GetLength());
+    if (this != &other) ReAllocCSTRLen(&m_psz, other.m_psz, other.GetLength());
     return *this;
 }
 

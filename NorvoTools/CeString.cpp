@@ -122,7 +122,7 @@ CeString::CeString(UINT nResource, HINSTANCE hModule) : CeString() { LoadStringW
 CeString::~CeString() { Release(); }
 
 CeString& CeString::operator=(const CeString& other) {
-    if (other.m_psz == m_psz) return *this;
+    if (this == &other || other.m_psz == m_psz) return *this; // already shared
     if (other.IsEmpty()) {
         Release();
         return *this;
