@@ -72,7 +72,7 @@ inline constexpr int CSTR_EQUAL = 2;
 inline constexpr int CSTR_GREATER_THAN = 3;
 
 // 1, 2 or 3 by the order of words in the locale's language; lengths in units, below 0 for a terminated text. Without
-// SORT_STRINGSORT hyphen and apostrophe only break ties ("coop", "co-op", "coops"). 0 and error 87 for a null text.
+// SORT_STRINGSORT hyphen and apostrophe only break ties ("co-op", "coop", "co-ops"). 0 and error 87 for a null text.
 int CompareStringW(LCID locale, DWORD flags, const WCHAR* a, int aLength, const WCHAR* b, int bLength);
 
 #pragma GCC visibility pop

@@ -22,9 +22,9 @@ constexpr std::size_t kMostUnits = 128; // more is no date
 
 struct Token {
     enum class Kind { Number, Word, Sign } kind;
-    int value = 0;       // of a number
-    int digits = 0;      // how many it was written with
-    std::u16string text; // of a word, small letters; of a sign the one unit
+    int value = 0;         // of a number
+    int digits = 0;        // how many it was written with
+    std::u16string text{}; // of a word, small letters; of a sign the one unit
     bool Is(Kind other) const { return kind == other; }
     bool IsSign(WCHAR c) const { return kind == Kind::Sign && text[0] == c; }
 };
