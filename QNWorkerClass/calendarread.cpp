@@ -6,13 +6,13 @@
 #include "Platform/memory.h"
 #include "Platform/strings.h"
 #include "QNWorkerClass/COutlook.h"
+#include "QNWorkerClass/sidestores.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
 
-constexpr WCHAR kPimVolume[] = u"\\pim.vol";
 constexpr WCHAR kAppointments[] = u"Appointments Database";
 constexpr CEPROPID kStartProperty = 0x10420040;
 constexpr CEPROPID kPatternStream = 0x203F0064;

@@ -1,0 +1,196 @@
+// The calendar thread as a worker: what its window is told, stopping, starting anew, and two of them at once.
+#include "Platform/windows.h"
+#include "QNWorkerClass/calendarthread.h"
+#include "tests/support/appointments.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+// A message-only window of this thread that keeps what it is told.
+class ClientWindow {
+public:
+    ClientWindow() {
+        WNDCLASSW windowClass = {};
+        windowClass.lpfnWndProc = DefWindowProcW;
+        windowClass.lpszClassName = u"CalendarClient";
+        RegisterClassW(&windowClass);
+        m_window = CreateWindowExW(0, u"CalendarClient", u"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
+                                   nullptr);
+    }
+    ~ClientWindow() { DestroyWindow(m_window); }
+    ClientWindow(const ClientWindow&) = delete;
+    ClientWindow& operator=(const ClientWindow&) = delete;
+    operator HWND() const { return m_window; }
+
+    // "32802 1274(1,5) 32803 ", up to and with the next end of a run.
+    std::string UntilFinished() {
+        std::string text;
+        MSG message;
+        for (;;) {
+            if (!PeekMessageW(&message, m_window, 0, 0, PM_REMOVE)) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                continue;
+            }
+            text += Text(message);
+            if (message.message == kMsgThreadFinished) return text;
+        }
+    }
+    std::string Pending() {
+        std::string text;
+        MSG message;
+        while (PeekMessageW(&message, m_window, 0, 0, PM_REMOVE)) text += Text(message);
+        return text;
+    }
+
+private:
+    static std::string Text(const MSG& message) {
+        std::string text = std::to_string(message.message);
+        if (message.message == kMsgListChanged)
+            text += "(" + std::to_string(message.wParam) + "," + std::to_string(message.lParam) + ")";
+        return text + " ";
+    }
+    HWND m_window;
+};
+
+class CalendarWorker : public AppointmentTest {
+protected:
+    void AddMany(int count) {
+        m_store->Db().BeginTransaction();
+        for (int i = 0; i < count; ++i)
+            AddAppointment().On("2010-03-01").At("10:00", 60).Daily(1 + static_cast<DWORD>(i % 5)).Save();
+        m_store->Db().Commit();
+    }
+    static void Restrict(CCalendarThread& thread, const char* first, const char* last) {
+        SYSTEMTIME from = Date(first);
+        SYSTEMTIME to = Date(last);
+        thread.SetRestrict(&from, &to, true);
+    }
+    ClientWindow m_client;
+};
+
+TEST_F(CalendarWorker, TellsItsWindowOfALoad) {
+    AddAppointment().On("2010-03-01").At("10:00", 60).Daily(1).Save();
+    CCalendarThread thread;
+    thread.m_hClientWnd = m_client;
+    Restrict(thread, "2010-03-01", "2010-03-03");
+    ASSERT_TRUE(thread.Start());
+    EXPECT_EQ("32802 1274(1,6) 32803 ", m_client.UntilFinished());
+    thread.WaitForComplete();
+    EXPECT_EQ(6, thread.GetActiveDataCount());
+    // Another range, by a new start.
+    Restrict(thread, "2010-03-01", "2010-03-05");
+    ASSERT_TRUE(thread.Start());
+    EXPECT_EQ("32802 1274(1,10) 32803 ", m_client.UntilFinished());
+    // On the caller's thread nothing is told.
+    thread.WaitForComplete();
+    thread.CalendarThreadProc(nullptr, 0);
+    EXPECT_EQ("", m_client.Pending());
+}
+
+TEST_F(CalendarWorker, WithoutARangeItDoesNothing) {
+    AddAppointment().On("2010-03-01").Save();
+    CCalendarThread thread;
+    thread.m_hClientWnd = m_client;
+    ASSERT_TRUE(thread.Start());
+    thread.WaitForComplete();
+    EXPECT_EQ("", m_client.Pending());
+    EXPECT_EQ(0, thread.GetActiveDataCount());
+}
+
+TEST_F(CalendarWorker, AStoppedLoadIsNotAnnounced) {
+    AddMany(400);
+    CCalendarThread thread;
+    thread.m_hClientWnd = m_client;
+    Restrict(thread, "2010-03-01", "2011-03-01");
+    ASSERT_TRUE(thread.Start());
+    std::string told;
+    while (told.empty()) told = m_client.Pending(); // it has begun
+    thread.Stop(false);
+    told += m_client.Pending();
+    EXPECT_EQ("32802 32803 ", told); // a whole load takes far longer than the way to Stop
+    EXPECT_LT(thread.GetActiveDataCount(), 400 * 73);
+    // The lock is free again, and the next load is whole.
+    ASSERT_TRUE(thread.Start());
+    EXPECT_EQ("32802 1274(1,", m_client.UntilFinished().substr(0, 13));
+}
+
+TEST_F(CalendarWorker, ALoadThatFindsAnotherGoingGivesUp) {
+    AddMany(200);
+    CCalendarThread thread;
+    thread.m_hClientWnd = m_client;
+    Restrict(thread, "2010-03-01", "2010-12-31");
+    ASSERT_TRUE(thread.Start());
+    thread.CalendarThreadProc(nullptr, 0); // at once, or a load of its own behind the worker's
+    thread.SortDataList(true);
+    thread.RemoveTasksFromThread();
+    std::string told = m_client.UntilFinished();
+    thread.WaitForComplete();
+    if (told.find("1274") == std::string::npos) thread.CalendarThreadProc(nullptr, 0); // the worker gave up
+    LONG count = thread.GetActiveDataCount();
+    thread.CalendarThreadProc(nullptr, 0);
+    EXPECT_EQ(count, thread.GetActiveDataCount());
+}
+
+TEST_F(CalendarWorker, StartsAndStopsFollowEachOther) {
+    AddMany(60);
+    CCalendarThread thread;
+    thread.m_hClientWnd = m_client;
+    for (int round = 0; round < 500; ++round) {
+        Restrict(thread, "2010-03-01", round % 2 ? "2010-03-10" : "2010-04-10");
+        ASSERT_TRUE(thread.Start()) << round;
+        SYSTEMTIME date = Date("2010-03-05");
+        EXPECT_TRUE(thread.IsInCache(&date));
+        if (round % 3 == 0) std::this_thread::sleep_for(std::chrono::microseconds(round * 7 % 900));
+        if (round % 3 == 1) thread.Stop(false);
+        m_client.Pending();
+    }
+    thread.Stop(false);
+    Restrict(thread, "2010-03-01", "2010-03-01");
+    m_client.Pending();
+    ASSERT_TRUE(thread.Start());
+    EXPECT_EQ("32802 1274(1,61) 32803 ", m_client.UntilFinished());
+}
+
+TEST_F(CalendarWorker, TwoThreadsLoadAtOnce) {
+    AddMany(50);
+    AddAppointment(u"x")
+        .On("2010-03-01")
+        .At("09:00", 60)
+        .Weekly(2, 34)
+        .Except("2010-03-05")
+        .Changed(Moved("2010-03-15 09:00", "2010-03-16 09:00", "2010-03-16 10:00"))
+        .Save();
+    std::string alone = Days("2010-03-01", "2010-06-30");
+    CCalendarThread threads[2];
+    for (int round = 0; round < 10; ++round) {
+        for (CCalendarThread& thread : threads) {
+            Restrict(thread, "2010-03-01", "2010-06-30");
+            ASSERT_TRUE(thread.Start());
+        }
+        for (CCalendarThread& thread : threads) {
+            thread.WaitForComplete();
+            ASSERT_EQ(alone, ListText(thread.GetList(), false));
+        }
+    }
+}
+
+// A window that has gone, and a thread object that dies in the middle of its load.
+TEST_F(CalendarWorker, EndsInTheMiddleOfALoad) {
+    AddMany(100);
+    for (int round = 0; round < 20; ++round) {
+        CCalendarThread thread;
+        {
+            ClientWindow gone;
+            thread.m_hClientWnd = gone;
+        }
+        Restrict(thread, "2010-03-01", "2010-12-31");
+        ASSERT_TRUE(thread.Start());
+        std::this_thread::sleep_for(std::chrono::microseconds(round * 200));
+    }
+}
+
+} // namespace

@@ -1,0 +1,436 @@
+// Appointments on a test device, in the words of a calendar:
+//
+//     AddAppointment(u"Standup").On("2010-03-01").At("10:00", 90).Daily(2).Until("2010-03-31").Except("2010-03-09").Save();
+//     EXPECT_DAYS(Days("2010-03-01", "2010-03-07"),
+//                 "Mon 2010-03-01  2010-03-01 10:00..2010-03-01 11:30\n" ...);
+//
+// Records are written through CeDb with blobs built here, byte by byte and independently of the product's own writer.
+#pragma once
+
+#include "NorvoTools/CeDb.h"
+#include "Platform/civil.h"
+#include "Platform/clock.h"
+#include "QNWorkerClass/calendarthread.h"
+#include "tests/support/device.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+// "2010-03-01" or "2010-03-01 10:30" as minutes since 1601.
+inline DWORD Minutes(const char* text) {
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0;
+    std::sscanf(text, "%d-%d-%d %d:%d", &year, &month, &day, &hour, &minute);
+    return static_cast<DWORD>(civil::DaysFromCivil(year, month, day) * 1440 + hour * 60 + minute);
+}
+
+inline SYSTEMTIME Date(const char* text) { return civil::SystemTimeFromMinutes(Minutes(text)); }
+
+// "10:30" as minutes after midnight.
+inline DWORD Clock(const char* text) {
+    int hour = 0, minute = 0;
+    std::sscanf(text, "%d:%d", &hour, &minute);
+    return static_cast<DWORD>(hour * 60 + minute);
+}
+
+inline std::string Narrow(const WCHAR* text) {
+    std::string narrow;
+    for (; text && *text; ++text) narrow += *text < 128 ? static_cast<char>(*text) : '?';
+    return narrow;
+}
+
+// A changed occurrence, as a blob holds it.
+struct Change {
+    DWORD start;
+    DWORD end;
+    DWORD original; // with the series' start time
+    WORD flags = 0;
+    std::vector<BYTE> parts;
+
+    Change& Subject(const std::u16string& text) { return Text(0x0001, text); }
+    Change& Location(const std::u16string& text) { return Text(0x0010, text); }
+    Change& Busy(WORD status) {
+        flags |= 0x0020;
+        return Word(status).Word(0);
+    }
+    Change& AllDay(bool allDay) {
+        flags |= 0x0080;
+        return Word(allDay ? 1 : 2).Word(0);
+    }
+    Change& Word(WORD value) {
+        parts.push_back(static_cast<BYTE>(value));
+        parts.push_back(static_cast<BYTE>(value >> 8));
+        return *this;
+    }
+    Change& Text(WORD flag, const std::u16string& text) {
+        flags |= flag;
+        Word(static_cast<WORD>(text.size() + 1)).Word(static_cast<WORD>(text.size()));
+        for (WCHAR c : text) Word(c);
+        return *this;
+    }
+};
+
+inline Change Moved(const char* original, const char* start, const char* end) {
+    return {Minutes(start), Minutes(end), Minutes(original), 0, {}};
+}
+
+// The bytes of a recurrence blob.
+struct Blob {
+    DWORD magic = 0x30043004;
+    WORD recurType = 0;
+    WORD patternType = 0;
+    DWORD yearOffset = 0;
+    DWORD period = 0;
+    std::vector<DWORD> fields; // of the pattern
+    DWORD endType = 0x2023;
+    std::vector<DWORD> deleted; // dates of deleted and changed occurrences
+    std::vector<DWORD> modified;
+    DWORD startDate = 0;
+    DWORD endDate = 1525252319; // never
+    DWORD marker = 0x3005;
+    DWORD startTime = 0;
+    DWORD endTime = 0;
+    std::vector<Change> changes;
+
+    std::vector<BYTE> Bytes() const {
+        std::vector<BYTE> out;
+        auto put = [&out](DWORD value, int width) {
+            for (int i = 0; i < width; ++i) out.push_back(static_cast<BYTE>(value >> (8 * i)));
+        };
+        auto putAll = [&](const std::vector<DWORD>& values) {
+            for (DWORD value : values) put(value, 4);
+        };
+        put(magic, 4);
+        put(recurType, 2);
+        put(patternType, 2);
+        put(0, 2);
+        put(yearOffset, 4);
+        put(period, 4);
+        put(0, 4);
+        putAll(fields);
+        if (magic == 0x30053005) out.insert(out.end(), 8, 0xAB);
+        put(endType, 4);
+        put(0, 4);
+        put(0, 4);
+        put(static_cast<DWORD>(deleted.size()), 4);
+        putAll(deleted);
+        put(static_cast<DWORD>(modified.size()), 4);
+        putAll(modified);
+        putAll({startDate, endDate, marker, marker, startTime, endTime});
+        put(static_cast<DWORD>(modified.size()), 2);
+        for (const Change& change : changes) {
+            putAll({change.start, change.end, change.original});
+            put(change.flags, 2);
+            put(0, 2);
+            out.insert(out.end(), change.parts.begin(), change.parts.end());
+        }
+        return out;
+    }
+};
+
+// The appointments database of a device, open for writing.
+class AppointmentStore {
+public:
+    AppointmentStore() {
+        m_open = m_db.MountVolumeEDB(u"\\pim.vol", false) && m_db.Open(u"Appointments Database");
+    }
+    bool IsOpen() const { return m_open; }
+    CeDb& Db() { return m_db; }
+
+private:
+    CeDb m_db;
+    bool m_open;
+};
+
+class Appointment {
+public:
+    Appointment(AppointmentStore& store, std::u16string subject)
+        : m_store(store), m_subject(std::move(subject)) {}
+
+    Appointment& On(const char* date) {
+        m_blob.startDate = Minutes(date);
+        return *this;
+    }
+    Appointment& At(const char* clock, DWORD duration) {
+        m_blob.startTime = Clock(clock);
+        m_duration = duration;
+        return *this;
+    }
+    Appointment& AllDay(DWORD days = 1) {
+        m_allDay = true;
+        m_duration = days * 1440;
+        return *this;
+    }
+    Appointment& Location(std::u16string text) {
+        m_location = std::move(text);
+        return *this;
+    }
+    Appointment& NoSubject() {
+        m_hasSubject = false;
+        return *this;
+    }
+    Appointment& Busy(LONG status) {
+        m_busy = status;
+        return *this;
+    }
+    Appointment& Sensitivity(LONG value) {
+        m_sensitivity = value;
+        return *this;
+    }
+    Appointment& Meeting(DWORD value) {
+        m_meeting = value;
+        return *this;
+    }
+    // The zone of the item: the record's start is then that zone's wall-clock time in universal time.
+    Appointment& Zone(const TIME_ZONE_INFORMATION& zone) {
+        m_zone = zone;
+        m_hasZone = true;
+        return *this;
+    }
+
+    Appointment& Daily(DWORD days) { return Rule(8202, 0, days * 1440, {}); }
+    Appointment& Weekdays() { return Rule(8202, 1, 0, {62}); }
+    Appointment& Weekly(DWORD weeks, DWORD mask) { return Rule(8203, 1, weeks, {mask}); }
+    Appointment& MonthlyDay(DWORD months, DWORD day) { return Rule(8204, 2, months, {day}); }
+    Appointment& MonthlyNth(DWORD months, DWORD mask, DWORD nth) {
+        return Rule(8204, 3, months, {mask, nth});
+    }
+    Appointment& YearlyDay(int month, DWORD day) { return Yearly(2, month, {day}); }
+    Appointment& YearlyNth(int month, DWORD mask, DWORD nth) { return Yearly(3, month, {mask, nth}); }
+    Appointment& Until(const char* date) {
+        m_blob.endDate = Minutes(date);
+        return *this;
+    }
+    Appointment& Except(const char* date) {
+        m_blob.deleted.push_back(Minutes(date));
+        return *this;
+    }
+    Appointment& Changed(const Change& change) {
+        m_blob.deleted.push_back(change.original / 1440 * 1440);
+        m_blob.modified.push_back(change.start / 1440 * 1440);
+        m_blob.changes.push_back(change);
+        return *this;
+    }
+    // Bytes in place of the blob built here; they may be damaged.
+    Appointment& RawBlob(std::vector<BYTE> bytes) {
+        m_raw = std::move(bytes);
+        m_recurring = true;
+        return *this;
+    }
+    // The blob as a plain property of the row instead of a stream.
+    Appointment& BlobInRow() {
+        m_blobInRow = true;
+        return *this;
+    }
+
+    // The id of the record; 0 on failure.
+    CEOID Save() {
+        std::vector<CEPROPVAL> values;
+        auto add = [&values](CEPROPID id) -> CEVALUNION& {
+            values.push_back({});
+            values.back().propid = id;
+            return values.back().val;
+        };
+        add(0x10420040).filetime = FileTimeFromTicks(static_cast<ULONGLONG>(StartUtc()) * 600000000ULL);
+        add(0x10400013).ulVal = m_duration;
+        add(0x0044000B).boolVal = m_allDay;
+        add(0x0022000B).boolVal = m_recurring;
+        add(0x0028000B).boolVal = 1;
+        add(0x00210013).ulVal = static_cast<ULONG>(m_sensitivity);
+        add(0x00450013).ulVal = static_cast<ULONG>(m_busy);
+        add(0x00500013).ulVal = m_meeting;
+        if (m_hasSubject) add(0x0020001F).lpwstr = m_subject.data();
+        if (!m_location.empty()) add(0x0041001F).lpwstr = m_location.data();
+        std::vector<BYTE> zone = ZoneBytes();
+        if (m_hasZone) add(0x00480041).blob = {static_cast<DWORD>(zone.size()), zone.data()};
+        std::vector<BYTE> blob = BlobBytes();
+        if (m_recurring && !blob.empty())
+            add(m_blobInRow ? 0x203F0041 : 0x203F0064).blob = {static_cast<DWORD>(blob.size()), blob.data()};
+        return CeWriteRecordProps(m_store.Db().m_hDb, 0, static_cast<WORD>(values.size()), values.data());
+    }
+
+    std::vector<BYTE> BlobBytes() {
+        if (!m_raw.empty()) return m_raw;
+        m_blob.endTime = m_blob.startTime + m_duration;
+        return m_blob.Bytes();
+    }
+
+private:
+    Appointment& Rule(WORD recurType, WORD patternType, DWORD period, std::vector<DWORD> fields) {
+        m_recurring = true;
+        m_blob.recurType = recurType;
+        m_blob.patternType = patternType;
+        m_blob.period = period;
+        m_blob.fields = std::move(fields);
+        return *this;
+    }
+    Appointment& Yearly(WORD patternType, int month, std::vector<DWORD> fields) {
+        m_blob.yearOffset = static_cast<DWORD>(
+            (civil::DaysFromCivil(2001, month, 1) - civil::DaysFromCivil(2001, 1, 1)) * 1440);
+        return Rule(8205, patternType, 12, std::move(fields));
+    }
+
+    // The wall-clock time of the item's own zone, or of the device's, in universal time.
+    LONGLONG StartUtc() const {
+        TIME_ZONE_INFORMATION zone = m_zone;
+        if (!m_hasZone) GetTimeZoneInformation(&zone);
+        SYSTEMTIME wall = civil::SystemTimeFromMinutes(m_blob.startDate + m_blob.startTime);
+        SYSTEMTIME utc = wall;
+        CeTzSpecificLocalTimeToSystemTime(&zone, &wall, IsInDST(wall.wYear, wall.wMonth, wall.wDay, &zone),
+                                          &utc);
+        return civil::MinutesOf(utc);
+    }
+
+    std::vector<BYTE> ZoneBytes() const {
+        std::vector<BYTE> bytes(48, 0);
+        std::memcpy(bytes.data(), &m_zone.Bias, 4);
+        std::memcpy(bytes.data() + 4, &m_zone.StandardBias, 4);
+        std::memcpy(bytes.data() + 8, &m_zone.DaylightBias, 4);
+        std::memcpy(bytes.data() + 14, &m_zone.StandardDate, 16);
+        std::memcpy(bytes.data() + 32, &m_zone.DaylightDate, 16);
+        return bytes;
+    }
+
+    AppointmentStore& m_store;
+    std::u16string m_subject;
+    std::u16string m_location;
+    bool m_hasSubject = true;
+    bool m_allDay = false;
+    bool m_recurring = false;
+    bool m_blobInRow = false;
+    bool m_hasZone = false;
+    DWORD m_duration = 60;
+    LONG m_busy = 2;
+    LONG m_sensitivity = 0;
+    DWORD m_meeting = 0;
+    TIME_ZONE_INFORMATION m_zone = {};
+    Blob m_blob;
+    std::vector<BYTE> m_raw;
+};
+
+// --- Text dumps ---------------------------------------------------------------------------------------------------
+
+inline std::string DateText(LONG day) {
+    civil::Date date = civil::CivilFromDays(day + civil::kDaysTo1899);
+    char text[32];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d", date.year, date.month, date.day);
+    return text;
+}
+
+inline std::string MomentText(double variant) {
+    SYSTEMTIME t = {};
+    VariantTimeToSystemTime(variant, &t);
+    char text[48];
+    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u", t.wYear, t.wMonth, t.wDay, t.wHour,
+                  t.wMinute);
+    return text;
+}
+
+inline std::string WeekdayText(LONG day) {
+    static const char* const kNames[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+    return kNames[civil::WeekdayOfDays(day + civil::kDaysTo1899)];
+}
+
+// "Sat 2010-03-20  2010-03-20 10:00..2010-03-20 11:00 EXC copy early"
+inline std::string LineText(const DATACALENDAR& line) {
+    std::string text = WeekdayText(line.m_lDay) + " " + DateText(line.m_lDay);
+    if (line.IsHeader()) return text + " --";
+    if (line.m_bAllDay)
+        text += "  all-day " + MomentText(line.m_dtStart).substr(0, 10) + ".." +
+                MomentText(line.m_dtEnd).substr(0, 10);
+    else
+        text += "  " + MomentText(line.m_dtStart) + ".." + MomentText(line.m_dtEnd);
+    if (line.m_bException) text += " EXC";
+    if (line.m_lDay != static_cast<LONG>(line.m_dtStart)) text += " copy";
+    if (line.m_bEndsEarlier) text += " early";
+    return text;
+}
+
+inline std::string ListText(CePtrList<DATACALENDAR*>& list, bool headers, bool subjects = false) {
+    std::string text;
+    for (const DATACALENDAR* line : list) {
+        if (line->IsHeader() && !headers) continue;
+        text += LineText(*line);
+        if (subjects) text += " " + Narrow(line->m_bstrSubject);
+        text += "\n";
+    }
+    return text;
+}
+
+#define EXPECT_DAYS(actual, expected) EXPECT_EQ(std::string(expected), (actual))
+
+// A device without summer time, at universal time, with an empty calendar.
+class AppointmentTest : public DeviceTest {
+protected:
+    AppointmentTest() {
+        TIME_ZONE_INFORMATION zone = {};
+        PlatSetTimeZone(&zone);
+        m_store = std::make_unique<AppointmentStore>();
+    }
+    void SetUp() override { ASSERT_TRUE(m_store->IsOpen()); }
+    ~AppointmentTest() override { m_store.reset(); }
+
+    Appointment AddAppointment(std::u16string subject = u"Item") { return {*m_store, std::move(subject)}; }
+
+    // Loads the days, both included, on this thread and gives the lines without the headers.
+    std::string Days(const char* first, const char* last) {
+        CCalendarThread thread;
+        return Days(thread, first, last, false);
+    }
+    std::string Days(CCalendarThread& thread, const char* first, const char* last, bool headers = false,
+                     bool subjects = false) {
+        Load(thread, first, last);
+        return ListText(thread.GetList(), headers, subjects);
+    }
+    static void Load(CCalendarThread& thread, const char* first, const char* last) {
+        SYSTEMTIME from = Date(first);
+        SYSTEMTIME to = Date(last);
+        thread.SetRestrict(&from, &to, true);
+        thread.CalendarThreadProc(nullptr, 0);
+    }
+
+    static void SetNumber(const WCHAR* name, DWORD value,
+                          const WCHAR* key = u"Software\\Norvo\\Quillonary\\CAV") {
+        CRegistry registry;
+        registry.OpenKey(HKEY_CURRENT_USER, key);
+        registry.SetValue(name, value);
+        registry.CloseKey();
+    }
+    static void SetText(const WCHAR* name, const WCHAR* value,
+                        const WCHAR* key = u"Software\\Norvo\\Quillonary\\CAV") {
+        CRegistry registry;
+        registry.OpenKey(HKEY_CURRENT_USER, key);
+        registry.SetValue(name, value);
+        registry.CloseKey();
+    }
+
+    std::unique_ptr<AppointmentStore> m_store;
+};
+
+// Zones with summer time.
+inline TIME_ZONE_INFORMATION NewYorkZone() {
+    TIME_ZONE_INFORMATION zone = {};
+    zone.Bias = 300;
+    zone.DaylightBias = -60;
+    zone.StandardDate = {0, 11, 0, 1, 2, 0, 0, 0};
+    zone.DaylightDate = {0, 3, 0, 2, 2, 0, 0, 0};
+    return zone;
+}
+inline TIME_ZONE_INFORMATION BerlinZone() {
+    TIME_ZONE_INFORMATION zone = {};
+    zone.Bias = -60;
+    zone.DaylightBias = -60;
+    zone.StandardDate = {0, 10, 0, 5, 3, 0, 0, 0};
+    zone.DaylightDate = {0, 3, 0, 5, 2, 0, 0, 0};
+    return zone;
+}
+inline TIME_ZONE_INFORMATION SydneyZone() {
+    TIME_ZONE_INFORMATION zone = {};
+    zone.Bias = -600;
+    zone.DaylightBias = -60;
+    zone.StandardDate = {0, 4, 0, 1, 3, 0, 0, 0};
+    zone.DaylightDate = {0, 10, 0, 1, 2, 0, 0, 0};
+    return zone;
+}
