@@ -144,7 +144,7 @@ bool CeDbRecord::GetIndexVal(int index, WCHAR*& buffer) const {
 bool CeDbRecord::GetIndexVal(int index, WCHAR* buffer, std::size_t chars) const {
     if (!buffer || chars == 0 || index < 0 || index >= m_wNumProps || !IsText(m_pProps[index])) return false;
     const std::u16string_view text = TextAt(index).substr(0, chars - 1);
-    std::memcpy(buffer, text.data(), text.size() * sizeof(WCHAR));
+    std::copy(text.begin(), text.end(), buffer);
     buffer[text.size()] = 0;
     return Present(index) != nullptr;
 }

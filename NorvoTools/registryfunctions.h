@@ -9,7 +9,7 @@
 inline constexpr DWORD kRegistryKeyNameChars = 75;
 
 extern "C" {
-// A double word. ERROR_FILE_NOT_FOUND also for a value of another type.
+// A double word; a value of another type fails as well.
 QN_API LONG GetFromRegistry(HKEY root, const WCHAR* key, const WCHAR* name, DWORD* value);
 // Creates the key when it is missing, and writes REG_DWORD.
 QN_API LONG SetToRegistry(HKEY root, const WCHAR* key, const WCHAR* name, DWORD value);

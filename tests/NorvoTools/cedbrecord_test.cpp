@@ -1,6 +1,7 @@
 #include "NorvoTools/CeDbRecord.h"
 #include "NorvoTools/CeString.h"
 #include "Platform/clock.h"
+#include "Platform/locale.h"
 #include "Platform/memory.h"
 #include "tests/support/device.h"
 
@@ -53,7 +54,7 @@ TEST_F(CeDbRecordTest, ALongerTextKeepsEverythingElse) {
     EXPECT_TRUE(rec.AddProp(kName, CEVT_LPWSTR)); // there already
     EXPECT_EQ(rec.m_wNumProps, 4);
     EXPECT_TRUE(rec.AddProp(9, CEVT_R8));
-    EXPECT_EQ(Show(rec), "-5|note||010203|0|");
+    EXPECT_EQ(Show(rec), "-5|note||010203|0.000|");
 }
 
 TEST_F(CeDbRecordTest, BlobsGrowAndAreFreedOnce) {
@@ -144,7 +145,13 @@ TEST_F(CeDbRecordTest, EveryTypeAsText) {
     rec.SetIndexVal(6, time);
     rec.SetIndexVal(7, FILETIME{0xFFFFFFFF, 0xFFFFFFFF});
     PlatSetLocale("en_US");
-    EXPECT_EQ(Show(rec), "-1|65535|-70000|4000000000|true|2.500|11/21/2026 2:05 PM||-|");
+    WCHAR day[40] = {}; // short date and time without seconds, in the system's own form
+    WCHAR hour[40] = {};
+    ASSERT_GT(GetDateFormatW(2048, 1, &date, nullptr, day, 40), 0);
+    ASSERT_GT(GetTimeFormatW(2048, 2, &date, nullptr, hour, 40), 0);
+    const std::u16string both = std::u16string(day) + u' ' + hour;
+    EXPECT_EQ(Show(rec),
+              "-1|65535|-70000|4000000000|true|2.500|" + std::string(both.begin(), both.end()) + "||-|");
     SHORT low = 0;
     double number = 0;
     EXPECT_TRUE(rec.GetIndexVal(0, low));

