@@ -1,0 +1,20 @@
+// The commands of qn. Each takes the words behind its name and gives the exit code; a Failure carries its message.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace qn {
+
+using Words = std::vector<std::string>;
+
+int ImportCommand(const Words& words);
+int AgendaCommand(const Words& words);
+int ListCommand(const Words& words);
+int ShowCommand(const Words& words);
+int DeleteCommand(const Words& words);
+int GetCommand(const Words& words);
+int SetCommand(const Words& words);
+int ExportCommand(const Words& words);
+
+} // namespace qn

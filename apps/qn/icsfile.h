@@ -1,0 +1,79 @@
+// An iCalendar file as events and to-dos: read component by component, so that a broken one costs only itself, and each
+// knows the line it began on.
+#pragma once
+
+#include "apps/qn/icszones.h"
+
+#include <libical/ical.h>
+
+#include <functional>
+#include <istream>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qn {
+
+// A date or moment as the file has it, with the name of its zone.
+struct When {
+    icaltimetype time = icaltime_null_time();
+    std::string tzid;
+    bool IsSet() const { return !icaltime_is_null_time(time); }
+    bool IsDate() const { return time.is_date != 0; }
+};
+
+struct Attendee {
+    std::string name;
+    std::string address;
+    int type = 1;     // 1 required, 2 optional, 3 resource
+    int response = 0; // 0 none, 1 accepted, 2 declined, 3 tentative
+};
+
+// What events and to-dos share.
+struct IcsItem {
+    unsigned line = 0;
+    std::string uid;
+    std::string summary;
+    std::string location;
+    std::string note;
+    std::vector<std::string> categories;
+    std::vector<std::string> rules;
+    std::vector<When> exceptionDates;
+    std::vector<When> extraDates;
+    When start;
+    When end; // DTEND, or DUE of a to-do
+    When recurrenceId;
+    bool thisAndFuture = false;
+    std::optional<int> duration; // seconds, when there is no end
+    int sensitivity = 0;
+    int busyStatus = 2;
+    bool cancelled = false;
+    std::optional<int> reminderMinutes; // before the start
+    std::optional<When> reminderTime;   // a moment of its own
+    unsigned furtherAlarms = 0;
+    unsigned attachments = 0;
+    std::string organizer;
+    std::vector<Attendee> attendees;
+    // To-dos only.
+    bool isTodo = false;
+    int priority = 0; // 1 to 9, 0 none
+    int percent = 0;
+    bool completed = false;
+    When completedAt;
+};
+
+struct IcsFile {
+    ZoneTable zones;
+    std::vector<IcsItem> items;
+    struct Skipped {
+        unsigned line;
+        std::string why;
+    };
+    std::vector<Skipped> skipped;
+};
+
+// Reads the whole stream. `name` is for messages; `progress` is told the bytes read so far. A stream that is no iCalendar
+// at all is a Failure with file and line.
+IcsFile ReadIcs(std::istream& in, const std::string& name, const std::function<void(std::size_t)>& progress);
+
+} // namespace qn

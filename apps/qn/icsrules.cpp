@@ -1,0 +1,296 @@
+#include "apps/qn/icsrules.h"
+
+#include "Platform/civil.h"
+#include "Platform/poom.h"
+#include "Platform/rulewalk.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+namespace qn {
+
+namespace {
+
+constexpr int kProofDates = 150;  // as many dates of both walks must agree
+constexpr int kProofYears = 60;   // or all within as many years
+constexpr LONG kWorkingDays = 62;
+constexpr LONG kWeekend = 65;
+constexpr LONG kAnyDay = 127;
+constexpr LONG kLast = 5;
+constexpr short kNone = ICAL_RECURRENCE_ARRAY_MAX;
+constexpr std::int64_t kDaysToVariant = civil::kDaysTo1899;
+
+struct FreeIterator {
+    void operator()(icalrecur_iterator* walk) const { icalrecur_iterator_free(walk); }
+};
+using Walk = std::unique_ptr<icalrecur_iterator, FreeIterator>;
+
+std::int64_t DayOf(const icaltimetype& time) { return civil::DaysFromCivil(time.year, time.month, time.day); }
+
+template<std::size_t N>
+std::vector<int> Values(const short (&list)[N]) {
+    std::vector<int> values;
+    for (std::size_t i = 0; i < N && list[i] != kNone; ++i) values.push_back(list[i]);
+    return values;
+}
+
+// BYDAY with one ordinal for all its days, which is how patterns know it.
+struct ByDay {
+    LONG mask = 0;
+    int nth = 0; // 0: none
+    bool uniform = true;
+    int count = 0;
+};
+
+ByDay ByDayOf(const icalrecurrencetype& rule) {
+    ByDay result;
+    for (const int value : Values(rule.by_day)) {
+        const int weekday = icalrecurrencetype_day_day_of_week(static_cast<short>(value)); // 1 Sunday
+        const int nth = icalrecurrencetype_day_position(static_cast<short>(value));
+        if (result.count && nth != result.nth) result.uniform = false;
+        result.nth = nth;
+        result.mask |= 1 << (weekday - 1);
+        ++result.count;
+    }
+    return result;
+}
+
+bool HasOnlyKnownParts(const icalrecurrencetype& rule) {
+    return rule.by_second[0] == kNone && rule.by_minute[0] == kNone && rule.by_hour[0] == kNone &&
+           rule.by_year_day[0] == kNone && rule.by_week_no[0] == kNone && !rule.rscale &&
+           Values(rule.by_month).size() <= 1 && Values(rule.by_set_pos).size() <= 1;
+}
+
+// The day of the month that a rule names. "The last of 28, 29 ... d" is day d, which short months cut to their end.
+// 0 when no one day says it.
+LONG MonthDayOf(const std::vector<int>& monthDays, const std::vector<int>& positions, int ownDay) {
+    if (monthDays.empty()) return positions.empty() ? ownDay : 0;
+    if (monthDays.size() == 1) return positions.empty() ? monthDays[0] : 0;
+    if (positions != std::vector<int>{-1} || monthDays.front() != 28) return 0;
+    for (std::size_t i = 1; i < monthDays.size(); ++i)
+        if (monthDays[i] != monthDays[i - 1] + 1) return 0;
+    return monthDays.back();
+}
+
+// The nth of the days, by the ordinal of BYDAY or by BYSETPOS; 0 when it is no instance of a pattern.
+LONG InstanceOf(const ByDay& days, const std::vector<int>& positions) {
+    int nth = days.nth;
+    if (nth == 0 && positions.size() == 1) nth = positions[0];
+    else if (!positions.empty()) return 0;
+    if (!days.uniform || (days.nth != 0 && days.count != 1)) return 0;
+    const bool knownMask = days.count == 1 || days.mask == kWorkingDays || days.mask == kWeekend || days.mask == kAnyDay;
+    if (!knownMask) return 0;
+    return nth == -1 ? kLast : nth >= 1 && nth <= 4 ? nth : 0;
+}
+
+// The patterns worth proving. Months of a yearly rule with an interval fit a monthly one of twelve times the interval.
+std::vector<Pattern> Candidates(const icalrecurrencetype& rule, const icaltimetype& start) {
+    std::vector<Pattern> found;
+    const ByDay days = ByDayOf(rule);
+    const std::vector<int> months = Values(rule.by_month);
+    const std::vector<int> monthDays = Values(rule.by_month_day);
+    const std::vector<int> positions = Values(rule.by_set_pos);
+    const LONG interval = std::max<LONG>(rule.interval, 1);
+    const LONG day = MonthDayOf(monthDays, positions, start.day);
+    const LONG instance = days.count ? InstanceOf(days, positions) : 0;
+    const auto add = [&](Pattern pattern) { found.push_back(pattern); };
+    switch (rule.freq) {
+    case ICAL_DAILY_RECURRENCE:
+        if (!months.empty() || !monthDays.empty() || !positions.empty()) break;
+        if (!days.count) add({.type = olRecursDaily, .interval = interval});
+        if (days.count && days.nth == 0 && interval == 1) add({.type = olRecursWeekly, .mask = days.mask});
+        break;
+    case ICAL_WEEKLY_RECURRENCE: {
+        if (!months.empty() || !monthDays.empty() || !positions.empty() || days.nth != 0) break;
+        const LONG own = 1 << civil::WeekdayOfDays(DayOf(start));
+        add({.type = olRecursWeekly, .interval = interval, .mask = days.count ? days.mask : own});
+        break;
+    }
+    case ICAL_MONTHLY_RECURRENCE:
+    case ICAL_YEARLY_RECURRENCE: {
+        const bool yearly = rule.freq == ICAL_YEARLY_RECURRENCE;
+        if (!yearly && !months.empty()) break;
+        if (days.count && !monthDays.empty()) break;
+        if (yearly && days.count && months.empty()) break; // the nth weekday of a whole year
+        const LONG step = yearly ? interval * 12 : interval;
+        const LONG month = months.empty() ? start.month : months[0];
+        if (instance) {
+            if (yearly && interval == 1)
+                add({.type = olRecursYearNth, .mask = days.mask, .instance = instance, .month = month});
+            add({.type = olRecursMonthNth, .interval = step, .mask = days.mask, .instance = instance});
+        } else if (!days.count && day == -1) {
+            if (yearly && interval == 1)
+                add({.type = olRecursYearNth, .mask = kAnyDay, .instance = kLast, .month = month});
+            add({.type = olRecursMonthNth, .interval = step, .mask = kAnyDay, .instance = kLast});
+        } else if (!days.count && day >= 1) {
+            if (yearly && interval == 1) add({.type = olRecursYearly, .day = day, .month = month});
+            add({.type = olRecursMonthly, .interval = step, .day = day});
+        }
+        break;
+    }
+    default: break;
+    }
+    return found;
+}
+
+PlatRule RuleOf(const Pattern& pattern, const icaltimetype& start) {
+    PlatRule rule{};
+    rule.dwWeekMask = static_cast<DWORD>(pattern.mask);
+    rule.dwDay = static_cast<DWORD>(pattern.day);
+    rule.dwNth = static_cast<DWORD>(pattern.instance);
+    rule.dwPeriod = static_cast<DWORD>(pattern.interval);
+    rule.dwStartDate = static_cast<DWORD>(DayOf(start) * civil::kMinutesPerDay);
+    switch (pattern.type) {
+    case olRecursDaily:
+        rule.wRecurType = 8202;
+        rule.wPatternType = pattern.interval == 0; // every day of the mask
+        rule.dwPeriod *= civil::kMinutesPerDay;
+        break;
+    case olRecursWeekly:
+        rule.wRecurType = 8203;
+        rule.wPatternType = 1;
+        break;
+    case olRecursMonthly:
+    case olRecursMonthNth:
+        rule.wRecurType = 8204;
+        rule.wPatternType = pattern.type == olRecursMonthly ? 2 : 3;
+        break;
+    default:
+        rule.wRecurType = 8205;
+        rule.wPatternType = pattern.type == olRecursYearly ? 2 : 3;
+        rule.dwPeriod = 12;
+        // Minutes of a common year before the month.
+        rule.dwYearOffset = static_cast<DWORD>(
+            (civil::DaysFromCivil(2010, pattern.month, 1) - civil::DaysFromCivil(2010, 1, 1)) * civil::kMinutesPerDay);
+    }
+    return rule;
+}
+
+std::vector<std::int64_t> RuleDays(icalrecurrencetype rule, const icaltimetype& start, std::int64_t lastDay) {
+    rule.count = 0;
+    rule.until = icaltime_null_time();
+    std::vector<std::int64_t> days;
+    const Walk walk(icalrecur_iterator_new(rule, start));
+    if (!walk) return days;
+    while (days.size() < kProofDates) {
+        const icaltimetype next = icalrecur_iterator_next(walk.get());
+        if (icaltime_is_null_time(next) || DayOf(next) > lastDay) break;
+        days.push_back(DayOf(next));
+    }
+    return days;
+}
+
+std::vector<std::int64_t> PatternDays(const Pattern& pattern, const icaltimetype& start, std::int64_t lastDay) {
+    std::vector<std::int64_t> days;
+    const PlatRule rule = RuleOf(pattern, start);
+    const auto visit = [](void* user, DWORD date) {
+        auto& list = *static_cast<std::vector<std::int64_t>*>(user);
+        list.push_back(date / civil::kMinutesPerDay);
+        return list.size() < kProofDates;
+    };
+    PlatGetRuleWalk()(rule, rule.dwStartDate, static_cast<DWORD>(lastDay * civil::kMinutesPerDay), visit, &days);
+    return days;
+}
+
+std::string DayNames(LONG mask) {
+    constexpr const char* kNames[] = {"SU", "MO", "TU", "WE", "TH", "FR", "SA"};
+    std::string text;
+    for (int i = 0; i < 7; ++i)
+        if (mask & (1 << i)) text += (text.empty() ? "" : ",") + std::string(kNames[i]);
+    return text;
+}
+
+// How a pattern may be written; the first that proves true is taken.
+std::vector<std::string> RuleTexts(const Pattern& pattern) {
+    const std::string step = pattern.interval > 1 ? ";INTERVAL=" + std::to_string(pattern.interval) : "";
+    const std::string nth = std::to_string(pattern.instance == kLast ? -1 : pattern.instance);
+    const std::string nthDays = ";BYDAY=" + DayNames(pattern.mask) + ";BYSETPOS=" + nth;
+    const std::string month = ";BYMONTH=" + std::to_string(pattern.month);
+    const auto monthDays = [&](const std::string& head) {
+        std::vector<std::string> texts{head + ";BYMONTHDAY=" + std::to_string(pattern.day)};
+        std::string cut = "28";
+        for (int day = 29; day <= pattern.day; ++day) cut += "," + std::to_string(day);
+        if (pattern.day > 28) texts.push_back(head + ";BYMONTHDAY=" + cut + ";BYSETPOS=-1");
+        return texts;
+    };
+    switch (pattern.type) {
+    case olRecursDaily:
+        return pattern.interval ? std::vector{"FREQ=DAILY" + step}
+                                : std::vector{"FREQ=WEEKLY;BYDAY=" + DayNames(pattern.mask)};
+    case olRecursWeekly: return {"FREQ=WEEKLY" + step + ";WKST=SU;BYDAY=" + DayNames(pattern.mask)};
+    case olRecursMonthly: return monthDays("FREQ=MONTHLY" + step);
+    case olRecursMonthNth: return {"FREQ=MONTHLY" + step + nthDays};
+    case olRecursYearly: return monthDays("FREQ=YEARLY" + month);
+    default: return {"FREQ=YEARLY" + month + nthDays};
+    }
+}
+
+void SetEnd(Pattern& pattern, const icalrecurrencetype& rule, const icaltimetype& start,
+            const std::optional<icaltimetype>& untilWall) {
+    if (rule.count > 0) {
+        pattern.occurrences = rule.count;
+    } else if (untilWall) {
+        std::int64_t last = DayOf(*untilWall);
+        // An end before the time of day leaves that day out.
+        const auto minutes = [](const icaltimetype& t) { return t.hour * 60 + t.minute; };
+        if (!untilWall->is_date && !start.is_date && minutes(*untilWall) < minutes(start)) --last;
+        pattern.endDay = static_cast<LONG>(std::max(last, DayOf(start)) - kDaysToVariant);
+    }
+}
+
+} // namespace
+
+std::string RuleTextOf(const Pattern& pattern, const icaltimetype& start) {
+    const std::int64_t lastDay = DayOf(start) + kProofYears * 366;
+    const std::vector<std::int64_t> wanted = PatternDays(pattern, start, lastDay);
+    for (const std::string& text : RuleTexts(pattern)) {
+        icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
+        const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
+        if (rule.freq != ICAL_NO_RECURRENCE && RuleDays(rule, start, lastDay) == wanted) return text;
+    }
+    return {};
+}
+
+std::optional<icaltimetype> UntilOf(const std::string& text) {
+    icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
+    std::optional<icaltimetype> until;
+    if (rule.freq != ICAL_NO_RECURRENCE && !icaltime_is_null_time(rule.until)) until = rule.until;
+    free(rule.rscale);
+    return until;
+}
+
+std::optional<Pattern> PatternOf(const std::string& text, const icaltimetype& start,
+                                 const std::optional<icaltimetype>& untilWall) {
+    icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
+    const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
+    if (rule.freq == ICAL_NO_RECURRENCE || !HasOnlyKnownParts(rule)) return std::nullopt;
+    const std::int64_t lastDay = DayOf(start) + kProofYears * 366;
+    const std::vector<std::int64_t> wanted = RuleDays(rule, start, lastDay);
+    // The start is the first date of any series; a rule that doesn't give it is no pattern.
+    if (wanted.empty() || wanted[0] != DayOf(start)) return std::nullopt;
+    for (Pattern pattern : Candidates(rule, start)) {
+        if (PatternDays(pattern, start, lastDay) != wanted) continue;
+        SetEnd(pattern, rule, start, untilWall);
+        return pattern;
+    }
+    return std::nullopt;
+}
+
+bool ExpandRule(const std::string& text, const icaltimetype& start, const icaltimetype& horizon, std::size_t most,
+                std::vector<icaltimetype>& dates) {
+    icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
+    const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
+    const Walk walk(rule.freq == ICAL_NO_RECURRENCE ? nullptr : icalrecur_iterator_new(rule, start));
+    const auto before = [](const icaltimetype& a, const icaltimetype& b) { return icaltime_compare(a, b) < 0; };
+    for (std::size_t i = 0; walk && i < most; ++i) {
+        const icaltimetype next = icalrecur_iterator_next(walk.get());
+        if (icaltime_is_null_time(next)) return true;
+        if (icaltime_compare(next, horizon) > 0) return false;
+        const auto at = std::lower_bound(dates.begin(), dates.end(), next, before);
+        if (at == dates.end() || icaltime_compare(*at, next) != 0) dates.insert(at, next);
+    }
+    return !walk;
+}
+
+} // namespace qn

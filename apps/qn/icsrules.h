@@ -1,0 +1,42 @@
+// From an iCalendar rule to a pattern of the store, or to the dates themselves where no pattern can hold it.
+#pragma once
+
+#include "Platform/types.h"
+
+#include <libical/ical.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qn {
+
+// A pattern as the object model takes it.
+struct Pattern {
+    LONG type = 0; // olRecurs...
+    LONG interval = 1;
+    LONG mask = 0;
+    LONG day = 0;
+    LONG instance = 0;
+    LONG month = 0;
+    LONG occurrences = 0;            // 0: by the end date
+    std::optional<LONG> endDay = {}; // variant day of the last date; none with occurrences 0: without an end
+};
+
+// The pattern that gives the same dates as the rule from `start` on (wall clock of the series): proved by walking both.
+// `untilWall` is the rule's UNTIL on that clock. None when no pattern does.
+std::optional<Pattern> PatternOf(const std::string& rule, const icaltimetype& start,
+                                 const std::optional<icaltimetype>& untilWall);
+
+// The rule that gives the same dates as the pattern from `start` on, proved likewise, without its end; empty when none
+// does.
+std::string RuleTextOf(const Pattern& pattern, const icaltimetype& start);
+
+// UNTIL of a rule; none when it has none.
+std::optional<icaltimetype> UntilOf(const std::string& rule);
+
+// The dates of a rule up to the horizon, the start among them, at most `most`. False when there were more.
+bool ExpandRule(const std::string& rule, const icaltimetype& start, const icaltimetype& horizon, std::size_t most,
+                std::vector<icaltimetype>& dates);
+
+} // namespace qn

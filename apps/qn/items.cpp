@@ -1,0 +1,276 @@
+// What is stored: lists, single items, taking out.
+#include "Platform/databases.h"
+#include "QNWorkerClass/COutlook.h"
+#include "apps/qn/commands.h"
+#include "apps/qn/json.h"
+#include "apps/qn/options.h"
+#include "apps/qn/store.h"
+
+#include <cmath>
+#include <cstdio>
+#include <functional>
+
+namespace qn {
+
+namespace {
+
+struct FolderKind {
+    std::string_view name;
+    int folder;
+};
+constexpr FolderKind kFolders[] = {
+    {"appointments", olFolderCalendar}, {"tasks", olFolderTasks}, {"contacts", olFolderContacts}};
+
+template<class Item, class Value>
+Value Get(Item* item, HRESULT (Item::*get)(Value*), Value fallback = {}) {
+    Value value = fallback;
+    (item->*get)(&value);
+    return value;
+}
+
+std::string When(IAppointment* item) {
+    const DATE start = Get(item, &IAppointment::get_Start);
+    const bool allDay = Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE;
+    const LONG day = static_cast<LONG>(std::floor(start));
+    return ShortDay(day) + (allDay ? "" : " " + ClockTime(start));
+}
+
+std::string Day(DATE date) { return date >= kNoDate ? "" : ShortDay(static_cast<LONG>(date)); }
+
+void PrintAppointment(IAppointment* item, bool json) {
+    const auto oid = static_cast<CEOID>(Get(item, &IAppointment::get_Oid));
+    const bool recurring = Get(item, &IAppointment::get_IsRecurring) != VARIANT_FALSE;
+    if (!json) {
+        std::printf("%10u  %-20s  %s%s\n", oid, When(item).c_str(), TextOf(item, &IAppointment::get_Subject).c_str(),
+                    recurring ? "  (series)" : "");
+        return;
+    }
+    const DATE start = Get(item, &IAppointment::get_Start);
+    JsonLine line;
+    line.Text("kind", "appointment").Number("oid", oid).Text("start", IsoMoment(start));
+    line.Number("minutes", Get(item, &IAppointment::get_Duration));
+    line.Bool("allday", Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE).Bool("recurring", recurring);
+    line.Text("subject", TextOf(item, &IAppointment::get_Subject));
+    line.Text("location", TextOf(item, &IAppointment::get_Location));
+    line.Texts("categories", SplitCategories(TextOf(item, &IAppointment::get_Categories)));
+    std::puts(line.Done().c_str());
+}
+
+void PrintTask(ITask* item, bool json) {
+    const auto oid = static_cast<CEOID>(Get(item, &ITask::get_Oid));
+    const bool complete = Get(item, &ITask::get_Complete) != VARIANT_FALSE;
+    const DATE due = Get(item, &ITask::get_DueDate, kNoDate);
+    if (!json) {
+        std::printf("%10u  [%c] %-16s  %s\n", oid, complete ? 'x' : ' ', Day(due).c_str(),
+                    TextOf(item, &ITask::get_Subject).c_str());
+        return;
+    }
+    JsonLine line;
+    line.Text("kind", "task").Number("oid", oid);
+    due >= kNoDate ? line.Null("due") : line.Text("due", IsoDay(static_cast<LONG>(due)));
+    line.Bool("complete", complete).Number("importance", Get(item, &ITask::get_Importance));
+    line.Text("subject", TextOf(item, &ITask::get_Subject));
+    line.Texts("categories", SplitCategories(TextOf(item, &ITask::get_Categories)));
+    std::puts(line.Done().c_str());
+}
+
+void PrintContact(IContact* item, bool json) {
+    const auto oid = static_cast<CEOID>(Get(item, &IContact::get_Oid));
+    if (!json)
+        std::printf("%10u  %s\n", oid, TextOf(item, &IContact::get_FileAs).c_str());
+    else
+        std::puts(JsonLine()
+                      .Text("kind", "contact")
+                      .Number("oid", oid)
+                      .Text("fileas", TextOf(item, &IContact::get_FileAs))
+                      .Done()
+                      .c_str());
+}
+
+void PrintItem(const Com<IDispatch>& item, bool json) {
+    if (const auto appointment = item.As<IAppointment>(IID_IAppointment))
+        PrintAppointment(appointment.Get(), json);
+    else if (const auto task = item.As<ITask>(IID_ITask))
+        PrintTask(task.Get(), json);
+    else if (const auto contact = item.As<IContact>(IID_IContact))
+        PrintContact(contact.Get(), json);
+}
+
+void ListFolder(Store& store, int kind, bool json) {
+    Com<IFolder> folder;
+    Com<IPOutlookItemCollection> items;
+    HRESULT result = store.App()->GetDefaultFolder(kind, folder.Out());
+    if (SUCCEEDED(result)) result = folder->get_Items(items.Out());
+    if (FAILED(result)) throw Failure("the store can't be read: " + Reason(result));
+    int count = 0;
+    items->get_Count(&count);
+    for (int i = 1; i <= count; ++i) {
+        Com<IDispatch> item;
+        if (SUCCEEDED(items->Item(i, item.Out()))) PrintItem(item, json);
+    }
+}
+
+// --- One item -----------------------------------------------------------------------------------------------------
+
+void Field(const char* name, const std::string& value) {
+    if (value.empty()) return;
+    // Lines behind the first stand under it.
+    std::string text;
+    for (const char c : value) text += c == '\n' ? "\n               " : std::string(1, c);
+    std::printf("  %-12s %s\n", name, text.c_str());
+}
+
+std::string Choice(LONG value, std::initializer_list<const char*> names) {
+    return value >= 0 && static_cast<std::size_t>(value) < names.size() ? names.begin()[value] : std::to_string(value);
+}
+
+std::string Days(LONG mask) {
+    constexpr const char* kNames[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+    std::string text;
+    for (int i = 0; i < 7; ++i)
+        if (mask & (1 << i)) text += (text.empty() ? "" : ", ") + std::string(kNames[i]);
+    return text;
+}
+
+std::string Describe(IRecurrencePattern* rule) {
+    const LONG interval = Get(rule, &IRecurrencePattern::get_Interval);
+    const std::string every = interval > 1 ? "every " + std::to_string(interval) + " " : "every ";
+    const std::string s = interval > 1 ? "s" : "";
+    const LONG mask = Get(rule, &IRecurrencePattern::get_DayOfWeekMask);
+    const LONG day = Get(rule, &IRecurrencePattern::get_DayOfMonth);
+    const std::string nth =
+        Choice(Get(rule, &IRecurrencePattern::get_Instance), {"", "first", "second", "third", "fourth", "last"});
+    const LONG month = Get(rule, &IRecurrencePattern::get_MonthOfYear);
+    std::string text;
+    switch (Get(rule, &IRecurrencePattern::get_RecurrenceType)) {
+    case olRecursDaily: text = interval ? every + "day" + s : "on " + Days(mask); break;
+    case olRecursWeekly: text = every + "week" + s + " on " + Days(mask); break;
+    case olRecursMonthly: text = every + "month" + s + " on day " + std::to_string(day); break;
+    case olRecursMonthNth: text = every + "month" + s + " on the " + nth + " of " + Days(mask); break;
+    case olRecursYearly: text = "every year on day " + std::to_string(day) + " of month " + std::to_string(month); break;
+    default: text = "every year on the " + nth + " of " + Days(mask) + " in month " + std::to_string(month); break;
+    }
+    if (Get(rule, &IRecurrencePattern::get_NoEndDate) != VARIANT_FALSE) return text;
+    const DATE end = Get(rule, &IRecurrencePattern::get_PatternEndDate, kNoDate);
+    return text + ", until " + Day(end) + " (" + std::to_string(Get(rule, &IRecurrencePattern::get_Occurrences)) + " times)";
+}
+
+template<class Item>
+std::string Note(Item* item) {
+    CEBLOB ink{};
+    item->get_BodyInk(&ink);
+    const std::string text = NoteText(ink);
+    LocalFree(ink.lpb);
+    return text;
+}
+
+std::string People(IAppointment* item) {
+    Com<IRecipients> people;
+    int count = 0;
+    if (FAILED(item->get_Recipients(people.Out())) || FAILED(people->get_Count(&count))) return {};
+    std::string text;
+    for (int i = 1; i <= count; ++i) {
+        Com<IRecipient> person;
+        if (FAILED(people->Item(i, person.Out()))) continue;
+        const std::string name = TextOf(person.Get(), &IRecipient::get_Name);
+        const std::string address = TextOf(person.Get(), &IRecipient::get_Address);
+        text += (text.empty() ? "" : "\n") + name + (address.empty() || address == name ? "" : " <" + address + ">");
+    }
+    return text;
+}
+
+void ShowAppointment(IAppointment* item) {
+    const bool allDay = Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE;
+    const LONG minutes = Get(item, &IAppointment::get_Duration);
+    Field("Subject", TextOf(item, &IAppointment::get_Subject));
+    Field("Start", When(item));
+    Field("Duration", allDay ? std::to_string(minutes / 1440) + " day(s)" : std::to_string(minutes) + " minutes");
+    Field("Location", TextOf(item, &IAppointment::get_Location));
+    Field("Categories", TextOf(item, &IAppointment::get_Categories));
+    Field("Busy", Choice(Get(item, &IAppointment::get_BusyStatus), {"free", "tentative", "busy", "out of office"}));
+    Field("Privacy", Choice(Get(item, &IAppointment::get_Sensitivity), {"", "personal", "private", "confidential"}));
+    if (Get(item, &IAppointment::get_ReminderSet) != VARIANT_FALSE)
+        Field("Reminder",
+              std::to_string(Get(item, &IAppointment::get_ReminderMinutesBeforeStart)) + " minutes before");
+    if (Get(item, &IAppointment::get_IsRecurring) != VARIANT_FALSE) {
+        Com<IRecurrencePattern> rule;
+        if (SUCCEEDED(item->GetRecurrencePattern(rule.Out()))) Field("Repeats", Describe(rule.Get()));
+    }
+    Field("People", People(item));
+    Field("Note", Note(item));
+}
+
+void ShowTask(ITask* item) {
+    Field("Subject", TextOf(item, &ITask::get_Subject));
+    Field("Starts", Day(Get(item, &ITask::get_StartDate, kNoDate)));
+    Field("Due", Day(Get(item, &ITask::get_DueDate, kNoDate)));
+    Field("Completed", Day(Get(item, &ITask::get_DateCompleted, kNoDate)));
+    Field("Importance", Choice(Get(item, &ITask::get_Importance), {"low", "normal", "high"}));
+    Field("Categories", TextOf(item, &ITask::get_Categories));
+    Field("Note", Note(item));
+}
+
+void ShowContact(IContact* item) {
+    Field("Name", TextOf(item, &IContact::get_FileAs));
+    Field("Birthday", Day(Get(item, &IContact::get_Birthday, kNoDate)));
+    Field("Anniversary", Day(Get(item, &IContact::get_Anniversary, kNoDate)));
+    Field("Categories", TextOf(item, &IContact::get_Categories));
+    Field("Note", Note(item));
+}
+
+Com<IDispatch> OpenItem(Store& store, const std::string& word) {
+    Com<IDispatch> item;
+    const HRESULT found = store.App()->GetItemFromOid(static_cast<LONG>(ParseOid(word)), item.Out());
+    if (FAILED(found)) throw Failure(word + ": " + Reason(found));
+    return item;
+}
+
+} // namespace
+
+int ListCommand(const Words& words) {
+    constexpr OptionRule kRules[] = {{"--json", false}};
+    const Options options("list", words, kRules);
+    if (options.Rest().size() > 1) Usage("list wants one kind");
+    const std::string kind = options.Rest().empty() ? "" : options.Rest()[0];
+    Store store;
+    bool found = false;
+    for (const FolderKind& folder : kFolders) {
+        if (!kind.empty() && folder.name != kind) continue;
+        ListFolder(store, folder.folder, options.Has("--json"));
+        found = true;
+    }
+    if (!found) Usage("list: there are no " + kind);
+    return kExitDone;
+}
+
+int ShowCommand(const Words& words) {
+    const Options options("show", words, {});
+    if (options.Rest().empty()) Usage("show wants an item number");
+    Store store;
+    for (const std::string& word : options.Rest()) {
+        const Com<IDispatch> item = OpenItem(store, word);
+        std::printf("%s\n", word.c_str());
+        if (const auto appointment = item.As<IAppointment>(IID_IAppointment))
+            ShowAppointment(appointment.Get());
+        else if (const auto task = item.As<ITask>(IID_ITask))
+            ShowTask(task.Get());
+        else if (const auto contact = item.As<IContact>(IID_IContact))
+            ShowContact(contact.Get());
+        Field("UID", store.Uid(ParseOid(word)));
+    }
+    return kExitDone;
+}
+
+int DeleteCommand(const Words& words) {
+    const Options options("delete", words, {});
+    if (options.Rest().empty()) Usage("delete wants an item number");
+    Store store;
+    for (const std::string& word : options.Rest()) {
+        const Com<IItem> item = OpenItem(store, word).As<IItem>(IID_IItem);
+        const HRESULT gone = item ? item->Delete() : E_NOTFOUND;
+        if (FAILED(gone)) throw Failure(word + ": " + Reason(gone));
+    }
+    return kExitDone;
+}
+
+} // namespace qn

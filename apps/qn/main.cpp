@@ -1,0 +1,150 @@
+// qn: the suite on the command line.
+#include "QNTools/QNTools.h"
+#include "apps/qn/commands.h"
+#include "apps/qn/support.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <string_view>
+
+namespace {
+
+// The library settles the device folder when it is loaded, before main. So that --device is heard, it is looked for
+// earlier still: the loader runs these entries of the program before the libraries' own start.
+void TakeDeviceOption(int argc, char** argv, char**) {
+    constexpr std::string_view kOption = "--device";
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        if (word == "--") return;
+        if (word == kOption && i + 1 < argc) setenv("QN_DEVICE", argv[i + 1], 1);
+        if (word.starts_with("--device=")) setenv("QN_DEVICE", argv[i] + kOption.size() + 1, 1);
+    }
+}
+__attribute__((section(".preinit_array"), used)) void (*const g_takeDevice)(int, char**, char**) = &TakeDeviceOption;
+
+struct Command {
+    std::string_view name;
+    int (*run)(const qn::Words&);
+    const char* help;
+};
+
+constexpr Command kCommands[] = {
+    {"import", &qn::ImportCommand,
+     "qn import [--horizon YEARS] [--quiet] FILE.ics ...\n"
+     "  Reads iCalendar files (- is standard input) and saves their events and to-dos.\n"
+     "  An item that is there already, by its UID, is brought up to date.\n"
+     "  A rule that no pattern can hold becomes single appointments, up to the horizon (5 years from today).\n"},
+    {"agenda", &qn::AgendaCommand,
+     "qn agenda [--from DATE] [--days N] [--category NAME]... [--all-of] [--hide] [--no-category]\n"
+     "          [--filter all|birthdays|anniversaries|holidays|recurring] [--status free|tentative|busy|out]\n"
+     "          [--no-headers] [--json]\n"
+     "  Prints the day list: 7 days from today unless told otherwise.\n"
+     "  DATE is 2026-11-21, today, tomorrow, yesterday, +3, -3, or as your locale writes it.\n"
+     "  --category may be given several times: one of them, or with --all-of all of them; --hide turns that round;\n"
+     "  --no-category shows items without one too.\n"},
+    {"list", &qn::ListCommand,
+     "qn list [appointments|tasks|contacts] [--json]\n"
+     "  Lists what is stored, one line an item, with the number that `qn show` takes.\n"},
+    {"show", &qn::ShowCommand, "qn show OID ...\n  Shows all that is known of an item.\n"},
+    {"delete", &qn::DeleteCommand, "qn delete OID ...\n  Takes items out of the store.\n"},
+    {"get", &qn::GetCommand,
+     "qn get KEY\n"
+     "  Prints a setting; for a key the names and values under it.\n"
+     "  KEY is a path under Software\\Norvo\\Quillonary, such as CAV\\DisplayCompletedAppointments (\"/\" does too),\n"
+     "  or a full one from HKCU\\ or HKLM\\ on.\n"},
+    {"set", &qn::SetCommand,
+     "qn set [--text|--number] KEY VALUE\n"
+     "qn set --delete KEY\n"
+     "  Writes a setting: a number when VALUE is one (decimal, or hexadecimal from 0x), otherwise a text.\n"},
+    {"export", &qn::ExportCommand,
+     "qn export --ics [FILE]\n"
+     "  Writes all appointments and tasks as one iCalendar file, to standard output without FILE.\n"},
+};
+
+void PrintHelp() {
+    std::puts("qn: appointments and tasks of a device folder, from the command line\n\n"
+              "usage: qn [--device DIR] COMMAND ...\n\n"
+              "  import    read iCalendar files\n"
+              "  agenda    the day list\n"
+              "  list      what is stored\n"
+              "  show      one item\n"
+              "  delete    take items out\n"
+              "  get, set  the settings\n"
+              "  export    write iCalendar\n\n"
+              "`qn COMMAND --help` tells more.\n"
+              "The device folder is DIR, else $QN_DEVICE, else ~/.local/share/quillonary.\n"
+              "TZ and the locale variables are the device's zone and locale.\n"
+              "Exit codes: 0 done, 1 failed or not all done, 2 wrong usage.");
+}
+
+const Command* FindCommand(std::string_view name) {
+    for (const Command& command : kCommands)
+        if (command.name == name) return &command;
+    return nullptr;
+}
+
+// The words without --device and its value, which has been heard.
+qn::Words WordsOf(int argc, char** argv) {
+    qn::Words words;
+    bool options = true;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        if (word == "--") options = false;
+        if (options && word == "--device") {
+            if (++i >= argc) qn::Usage("--device wants a folder");
+            continue;
+        }
+        if (options && word.starts_with("--device=")) continue;
+        words.emplace_back(word);
+    }
+    return words;
+}
+
+bool WantsHelp(const qn::Words& words) {
+    for (const std::string& word : words) {
+        if (word == "--") return false;
+        if (word == "--help" || word == "-h") return true;
+    }
+    return false;
+}
+
+int Run(int argc, char** argv) {
+    qn::Words words = WordsOf(argc, argv);
+    if (words.empty() || words[0] == "--help" || words[0] == "-h" || words[0] == "help") {
+        if (words.size() > 1)
+            if (const Command* command = FindCommand(words[1])) return std::fputs(command->help, stdout) < 0;
+        PrintHelp();
+        return words.empty() ? qn::kExitUsage : qn::kExitDone;
+    }
+    if (words[0] == "--version") {
+        std::puts("qn " QN_VERSION);
+        return qn::kExitDone;
+    }
+    const Command* command = FindCommand(words[0]);
+    if (!command) qn::Usage("there is no command " + words[0]);
+    words.erase(words.begin());
+    if (WantsHelp(words)) return std::fputs(command->help, stdout) < 0;
+    InitQNTools(nullptr, true);
+    const int code = command->run(words);
+    UnInitQNTools();
+    return code;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const qn::Failure& failure) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "qn: %s\n", failure.what());
+        if (failure.Code() == qn::kExitUsage) std::fputs("Try `qn --help`.\n", stderr);
+        return failure.Code();
+    } catch (const std::exception& error) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "qn: %s\n", error.what());
+        return qn::kExitFailed;
+    }
+}

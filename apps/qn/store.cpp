@@ -1,0 +1,117 @@
+#include "apps/qn/store.h"
+
+#include "Platform/databases.h"
+#include "QNTools/QNTools.h"
+
+#include <charconv>
+#include <cstring>
+
+namespace qn {
+
+namespace {
+
+constexpr const WCHAR* kUidName = u"QN_ICalendarUID";
+constexpr DWORD kEmptyRichNote = 476; // a note of this size counts as empty wherever lists look at it
+
+} // namespace
+
+Store::Store() {
+    void* app = nullptr;
+    const HRESULT made = CoCreateInstance(CLSID_Application, nullptr, 0, IID_IPOutlookApp2, &app);
+    if (FAILED(made)) throw Failure("the store can't be opened: " + Reason(made));
+    m_app = Com<IPOutlookApp2>(static_cast<IPOutlookApp2*>(app));
+    const HRESULT logon = m_app->Logon(nullptr);
+    if (FAILED(logon)) throw Failure("the store can't be opened: " + Reason(logon));
+}
+
+DWORD Store::UidProperty(bool create) {
+    if (m_uidProperty) return m_uidProperty;
+    CEPROPID id = 0;
+    const ULONG flags = create ? CEVT_LPWSTR | kCreateNamedProperty : 0;
+    const HRESULT result = m_app->GetIDsFromNames(1, &kUidName, flags, &id);
+    if (FAILED(result) || id == kUnknownNamedProperty) {
+        if (create) throw Failure("the store takes no UIDs: " + Reason(result));
+        return 0;
+    }
+    return m_uidProperty = id;
+}
+
+std::string Store::Uid(CEOID oid) {
+    const DWORD property = UidProperty(false);
+    Com<IItem> item;
+    if (!property || FAILED(m_app->GetItemFromOidEx(oid, 0, item.Out()))) return {};
+    CEPROPVAL* values = nullptr;
+    ULONG size = 0;
+    if (FAILED(item->GetProps(&property, 0, 1, &values, &size, nullptr))) return {};
+    const bool present = !(values->wFlags & CEDB_PROPNOTFOUND) && values->val.lpwstr;
+    std::string uid = present ? Utf8(values->val.lpwstr) : std::string();
+    LocalFree(values);
+    return uid;
+}
+
+std::string Reason(HRESULT result) {
+    const auto code = static_cast<DWORD>(result);
+    switch (code & 0xFFFF) {
+    case ERROR_DISK_FULL: return "the disk is full";
+    case ERROR_ACCESS_DENIED: return "access is denied";
+    case ERROR_BAD_FORMAT: return "the volume is damaged or of another kind";
+    case ERROR_SHARING_VIOLATION: return "another program holds the store";
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_NOT_FOUND: return "there is no such item";
+    default: break;
+    }
+    char text[32];
+    std::snprintf(text, sizeof text, "error %08X", code);
+    return text;
+}
+
+std::string NoteText(const CEBLOB& ink) {
+    const BYTE* bytes = ink.lpb;
+    std::size_t size = ink.dwCount;
+    if (!bytes || size == 0) return {};
+    std::string text;
+    if (size >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) {
+        std::u16string wide((size - 2) / sizeof(WCHAR), u'\0');
+        std::memcpy(wide.data(), bytes + 2, wide.size() * sizeof(WCHAR));
+        text = Utf8(wide);
+    } else {
+        text.assign(reinterpret_cast<const char*>(bytes), size);
+    }
+    while (!text.empty() && (text.back() == '\0' || text.back() == ' ' || text.back() == '\n')) text.pop_back();
+    return text;
+}
+
+std::vector<BYTE> NoteBytes(std::string_view utf8) {
+    std::u16string text = Utf16(utf8);
+    if (text.empty()) return {};
+    if (2 + text.size() * sizeof(WCHAR) == kEmptyRichNote) text += u' ';
+    std::vector<BYTE> bytes(2 + text.size() * sizeof(WCHAR));
+    bytes[0] = 0xFF;
+    bytes[1] = 0xFE;
+    std::memcpy(bytes.data() + 2, text.data(), text.size() * sizeof(WCHAR));
+    return bytes;
+}
+
+std::vector<std::string> SplitCategories(std::string_view text) {
+    std::vector<std::string> names;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(','), text.size());
+        std::string_view name = text.substr(0, end);
+        while (name.starts_with(' ')) name.remove_prefix(1);
+        if (!name.empty()) names.emplace_back(name);
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return names;
+}
+
+CEOID ParseOid(const std::string& word) {
+    const bool hex = word.starts_with("0x") || word.starts_with("0X");
+    const char* begin = word.data() + (hex ? 2 : 0);
+    const char* end = word.data() + word.size();
+    CEOID oid = 0;
+    const auto [stop, error] = std::from_chars(begin, end, oid, hex ? 16 : 10);
+    if (error != std::errc() || stop != end || oid == 0) Usage(word + " is no item number");
+    return oid;
+}
+
+} // namespace qn

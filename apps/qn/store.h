@@ -1,0 +1,49 @@
+// The store as the commands see it: the application object, items by OID, their UIDs and notes.
+#pragma once
+
+#include "Platform/poom.h"
+#include "Platform/types.h"
+#include "apps/qn/support.h"
+
+#include <string>
+#include <vector>
+
+namespace qn {
+
+// The object model, logged on. Throws a Failure when the store can't be opened.
+class Store {
+public:
+    Store();
+    IPOutlookApp2* App() const { return m_app.Get(); }
+
+    // The id of the named property that keeps an item's UID; made when it is missing and `create` is set, else 0.
+    DWORD UidProperty(bool create);
+    std::string Uid(CEOID oid); // empty when the item has none
+
+private:
+    Com<IPOutlookApp2> m_app;
+    DWORD m_uidProperty = 0;
+};
+
+// What failed, in words, of a result of the object model.
+std::string Reason(HRESULT result);
+
+// The note of an item as text, and a text as a note. Notes are UTF-16 with a byte-order mark, which every form of note
+// reader tells from rich text.
+std::string NoteText(const CEBLOB& ink);
+std::vector<BYTE> NoteBytes(std::string_view utf8);
+
+// The reference in `get` as its own text.
+template<class Item>
+std::string TextOf(Item* item, HRESULT (Item::*get)(BSTR*)) {
+    Bstr text;
+    (item->*get)(text.Out());
+    return Utf8(text.View());
+}
+
+// Splits "Work, Home" into its names.
+std::vector<std::string> SplitCategories(std::string_view text);
+
+CEOID ParseOid(const std::string& word); // decimal or 0x...; a usage failure otherwise
+
+} // namespace qn
