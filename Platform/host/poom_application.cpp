@@ -239,13 +239,14 @@ HRESULT PoomApplication::EndBatch(bool commit) {
 }
 
 PoomApplication::TextIndex& PoomApplication::IndexOf(CEPROPID id) {
-    const auto [at, added] = m_indexes.try_emplace(id);
-    if (added)
+    const auto entry = m_indexes.try_emplace(id);
+    TextIndex& index = entry.first->second;
+    if (entry.second)
         WalkNamedText(m_store, id, [&](CEOID oid, std::u16string_view text) {
-            at->second.Put(oid, text);
+            index.Put(oid, text);
             return true;
         });
-    return at->second;
+    return index;
 }
 
 HRESULT PoomApplication::FindByNamedText(LONG folder, CEPROPID id, std::u16string_view text, CEOID* oid) {

@@ -145,8 +145,7 @@ std::vector<CEPROPID> PoomItem::AllIds() {
     for (const PropBag* bag : {&m_loaded, &m_changed})
         for (const PropValue& value : *bag) ids.push_back(value.id);
     std::ranges::sort(ids);
-    const auto tail = std::ranges::unique(ids);
-    ids.erase(tail.begin(), tail.end());
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
     std::erase_if(ids, [this](CEPROPID id) { return IsStream(id) || !Get(id); });
     return ids;
 }

@@ -1,0 +1,238 @@
+// Words for tests of the object model: items that release themselves, dates as texts, and the records behind them.
+#pragma once
+
+#include "Platform/civil.h"
+#include "Platform/poom.h"
+#include "tests/support/store.h"
+
+#include <cstdio>
+#include <utility>
+
+// Nothing at all: every call fails with a null pointer, which is what a failed test step should look like.
+template<class T>
+class Com {
+public:
+    Com() = default;
+    explicit Com(T* adopted) : m_object(adopted) {}
+    Com(Com&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
+    Com& operator=(Com&& other) noexcept {
+        std::swap(m_object, other.m_object);
+        return *this;
+    }
+    ~Com() {
+        if (m_object) m_object->Release();
+    }
+    T* operator->() const { return m_object; }
+    T* Get() const { return m_object; }
+    T** Out() {
+        *this = Com();
+        return &m_object;
+    }
+    explicit operator bool() const { return m_object != nullptr; }
+    template<class I>
+    Com<I> As(const IID& iid) const {
+        void* other = nullptr;
+        m_object->QueryInterface(iid, &other);
+        return Com<I>(static_cast<I*>(other));
+    }
+
+private:
+    T* m_object = nullptr;
+};
+
+class Bstr {
+public:
+    Bstr(const WCHAR* text) : m_text(SysAllocString(text)) {}
+    Bstr(const Bstr&) = delete;
+    Bstr& operator=(const Bstr&) = delete;
+    ~Bstr() { SysFreeString(m_text); }
+    operator BSTR() const { return m_text; }
+
+private:
+    BSTR m_text;
+};
+
+inline std::string TakeBstr(BSTR text) {
+    std::string narrow;
+    for (UINT i = 0; i < SysStringLen(text); ++i) narrow += text[i] < 128 ? static_cast<char>(text[i]) : '?';
+    SysFreeString(text);
+    return narrow;
+}
+
+// "2010-03-01 10:30" as days, and back.
+inline DATE At(const char* text) {
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0;
+    std::sscanf(text, "%d-%d-%d %d:%d", &year, &month, &day, &hour, &minute);
+    return static_cast<double>(civil::DaysFromCivil(year, month, day) - civil::kDaysTo1899) +
+           (hour * 60 + minute) / 1440.0;
+}
+inline std::string ShowTicks(ULONGLONG ticks) {
+    const SYSTEMTIME t = civil::SystemTimeFromTicks(static_cast<std::int64_t>(ticks));
+    char text[32];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d", t.wYear, t.wMonth, t.wDay, t.wHour,
+                  t.wMinute);
+    return text;
+}
+inline std::string ShowDate(DATE date) {
+    const auto seconds = static_cast<std::int64_t>((date + civil::kDaysTo1899) * 86400.0 + 0.5);
+    return ShowTicks(static_cast<ULONGLONG>(seconds) * 10'000'000);
+}
+
+inline TIME_ZONE_INFORMATION ZoneWith(LONG bias, LONG daylightBias, SYSTEMTIME toStandard,
+                                      SYSTEMTIME toSummer) {
+    TIME_ZONE_INFORMATION zone{};
+    zone.Bias = bias;
+    zone.DaylightBias = daylightBias;
+    zone.StandardDate = toStandard;
+    zone.DaylightDate = toSummer;
+    return zone;
+}
+constexpr SYSTEMTIME Nth(WORD month, WORD nth, WORD weekday, WORD hour) {
+    return {0, month, weekday, nth, hour, 0, 0, 0};
+}
+inline TIME_ZONE_INFORMATION Eastern() { return ZoneWith(300, -60, Nth(11, 1, 0, 2), Nth(3, 2, 0, 2)); }
+inline TIME_ZONE_INFORMATION Berlin() { return ZoneWith(-60, -60, Nth(10, 5, 0, 3), Nth(3, 5, 0, 2)); }
+inline TIME_ZONE_INFORMATION Sydney() { return ZoneWith(-600, -60, Nth(4, 1, 0, 3), Nth(10, 1, 0, 2)); }
+inline TIME_ZONE_INFORMATION Kolkata() { return ZoneWith(-330, 0, {}, {}); }
+inline TIME_ZONE_INFORMATION Newfoundland() { return ZoneWith(210, -60, Nth(11, 1, 0, 2), Nth(3, 2, 0, 2)); }
+
+// A test with the object model on an empty device, in the zone of Berlin.
+class PoomTest : public StoreTest {
+protected:
+    PoomTest() {
+        SetZone(Berlin());
+        void* app = nullptr;
+        CoCreateInstance(CLSID_Application, nullptr, 0, IID_IPOutlookApp2, &app);
+        m_app = Com<IPOutlookApp2>(static_cast<IPOutlookApp2*>(app));
+    }
+    void SetUp() override {
+        ASSERT_TRUE(m_app);
+        ASSERT_EQ(m_app->Logon(nullptr), S_OK);
+        ASSERT_TRUE(Mount(u"\\pim.vol"));
+    }
+    void SetZone(const TIME_ZONE_INFORMATION& zone) { PlatSetTimeZone(&zone); }
+
+    Com<IAppointment> NewAppointment() { return Create<IAppointment>(olAppointmentItem); }
+    Com<ITask> NewTask() { return Create<ITask>(olTaskItem); }
+    Com<IContact> NewContact() { return Create<IContact>(olContactItem); }
+    template<class T>
+    Com<T> Open(LONG oid) {
+        IDispatch* item = nullptr;
+        m_app->GetItemFromOid(oid, &item);
+        return Com<T>(static_cast<T*>(item));
+    }
+    using StoreTest::Open;
+    Com<IPOutlookItemCollection> Items(int folder) {
+        Com<IFolder> found;
+        m_app->GetDefaultFolder(folder, found.Out());
+        Com<IPOutlookItemCollection> items;
+        found->get_Items(items.Out());
+        return items;
+    }
+    CEPROPID Name(const WCHAR* name, WORD type, bool create = true) {
+        CEPROPID id = 0;
+        EXPECT_EQ(m_app->GetIDsFromNames(1, &name, type | (create ? kCreateNamedProperty : 0), &id), S_OK);
+        return id;
+    }
+
+    template<class T>
+    static LONG OidOf(const Com<T>& item) {
+        LONG oid = -1;
+        item->get_Oid(&oid);
+        return oid;
+    }
+
+    // --- the records, through the public database operations ---
+    HANDLE Database(const WCHAR* name, CEPROPID key) {
+        for (auto& [known, handle] : m_databases)
+            if (known == name) return handle;
+        const auto order = Order({{key, 0}});
+        const HANDLE db = Open(name, &order);
+        m_databases.emplace_back(name, db);
+        return db;
+    }
+    // The cursor stands in the item's record; the database, or INVALID_HANDLE_VALUE.
+    HANDLE RecordOf(LONG oid) {
+        const auto kind = static_cast<CEOID>(oid) & kOidKindMask;
+        const HANDLE db = Database(kind == kOidAppointment ? u"Appointments Database"
+                                   : kind == kOidContact   ? u"Contacts Database"
+                                                           : u"Tasks Database",
+                                   PIMPR_NUMBER);
+        const auto number = static_cast<DWORD>(oid) & ~kOidKindMask;
+        return SeekValues(db, CEDB_SEEK_VALUEFIRSTEQUAL, Values().Recid(0x1000, number))
+                   ? db
+                   : INVALID_HANDLE_VALUE;
+    }
+    std::string Stored(LONG oid, CEPROPID id) {
+        const HANDLE db = RecordOf(oid);
+        return db == INVALID_HANDLE_VALUE ? "no record" : ReadOne(db, id);
+    }
+    std::string StoredTime(LONG oid, CEPROPID id) {
+        const Read read(RecordOf(oid), {id});
+        if (!read.Oid() || (read[0].wFlags & CEDB_PROPNOTFOUND)) return "-";
+        return ShowTicks(FileTimeTicks(read[0].val.filetime));
+    }
+    std::vector<BYTE> StoredStream(LONG oid, CEPROPID id) { return ReadStream(RecordOf(oid), id); }
+    std::vector<BYTE> StoredBlob(LONG oid, CEPROPID id) {
+        const Read read(RecordOf(oid), {id});
+        if (!read.Oid() || (read[0].wFlags & CEDB_PROPNOTFOUND)) return {};
+        return {read[0].val.blob.lpb, read[0].val.blob.lpb + read[0].val.blob.dwCount};
+    }
+    // Everything that the volume holds in these databases, as text.
+    std::string DumpAll() {
+        static constexpr struct {
+            const WCHAR* name;
+            std::vector<CEPROPID> (*order)();
+        } kAll[] = {
+            {u"Appointments Database", [] { return std::vector<CEPROPID>{PIMPR_NUMBER}; }},
+            {u"CategoryMainDB", [] { return std::vector<CEPROPID>{0x00010066}; }},
+            {u"CategoryAssocDB",
+             [] {
+                 return std::vector<CEPROPID>{0x00010013, 0x00020003};
+             }},
+            {u"PIMNamedPropVals",
+             [] {
+                 return std::vector<CEPROPID>{0x00010013, 0x00020013};
+             }},
+        };
+        std::string all;
+        for (const auto& database : kAll) {
+            std::vector<std::pair<CEPROPID, DWORD>> keys;
+            for (CEPROPID key : database.order()) keys.emplace_back(key, 0);
+            const auto order = Order(keys);
+            const HANDLE db = Open(database.name, &order);
+            for (CEOID oid = First(db); oid; oid = Next(db)) all += DumpRecord(db);
+            Close(db);
+        }
+        return all;
+    }
+
+    Com<IPOutlookApp2> m_app;
+
+    void TearDown() override {
+        m_app = Com<IPOutlookApp2>();
+        StoreTest::TearDown();
+    }
+
+private:
+    template<class T>
+    Com<T> Create(int kind) {
+        IDispatch* item = nullptr;
+        m_app->CreateItem(kind, &item);
+        return Com<T>(static_cast<T*>(item));
+    }
+    static std::string DumpRecord(HANDLE db) {
+        std::string line;
+        const Read read(db);
+        for (size_t i = 0; i < read.Count(); ++i)
+            line += std::to_string(read[i].propid) + "=" + Show(read[i]) + " ";
+        for (CEPROPID stream : {PIMPR_NOTE, PIMPR_RECURRENCE}) {
+            line += "{";
+            for (BYTE byte : ReadStream(db, stream)) line += std::to_string(byte) + " ";
+            line += "}";
+        }
+        return line + "\n";
+    }
+
+    std::vector<std::pair<std::u16string, HANDLE>> m_databases;
+};
