@@ -26,7 +26,7 @@ namespace {
 constexpr char kSchema[] =
     "CREATE TABLE IF NOT EXISTS queue(id INTEGER PRIMARY KEY AUTOINCREMENT, type INTEGER NOT NULL, event "
     "INTEGER NOT "
-    "NULL, application BLOB NOT NULL, arguments BLOB NOT NULL, start INTEGER NOT NULL, end INTEGER NOT NULL, "
+    "NULL, application BLOB NOT NULL, arguments BLOB NOT NULL, start INTEGER NOT NULL, finish INTEGER NOT NULL, "
     "action INTEGER, title BLOB, text BLOB, sound BLOB);"
     "CREATE INDEX IF NOT EXISTS due ON queue(start)";
 
@@ -87,7 +87,7 @@ bool FromCaller(const CE_NOTIFICATION_TRIGGER& trigger, const CE_USER_NOTIFICATI
 // --- The queue ----------------------------------------------------------------------------------------------------
 
 constexpr char kColumns[] =
-    "SELECT id, type, event, application, arguments, start, end, action, title, text, sound FROM queue ";
+    "SELECT id, type, event, application, arguments, start, finish, action, title, text, sound FROM queue ";
 
 Notification RowOf(const SmallQuery& query) {
     Notification row;
@@ -117,7 +117,7 @@ public:
         SmallWrite write(m_db);
         if (row.id && !Has(row.id)) return write ? ERROR_INVALID_HANDLE : Fail();
         SmallQuery put(
-            m_db, "INSERT OR REPLACE INTO queue(id, type, event, application, arguments, start, end, action, "
+            m_db, "INSERT OR REPLACE INTO queue(id, type, event, application, arguments, start, finish, action, "
                   "title, text, sound) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
         row.id ? put.Bind(row.id) : put.BindNull();
         put.Bind(std::int64_t{row.type})

@@ -1,0 +1,389 @@
+// Programs, documents, shortcuts, and the queue of notifications.
+#include "Platform/clock.h"
+#include "Platform/messaging.h"
+#include "Platform/notify.h"
+#include "Platform/phone.h"
+#include "Platform/process.h"
+#include "Platform/registry.h"
+#include "Platform/security.h"
+#include "Platform/threads.h"
+#include "tests/support/devicefiles.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Host : public DeviceFilesTest {
+protected:
+    Host() : m_path(std::getenv("PATH") ? std::getenv("PATH") : "") {
+        // The desktop's own programs must not be found; those of the test write down how they were called.
+        fs::create_directories(HostPath("bin"));
+        setenv("PATH", HostPath("bin").c_str(), 1);
+    }
+    ~Host() override { setenv("PATH", m_path.c_str(), 1); }
+
+    // A host program that writes its arguments, one a line, to <name>.log.
+    std::string MakeProgram(const std::string& name) {
+        const std::string path = HostPath("bin/" + name);
+        Put("bin/" + name, "#!/bin/sh\nfor a in \"$@\"; do echo \"$a\"; done > '" + Log(name) +
+                               ".part'\n/bin/mv '" + Log(name) + ".part' '" + Log(name) + "'\n");
+        fs::permissions(path, fs::perms::owner_all);
+        return path;
+    }
+    std::string Log(const std::string& name) const { return HostPath(name + ".log"); }
+    // What the program was given; it runs by itself, so wait for it.
+    std::string Called(const std::string& name) {
+        for (int i = 0; i < 500 && !OnDisk(name + ".log"); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        const std::string lines = Get(name + ".log");
+        fs::remove(Log(name));
+        return lines;
+    }
+    static void Register(LPCWSTR name, const std::string& command) {
+        HKEY key = nullptr;
+        const std::u16string wide(command.begin(), command.end());
+        RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"Software\\Norvo\\HostPrograms", 0, nullptr, 0, 0, nullptr, &key,
+                        nullptr);
+        RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(wide.c_str()),
+                       static_cast<DWORD>((wide.size() + 1) * 2));
+        RegCloseKey(key);
+    }
+    static DWORD Open(LPCWSTR file, LPCWSTR parameters = nullptr) {
+        SHELLEXECUTEINFO info{};
+        info.cbSize = sizeof info;
+        info.lpVerb = u"open";
+        info.lpFile = file;
+        info.lpParameters = parameters;
+        return ShellExecuteEx(&info) ? 0 : GetLastError();
+    }
+    static DWORD Start(LPCWSTR image, LPCWSTR arguments) {
+        return CreateProcessW(image, arguments, nullptr, nullptr, FALSE, 0, nullptr, nullptr, nullptr,
+                              nullptr)
+                   ? 0
+                   : GetLastError();
+    }
+
+private:
+    const std::string m_path;
+};
+
+TEST_F(Host, ArgumentsReachTheProgramAsTheyAre) {
+    Register(u"Mail.exe", "\"" + MakeProgram("mail") + "\" --host \"two words\"");
+    const struct {
+        const char16_t* arguments;
+        const char* lines;
+    } cases[] = {
+        {u"-open  x", "--host\ntwo words\n-open\nx\n"},
+        {u"-to \"Ann B <a@b.c>\" \"\"", "--host\ntwo words\n-to\nAnn B <a@b.c>\n\n"},
+        {u"say \"a \"\"b\"\" c\"", "--host\ntwo words\nsay\na \"b\" c\n"},
+        {u"$(touch x); `id` | * ' \\", "--host\ntwo words\n$(touch\nx);\n`id`\n|\n*\n'\n\\\n"},
+        {nullptr, "--host\ntwo words\n"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Start(u"\\Program Files\\MAIL.EXE", c.arguments), 0u);
+        EXPECT_EQ(Called("mail"), c.lines);
+    }
+}
+
+TEST_F(Host, TableRowsByPathComeFirst) {
+    Register(u"map.exe", MakeProgram("any"));
+    Register(u"\\A\\map.exe", MakeProgram("one"));
+    EXPECT_EQ(Start(u"\\a\\MAP.exe", u"1"), 0u);
+    EXPECT_EQ(Called("one"), "1\n");
+    EXPECT_EQ(Start(u"\\b\\map.exe", u"2"), 0u);
+    EXPECT_EQ(Called("any"), "2\n");
+}
+
+TEST_F(Host, WhatCantBeStarted) {
+    Put("Windows/there.exe", "MZ");
+    Put("My Documents/letter.doc", "x");
+    Register(u"gone.exe", "/nonexistent/program");
+    Register(u"text.exe", HostPath("My Documents/letter.doc"));
+    const struct {
+        const char16_t* file;
+        DWORD created, opened;
+    } cases[] = {
+        {u"\\Windows\\none.exe", 2, 2},
+        {u"\\None\\none.exe", 3, 3},
+        {u"\\Windows\\there.exe", 1155, 1155},
+        {u"\\Windows\\gone.exe", 2, 2},
+        {u"\\My Documents\\letter.doc", 1155, 1155}, // no xdg-open on the path
+        {u"..\\x.exe", 123, 123},
+        {u"http://example.org/", 123, 1155},
+        {u"", 87, 87},
+    };
+    // A row whose command is missing says that no program runs it.
+    for (const auto& c : cases) {
+        const bool hasRow = std::u16string(c.file).find(u"gone") != std::u16string::npos;
+        EXPECT_EQ(Start(c.file, nullptr), hasRow ? 1155 : c.created) << fs::path(c.file).string();
+        EXPECT_EQ(Open(c.file), c.opened) << fs::path(c.file).string();
+    }
+    EXPECT_EQ(Start(u"text.exe", nullptr), 1155u); // not executable
+}
+
+TEST_F(Host, DocumentsAndAddressesGoToTheDesktop) {
+    MakeProgram("xdg-open");
+    Put("My Documents/a b.doc", "x");
+    EXPECT_EQ(Open(u"\\my documents\\A B.DOC"), 0u);
+    EXPECT_EQ(Called("xdg-open"), HostPath("My Documents/a b.doc") + "\n");
+    EXPECT_EQ(Open(u"https://example.org/?a=1&b='2'"), 0u);
+    EXPECT_EQ(Called("xdg-open"), "https://example.org/?a=1&b='2'\n");
+    EXPECT_EQ(Open(u"\\My Documents\\none.doc"), 2u);
+}
+
+TEST_F(Host, ShortcutsGoToTheirTarget) {
+    Register(u"QNTab.exe", MakeProgram("tab"));
+    EXPECT_EQ(SHCreateShortcut(u"\\Cal.lnk", u"\"\\Program Files\\QNTab.exe\" 52"), TRUE);
+    EXPECT_EQ(Get("Cal.lnk"), "\"\\Program Files\\QNTab.exe\" 52");
+    WCHAR target[64];
+    EXPECT_TRUE(SHGetShortcutTarget(u"\\cal.LNK", target, 64));
+    EXPECT_EQ(std::u16string(target), u"\"\\Program Files\\QNTab.exe\" 52");
+    EXPECT_EQ(Open(u"\\Cal.lnk", u"\"x y\""), 0u);
+    EXPECT_EQ(Called("tab"), "52\nx y\n");
+
+    Put("Device.lnk", "20#\\windows\\QNTab.exe 9\r\n"); // as a device writes it
+    EXPECT_EQ(Open(u"\\Device.lnk"), 0u);
+    EXPECT_EQ(Called("tab"), "9\n");
+    Put("Ring.lnk", "\\Ring.lnk");
+    EXPECT_EQ(Open(u"\\Ring.lnk"), 1155u);
+    Put("Empty.lnk", "");
+    EXPECT_EQ(Open(u"\\Empty.lnk"), ERROR_BAD_FORMAT);
+    EXPECT_EQ(Open(u"\\None.lnk"), 2u);
+}
+
+TEST_F(Host, RecordingStartsNothing) {
+    Register(u"a.exe", MakeProgram("a"));
+    PlatRecordPrograms(true);
+    EXPECT_EQ(Start(u"a.exe", u"1 2"), 0u);
+    EXPECT_EQ(Open(u"mailto:x@y.z"), 0u);
+    PlatRecordPrograms(true, 8);
+    EXPECT_EQ(Open(u"b.doc", u"p"), 8u);
+    const auto programs = PlatTakePrograms();
+    ASSERT_EQ(programs.size(), 3u);
+    EXPECT_EQ(programs[0].file + u"|" + programs[0].arguments, u"a.exe|1 2");
+    EXPECT_EQ(programs[1].file, u"mailto:x@y.z");
+    EXPECT_EQ(programs[2].arguments, u"p");
+    EXPECT_FALSE(OnDisk("a.log"));
+}
+
+// --- Notifications ------------------------------------------------------------------------------------------------
+
+constexpr SYSTEMTIME At(WORD day, WORD hour, WORD minute = 0) {
+    return {2026, 11, 0, day, hour, minute, 0, 0};
+}
+
+class Notifications : public Host {
+protected:
+    static HANDLE Set(const SYSTEMTIME& start, LPCWSTR title, LPCWSTR text, HANDLE handle = nullptr) {
+        CE_NOTIFICATION_TRIGGER trigger{52, CNT_TIME, 0, u"CALENDAR.EXE", nullptr, start, {}};
+        CE_USER_NOTIFICATION user{PUN_DIALOG, title, text, nullptr, 0, 0};
+        return CeSetUserNotificationEx(handle, &trigger, &user);
+    }
+    static std::vector<HANDLE> Handles() {
+        DWORD count = 0;
+        CeGetUserNotificationHandles(nullptr, 0, &count);
+        std::vector<HANDLE> handles(count);
+        EXPECT_TRUE(CeGetUserNotificationHandles(handles.data(), count, &count));
+        return handles;
+    }
+    static std::u16string Delivered() {
+        std::u16string all;
+        for (const auto& program : PlatTakePrograms()) all += program.file + u"(" + program.arguments + u")";
+        return all;
+    }
+};
+
+TEST_F(Notifications, AreDeliveredOnceAndSurviveARestart) {
+    PlatRecordPrograms(true);
+    const HANDLE later = Set(At(21, 9, 30), u"Later", u"b");
+    const HANDLE sooner = Set(At(21, 9), u"Sooner", u"a");
+    ASSERT_NE(later, nullptr);
+    EXPECT_LT(reinterpret_cast<ULONG_PTR>(later), 0x80000000u);
+    PlatSetDeviceFolder(m_folder); // a restart
+    EXPECT_EQ(Handles(), (std::vector{later, sooner}));
+    EXPECT_EQ(PlatRunDueNotifications(At(21, 8, 59)), 0u);
+    EXPECT_EQ(PlatRunDueNotifications(At(21, 9)), 1u);
+    EXPECT_EQ(Delivered(), u"notify-send(Sooner\na)");
+    PlatSetDeviceFolder(m_folder);
+    EXPECT_EQ(PlatRunDueNotifications(At(23, 0)), 1u); // overdue
+    EXPECT_EQ(Delivered(), u"notify-send(Later\nb)");
+    EXPECT_EQ(PlatRunDueNotifications(At(23, 0)), 0u);
+    EXPECT_TRUE(Handles().empty());
+    EXPECT_FALSE(CeClearUserNotification(later));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_NE(Set(At(24, 9), u"New", u""), later); // numbers of the past don't come back
+}
+
+TEST_F(Notifications, ReplacingAndClearing) {
+    PlatRecordPrograms(true);
+    const HANDLE first = Set(At(21, 9), u"Old", u"");
+    const HANDLE second = Set(At(21, 9), u"Other", u"");
+    EXPECT_EQ(Set(At(22, 9), u"New", u"", first), first);
+    EXPECT_TRUE(CeClearUserNotification(second));
+    EXPECT_EQ(PlatRunDueNotifications(At(21, 23)), 0u);
+    EXPECT_EQ(Set(At(22, 9), u"x", u"", second), nullptr); // it is gone
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(PlatRunDueNotifications(At(22, 9)), 1u);
+    EXPECT_EQ(Delivered(), u"notify-send(New\n)");
+}
+
+TEST_F(Notifications, WithoutADialogTheApplicationIsStarted) {
+    PlatRecordPrograms(true);
+    const CE_NOTIFICATION_TRIGGER trigger{
+        52, CNT_TIME, 0, u"\\WINDOWS\\QNNotification.exe", u"\\My Documents\\a b.pwi", At(21, 9), {}};
+    const CE_NOTIFICATION_TRIGGER event{52, CNT_EVENT, 7, u"x.exe", nullptr, {}, {}};
+    EXPECT_NE(CeSetUserNotificationEx(nullptr, &trigger, nullptr), nullptr);
+    EXPECT_NE(CeSetUserNotificationEx(nullptr, &event, nullptr), nullptr);
+    EXPECT_EQ(PlatRunDueNotifications(At(30, 0)), 1u); // the event never happens
+    EXPECT_EQ(Delivered(), u"\\WINDOWS\\QNNotification.exe(\\My Documents\\a b.pwi)");
+}
+
+TEST_F(Notifications, WhatIsRefused) {
+    CE_NOTIFICATION_TRIGGER trigger{52, CNT_TIME, 0, u"x.exe", nullptr, At(21, 9), {}};
+    const auto refused = [&] {
+        return CeSetUserNotificationEx(nullptr, &trigger, nullptr) == nullptr && GetLastError() == 87;
+    };
+    trigger.dwSize = sizeof trigger;
+    EXPECT_TRUE(refused());
+    trigger.dwSize = 52;
+    trigger.dwType = 4;
+    EXPECT_TRUE(refused());
+    trigger.dwType = CNT_TIME;
+    trigger.stStartTime = At(31, 9); // November
+    EXPECT_TRUE(refused());
+    trigger.stStartTime = {};
+    EXPECT_TRUE(refused());
+    EXPECT_EQ(CeSetUserNotificationEx(nullptr, nullptr, nullptr), nullptr);
+    EXPECT_TRUE(Handles().empty());
+}
+
+TEST_F(Notifications, GivesBackWhatWasSet) {
+    const HANDLE handle = Set(At(21, 9), u"POOM: 1 ", u"Dentist\r\nMain Street");
+    DWORD needed = 0;
+    EXPECT_FALSE(CeGetUserNotification(handle, 0, &needed, nullptr));
+    std::vector<std::max_align_t> room(needed / sizeof(std::max_align_t) + 1);
+    auto* buffer = reinterpret_cast<BYTE*>(room.data());
+    EXPECT_FALSE(CeGetUserNotification(handle, needed - 1, &needed, buffer));
+    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+    ASSERT_TRUE(CeGetUserNotification(handle, needed, &needed, buffer));
+    const auto& header = *reinterpret_cast<const CE_NOTIFICATION_INFO_HEADER*>(buffer);
+    EXPECT_EQ(header.hNotification, handle);
+    EXPECT_EQ(header.pcent->dwSize, 52u);
+    EXPECT_EQ(std::u16string(header.pcent->lpszApplication), u"CALENDAR.EXE");
+    EXPECT_EQ(header.pcent->stStartTime.wHour, 9);
+    EXPECT_EQ(header.pcent->stStartTime.wDay, 21);
+    EXPECT_EQ(header.pcent->stEndTime.wYear, 0);
+    EXPECT_EQ(std::u16string(header.pceun->pwszDialogText), u"Dentist\r\nMain Street");
+    EXPECT_EQ(header.pceun->ActionFlags, PUN_DIALOG);
+}
+
+TEST_F(Notifications, PeopleSeeTheTextNotTheLineForPrograms) {
+    MakeProgram("notify-send");
+    Set(At(21, 9), u"POOM: 1073741825 2026 11 21 ", u"-Dentist & <Co>\r\nMain Street");
+    EXPECT_EQ(PlatRunDueNotifications(At(21, 9)), 1u);
+    EXPECT_EQ(Called("notify-send"), "--app-name=Quillonary\n--\n-Dentist & <Co>\nMain Street\n");
+    Set(At(21, 9), u"Title", u"a & <b>");
+    EXPECT_EQ(PlatRunDueNotifications(At(21, 9)), 1u);
+    EXPECT_EQ(Called("notify-send"), "--app-name=Quillonary\n--\nTitle\na &amp; &lt;b&gt;\n");
+    // Without a desktop there is a line in the debug output.
+    fs::remove(HostPath("bin/notify-send"));
+    PlatTakeDebugOutput();
+    Set(At(21, 9), u"Title", u"text");
+    EXPECT_EQ(PlatRunDueNotifications(At(21, 9)), 1u);
+    const auto lines = PlatTakeDebugOutput();
+    EXPECT_TRUE(
+        std::ranges::any_of(lines, [](const auto& line) { return line.find(u"Title") != line.npos; }));
+}
+
+TEST_F(Notifications, ThePumpDelivers) {
+    PlatRecordPrograms(true);
+    const SYSTEMTIME now = At(21, 9);
+    PlatSetTimeZoneByName("UTC");
+    PlatSetClock(&now);
+    Set(At(21, 8), u"Overdue", u"");
+    PlatStartNotificationPump();
+    PlatStartNotificationPump();
+    std::vector<PlatProgramRecord> all;
+    const auto wait = [&](std::size_t count) {
+        for (int i = 0; i < 500 && all.size() < count; ++i) {
+            for (auto& program : PlatTakePrograms()) all.push_back(std::move(program));
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return all.size();
+    };
+    EXPECT_EQ(wait(1), 1u);
+    Set(At(21, 9), u"Now", u""); // wakes it
+    EXPECT_EQ(wait(2), 2u);
+    PlatStopNotificationPump();
+    PlatStopNotificationPump();
+    Set(At(21, 9), u"Stopped", u"");
+    EXPECT_EQ(Handles().size(), 1u);
+}
+
+// --- Services that others provide ---------------------------------------------------------------------------------
+
+TEST_F(Host, MailIsComposedOnTheDesktop) {
+    MAILCOMPOSEFIELDS fields{};
+    fields.pszTo = u"a@b.c";
+    fields.pszSubject = u"Hi; rm -r *";
+    fields.pszAttachments = u"\\A.txt\0\\b.txt\0";
+    fields.cAttachments = 2;
+    Put("a.txt", "");
+    EXPECT_EQ(MailComposeMessage(&fields), E_INVALIDARG); // one attachment is missing
+    Put("b.txt", "");
+    EXPECT_EQ(MailComposeMessage(&fields), E_FAIL); // no mail program
+    MakeProgram("xdg-email");
+    EXPECT_EQ(MailComposeMessage(&fields), S_OK);
+    EXPECT_EQ(Called("xdg-email"), "--utf8\n--subject\nHi; rm -r *\n--attach\n" + HostPath("a.txt") +
+                                       "\n--attach\n" + HostPath("b.txt") + "\na@b.c\n");
+    fields.pszTo = u"--help";
+    EXPECT_EQ(MailComposeMessage(&fields), E_INVALIDARG);
+    fields.pszAccount = u"SMS";
+    EXPECT_EQ(MailComposeMessage(&fields), E_FAIL);
+    EXPECT_EQ(MailComposeMessage(nullptr), E_INVALIDARG);
+}
+
+TEST_F(Host, ProvidersTakeOverUntilTheReset) {
+    PHONEMAKECALLINFO call{kPhoneMakeCallSize, 1, u"123", nullptr, u"Ann", nullptr};
+    MAILCOMPOSEFIELDS mail{};
+    mail.pszAccount = u"SMS";
+    EXPECT_EQ(PhoneMakeCall(&call), E_NOINTERFACE);
+    EXPECT_TRUE(VerifyUser(nullptr, nullptr, nullptr, 2, nullptr));
+    EXPECT_EQ(SHDeviceLockAndPrompt(), 0);
+
+    std::u16string seen;
+    PlatSetPhoneProvider(
+        [](void* user, const PHONEMAKECALLINFO& info) -> LONG {
+            *static_cast<std::u16string*>(user) += info.pszDestAddress;
+            return 0;
+        },
+        &seen);
+    PlatSetMailProvider(
+        [](void* user, const MAILCOMPOSEFIELDS& fields) -> HRESULT {
+            *static_cast<std::u16string*>(user) += fields.pszAccount;
+            return S_FALSE;
+        },
+        &seen);
+    PlatSetLockProvider([](void*, HWND, LPCWSTR prompt) { return prompt != nullptr; }, nullptr);
+    EXPECT_EQ(PhoneMakeCall(&call), 0);
+    EXPECT_EQ(MailComposeMessage(&mail), S_FALSE);
+    EXPECT_EQ(seen, u"123SMS");
+    EXPECT_LT(SHDeviceLockAndPrompt(), 0);
+    EXPECT_TRUE(VerifyUser(nullptr, u"?", nullptr, 2, nullptr));
+    call.cbSize = sizeof call;
+    EXPECT_EQ(PhoneMakeCall(&call), E_INVALIDARG);
+
+    PlatResetForTests();
+    call.cbSize = kPhoneMakeCallSize;
+    EXPECT_EQ(PhoneMakeCall(&call), E_NOINTERFACE);
+    EXPECT_EQ(MailComposeMessage(&mail), E_FAIL);
+    EXPECT_EQ(SHDeviceLockAndPrompt(), 0);
+}
+
+} // namespace

@@ -1,0 +1,364 @@
+// The registry: names, order, sizes, durability, faults, damage, and several processes at once.
+#include "Platform/registry.h"
+#include "tests/support/devicefiles.h"
+
+#include <chrono>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+// A key that closes itself.
+class Key {
+public:
+    explicit Key(LPCWSTR path, HKEY root = HKEY_CURRENT_USER) {
+        EXPECT_EQ(RegCreateKeyExW(root, path, 0, nullptr, 0, 0, nullptr, &m_key, &m_disposition), 0);
+    }
+    ~Key() { EXPECT_EQ(RegCloseKey(m_key), 0); }
+    Key(const Key&) = delete;
+    Key& operator=(const Key&) = delete;
+    operator HKEY() const { return m_key; }
+    DWORD Disposition() const { return m_disposition; }
+
+    LONG Set(LPCWSTR name, DWORD number) const {
+        return RegSetValueExW(m_key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number),
+                              sizeof number);
+    }
+    // -1 when it can't be read.
+    LONGLONG Get(LPCWSTR name) const {
+        DWORD number = 0;
+        DWORD size = sizeof number;
+        const LONG error =
+            RegQueryValueExW(m_key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size);
+        return error ? -1 : LONGLONG{number};
+    }
+    std::u16string Names() const {
+        std::u16string names;
+        WCHAR name[64];
+        DWORD chars = 64;
+        for (DWORD i = 0; RegEnumValueW(m_key, i, name, &chars, nullptr, nullptr, nullptr, nullptr) == 0;
+             ++i, chars = 64)
+            names += std::u16string(name) + u" ";
+        return names;
+    }
+    std::u16string SubKeys() const {
+        std::u16string names;
+        WCHAR name[64];
+        DWORD chars = 64;
+        for (DWORD i = 0; RegEnumKeyExW(m_key, i, name, &chars, nullptr, nullptr, nullptr, nullptr) == 0;
+             ++i, chars = 64)
+            names += std::u16string(name) + u" ";
+        return names;
+    }
+
+private:
+    HKEY m_key = nullptr;
+    DWORD m_disposition = 0;
+};
+
+class Registry : public DeviceFilesTest {
+protected:
+    void Restart() { PlatSetDeviceFolder(m_folder); }
+
+    // Runs one of the helper tests below in a process of its own, on this device folder.
+    pid_t StartOther(const std::string& helper, const std::string& argument = "") const {
+        const std::string filter = "--gtest_filter=RegistryOther." + helper;
+        const pid_t child = fork();
+        if (child != 0) return child;
+        setenv("QN_TEST_OTHER", m_folder.c_str(), 1);
+        setenv("QN_TEST_ARGUMENT", argument.c_str(), 1);
+        const int nothing = open("/dev/null", O_WRONLY);
+        dup2(nothing, STDOUT_FILENO);
+        execl("/proc/self/exe", "registry", filter.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    static bool Succeeded(pid_t child) {
+        int status = 0;
+        return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    }
+};
+
+// The other process: skipped unless a test above started it.
+class RegistryOther : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const char* folder = std::getenv("QN_TEST_OTHER");
+        if (!folder) GTEST_SKIP() << "runs only as the second process";
+        PlatSetDeviceFolder(folder);
+        m_argument = std::getenv("QN_TEST_ARGUMENT");
+    }
+    std::string m_argument;
+};
+
+TEST_F(Registry, KeyPathsOfEverySpelling) {
+    const Key made(u"\\Software\\Norvo\\");
+    EXPECT_EQ(made.Disposition(), REG_CREATED_NEW_KEY);
+    EXPECT_EQ(made.Set(u"QNGridLeft", 2), 0);
+    for (const char16_t* path :
+         {u"Software\\Norvo", u"\\SOFTWARE\\norvo", u"Software\\Norvo\\\\", u"software\\\\NORVO"}) {
+        const Key same(path);
+        EXPECT_EQ(same.Disposition(), REG_OPENED_EXISTING_KEY);
+        EXPECT_EQ(same.Get(u"qngridLEFT"), 2);
+    }
+    const Key below(u"Norvo", Key(u"Software"));
+    EXPECT_EQ(below.Get(u"QNGridLeft"), 2);
+    EXPECT_EQ(Key(u"Software\\Norvo", HKEY_LOCAL_MACHINE).Get(u"QNGridLeft"), -1); // another root
+    EXPECT_EQ(Key(u"Software").SubKeys(), u"Norvo "); // the case it was made with
+
+    HKEY opened = nullptr;
+    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"Software\\Other", 0, 0, &opened), 2);
+    EXPECT_EQ(RegOpenKeyExW(nullptr, u"Software", 0, 0, &opened), 6);
+    EXPECT_EQ(RegCreateKeyExW(HKEY_USERS, std::u16string(256, u'k').c_str(), 0, nullptr, 0, 0, nullptr,
+                              &opened, nullptr),
+              87);
+}
+
+TEST_F(Registry, EnumerationIsInTheOrderOfMaking) {
+    {
+        const Key key(u"MRU");
+        for (const char16_t* name : {u"9", u"10", u"b", u"A"}) EXPECT_EQ(key.Set(name, 1), 0);
+        EXPECT_EQ(key.Set(u"B", 2), 0); // keeps its place, and the case of its name
+        EXPECT_EQ(key.Names(), u"9 10 b A ");
+        EXPECT_EQ(RegDeleteValueW(key, u"10"), 0);
+        EXPECT_EQ(RegDeleteValueW(key, u"10"), 2);
+        EXPECT_EQ(key.Set(u"10", 3), 0);
+        EXPECT_EQ(key.Names(), u"9 b A 10 ");
+        EXPECT_EQ(key.Get(u"A"), 1); // found behind what moved up
+        for (const char16_t* sub : {u"Z", u"a", u"M"}) Key(sub, key);
+    }
+    Restart();
+    const Key again(u"MRU");
+    EXPECT_EQ(again.Names(), u"9 b A 10 ");
+    EXPECT_EQ(again.SubKeys(), u"Z a M ");
+    EXPECT_EQ(again.Get(u"b"), 2);
+}
+
+TEST_F(Registry, SizesOfValues) {
+    const Key key(u"Sizes");
+    const std::u16string text(u"\xD83D half"); // text that is no valid Unicode stays as it is
+    const DWORD bytes = static_cast<DWORD>((text.size() + 1) * 2);
+    ASSERT_EQ(RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()), bytes), 0);
+    Restart();
+    const Key again(u"Sizes");
+    DWORD type = 0;
+    DWORD size = 0;
+    EXPECT_EQ(RegQueryValueExW(again, u"", nullptr, &type, nullptr, &size), 0);
+    EXPECT_EQ(type, REG_SZ);
+    EXPECT_EQ(size, bytes);
+    WCHAR buffer[16];
+    size = bytes - 1;
+    EXPECT_EQ(RegQueryValueExW(again, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(buffer), &size),
+              234);
+    EXPECT_EQ(size, bytes);
+    EXPECT_EQ(RegQueryValueExW(again, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(buffer), &size), 0);
+    EXPECT_EQ(std::u16string(buffer), text);
+    EXPECT_EQ(RegQueryValueExW(again, u"none", nullptr, nullptr, reinterpret_cast<BYTE*>(buffer), &size), 2);
+
+    const BYTE blob[5] = {0, 1, 2, 0, 255};
+    EXPECT_EQ(RegSetValueExW(again, u"Binary", 0, REG_BINARY, blob, 5), 0);
+    EXPECT_EQ(RegSetValueExW(again, u"Empty", 0, REG_BINARY, nullptr, 0), 0);
+    EXPECT_EQ(RegSetValueExW(again, u"Bad", 0, REG_BINARY, nullptr, 1), 87);
+    WCHAR name[8];
+    DWORD chars = 6;
+    EXPECT_EQ(RegEnumValueW(again, 1, name, &chars, nullptr, nullptr, nullptr, nullptr), 234);
+    EXPECT_EQ(chars, 6u);
+    chars = 7;
+    BYTE data[8];
+    size = 8;
+    EXPECT_EQ(RegEnumValueW(again, 1, name, &chars, nullptr, &type, data, &size), 0);
+    EXPECT_EQ(std::u16string(name, chars), u"Binary");
+    EXPECT_EQ(size, 5u);
+    EXPECT_EQ(std::memcmp(data, blob, 5), 0);
+    EXPECT_EQ(RegEnumValueW(again, 3, name, &chars, nullptr, nullptr, nullptr, nullptr), 259);
+
+    const Key sub(u"LongName", again);
+    DWORD keys = 0, longestKey = 0, values = 0, longestName = 0, longestValue = 0;
+    EXPECT_EQ(RegQueryInfoKeyW(again, nullptr, nullptr, nullptr, &keys, &longestKey, nullptr, &values,
+                               &longestName, &longestValue, nullptr, nullptr),
+              0);
+    EXPECT_EQ(keys, 1u);
+    EXPECT_EQ(longestKey, 8u);
+    EXPECT_EQ(values, 3u);
+    EXPECT_EQ(longestName, 6u);
+    EXPECT_EQ(longestValue, bytes);
+}
+
+TEST_F(Registry, DeletingAKeyTakesEverythingBelow) {
+    const Key deep(u"A\\B\\C\\D");
+    EXPECT_EQ(deep.Set(u"v", 1), 0);
+    const Key middle(u"A\\b");
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, u""), 87);
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, u"\\"), 87);
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, u"A\\X"), 2);
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, u"\\a\\B\\"), 0);
+    EXPECT_EQ(deep.Get(u"v"), -1);
+    EXPECT_EQ(deep.Set(u"v", 2), 1018);
+    EXPECT_EQ(RegFlushKey(middle), 1018);
+    HKEY opened = nullptr;
+    EXPECT_EQ(RegOpenKeyExW(middle, u"C", 0, 0, &opened), 1018);
+    Restart();
+    // Made again it is a new, empty key; the old handles stay dead.
+    const Key fresh(u"A\\B");
+    EXPECT_EQ(fresh.Disposition(), REG_CREATED_NEW_KEY);
+    EXPECT_EQ(fresh.SubKeys(), u"");
+    EXPECT_EQ(deep.Get(u"v"), -1);
+    EXPECT_EQ(middle.Set(u"v", 3), 1018);
+}
+
+TEST_F(Registry, FailedWriteChangesNothing) {
+    const Key key(u"Faults");
+    EXPECT_EQ(key.Set(u"v", 1), 0);
+    PlatInjectFault(PlatFault::RegistryWrite, 1, true);
+    HKEY made = nullptr;
+    EXPECT_EQ(key.Set(u"v", 2), 112);
+    EXPECT_EQ(key.Set(u"w", 2), 112);
+    EXPECT_EQ(RegDeleteValueW(key, u"v"), 112);
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, u"Faults"), 112);
+    EXPECT_EQ(RegCreateKeyExW(key, u"Sub", 0, nullptr, 0, 0, nullptr, &made, nullptr), 112);
+    EXPECT_EQ(PlatFaultCount(PlatFault::RegistryWrite), 5u);
+    // What stands there already needs no write.
+    EXPECT_EQ(key.Set(u"v", 1), 0);
+    EXPECT_EQ(PlatFaultCount(PlatFault::RegistryWrite), 5u);
+    for (int round = 0; round < 2; ++round, Restart()) {
+        const Key same(u"Faults");
+        EXPECT_EQ(same.Get(u"v"), 1);
+        EXPECT_EQ(same.Names(), u"v ");
+        EXPECT_EQ(same.SubKeys(), u"");
+    }
+}
+
+TEST_F(Registry, DamagedFileIsSetAsideAndTold) {
+    const std::string whole = [&] {
+        const Key key(u"K");
+        for (char16_t c = u'a'; c < u'z'; ++c) EXPECT_EQ(key.Set(std::u16string(200, c).c_str(), 7), 0);
+        Restart(); // closes it: all of it is in the one file
+        return Get("registry.db");
+    }();
+    ASSERT_GT(whole.size(), 8192u);
+    std::string broken = whole;
+    std::fill(broken.begin() + 4096, broken.end(), '\xAB');
+    for (const std::string& damaged :
+         {std::string("this is no database, but it is long enough to be looked at"), broken}) {
+        Restart();
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder))
+            std::filesystem::remove_all(entry);
+        Put("registry.db", damaged);
+        PlatTakeDebugOutput();
+        const Key key(u"K");
+        EXPECT_EQ(key.Disposition(), REG_CREATED_NEW_KEY);
+        EXPECT_EQ(key.Set(u"v", 1), 0);
+        EXPECT_EQ(Get("registry.db.bad"), damaged);
+        const auto lines = PlatTakeDebugOutput();
+        ASSERT_EQ(lines.size(), 1u);
+        EXPECT_NE(lines[0].find(u"registry.db.bad"), std::u16string::npos);
+    }
+    // A second one keeps the first.
+    Restart();
+    Put("registry.db", "again");
+    std::filesystem::remove(HostPath("registry.db-wal"));
+    const Key key(u"K");
+    EXPECT_EQ(Get("registry.db.bad"), broken);
+    EXPECT_EQ(Get("registry.db.bad1"), "again");
+}
+
+TEST_F(RegistryOther, Writes) {
+    const Key key(u"Shared");
+    EXPECT_EQ(key.Set(u"fromOther", 41), 0);
+    EXPECT_EQ(key.Set(u"v", 42), 0);
+    EXPECT_EQ(RegDeleteKeyW(key, u"Doomed"), 0);
+}
+
+TEST_F(Registry, SeesAnotherProcessAtOnce) {
+    const Key key(u"Shared");
+    const Key doomed(u"Doomed", key);
+    EXPECT_EQ(key.Set(u"v", 1), 0);
+    EXPECT_EQ(key.Get(u"v"), 1);
+    ASSERT_TRUE(Succeeded(StartOther("Writes")));
+    EXPECT_EQ(key.Get(u"v"), 42);
+    EXPECT_EQ(key.Get(u"fromOther"), 41);
+    EXPECT_EQ(key.Names(), u"v fromOther ");
+    EXPECT_EQ(RegFlushKey(doomed), 1018);
+}
+
+constexpr int kRounds = 60;
+
+TEST_F(RegistryOther, CountsUp) {
+    const Key key(u"Counts");
+    const std::u16string name(m_argument.begin(), m_argument.end());
+    for (DWORD i = 1; i <= kRounds; ++i) {
+        EXPECT_EQ(key.Set(name.c_str(), i), 0);
+        EXPECT_EQ(key.Set((name + std::u16string(i, u'-')).c_str(), i), 0);
+    }
+}
+
+TEST_F(Registry, TwoWritersLoseNothing) {
+    const Key key(u"Counts");
+    const pid_t first = StartOther("CountsUp", "p");
+    const pid_t second = StartOther("CountsUp", "q");
+    // Meanwhile this process reads, and what it has seen never goes back.
+    LONGLONG last = 0;
+    int status = 0;
+    while (waitpid(first, &status, WNOHANG) == 0) {
+        const LONGLONG now = std::max<LONGLONG>(key.Get(u"p"), 0);
+        EXPECT_GE(now, last);
+        last = now;
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_TRUE(Succeeded(second));
+    EXPECT_EQ(key.Get(u"p"), kRounds);
+    EXPECT_EQ(key.Get(u"q"), kRounds);
+    DWORD values = 0;
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &values, nullptr, nullptr,
+                     nullptr, nullptr);
+    EXPECT_EQ(values, 2u + 2 * kRounds);
+}
+
+TEST_F(RegistryOther, WritesUntilKilled) {
+    const Key key(u"Killed");
+    const int acknowledged = std::atoi(m_argument.c_str());
+    for (DWORD i = static_cast<DWORD>(key.Get(u"a") + 1);; ++i) {
+        EXPECT_EQ(key.Set(u"a", i), 0);
+        if (write(acknowledged, &i, sizeof i) != sizeof i) _exit(1);
+    }
+}
+
+TEST_F(Registry, WhatWasAcknowledgedSurvivesAKill) {
+    const Key key(u"Killed");
+    EXPECT_EQ(key.Set(u"a", 0), 0);
+    for (int round = 0; round < 5; ++round) {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        const pid_t child = StartOther("WritesUntilKilled", std::to_string(ends[1]));
+        close(ends[1]);
+        DWORD last = 0;
+        for (int i = 0; i < 20 + round * 7; ++i)
+            ASSERT_EQ(read(ends[0], &last, sizeof last), ssize_t{sizeof last});
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        while (read(ends[0], &last, sizeof last) == ssize_t{sizeof last}) continue;
+        close(ends[0]);
+        EXPECT_GE(key.Get(u"a"), LONGLONG{last});
+        EXPECT_LE(key.Get(u"a"), LONGLONG{last} + 1);
+    }
+}
+
+TEST_F(Registry, ThreadsReadAndWriteTogether) {
+    const Key key(u"Threads");
+    for (const char16_t* name : {u"a", u"b", u"c"}) EXPECT_EQ(key.Set(name, 0), 0);
+    std::vector<std::thread> threads;
+    for (const char16_t* name : {u"a", u"b", u"c"})
+        threads.emplace_back([&key, name] {
+            for (DWORD i = 1; i <= 20; ++i) {
+                EXPECT_EQ(key.Set(name, i), 0);
+                EXPECT_EQ(key.Get(name), i); // one's own writes are read back
+            }
+        });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(key.Get(u"a") + key.Get(u"b") + key.Get(u"c"), 60);
+}
+
+} // namespace
