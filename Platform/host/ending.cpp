@@ -25,9 +25,10 @@ namespace plat {
 namespace {
 
 using std::chrono::milliseconds;
-constexpr milliseconds kPatience{50};       // for a thread that runs its own code
-constexpr milliseconds kHostPatience{2000}; // for one inside a host operation, which ends soon
-constexpr milliseconds kBetweenProds{1};
+constexpr milliseconds kPatience{50};       // of the thread's own time on a processor
+constexpr milliseconds kLongPatience{2000}; // for one that waits for something itself, or for a processor
+// Short, because a thread that allocates all the time is seldom seen in its own code.
+constexpr std::chrono::microseconds kBetweenProds{100};
 constexpr milliseconds kBetweenReaps{20};
 
 std::mutex g_hooksLock;
@@ -154,10 +155,12 @@ Reaper& TheReaper() {
 // True when the thread is held.
 bool Catch(Thread& thread) {
     const auto begin = Clock::now();
+    const auto used = thread.ProcessorTime();
     while (!thread.Parked()) {
         const auto now = Clock::now();
         const bool inHost = thread.noKillDepth.load(std::memory_order_relaxed) > 0;
-        if (now - begin > (inHost ? kHostPatience : kPatience)) return false;
+        if (!inHost && thread.ProcessorTime() - used > kPatience) return false;
+        if (now - begin > kLongPatience) return false;
         thread.Prod();
         thread.WaitParked(now + kBetweenProds);
     }
@@ -188,6 +191,15 @@ void Thread::Park() {
 
 void Thread::WaitParked(Clock::time_point until) const {
     if (!Parked()) FutexWait(m_parked, 0, until);
+}
+
+std::chrono::nanoseconds Thread::ProcessorTime() const {
+    std::lock_guard lock(m_lock);
+    clockid_t clock;
+    timespec used = {};
+    if (hostId == 0 || pthread_getcpuclockid(hostThread, &clock) != 0 || clock_gettime(clock, &used) != 0)
+        return {};
+    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
 }
 
 void Thread::Prod() {

@@ -5,8 +5,8 @@
 
 namespace plat {
 
-// To be called after the clock that GetTickCount reads was set or moved on (PlatSetClock, PlatAdvanceClock): threads
-// that wait for messages look at their timers again. Never call it with a host lock held.
+// After the clock that GetTickCount reads was set or moved on: threads that wait for messages look at their timers
+// again. The clock tells it by itself (AtClockChange).
 void WakeTimers();
 
 // The thread has ended or is held for ever: its windows, timers and queue go, senders that wait for it get 0.

@@ -5,6 +5,7 @@
 #include "Platform/host/waitable.h"
 
 #include <csetjmp>
+#include <pthread.h>
 #include <sys/types.h>
 
 namespace plat {
@@ -39,6 +40,8 @@ public:
     // Holds the calling thread, which this is, for ever.
     [[noreturn]] void Park();
     void WaitParked(Clock::time_point until) const;
+    // What it has used of a processor since its start.
+    std::chrono::nanoseconds ProcessorTime() const;
     // Sends the ending signal, unless the thread has gone.
     void Prod();
 
@@ -49,6 +52,7 @@ public:
     Waker waker;             // what it sleeps on in every wait of the platform
     jmp_buf exitPoint;       // where ExitThread goes: the bottom of its stack
     DWORD askedExitCode = 0; // of ExitThread
+    pthread_t hostThread{};  // good while hostId is not 0
     pid_t hostId = 0;        // under Lock(); 0 before its start and after its end
 
     std::mutex& Lock() const { return m_lock; }

@@ -246,6 +246,7 @@ void* ThreadMain(void* argument) {
     Thread& self = **t_self;
     {
         std::lock_guard lock(self.Lock());
+        self.hostThread = pthread_self();
         self.hostId = static_cast<pid_t>(syscall(SYS_gettid));
     }
     t_thread = &self;

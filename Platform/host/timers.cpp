@@ -1,5 +1,6 @@
 // Timers. Nothing is queued for them: a thread that asks for messages looks which are due.
 #include "Platform/clock.h"
+#include "Platform/host/clockstate.h"
 #include "Platform/host/desktop.h"
 #include "Platform/host/messages.h"
 #include "Platform/threads.h"
@@ -11,7 +12,8 @@ namespace {
 
 // Tick counts wrap around; a period keeps within half of their range.
 constexpr UINT kLongestPeriod = 0x7FFFFFFF;
-constexpr DWORD kErrorInvalidTimer = ERROR_INVALID_PARAMETER;
+
+[[maybe_unused]] const bool g_listening = (AtClockChange(&WakeTimers), true);
 
 bool Due(const Timer& timer, DWORD now) { return static_cast<std::int32_t>(now - timer.due) >= 0; }
 
@@ -97,7 +99,7 @@ BOOL KillTimer(HWND window, ULONG_PTR id) {
     plat::Desktop& desktop = plat::TheDesktop();
     std::lock_guard lock(desktop.lock);
     const auto found = plat::FindTimer(desktop, self, window, id);
-    if (found == desktop.timers.end()) return SetLastError(plat::kErrorInvalidTimer), FALSE;
+    if (found == desktop.timers.end()) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
     desktop.timers.erase(found);
     return TRUE;
 }
