@@ -3,24 +3,43 @@
 #include "apps/qn/commands.h"
 #include "apps/qn/support.h"
 
+#include <unistd.h>
+
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <string_view>
 
 namespace {
 
-// The library settles the device folder when it is loaded, before main. So that --device is heard, it is looked for
-// earlier still: the loader runs these entries of the program before the libraries' own start.
-void TakeDeviceOption(int argc, char** argv, char**) {
-    constexpr std::string_view kOption = "--device";
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view word = argv[i];
-        if (word == "--") return;
-        if (word == kOption && i + 1 < argc) setenv("QN_DEVICE", argv[i + 1], 1);
-        if (word.starts_with("--device=")) setenv("QN_DEVICE", argv[i] + kOption.size() + 1, 1);
+// The library settles the device folder when it is loaded, before main; an option comes too late for it. So the program
+// starts itself anew with the folder in its environment, before any library has done anything: the loader runs the
+// entries of this section first. Nothing but plain memory and the system call may be used here.
+constexpr std::size_t kMostVariables = 4096;
+constexpr std::size_t kLongestFolder = 4096;
+
+const char* DeviceWord(int argc, char** argv) {
+    const char* folder = nullptr;
+    for (int i = 1; i < argc && __builtin_strcmp(argv[i], "--") != 0; ++i) {
+        if (__builtin_strcmp(argv[i], "--device") == 0 && i + 1 < argc) folder = argv[i + 1];
+        if (__builtin_strncmp(argv[i], "--device=", 9) == 0) folder = argv[i] + 9;
     }
+    return folder;
+}
+
+__attribute__((no_sanitize("address", "undefined"))) void TakeDeviceOption(int argc, char** argv, char** environment) {
+    static char variable[kLongestFolder + 16] = "QN_DEVICE=";
+    static char* variables[kMostVariables + 2];
+    const char* folder = DeviceWord(argc, argv);
+    if (!folder) return;
+    std::size_t length = 10;
+    for (const char* c = folder; *c && length < kLongestFolder; ++c) variable[length++] = *c;
+    std::size_t count = 0;
+    for (char** entry = environment; *entry && count < kMostVariables; ++entry) {
+        if (__builtin_strcmp(*entry, variable) == 0) return; // this is the second start
+        if (__builtin_strncmp(*entry, "QN_DEVICE=", 10) != 0) variables[count++] = *entry;
+    }
+    variables[count] = variable;
+    execve("/proc/self/exe", argv, variables);
 }
 __attribute__((section(".preinit_array"), used)) void (*const g_takeDevice)(int, char**, char**) = &TakeDeviceOption;
 
