@@ -125,7 +125,8 @@ DATE DayInTheList(ULONGLONG ticks, const TIME_ZONE_INFORMATION& zone) {
     const bool summer = IsInDST(stored.wYear, stored.wMonth, stored.wDay, &zone) ||
                         (change.wMonth == stored.wMonth && change.wDay == stored.wDay);
     const LONG offset = zone.Bias + (summer ? zone.DaylightBias : zone.StandardBias);
-    return static_cast<double>(ticks) / 864e9 - civil::kDaysTo1899 - offset / 1440.0;
+    const auto minutes = static_cast<std::int64_t>(ticks) / civil::kTicksPerMinute - offset;
+    return static_cast<double>(civil::FloorDiv(minutes, 1440) - civil::kDaysTo1899);
 }
 
 TEST_F(PoomItemsTest, EveryAllDayDateComesBackInFiveZones) {
@@ -144,7 +145,7 @@ TEST_F(PoomItemsTest, EveryAllDayDateComesBackInFiveZones) {
             CEPROPVAL* values = nullptr;
             ULONG size = 0;
             ASSERT_EQ(item.As<IItem>(IID_IItem)->GetProps(&id, 1, 1, &values, &size, nullptr), S_OK);
-            ASSERT_EQ(std::floor(DayInTheList(FileTimeTicks(values[0].val.filetime), zone)), day)
+            ASSERT_EQ(DayInTheList(FileTimeTicks(values[0].val.filetime), zone), day)
                 << zone.Bias << " " << ShowDate(day);
             LocalFree(values);
         }

@@ -1,0 +1,597 @@
+// Series through the object model: the blocks they write, their ends, their occurrences.
+#include "Platform/rulewalk.h"
+#include "tests/support/poom.h"
+#include "tests/support/workedblobs.h"
+
+#include <functional>
+
+namespace {
+
+std::string Hex(const std::vector<BYTE>& bytes) {
+    std::string text;
+    char byte[4];
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        std::snprintf(byte, sizeof byte, "%02X%c", bytes[i], i % 16 == 15 ? '\n' : ' ');
+        text += byte;
+    }
+    return text;
+}
+
+class SeriesTest : public PoomTest {
+protected:
+    // An appointment about to become a series.
+    struct Draft {
+        Com<IAppointment> item;
+        Com<IRecurrencePattern> rule;
+    };
+    Draft Draw(const char* first, const char* time, LONG minutes, LONG type) {
+        Draft draft{NewAppointment(), {}};
+        draft.item->put_Subject(Bstr(u"Series"));
+        draft.item->put_Start(At(first));
+        draft.item->GetRecurrencePattern(draft.rule.Out());
+        draft.rule->put_RecurrenceType(type);
+        draft.rule->put_PatternStartDate(At(first));
+        draft.rule->put_StartTime(At((std::string("1899-12-30 ") + time).c_str()));
+        draft.rule->put_Duration(minutes);
+        return draft;
+    }
+    LONG Save(Draft& draft) {
+        EXPECT_EQ(draft.item->Save(), S_OK);
+        return OidOf(draft.item);
+    }
+    Com<IRecurrencePattern> RuleOf(LONG oid) {
+        Com<IRecurrencePattern> rule;
+        Open<IAppointment>(oid)->GetRecurrencePattern(rule.Out());
+        return rule;
+    }
+    Com<IAppointment> Occurrence(LONG oid, const char* day, HRESULT expected = S_OK) {
+        Com<IAppointment> occurrence;
+        EXPECT_EQ(RuleOf(oid)->GetOccurrence(At(day), occurrence.Out()), expected) << day;
+        return occurrence;
+    }
+    void DeleteOccurrence(LONG oid, const char* day) {
+        auto occurrence = Occurrence(oid, day);
+        ASSERT_TRUE(occurrence);
+        EXPECT_EQ(occurrence->Delete(), S_OK);
+    }
+    void Move(LONG oid, const char* day, const char* start, LONG minutes) {
+        auto occurrence = Occurrence(oid, day);
+        ASSERT_TRUE(occurrence);
+        occurrence->put_Start(At(start));
+        occurrence->put_Duration(minutes);
+        EXPECT_EQ(occurrence->Save(), S_OK);
+    }
+    std::string Block(LONG oid) { return Hex(StoredStream(oid, PIMPR_RECURRENCE)); }
+    std::string EndOf(const Com<IRecurrencePattern>& rule) {
+        DATE end = 0;
+        LONG count = -1;
+        VARIANT_BOOL none = VARIANT_FALSE;
+        rule->get_PatternEndDate(&end);
+        rule->get_Occurrences(&count);
+        rule->get_NoEndDate(&none);
+        return (end == kNoDate ? "none" : ShowDate(end).substr(0, 10)) + " " + std::to_string(count) +
+               (none ? " endless" : "");
+    }
+    // The starts of what a restriction finds, in its order.
+    std::string Starts(const std::u16string& restriction) {
+        auto items = Items(olFolderCalendar);
+        EXPECT_EQ(items->put_IncludeRecurrences(VARIANT_TRUE), S_OK);
+        Com<IPOutlookItemCollection> some;
+        EXPECT_EQ(items->Restrict(Bstr(restriction.c_str()), some.Out()), S_OK);
+        int count = 0;
+        some->get_Count(&count);
+        std::string all;
+        for (int i = 1; i <= count; ++i) {
+            Com<IDispatch> item;
+            EXPECT_EQ(some->Item(i, item.Out()), S_OK);
+            DATE start = 0;
+            item.As<IAppointment>(IID_IAppointment)->get_Start(&start);
+            all += ShowDate(start) + "\n";
+        }
+        return all;
+    }
+};
+
+// --- The block, byte for byte -----------------------------------------------------------------------------------------
+
+TEST_F(SeriesTest, WritesTheWorkedBlocks) {
+    const std::vector<std::function<LONG()>> kMakers = {
+        [this] {
+            auto d = Draw("2010-03-01", "10:00", 90, olRecursDaily);
+            d.rule->put_Interval(2);
+            d.rule->put_PatternEndDate(At("2010-03-31"));
+            return Save(d);
+        },
+        [this] {
+            auto d = Draw("2010-03-01", "08:30", 30, olRecursDaily);
+            d.rule->put_Interval(0);
+            d.rule->put_DayOfWeekMask(62);
+            d.rule->put_NoEndDate(VARIANT_TRUE);
+            const LONG oid = Save(d);
+            DeleteOccurrence(oid, "2010-03-10");
+            return oid;
+        },
+        [this] {
+            auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+            d.rule->put_Interval(2);
+            d.rule->put_DayOfWeekMask(olMonday | olFriday);
+            d.rule->put_Occurrences(10);
+            const LONG oid = Save(d);
+            Move(oid, "2010-03-19", "2010-03-20 10:00", 60);
+            DeleteOccurrence(oid, "2010-03-05");
+            auto changed = Occurrence(oid, "2010-03-15");
+            changed->put_Start(At("2010-03-15 14:30"));
+            changed->put_Duration(90);
+            changed->put_Subject(Bstr(u"Review"));
+            changed->put_Location(Bstr(u"Room 2"));
+            changed->put_BusyStatus(olOutOfOffice);
+            EXPECT_EQ(changed->Save(), S_OK);
+            return oid;
+        },
+        [this] {
+            auto d = Draw("2010-01-31", "00:00", 1440, olRecursMonthly);
+            d.item->put_AllDayEvent(VARIANT_TRUE);
+            const LONG oid = Save(d); // the day of the month follows the first date
+            Move(oid, "2010-03-31", "2010-04-01", 1440);
+            DeleteOccurrence(oid, "2010-05-31");
+            return oid;
+        },
+        [this] {
+            auto d = Draw("2010-01-06", "09:00", 60, olRecursMonthNth);
+            d.rule->put_Instance(4);
+            d.rule->put_DayOfWeekMask(62);
+            const LONG oid = Save(d);
+            auto changed = Occurrence(oid, "2010-03-04");
+            changed->put_AllDayEvent(VARIANT_TRUE);
+            BYTE note[] = {'{', '\\', 'p', 'w', 'i'};
+            const CEBLOB ink{5, note};
+            changed->put_BodyInk(&ink);
+            EXPECT_EQ(changed->Save(), S_OK);
+            return oid;
+        },
+        [this] {
+            auto d = Draw("2008-02-29", "00:00", 1440, olRecursYearly);
+            d.item->put_AllDayEvent(VARIANT_TRUE);
+            const LONG oid = Save(d);
+            DeleteOccurrence(oid, "2010-02-28");
+            auto changed = Occurrence(oid, "2009-02-28");
+            changed->put_Subject(Bstr(u"Leap"));
+            EXPECT_EQ(changed->Save(), S_OK);
+            return oid;
+        },
+        [this] {
+            auto d = Draw("2007-11-22", "22:00", 240, olRecursYearNth);
+            d.rule->put_Instance(4);
+            const LONG oid = Save(d);
+            auto changed = Occurrence(oid, "2009-11-26");
+            changed->put_Start(At("2009-11-27 20:00"));
+            changed->put_End(At("2009-11-29 06:00"));
+            changed->put_Location(Bstr(u"Cabin"));
+            changed->put_BusyStatus(olOutOfOffice);
+            EXPECT_EQ(changed->Save(), S_OK);
+            return oid;
+        },
+    };
+    for (std::size_t i = 0; i < kMakers.size(); ++i) {
+        SCOPED_TRACE(WorkedBlobs()[i].name);
+        const LONG oid = kMakers[i]();
+        EXPECT_EQ(Block(oid), Hex(WorkedBlobs()[i].bytes));
+        EXPECT_EQ(Stored(oid, PIMPR_RECURRING), "true");
+        // Read back and written again with an equal value it is the same.
+        Com<IRecurrencePattern> rule;
+        auto item = Open<IAppointment>(oid);
+        item->GetRecurrencePattern(rule.Out());
+        LONG type = 0;
+        rule->get_RecurrenceType(&type);
+        rule->put_RecurrenceType(type);
+        EXPECT_EQ(item->Save(), S_OK);
+        EXPECT_EQ(Block(oid), Hex(WorkedBlobs()[i].bytes));
+    }
+}
+
+TEST_F(SeriesTest, KeepsWhatOthersWroteInARecord) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    Move(oid, "2010-03-08", "2010-03-09 15:00", 60);
+    // Another writer adds the two parts that are never written here, and a flag that nobody knows.
+    auto block = StoredStream(oid, PIMPR_RECURRENCE);
+    const std::size_t flags = block.size() - 4;
+    block[flags] = 0x4C;
+    const BYTE parts[] = {1, 2, 3, 4, 5, 6, 7, 8};
+    block.insert(block.end(), std::begin(parts), std::end(parts));
+    ASSERT_TRUE(WriteStream(RecordOf(oid), PIMPR_RECURRENCE, block));
+    auto changed = Occurrence(oid, "2010-03-08");
+    changed->put_Location(Bstr(u"L"));
+    ASSERT_EQ(changed->Save(), S_OK);
+    block[flags] = 0x5C;
+    const BYTE location[] = {2, 0, 1, 0, 'L', 0};
+    block.insert(block.end(), std::begin(location), std::end(location));
+    EXPECT_EQ(Block(oid), Hex(block));
+}
+
+TEST_F(SeriesTest, DamagedBlocksAreLeftAlone) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    Move(oid, "2010-03-08", "2010-03-09 15:00", 60);
+    const auto good = StoredStream(oid, PIMPR_RECURRENCE);
+    std::vector<std::vector<BYTE>> damaged;
+    for (std::size_t size = 1; size < good.size(); ++size)
+        damaged.emplace_back(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
+    damaged.push_back(good);
+    damaged.back()[0] = 5; // no form
+    damaged.push_back(good);
+    damaged.back()[41] = 0x7F; // two thousand million deleted dates
+    for (const auto& block : damaged) {
+        ASSERT_TRUE(WriteStream(RecordOf(oid), PIMPR_RECURRENCE, block));
+        auto item = Open<IAppointment>(oid);
+        Com<IRecurrencePattern> rule;
+        EXPECT_EQ(item->GetRecurrencePattern(rule.Out()), E_FAIL) << block.size();
+        item->put_Subject(Bstr(u"changed"));
+        EXPECT_EQ(item->Save(), S_OK);
+        EXPECT_EQ(StoredStream(oid, PIMPR_RECURRENCE), block);
+        EXPECT_EQ(Starts(u"[Subject] = 'changed'"), "");
+    }
+}
+
+TEST_F(SeriesTest, ReadsTheLongerForm) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    ASSERT_TRUE(WriteStream(RecordOf(oid), PIMPR_RECURRENCE, WorkedBlobs()[7].bytes));
+    auto rule = RuleOf(oid);
+    LONG interval = 0;
+    rule->get_Interval(&interval);
+    EXPECT_EQ(interval, 2);
+    EXPECT_EQ(EndOf(rule), "2010-03-31 16");
+}
+
+// --- Ends -------------------------------------------------------------------------------------------------------------
+
+TEST_F(SeriesTest, EndsAreCountedEitherWay) {
+    const auto monthly31 = [this] { return Draw("2010-01-31", "09:00", 60, olRecursMonthly); };
+    auto d = monthly31();
+    EXPECT_EQ(EndOf(d.rule), "none 0 endless");
+    d.rule->put_Occurrences(3);
+    EXPECT_EQ(EndOf(d.rule), "2010-05-31 3");
+    d.rule->put_PatternEndDate(At("2010-03-30 12:00"));
+    EXPECT_EQ(EndOf(d.rule), "2010-03-30 1");
+    d.rule->put_PatternEndDate(At("2009-12-31"));
+    EXPECT_EQ(EndOf(d.rule), "2009-12-31 0");
+    d.rule->put_PatternEndDate(kNoDate);
+    EXPECT_EQ(EndOf(d.rule), "none 0 endless");
+    for (LONG bad : {0, -1, 2'000'000}) EXPECT_EQ(d.rule->put_Occurrences(bad), E_INVALIDARG);
+    d.rule->put_Occurrences(2);
+    d.rule->put_RecurrenceType(olRecursDaily); // the count stays, its end moves
+    EXPECT_EQ(EndOf(d.rule), "2010-02-01 2");
+    const LONG oid = Save(d);
+    EXPECT_EQ(EndOf(RuleOf(oid)), "2010-02-01 2");
+}
+
+TEST_F(SeriesTest, RefusesValuesThatAreNone) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    EXPECT_EQ(d.rule->put_RecurrenceType(4), E_INVALIDARG);
+    EXPECT_EQ(d.rule->put_RecurrenceType(7), E_INVALIDARG);
+    EXPECT_EQ(d.rule->put_Interval(-1), E_INVALIDARG);
+    EXPECT_EQ(d.rule->put_DayOfWeekMask(128), E_INVALIDARG);
+    EXPECT_EQ(d.rule->put_DayOfMonth(32), E_INVALIDARG);
+    EXPECT_EQ(d.rule->put_Instance(6), E_INVALIDARG);
+    EXPECT_EQ(d.rule->put_MonthOfYear(13), E_INVALIDARG);
+    EXPECT_EQ(d.rule->put_Duration(-1), E_INVALIDARG);
+    EXPECT_EQ(d.rule->put_PatternStartDate(kNoDate), E_INVALIDARG);
+}
+
+// --- The item and its rule --------------------------------------------------------------------------------------------
+
+TEST_F(SeriesTest, LookingAtARuleMakesNoSeries) {
+    auto item = NewAppointment();
+    item->put_Start(At("2010-03-03 10:00"));
+    Com<IRecurrencePattern> rule;
+    ASSERT_EQ(item->GetRecurrencePattern(rule.Out()), S_OK);
+    LONG mask = 0;
+    rule->get_DayOfWeekMask(&mask);
+    EXPECT_EQ(mask, olWednesday);
+    VARIANT_BOOL recurring = VARIANT_TRUE;
+    item->get_IsRecurring(&recurring);
+    EXPECT_EQ(recurring, VARIANT_FALSE);
+    ASSERT_EQ(item->Save(), S_OK);
+    EXPECT_EQ(Stored(OidOf(item), PIMPR_RECURRING), "false");
+    EXPECT_EQ(Stored(OidOf(item), PIMPR_TIMEZONE), "-");
+}
+
+TEST_F(SeriesTest, StartIsTheFirstOccurrence) {
+    auto d = Draw("2010-03-03", "10:00", 30, olRecursWeekly); // a Wednesday
+    d.rule->put_DayOfWeekMask(olMonday);
+    const LONG oid = Save(d);
+    EXPECT_EQ(StoredTime(oid, PIMPR_START), "2010-03-08 09:00");
+    EXPECT_EQ(StoredTime(oid, PIMPR_END), "2010-03-08 09:30");
+    DATE date = 0;
+    RuleOf(oid)->get_PatternStartDate(&date);
+    EXPECT_EQ(ShowDate(date), "2010-03-03 00:00");
+    Open<IAppointment>(oid)->get_Start(&date);
+    EXPECT_EQ(ShowDate(date), "2010-03-08 10:00");
+}
+
+TEST_F(SeriesTest, ZoneIsThatOfTheMaking) {
+    SetZone(Eastern());
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    const std::vector<BYTE> kEastern = {0x2C, 0x01, 0, 0, 0, 0, 0, 0, 0xC4, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0,
+                                        0x0B, 0,    0, 0, 1, 0, 2, 0, 0,    0,    0,    0,    0, 0, 0, 0,
+                                        0,    0,    3, 0, 0, 0, 2, 0, 2,    0,    0,    0,    0, 0, 0, 0};
+    EXPECT_EQ(Hex(StoredBlob(oid, PIMPR_TIMEZONE)), Hex(kEastern));
+    const std::string block = Block(oid);
+    SetZone(Berlin());
+    auto item = Open<IAppointment>(oid);
+    const CEPROPID id = PIMPR_TIMEZONE;
+    CEPROPVAL* values = nullptr;
+    ULONG size = 0;
+    ASSERT_EQ(item.As<IItem>(IID_IItem)->GetProps(&id, 1, 1, &values, &size, nullptr), S_OK);
+    ASSERT_EQ(values[0].val.blob.dwCount, 172u);
+    TIME_ZONE_INFORMATION wide;
+    std::memcpy(&wide, values[0].val.blob.lpb, sizeof wide);
+    EXPECT_EQ(wide.Bias, 300);
+    EXPECT_EQ(wide.DaylightDate.wMonth, 3);
+    EXPECT_EQ(wide.StandardName[0], 0); // not the device's
+    LocalFree(values);
+    item->put_Subject(Bstr(u"elsewhere"));
+    item->put_Duration(60);
+    ASSERT_EQ(item->Save(), S_OK);
+    EXPECT_EQ(Block(oid), block);
+    EXPECT_EQ(StoredTime(oid, PIMPR_START), "2010-03-01 19:00");
+
+    item->ClearRecurrencePattern();
+    ASSERT_EQ(item->Save(), S_OK);
+    EXPECT_EQ(Stored(oid, PIMPR_RECURRING), "false");
+    EXPECT_EQ(Stored(oid, PIMPR_TIMEZONE), "-");
+    EXPECT_EQ(StoredStream(oid, PIMPR_RECURRENCE), std::vector<BYTE>{0xEE});
+    EXPECT_EQ(StoredTime(oid, PIMPR_START), "2010-03-01 19:00"); // the same moment
+}
+
+TEST_F(SeriesTest, AGivenZoneStays) {
+    const TIME_ZONE_INFORMATION eastern = Eastern();
+    std::vector<BYTE> wide(sizeof eastern);
+    std::memcpy(wide.data(), &eastern, sizeof eastern);
+    for (const bool before : {true, false}) { // given before the rule, or behind it
+        auto item = NewAppointment();
+        const Values zone = std::move(Values().Blob(0x0048, wide));
+        if (before) {
+            ASSERT_EQ(item.As<IItem>(IID_IItem)->SetProps(0, 1, zone.Data()), S_OK);
+        }
+        item->put_Start(At("2010-07-01 14:00"));
+        Com<IRecurrencePattern> rule;
+        item->GetRecurrencePattern(rule.Out());
+        rule->put_RecurrenceType(olRecursDaily);
+        if (!before) {
+            ASSERT_EQ(item.As<IItem>(IID_IItem)->SetProps(0, 1, zone.Data()), S_OK);
+        }
+        ASSERT_EQ(item->Save(), S_OK);
+        const LONG oid = OidOf(item);
+        EXPECT_EQ(StoredBlob(oid, PIMPR_TIMEZONE).size(), 48u);
+        EXPECT_EQ(StoredTime(oid, PIMPR_START), "2010-07-01 18:00");
+        DATE time = 0;
+        RuleOf(oid)->get_StartTime(&time);
+        EXPECT_EQ(time, 14 / 24.0);
+    }
+}
+
+TEST_F(SeriesTest, MovingASeriesByItsStart) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    DeleteOccurrence(oid, "2010-03-08");
+    const auto deleted = [&] {
+        return StoredStream(oid, PIMPR_RECURRENCE)[38];
+    }; // the count, 0 or 1: E is 26
+    auto item = Open<IAppointment>(oid);
+    item->put_Start(At("2010-03-01 15:30"));
+    item->put_Duration(90);
+    ASSERT_EQ(item->Save(), S_OK);
+    EXPECT_EQ(deleted(), 1);
+    DATE time = 0;
+    LONG minutes = 0;
+    RuleOf(oid)->get_StartTime(&time);
+    RuleOf(oid)->get_Duration(&minutes);
+    EXPECT_EQ(ShowDate(time), "1899-12-30 15:30");
+    EXPECT_EQ(minutes, 90);
+
+    item->put_Start(At("2010-03-15 15:30"));
+    ASSERT_EQ(item->Save(), S_OK);
+    EXPECT_EQ(deleted(), 0); // another day: no occurrence is what it was
+    EXPECT_EQ(StoredTime(oid, PIMPR_START), "2010-03-15 14:30");
+}
+
+TEST_F(SeriesTest, WhichChangesKeepTheOccurrences) {
+    const struct {
+        const char* what;
+        void (*change)(IRecurrencePattern*);
+        bool kept;
+    } kCases[] = {
+        {"end", [](IRecurrencePattern* r) { r->put_Occurrences(20); }, true},
+        {"time", [](IRecurrencePattern* r) { r->put_StartTime(0.25); }, true},
+        {"duration", [](IRecurrencePattern* r) { r->put_Duration(10); }, true},
+        {"same interval", [](IRecurrencePattern* r) { r->put_Interval(1); }, true},
+        {"interval", [](IRecurrencePattern* r) { r->put_Interval(2); }, false},
+        {"mask", [](IRecurrencePattern* r) { r->put_DayOfWeekMask(6); }, false},
+        {"type", [](IRecurrencePattern* r) { r->put_RecurrenceType(olRecursMonthly); }, false},
+        {"start date", [](IRecurrencePattern* r) { r->put_PatternStartDate(At("2010-02-22")); }, false},
+    };
+    for (const auto& c : kCases) {
+        auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+        const LONG oid = Save(d);
+        Move(oid, "2010-03-08", "2010-03-09 15:00", 60);
+        auto item = Open<IAppointment>(oid);
+        Com<IRecurrencePattern> rule;
+        item->GetRecurrencePattern(rule.Out());
+        c.change(rule.Get());
+        ASSERT_EQ(item->Save(), S_OK);
+        const auto block = StoredStream(oid, PIMPR_RECURRENCE);
+        EXPECT_EQ(block[38] == 1 && block.size() == 72u + 8 + 16, c.kept) << c.what;
+    }
+}
+
+// --- Occurrences ------------------------------------------------------------------------------------------------------
+
+TEST_F(SeriesTest, OccurrencesAsTheyStand) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    d.item->put_Categories(Bstr(u"Work"));
+    d.rule->put_Occurrences(4);
+    const LONG oid = Save(d);
+    DeleteOccurrence(oid, "2010-03-08");
+    Move(oid, "2010-03-15", "2010-03-17 09:00", 30);
+    for (const char* none : {"2010-03-08", "2010-03-09", "2010-03-17", "2010-02-22", "2010-03-29"})
+        Occurrence(oid, none, E_NOTFOUND);
+    auto plain = Occurrence(oid, "2010-03-22 23:00"); // by its whole day
+    DATE start = 0;
+    LONG minutes = 0;
+    BSTR text = nullptr;
+    plain->get_Start(&start);
+    plain->get_Duration(&minutes);
+    EXPECT_EQ(ShowDate(start) + " " + std::to_string(minutes), "2010-03-22 14:00 60");
+    plain->get_Categories(&text);
+    EXPECT_EQ(TakeBstr(text), "Work");
+    EXPECT_EQ(OidOf(plain), oid);
+    auto moved = Occurrence(oid, "2010-03-15");
+    moved->get_Start(&start);
+    moved->get_Duration(&minutes);
+    EXPECT_EQ(ShowDate(start) + " " + std::to_string(minutes), "2010-03-17 09:00 30");
+}
+
+TEST_F(SeriesTest, OccurrencesRefuseWhatBelongsToTheSeries) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    const std::string block = Block(oid);
+    auto one = Occurrence(oid, "2010-03-08");
+    EXPECT_EQ(one->put_Categories(Bstr(u"x")), E_FAIL);
+    EXPECT_EQ(one->put_Sensitivity(olPrivate), E_FAIL);
+    EXPECT_EQ(one->put_ReminderSet(VARIANT_TRUE), E_FAIL);
+    EXPECT_EQ(one->put_MeetingStatus(1), E_FAIL);
+    EXPECT_EQ(one->ClearRecurrencePattern(), E_FAIL);
+    EXPECT_EQ(one->put_BusyStatus(4), E_INVALIDARG);
+    EXPECT_EQ(one->Save(), S_OK); // nothing of its own: nothing is written
+    EXPECT_EQ(Block(oid), block);
+}
+
+TEST_F(SeriesTest, TwoOccurrencesThroughTwoObjectsBothStay) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    auto a = Occurrence(oid, "2010-03-08");
+    auto b = Occurrence(oid, "2010-03-15");
+    a->put_Subject(Bstr(u"A"));
+    b->put_Subject(Bstr(u"B"));
+    EXPECT_EQ(a->Save(), S_OK);
+    EXPECT_EQ(b->Save(), S_OK);
+    for (const auto& [day, subject] :
+         {std::pair{"2010-03-08", "A"}, {"2010-03-15", "B"}, {"2010-03-22", "Series"}}) {
+        BSTR text = nullptr;
+        Occurrence(oid, day)->get_Subject(&text);
+        EXPECT_EQ(TakeBstr(text), subject);
+    }
+    // Set back to the series' value, the part goes out of the record again.
+    auto again = Occurrence(oid, "2010-03-08");
+    again->put_Subject(Bstr(u"Series"));
+    EXPECT_EQ(again->Save(), S_OK);
+    const auto block = StoredStream(oid, PIMPR_RECURRENCE);
+    EXPECT_EQ(block.size(), 72u + 2 * 8 + 16 + 22); // two changed ones, one with a subject of one letter
+}
+
+TEST_F(SeriesTest, ACopiedOccurrenceIsAnAppointment) {
+    SetZone(Eastern());
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    auto one = Occurrence(oid, "2010-03-08");
+    one->put_Location(Bstr(u"Here"));
+    SetZone(Berlin());
+    Com<IAppointment> copy;
+    ASSERT_EQ(one->Copy(copy.Out()), S_OK);
+    ASSERT_EQ(copy->Save(), S_OK);
+    const LONG other = OidOf(copy);
+    EXPECT_NE(other, oid);
+    EXPECT_EQ(Stored(other, PIMPR_RECURRING), "false");
+    EXPECT_EQ(Stored(other, PIMPR_LOCATION), "'Here'");
+    EXPECT_EQ(StoredTime(other, PIMPR_START), "2010-03-08 19:00");
+    EXPECT_EQ(StoredStream(other, PIMPR_RECURRENCE), std::vector<BYTE>{0xEE});
+    EXPECT_EQ(Stored(other, PIMPR_TIMEZONE), "-");
+}
+
+TEST_F(SeriesTest, ACopiedSeriesIsASeries) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    DeleteOccurrence(oid, "2010-03-08");
+    Com<IAppointment> copy;
+    ASSERT_EQ(Open<IAppointment>(oid)->Copy(copy.Out()), S_OK);
+    ASSERT_EQ(copy->Save(), S_OK);
+    EXPECT_EQ(Block(OidOf(copy)), Block(oid));
+    EXPECT_EQ(Hex(StoredBlob(OidOf(copy), PIMPR_TIMEZONE)), Hex(StoredBlob(oid, PIMPR_TIMEZONE)));
+}
+
+TEST_F(SeriesTest, CollectionsGiveOccurrences) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    DeleteOccurrence(oid, "2010-03-08");
+    Move(oid, "2010-03-29", "2010-03-16 09:00", 30);
+    auto single = NewAppointment();
+    single->put_Start(At("2010-03-20 08:00"));
+    ASSERT_EQ(single->Save(), S_OK);
+    // 40245 is 8 March 2010. The first of the series lies before it, the last within 400 days.
+    const std::u16string one = u"[Oid]=" + std::u16string(u"1073741825") + u" AND [Start] >= <40245.00";
+    const std::string starts = Starts(one);
+    EXPECT_EQ(starts.substr(0, 4 * 17),
+              "2010-03-15 14:00\n2010-03-16 09:00\n2010-03-22 14:00\n2010-04-05 14:00\n");
+    EXPECT_EQ(starts.substr(starts.size() - 17), "2011-04-11 14:00\n");
+    EXPECT_EQ(Starts(u"[Start] >= <40252.00 AND [Start] < <40259.00"),
+              "2010-03-15 14:00\n2010-03-16 09:00\n2010-03-20 08:00\n");
+    EXPECT_EQ(Starts(u"[Oid]=1073741826 AND [Start] >= <40250.00"), "2010-03-20 08:00\n");
+    EXPECT_EQ(Starts(u"[Oid]=1073741826 AND [Start] >= <40260.00"), "");
+    Com<IDispatch> found;
+    auto items = Items(olFolderCalendar);
+    items->put_IncludeRecurrences(VARIANT_TRUE);
+    ASSERT_EQ(items->Find(Bstr(one.c_str()), found.Out()), S_OK);
+    ASSERT_EQ(items->FindNext(found.Out()), S_OK);
+    EXPECT_EQ(found.As<IAppointment>(IID_IAppointment)->Delete(), S_OK); // the moved one
+    Occurrence(oid, "2010-03-29", E_NOTFOUND);
+}
+
+TEST_F(SeriesTest, AFailedOccurrenceLeavesTheSeries) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    const LONG oid = Save(d);
+    const std::string before = DumpAll();
+    for (PlatFault fault : {PlatFault::StoreWrite, PlatFault::StoreCommit}) {
+        auto one = Occurrence(oid, "2010-03-08");
+        one->put_Subject(Bstr(u"A"));
+        PlatInjectFault(fault, 1);
+        EXPECT_EQ(one->Save(), static_cast<HRESULT>(0x80070070));
+        PlatInjectFault(fault, 0);
+        EXPECT_EQ(DumpAll(), before);
+    }
+    auto one = Occurrence(oid, "2010-03-08");
+    one->put_Subject(Bstr(u"A"));
+    EXPECT_EQ(one->Save(), S_OK);
+}
+
+// --- Tasks ------------------------------------------------------------------------------------------------------------
+
+TEST_F(SeriesTest, SkippingMovesATask) {
+    auto task = NewTask();
+    task->put_StartDate(At("2010-03-03"));
+    task->put_DueDate(At("2010-03-05"));
+    EXPECT_EQ(task->SkipRecurrence(), E_FAIL); // no rule
+    Com<IRecurrencePattern> rule;
+    task->GetRecurrencePattern(rule.Out());
+    rule->put_RecurrenceType(olRecursWeekly);
+    rule->put_PatternStartDate(At("2010-03-05"));
+    rule->put_DayOfWeekMask(olFriday);
+    rule->put_Occurrences(2);
+    ASSERT_EQ(task->Save(), S_OK);
+    const LONG oid = OidOf(task);
+    EXPECT_EQ(StoredStream(oid, PIMPR_RECURRENCE), std::vector<BYTE>{0xEE});
+    auto again = Open<ITask>(oid);
+    ASSERT_EQ(again->SkipRecurrence(), S_OK);
+    EXPECT_EQ(StoredTime(oid, PIMPR_TASK_DUE), "2010-03-12 00:00"); // written at once
+    EXPECT_EQ(StoredTime(oid, PIMPR_TASK_START), "2010-03-10 00:00");
+    EXPECT_EQ(again->SkipRecurrence(), E_FAIL); // past the end
+    again->put_Complete(VARIANT_TRUE);
+    ASSERT_EQ(again->Save(), S_OK);
+    VARIANT_BOOL recurring = VARIANT_FALSE;
+    again->get_IsRecurring(&recurring);
+    EXPECT_EQ(recurring, VARIANT_TRUE);
+}
+
+} // namespace
