@@ -184,7 +184,8 @@ struct CEOIDINFOEX {
 };
 
 // Notification of changes. The window given at open gets a message 0x03FD for each changed record of the database,
-// whoever changed it; its lParam is a CENOTIFICATION that the host frees once the message has been dispatched.
+// whoever changed it; its lParam is a CENOTIFICATION that the host frees once the message has been dispatched. A
+// transaction of more than 64 changes is told in few messages with an object id of 0.
 inline constexpr UINT WM_DBNOTIFICATION = 0x03FD;
 inline constexpr DWORD CEDB_EXNOTIFICATION = 1;
 

@@ -81,8 +81,10 @@ void SharedCounters::TellCommit() {
 }
 
 void SharedCounters::Wait(DWORD seen) const {
-    if (m_map) Futex(WordAt(m_map, kCommitsAt), FUTEX_WAIT, seen);
-    else usleep(200'000); // no shared word: look now and then
+    if (m_map)
+        Futex(WordAt(m_map, kCommitsAt), FUTEX_WAIT, seen);
+    else
+        usleep(200'000); // no shared word: look now and then
 }
 
 // --- Notification -------------------------------------------------------------------------------------------------
@@ -99,6 +101,7 @@ void Post(const Subscription& to, const Change& change, const CEGUID& volume) {
 }
 
 constexpr size_t kPackedChange = 12;
+constexpr size_t kMostTold = 64;
 
 } // namespace
 
@@ -148,11 +151,19 @@ void Volume::Deliver(LONGLONG id, Bytes changes) {
         std::lock_guard lock(m_mutex);
         all = m_subscriptions;
     }
+    for (const Subscription& to : all)
+        if (to.since < id) DeliverTo(to, changes);
+}
+
+// A bulk change is told as one, or it would fill the window's queue and keep other messages out.
+void Volume::DeliverTo(const Subscription& to, Bytes changes) {
+    std::vector<Change> concerned;
     for (; changes.size() >= kPackedChange; changes = changes.subspan(kPackedChange)) {
         const Change change{Load32(changes.data()), Load32(changes.data() + 4), Load32(changes.data() + 8)};
-        for (const Subscription& to : all)
-            if (to.database == change.database && to.since < id) Post(to, change, m_guid);
+        if (change.database == to.database) concerned.push_back(change);
     }
+    if (concerned.size() > kMostTold) concerned = {{to.database, 0, DB_CEOID_CHANGED}};
+    for (const Change& change : concerned) Post(to, change, m_guid);
 }
 
 void Volume::StopListening() {

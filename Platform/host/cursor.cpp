@@ -6,7 +6,7 @@ namespace plat {
 
 namespace {
 
-constexpr DWORD kMostAhead = 64;
+constexpr DWORD kMostAhead = 256;
 constexpr size_t kMostBytesAhead = 256 * 1024;
 constexpr BYTE kAboveAllKeys[] = {0xFF};
 

@@ -56,10 +56,10 @@ BYTE* Enlarge(BYTE* buffer, size_t bytes, HANDLE heap) {
                                      : LocalAlloc(LMEM_FIXED, bytes));
 }
 
-DWORD ReadInto(const RecordView& record, std::span<const CEPROPID> ids, DWORD flags, BYTE*& buffer,
-               DWORD& size, HANDLE heap) {
+DWORD ReadInto(RecordReader& reader, const RecordView& record, std::span<const CEPROPID> ids, DWORD flags,
+               BYTE*& buffer, DWORD& size, HANDLE heap) {
     const size_t room = buffer ? size : 0;
-    const size_t needed = ReadProps(record, ids, buffer, room);
+    const size_t needed = reader.Read(record, ids, buffer, room);
     if (needed <= room) return 0;
     if (!(flags & CEDB_ALLOWREALLOC)) return ERROR_INSUFFICIENT_BUFFER;
     const size_t bytes =
@@ -68,7 +68,7 @@ DWORD ReadInto(const RecordView& record, std::span<const CEPROPID> ids, DWORD fl
     if (!larger) return ERROR_NOT_ENOUGH_MEMORY;
     buffer = larger;
     size = static_cast<DWORD>(bytes);
-    ReadProps(record, ids, buffer, bytes);
+    reader.Read(record, ids, buffer, bytes);
     return 0;
 }
 
@@ -78,11 +78,11 @@ CEOID ReadCurrent(Database& db, DWORD flags, WORD& count, const CEPROPID* ids, B
     const CEOID oid = db.m_cursor.Current(*db.m_session, record, error);
     if (!oid) return 0;
     if (ids) {
-        error = ReadInto(record, {ids, count}, flags, buffer, size, heap);
+        error = ReadInto(db.m_reader, record, {ids, count}, flags, buffer, size, heap);
         return error ? 0 : oid;
     }
     const auto all = AllProps(record, db.m_info->AutoId());
-    error = ReadInto(record, all, flags, buffer, size, heap);
+    error = ReadInto(db.m_reader, record, all, flags, buffer, size, heap);
     if (error) return 0;
     count = static_cast<WORD>(all.size());
     return oid;

@@ -97,7 +97,7 @@ std::optional<RecordView> RecordView::Of(Bytes bytes) {
     return view;
 }
 
-std::optional<PropEntry> RecordView::Find(CEPROPID propid) const {
+DWORD RecordView::Search(CEPROPID propid) const {
     const BYTE* table = m_bytes.data() + kHeader;
     DWORD low = 0;
     for (DWORD span = m_count; span > 0;) { // the first entry not below `propid`
@@ -106,8 +106,12 @@ std::optional<PropEntry> RecordView::Find(CEPROPID propid) const {
         low = below ? low + half + 1 : low;
         span = below ? span - half - 1 : half;
     }
-    if (low >= m_count || Load32(table + low * kEntry) != propid) return std::nullopt;
-    return At(low);
+    return low < m_count && Load32(table + low * kEntry) == propid ? low : m_count;
+}
+
+std::optional<PropEntry> RecordView::Find(CEPROPID propid) const {
+    const DWORD at = Search(propid);
+    return at < m_count ? std::optional(At(at)) : std::nullopt;
 }
 
 std::optional<Bytes> RecordView::BytesOf(const PropEntry& entry) const {
@@ -203,53 +207,70 @@ std::vector<CEPROPID> AllProps(const RecordView& view, CEPROPID autoId) {
 
 namespace {
 
-// Finds one property and fills all of `value` but the pointer of a text or blob, whose bytes are returned.
-Bytes ReadValue(const RecordView& view, CEPROPID propid, CEPROPVAL& value) {
-    value = {propid, 0, 0, {}};
-    value.val.blob = {0, nullptr};
-    const WORD type = TypeFromPropID(propid);
-    if (type == CEVT_RECID) {
-        value.val.ulVal = view.AutoNumber();
-        return {};
-    }
-    const auto entry = type == CEVT_STREAM ? std::nullopt : view.Find(propid);
-    std::optional<Bytes> bytes;
-    if (entry && HasBytes(propid)) bytes = view.BytesOf(*entry);
-    if (!entry || (HasBytes(propid) && !bytes)) {
-        value.wFlags = CEDB_PROPNOTFOUND;
-        return {};
-    }
-    if (bytes) return *bytes;
-    GiveScalar(*entry, value.val);
-    return {};
-}
+// What lies behind the array so far, and what a text or blob adds to it.
+class Tail {
+public:
+    Tail(BYTE* out, size_t used, size_t room) : m_out(out), m_used(used), m_room(room) {}
+    size_t Used() const { return m_used; }
 
-// Copies a text with its terminator, or a blob, to `out` and lets `value` point there.
-void PlaceBytes(Bytes bytes, BYTE* out, CEPROPVAL& value) {
-    if (!bytes.empty()) std::memcpy(out, bytes.data(), bytes.size());
-    if (TypeFromPropID(value.propid) == CEVT_LPWSTR) {
-        std::memset(out + (bytes.size() & ~size_t{1}), 0, sizeof(WCHAR));
-        value.val.lpwstr = reinterpret_cast<WCHAR*>(out);
-    } else {
-        value.val.blob = {static_cast<DWORD>(bytes.size()), out};
+    void Place(const PropEntry& entry, Bytes bytes, CEPROPVAL& value) {
+        const size_t size = PackedSize(entry.propid, bytes.size());
+        BYTE* const at = m_out + m_used;
+        m_used += size;
+        if (m_used > m_room) return;
+        if (!bytes.empty()) std::memcpy(at, bytes.data(), bytes.size());
+        if (TypeFromPropID(entry.propid) == CEVT_LPWSTR) {
+            std::memset(at + size - sizeof(WCHAR), 0, sizeof(WCHAR));
+            value.val.lpwstr = reinterpret_cast<WCHAR*>(at);
+        } else {
+            value.val.blob = {static_cast<DWORD>(bytes.size()), at};
+        }
     }
+
+private:
+    BYTE* m_out;
+    size_t m_used;
+    size_t m_room;
+};
+
+void ReadPresent(const RecordView& view, const PropEntry& entry, CEPROPVAL& value, Tail& tail) {
+    if (!HasBytes(entry.propid)) {
+        GiveScalar(entry, value.val);
+        return;
+    }
+    const auto bytes = view.BytesOf(entry);
+    if (bytes)
+        tail.Place(entry, *bytes, value);
+    else
+        value.wFlags = CEDB_PROPNOTFOUND;
 }
 
 } // namespace
 
-size_t ReadProps(const RecordView& view, std::span<const CEPROPID> ids, BYTE* out, size_t room) {
-    size_t used = ids.size() * sizeof(CEPROPVAL);
+size_t RecordReader::Read(const RecordView& view, std::span<const CEPROPID> ids, BYTE* out, size_t room) {
+    if (m_hints.size() < ids.size()) m_hints.resize(ids.size());
+    const size_t array = ids.size() * sizeof(CEPROPVAL);
+    auto* const values = array <= room ? reinterpret_cast<CEPROPVAL*>(out) : nullptr;
+    Tail tail(out, array, room);
     for (size_t i = 0; i < ids.size(); ++i) {
-        CEPROPVAL value;
-        const Bytes bytes = ReadValue(view, ids[i], value);
-        if (HasBytes(ids[i]) && !value.wFlags) {
-            const size_t size = PackedSize(ids[i], bytes.size());
-            if (used + size <= room) PlaceBytes(bytes, out + used, value);
-            used += size;
+        CEPROPVAL unused;
+        CEPROPVAL& value = values ? values[i] : unused;
+        value.propid = ids[i];
+        value.wLenData = 0;
+        value.wFlags = 0;
+        value.val.blob = {0, nullptr};
+        const WORD type = TypeFromPropID(ids[i]);
+        if (type == CEVT_RECID) {
+            value.val.ulVal = view.AutoNumber();
+            continue;
         }
-        if (used <= room) std::memcpy(out + i * sizeof value, &value, sizeof value);
+        const DWORD at = type == CEVT_STREAM ? view.Count() : m_hints[i] = view.IndexOf(ids[i], m_hints[i]);
+        if (at < view.Count())
+            ReadPresent(view, view.At(at), value, tail);
+        else
+            value.wFlags = CEDB_PROPNOTFOUND;
     }
-    return used;
+    return tail.Used();
 }
 
 } // namespace plat

@@ -95,6 +95,12 @@ public:
         return {Load32(at), Load32(at + 4), Load32(at + 8)};
     }
     std::optional<PropEntry> Find(CEPROPID propid) const;
+    // Where a property stands, Count() when it is absent. `hint` is where it stood in the record before, which mostly
+    // has the same shape.
+    DWORD IndexOf(CEPROPID propid, DWORD hint) const {
+        if (hint < m_count && Load32(m_bytes.data() + kHeader + hint * kEntry) == propid) return hint;
+        return Search(propid);
+    }
     // The bytes of a text, blob or small stream; null when they lie outside of the record.
     std::optional<Bytes> BytesOf(const PropEntry& entry) const;
 
@@ -102,6 +108,8 @@ public:
     static constexpr DWORD kEntry = 12;
 
 private:
+    DWORD Search(CEPROPID propid) const;
+
     Bytes m_bytes;
     DWORD m_count = 0;
 };
@@ -134,6 +142,13 @@ std::vector<CEPROPID> AllProps(const RecordView& view, CEPROPID autoId);
 
 // Reads properties into the caller's form: an array of CEPROPVAL, then texts and blobs. Returns the bytes that it
 // takes; when they are more than `room`, what stands in `out` means nothing. `out` is aligned for CEPROPVAL.
-size_t ReadProps(const RecordView& view, std::span<const CEPROPID> ids, BYTE* out, size_t room);
+// A reader remembers where the properties stood, so that a walk with one list of ids needn't search.
+class RecordReader {
+public:
+    size_t Read(const RecordView& view, std::span<const CEPROPID> ids, BYTE* out, size_t room);
+
+private:
+    std::vector<DWORD> m_hints; // by position in the list; any other list only finds them useless
+};
 
 } // namespace plat

@@ -245,6 +245,7 @@ private:
     DWORD RenewTextOrders(Connection& connection);
     void Listen(std::unique_ptr<Connection> connection, LONGLONG last);
     void Deliver(LONGLONG id, Bytes changes);
+    void DeliverTo(const Subscription& to, Bytes changes);
     void StopListening();
 
     const std::string m_path;
@@ -460,7 +461,7 @@ private:
 // --- Cursors (cursor.cpp) -----------------------------------------------------------------------------------------
 
 // A place in a sort order: a key, not a row number and not an open statement, so others may write meanwhile. It reads
-// 1, 2, 4 ... 64 records ahead as a walk goes on.
+// 1, 2, 4 ... 256 records ahead as a walk goes on.
 class Cursor {
 public:
     Cursor(CEOID database, const SortOrder& order) : m_database(database), m_order(order) {}
@@ -536,6 +537,7 @@ public:
     std::shared_ptr<const DbInfo> m_info; // guarded by the session's lock, as all below
     const SortOrder m_order;
     Cursor m_cursor;
+    RecordReader m_reader;
     DWORD m_subscription = 0;
 };
 
