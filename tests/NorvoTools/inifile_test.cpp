@@ -4,6 +4,7 @@
 #include "tests/support/devicefiles.h"
 
 #include <string>
+#include <thread>
 
 using namespace std::string_literals;
 
@@ -174,15 +175,24 @@ TEST_F(INIFileSave, AFaultLeavesTheOldFileAndTheChange) {
     EXPECT_EQ(SavedText(), "|[S]|\"a\"=\"1\"|\"b\"=\"2\"||");
 }
 
-TEST_F(INIFileSave, ASectionOfManyValuesSurvivesManySaves) {
-    INIFile file(kFile);
-    for (int i = 0; i < 50; ++i) {
-        SetText(file, u"S", (u"n" + Wider(std::to_string(i))).c_str(), u"v");
-        ASSERT_EQ(file.Save(), 0);
-    }
-    INIFile again(kFile);
-    ASSERT_TRUE(again.Load());
-    EXPECT_EQ(again.Sections().at(0).values.size(), 50u);
+// Each writer has a store of its own, as two processes have; what one saves the other must not write over.
+TEST_F(INIFileSave, TwoWritersAtOnceLoseNothing) {
+    constexpr int kSaves = 40;
+    auto writer = [](const char* prefix) {
+        INIFile file(kFile);
+        file.Load();
+        for (int i = 0; i < kSaves; ++i) {
+            SetText(file, u"S", Wider(prefix + std::to_string(i)).c_str(), u"v");
+            EXPECT_EQ(file.Save(), 0);
+        }
+    };
+    std::thread first(writer, "a"), second(writer, "b");
+    first.join();
+    second.join();
+    INIFile result(kFile);
+    ASSERT_TRUE(result.Load());
+    EXPECT_EQ(result.Sections().at(0).values.size(), std::size_t{2 * kSaves});
+    EXPECT_FALSE(OnDisk("Norvo/s.reg.bad"));
 }
 
 } // namespace
