@@ -34,12 +34,6 @@ constexpr WORD kTextOtherSaveError = 40443; // the code follows in decimal
 
 void ShowPlainError(const WCHAR* text) { MessageBoxW(nullptr, text, nullptr, kErrorBoxFlags); }
 
-template<class T>
-void ReleaseObject(T*& object) {
-    if (object) object->Release();
-    object = nullptr;
-}
-
 } // namespace
 
 COutlook* GetOutlookObject() { return g_pOutlook; }
@@ -52,54 +46,71 @@ void COutlook::Open() {
         CeCriticalSection& section;
         ~Leave() { section.Leave(); }
     } leave{m_csOpen};
-    if (m_pApp) return;
+    if (Current()) return;
     const HWND owner = IsWindow(m_hOwner) ? m_hOwner : GetForegroundWindow();
     void* app = nullptr;
     if (FAILED(CoCreateInstance(CLSID_Application, nullptr, 0, IID_IPOutlookApp2, &app))) {
         ShowError(u"%s", u"Cannot create the object");
         return;
     }
-    m_pApp = static_cast<IPOutlookApp2*>(app);
+    const Session session(static_cast<IPOutlookApp2*>(app), [](IPOutlookApp2* made) { made->Release(); });
     // The object stays: a failed logon does not read as no session, later calls give what the platform gives.
-    if (FAILED(m_pApp->Logon(owner))) ShowError(u"%s", u"Cannot logon to the Pocket Outlook Database.");
+    if (FAILED(session->Logon(owner))) ShowError(u"%s", u"Cannot logon to the Pocket Outlook Database.");
+    std::lock_guard guard(m_lockApp);
+    m_pApp = session;
 }
 
 void COutlook::Close() {
-    if (!m_pApp) return;
-    m_pApp->Logoff();
-    ReleaseObject(m_pApp);
+    Session session;
+    {
+        std::lock_guard guard(m_lockApp);
+        session.swap(m_pApp);
+    }
+    if (session) session->Logoff();
 }
 
-bool COutlook::EnsureOpen() {
-    if (!m_pApp) Open();
-    return m_pApp != nullptr;
+COutlook::Session COutlook::Current() const {
+    std::lock_guard guard(m_lockApp);
+    return m_pApp;
+}
+
+COutlook::Session COutlook::EnsureOpen() {
+    if (Session session = Current()) return session;
+    Open();
+    return Current();
 }
 
 HRESULT COutlook::GetItemFromOid(CEOID oid, IDispatch** item) {
-    return EnsureOpen() ? m_pApp->GetItemFromOid(static_cast<LONG>(oid), item) : kNoSession;
+    const Session session = EnsureOpen();
+    return session ? session->GetItemFromOid(static_cast<LONG>(oid), item) : kNoSession;
 }
 
 HRESULT COutlook::GetItemFromOidEx(CEOID oid, IItem** item) {
-    return EnsureOpen() ? m_pApp->GetItemFromOidEx(oid, 0, item) : E_FAIL;
+    const Session session = EnsureOpen();
+    return session ? session->GetItemFromOidEx(oid, 0, item) : E_FAIL;
 }
 
 HRESULT COutlook::CreateItem(LONG type, IDispatch** item) {
-    return EnsureOpen() ? m_pApp->CreateItem(type, item) : kNoSession;
+    const Session session = EnsureOpen();
+    return session ? session->CreateItem(type, item) : kNoSession;
 }
 
 // The one place where a dead session is healed: the caller never sees the first failure.
 HRESULT COutlook::GetDefaultFolder(LONG folder, IFolder** out) {
-    if (!EnsureOpen()) return kNoSession;
-    if (SUCCEEDED(m_pApp->GetDefaultFolder(folder, out))) return 0;
+    const Session session = EnsureOpen();
+    if (!session) return kNoSession;
+    if (SUCCEEDED(session->GetDefaultFolder(folder, out))) return 0;
     Close();
-    return EnsureOpen() ? m_pApp->GetDefaultFolder(folder, out) : kNoSession;
+    const Session healed = EnsureOpen();
+    return healed ? healed->GetDefaultFolder(folder, out) : kNoSession;
 }
 
 DWORD COutlook::GetPOOM2Property(const WCHAR* name, WORD type, bool create) {
-    if (!EnsureOpen()) return 0;
+    const Session session = EnsureOpen();
+    if (!session) return 0;
     CEPROPID id = 0;
     const ULONG flags = create ? type | kCreateNamedProperty : 0;
-    if (FAILED(m_pApp->GetIDsFromNames(1, &name, flags, &id))) return 0;
+    if (FAILED(session->GetIDsFromNames(1, &name, flags, &id))) return 0;
     return id == kUnknownNamedProperty ? 0 : id;
 }
 
@@ -126,15 +137,20 @@ HRESULT COutlook::FindMatchingContact(const WCHAR* text, DWORD flags, IItem** it
 }
 
 HRESULT COutlook::GetTimeZoneInformationFromIndex(LONG index, TIME_ZONE_INFORMATION* zone) {
-    return EnsureOpen() ? m_pApp->GetTimeZoneInformationFromIndex(index, zone) : E_FAIL;
+    const Session session = EnsureOpen();
+    return session ? session->GetTimeZoneInformationFromIndex(index, zone) : E_FAIL;
 }
 
 DataType COutlook::GetQNItemType(CEOID oid) {
     switch (oid & kOidKindMask) {
-    case kOidTask: return kDataTask;
-    case kOidContact: return kDataContact;
-    case kOidAppointment: return kDataAppointment;
-    default: return kDataNone;
+    case kOidTask:
+        return kDataTask;
+    case kOidContact:
+        return kDataContact;
+    case kOidAppointment:
+        return kDataAppointment;
+    default:
+        return kDataNone;
     }
 }
 
@@ -169,7 +185,8 @@ CEOID COutlook::OpenAndSeekInEDB(CeDb* db, const WCHAR* name, WORD autoId) {
 
 WORD COutlook::GetAutoIDFromEDBID(const WCHAR* name, CEOID oid) {
     CeDb db;
-    if (!name || !db.MountVolumeEDB(kPimVolume, false) || !db.Open(name, 0, 0, nullptr) || !db.SeekTo(oid)) return 0;
+    if (!name || !db.MountVolumeEDB(kPimVolume, false) || !db.Open(name, 0, 0, nullptr) || !db.SeekTo(oid))
+        return 0;
     CeDbRecord record;
     const CEPROPID id = PIMPR_NUMBER;
     DWORD number = 0;

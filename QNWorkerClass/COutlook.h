@@ -1,10 +1,13 @@
 // The library's one session on the platform's object model of items. Made by InitQNTools, logged on at first use.
-// Any thread may call it; only Open is guarded, and nobody waits there.
+// Any thread may call it; nobody waits in Open. A call that is under way keeps its session, whoever closes it meanwhile.
 #pragma once
 
 #include "NorvoTools/CeCriticalSection.h"
 #include "Platform/poom.h"
 #include "Platform/types.h"
+
+#include <memory>
+#include <mutex>
 
 class CeDb;
 
@@ -35,11 +38,11 @@ public:
     void Close();
     void SetParentWindow(HWND owner) { m_hOwner = owner; }
     // What each gives without a session stands behind it; otherwise the platform's own result.
-    HRESULT GetItemFromOid(CEOID oid, IDispatch** item);                         // -1
-    HRESULT GetItemFromOidEx(CEOID oid, IItem** item);                           // E_FAIL
-    HRESULT CreateItem(LONG type, IDispatch** item);                             // -1
-    HRESULT GetDefaultFolder(LONG folder, IFolder** out);                        // -1
-    HRESULT SubscribeToNotifications(LONG folder, DWORD flags);                  // E_FAIL
+    HRESULT GetItemFromOid(CEOID oid, IDispatch** item);                                        // -1
+    HRESULT GetItemFromOidEx(CEOID oid, IItem** item);                                          // E_FAIL
+    HRESULT CreateItem(LONG type, IDispatch** item);                                            // -1
+    HRESULT GetDefaultFolder(LONG folder, IFolder** out);                                       // -1
+    HRESULT SubscribeToNotifications(LONG folder, DWORD flags);                                 // E_FAIL
     HRESULT FindMatchingContact(const WCHAR* text, DWORD flags, IItem** item, DWORD* property); // E_FAIL
     HRESULT GetTimeZoneInformationFromIndex(LONG index, TIME_ZONE_INFORMATION* zone);           // E_FAIL
     // The id of a named property; 0 on failure or, without `create`, for an unknown name.
@@ -54,9 +57,12 @@ public:
     static WORD GetAutoIDFromEDBID(const WCHAR* name, CEOID oid);
 
 private:
-    bool EnsureOpen();
+    using Session = std::shared_ptr<IPOutlookApp2>;
+    Session Current() const;
+    Session EnsureOpen(); // null without a session
 
-    IPOutlookApp2* m_pApp = nullptr;
+    Session m_pApp;               // null: not logged on
+    mutable std::mutex m_lockApp; // of the pointer alone, held for a copy of it
     HWND m_hOwner = nullptr;
     CeCriticalSection m_csOpen;
 };
@@ -82,6 +88,8 @@ public:
     void InvokeMenu(HWND window, UINT command);
 
 private:
+    void FreeContext();
+
     HMENU m_hMenu = nullptr;
     IUnknown* m_pContext = nullptr; // null without extensions
     HANDLE m_hContext = nullptr;    // the shell's

@@ -11,6 +11,7 @@ namespace {
 
 constexpr UINT kFirstCommand = 5500;
 constexpr UINT kLastCommand = 5600;
+constexpr HRESULT kNoAdvising = static_cast<HRESULT>(0x80040003); // the object tells of no changes
 
 // What an extension is told of: one item reference.
 struct ItemRef {
@@ -26,11 +27,16 @@ struct ItemRefArray {
 class ItemData final : public IDataObject {
 public:
     ItemData(DataType kind, CEOID oid)
-        : m_reference{1, {static_cast<DWORD>(kind), oid}}, m_format(RegisterClipboardFormatW(u"ItemRefArray")) {}
+        : m_reference{1, {static_cast<DWORD>(kind), oid}},
+          m_format(RegisterClipboardFormatW(u"ItemRefArray")) {}
 
-    HRESULT QueryInterface(const IID&, void** object) override {
-        if (object) *object = nullptr;
-        return E_NOINTERFACE;
+    HRESULT QueryInterface(const IID& iid, void** object) override {
+        if (!object) return E_POINTER;
+        *object = nullptr;
+        if (iid != IID_IUnknown && iid != IID_IDataObject) return E_NOINTERFACE;
+        AddRef();
+        *object = static_cast<IDataObject*>(this);
+        return S_OK;
     }
     ULONG AddRef() override { return ++m_refs; }
     ULONG Release() override {
@@ -51,17 +57,18 @@ public:
     }
     HRESULT QueryGetData(FORMATETC* format) override {
         if (!format) return E_POINTER;
-        const bool offered = format->cfFormat == m_format && !format->ptd && format->dwAspect == DVASPECT_CONTENT &&
-                             format->lindex == -1 && (format->tymed & TYMED_HGLOBAL);
+        const bool offered = format->cfFormat == m_format && !format->ptd &&
+                             format->dwAspect == DVASPECT_CONTENT && format->lindex == -1 &&
+                             (format->tymed & TYMED_HGLOBAL);
         return offered ? S_OK : DV_E_FORMATETC;
     }
     HRESULT GetDataHere(FORMATETC*, STGMEDIUM*) override { return E_NOTIMPL; }
     HRESULT GetCanonicalFormatEtc(FORMATETC*, FORMATETC*) override { return E_NOTIMPL; }
     HRESULT SetData(FORMATETC*, STGMEDIUM*, BOOL) override { return E_NOTIMPL; }
     HRESULT EnumFormatEtc(DWORD, IEnumFORMATETC**) override { return E_NOTIMPL; }
-    HRESULT DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) override { return E_NOTIMPL; }
-    HRESULT DUnadvise(DWORD) override { return E_NOTIMPL; }
-    HRESULT EnumDAdvise(IEnumSTATDATA**) override { return E_NOTIMPL; }
+    HRESULT DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) override { return kNoAdvising; }
+    HRESULT DUnadvise(DWORD) override { return kNoAdvising; }
+    HRESULT EnumDAdvise(IEnumSTATDATA**) override { return kNoAdvising; }
 
 private:
     ~ItemData() = default;
@@ -73,32 +80,39 @@ private:
 
 const WCHAR* ShellClass(DataType kind) {
     switch (kind) {
-    case kDataContact: return u"Contacts";
-    case kDataAppointment: return u"Calendar";
-    case kDataTask: return u"Tasks";
-    default: return nullptr;
+    case kDataContact:
+        return u"Contacts";
+    case kDataAppointment:
+        return u"Calendar";
+    case kDataTask:
+        return u"Tasks";
+    default:
+        return nullptr;
     }
 }
 
 } // namespace
 
-CPocketOutlookIContext::~CPocketOutlookIContext() {
+CPocketOutlookIContext::~CPocketOutlookIContext() { FreeContext(); }
+
+void CPocketOutlookIContext::FreeContext() {
     SHFreeContextMenu(m_hContext);
+    m_hContext = nullptr;
     if (m_pContext) m_pContext->Release();
+    m_pContext = nullptr;
     if (m_hMenu) DestroyMenu(m_hMenu);
+    m_hMenu = nullptr;
 }
 
 void CPocketOutlookIContext::SetOID(CEOID oid) {
     const WCHAR* shellClass = ShellClass(m_nKind);
     if (!shellClass) return;
-    if (m_hMenu) DestroyMenu(m_hMenu);
+    FreeContext();
     m_hMenu = CreatePopupMenu();
     if (ReadRegistryWithDefault(kSuiteKey, u"EnableThirdPartyContext", 0) == 0) return;
-    SHFreeContextMenu(m_hContext);
-    if (m_pContext) m_pContext->Release();
     auto* data = new ItemData(m_nKind, oid);
-    m_hContext = SHExtendContextMenu(data, shellClass, u"Main_ContextMenu", m_hMenu, kFirstCommand, kLastCommand,
-                                     &m_pContext);
+    m_hContext = SHExtendContextMenu(data, shellClass, u"Main_ContextMenu", m_hMenu, kFirstCommand,
+                                     kLastCommand, &m_pContext);
     data->Release();
     if (m_nKind == kDataContact) return;
     EnableMenuItem(m_hMenu, 0, MF_BYPOSITION | MF_GRAYED);

@@ -91,14 +91,15 @@ void CQNDataThread::SetupThreadResources() {
     }
 }
 
+// Each side database has a mount of its own: one that two objects share would be given back twice, and somebody else's
+// volume would go with it.
 void CQNDataThread::OpenCategoryAssociations() {
     if (m_pDbCategoryAssoc) return;
     if (!m_pCategoryBuffer)
         m_pCategoryBuffer = static_cast<BYTE*>(LocalAlloc(LPTR, CeRecordBufferSize(kCategoryBuffer, 2)));
     auto db = std::make_unique<CeDb>();
     const SORTORDERSPECEX sort = TwoKeySort(kPropAssocItem, kPropAssocCategory);
-    if (db->MountVolume(m_pDbNamedProps.get(), kPimVolume, true) &&
-        db->OpenEDB(0, kCategoryAssocDb, &sort, 0, nullptr))
+    if (db->MountVolumeEDB(kPimVolume, false) && db->OpenEDB(0, kCategoryAssocDb, &sort, 0, nullptr))
         m_pDbCategoryAssoc = std::move(db); // without it every category test passes
 }
 
@@ -109,10 +110,14 @@ void CQNDataThread::ResolveNamedProperties() {
         std::atomic<DWORD>& number;
     };
     const Named properties[] = {
-        {u"QN_IconName", CEVT_LPWSTR, ms_IconProperty},     {u"QN_ParentOID", CEVT_R8, ms_ParentProperty},
-        {u"QN_Tracked", CEVT_BOOL, ms_TrackedProperty},     {u"QN_TaskPercentStatus", CEVT_UI4, ms_PercentProperty},
-        {u"QN_GTDProject", CEVT_UI4, ms_GtdProjectProperty}, {u"QN_GTDStarred", CEVT_BOOL, ms_StarredProperty},
-        {u"QN_GTDContext", CEVT_LPWSTR, ms_ContextProperty}, {u"QN_GTDStatus", CEVT_UI2, ms_StatusProperty},
+        {u"QN_IconName", CEVT_LPWSTR, ms_IconProperty},
+        {u"QN_ParentOID", CEVT_R8, ms_ParentProperty},
+        {u"QN_Tracked", CEVT_BOOL, ms_TrackedProperty},
+        {u"QN_TaskPercentStatus", CEVT_UI4, ms_PercentProperty},
+        {u"QN_GTDProject", CEVT_UI4, ms_GtdProjectProperty},
+        {u"QN_GTDStarred", CEVT_BOOL, ms_StarredProperty},
+        {u"QN_GTDContext", CEVT_LPWSTR, ms_ContextProperty},
+        {u"QN_GTDStatus", CEVT_UI2, ms_StatusProperty},
     };
     COutlook* outlook = GetOutlookObject();
     if (!outlook) return;
@@ -123,12 +128,12 @@ void CQNDataThread::ResolveNamedProperties() {
 
 void CQNDataThread::OpenNamedProperties() {
     const bool resolved = ms_IconProperty || ms_ParentProperty || ms_TrackedProperty || ms_PercentProperty ||
-                          ms_GtdProjectProperty || ms_StarredProperty || ms_ContextProperty || ms_StatusProperty;
+                          ms_GtdProjectProperty || ms_StarredProperty || ms_ContextProperty ||
+                          ms_StatusProperty;
     if (m_pDbNamedProps || !resolved) return;
     auto db = std::make_unique<CeDb>();
     const SORTORDERSPECEX sort = TwoKeySort(kPropNamedItem, kPropNamedNumber);
-    if (db->MountVolume(m_pDbCategoryAssoc.get(), kPimVolume, true) &&
-        db->OpenEDB(0, kNamedPropValsDb, &sort, 0, nullptr)) {
+    if (db->MountVolumeEDB(kPimVolume, false) && db->OpenEDB(0, kNamedPropValsDb, &sort, 0, nullptr)) {
         m_pDbNamedProps = std::move(db);
         if (!m_pNamedBuffer)
             m_pNamedBuffer = static_cast<BYTE*>(LocalAlloc(LPTR, CeRecordBufferSize(kNamedBuffer, 1)));
@@ -198,11 +203,13 @@ bool CQNDataThread::CategoryFilterEDB(CEOID oid, CCategoryFilterInfo* filter) {
     case kCategoriesOnlyWithout:
     case kCategoriesOnlyWithout - 1: // an older form of the same mode
         return !hasCategory;
-    case kCategoriesShowChosen: return hasCategory ? test() : filter->m_bIncludeNoCat != 0;
+    case kCategoriesShowChosen:
+        return hasCategory ? test() : filter->m_bIncludeNoCat != 0;
     case kCategoriesHideChosen:
         if (!hasCategory) return true;
         return !noList && !test();
-    default: return true;
+    default:
+        return true;
     }
 }
 
@@ -226,12 +233,16 @@ bool CQNDataThread::CategoryOrFilterEDB(CEOID oid, CFullCategoryList& list) {
 
 bool CQNDataThread::CheckPrivacy(LONG mode, LONG sensitivity) {
     switch (mode) {
-    case 0: return sensitivity == 0;
-    case 1: return sensitivity != 0;
+    case 0:
+        return sensitivity == 0;
+    case 1:
+        return sensitivity != 0;
     case 11:
     case 12:
-    case 13: return sensitivity == mode - 10;
-    default: return true;
+    case 13:
+        return sensitivity == mode - 10;
+    default:
+        return true;
     }
 }
 
@@ -244,7 +255,7 @@ bool CQNDataThread::FilterSpecialTask(CEOID oid) {
 }
 
 bool CQNDataThread::IsNoteEmpty(CeDb* db, DWORD propid) {
-    const HANDLE stream = CeOpenStream(db->m_hDb, propid, GENERIC_READ);
+    const HANDLE stream = CeOpenStream(db->m_hDb, propid, STREAM_READ);
     if (stream == INVALID_HANDLE_VALUE) return true;
     DWORD size = 0;
     bool empty = true;
@@ -299,24 +310,24 @@ const CategoryEntry* CQNDataThread::FindCategory(LONG id) {
 }
 
 WCHAR* CQNDataThread::CategoryFromEDB(CEOID oid) {
-    m_szJoined.clear();
+    m_szCategoryBuffer.clear();
     if (m_pDbCategoryAssoc && m_pCategoryBuffer) {
         const CEPROPVAL key = Key(kPropAssocItem, oid);
         const CEPROPID ids[] = {kPropAssocCategory};
         for (CEOID found = m_pDbCategoryAssoc->SeekRec(&key, 1); found;
              found = m_pDbCategoryAssoc->SeekNextRec(&key, 1)) {
             LONG id = 0;
-            if (!m_pDbCategoryAssoc->ReadRec(m_recCategory, m_pCategoryBuffer, CeRecordBufferSize(kCategoryBuffer, 2),
-                                             1, ids) ||
+            if (!m_pDbCategoryAssoc->ReadRec(m_recCategory, m_pCategoryBuffer,
+                                             CeRecordBufferSize(kCategoryBuffer, 2), 1, ids) ||
                 !m_recCategory.GetIndexVal(0, id))
                 continue;
             const CategoryEntry* category = FindCategory(id);
             if (!category) continue;
-            if (!m_szJoined.empty()) m_szJoined += u", ";
-            m_szJoined += category->szName;
+            if (!m_szCategoryBuffer.empty()) m_szCategoryBuffer += u", ";
+            m_szCategoryBuffer += category->szName;
         }
     }
-    return NewText(m_szJoined);
+    return NewText(m_szCategoryBuffer);
 }
 
 bool CQNDataThread::ReadNamedProperty(CEOID oid, DWORD property, CEBLOB& value) {
@@ -327,7 +338,7 @@ bool CQNDataThread::ReadNamedProperty(CEOID oid, DWORD property, CEBLOB& value) 
     if (!m_pDbNamedProps->ReadRec(m_recNamed, m_pNamedBuffer, CeRecordBufferSize(kNamedReadSize, 1), 1, ids))
         return false;
     const CEBLOB* blob = m_recNamed.BlobAt(0);
-    if (!blob) return false;
+    if (!blob || !blob->lpb || blob->dwCount == 0) return false;
     value = *blob;
     return true;
 }

@@ -20,8 +20,8 @@
 #include <string_view>
 
 // Messages to the client window of a data thread.
-inline constexpr UINT kMsgLoadBegins = 32802;  // 0, 0
-inline constexpr UINT kMsgListChanged = 1274;  // 1 final, 0 progress; number of lines
+inline constexpr UINT kMsgLoadBegins = 32802;     // 0, 0
+inline constexpr UINT kMsgListChanged = 1274;     // 1 final, 0 progress; number of lines
 inline constexpr UINT kMsgThreadFinished = 32803; // 0, 0
 
 class QN_API CQNDataThread : public CeWorkerThread {
@@ -126,5 +126,5 @@ private:
     BYTE m_abNoteHead[50] = {};
     BYTE* m_pNamedBuffer = nullptr;
     BYTE* m_pCategoryBuffer = nullptr;
-    std::u16string m_szJoined; // scratch of CategoryFromEDB
+    std::u16string m_szCategoryBuffer; // scratch of CategoryFromEDB
 };

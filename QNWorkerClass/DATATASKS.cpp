@@ -12,7 +12,7 @@ constexpr std::size_t kSpareCharacters = 8; // the views append to these texts i
 WCHAR* CopyWithRoom(const WCHAR* text) {
     if (!text) return nullptr;
     const std::size_t length = wcslen(text);
-    auto* copy = static_cast<WCHAR*>(std::calloc(length + kSpareCharacters, sizeof(WCHAR)));
+    auto* copy = static_cast<WCHAR*>(std::calloc(length + 1 + kSpareCharacters, sizeof(WCHAR)));
     if (copy) std::memcpy(copy, text, length * sizeof(WCHAR));
     return copy;
 }

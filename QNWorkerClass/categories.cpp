@@ -7,6 +7,7 @@
 #include "Platform/strings.h"
 #include "QNWorkerClass/sidestores.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <mutex>
 #include <string_view>
@@ -48,33 +49,38 @@ bool UsedByMask(const CategoryEntry& entry, DWORD mask) {
            ((mask & kUsedByContacts) && entry.bUsedByContacts);
 }
 
-// The pieces of a text form: split at commas, one leading blank of each dropped.
-template<class Visit>
-void ForEachPiece(std::u16string_view text, Visit visit) {
+std::vector<std::u16string_view> SplitAt(std::u16string_view text, WCHAR separator) {
+    std::vector<std::u16string_view> pieces;
     for (std::size_t start = 0; start <= text.size();) {
-        const std::size_t end = std::min(text.find(u',', start), text.size());
-        std::u16string_view piece = text.substr(start, end - start);
-        if (!piece.empty() && piece.front() == u' ') piece.remove_prefix(1);
-        if (!visit(piece)) return;
+        const std::size_t end = std::min(text.find(separator, start), text.size());
+        pieces.push_back(text.substr(start, end - start));
         start = end + 1;
     }
+    return pieces;
 }
 
-// One chosen name against the pieces. False ends the whole test (a hit under OR).
+// The categories of the device that are among the names, in the order of the store. None has an empty name.
+void KeepNamed(const std::vector<std::u16string_view>& names, CFullCategoryList& list) {
+    list.Clear();
+    const CategorySnapshot cache = TakeCategorySnapshot();
+    for (const CategoryEntry& entry : *cache)
+        if (std::find(names.begin(), names.end(), entry.szName) != names.end()) list.Add(MakeCategory(entry));
+}
+
+// One chosen name against the pieces of a text form, one leading blank of each dropped. False ends the whole test (a hit
+// under OR).
 bool TestChosenName(std::u16string_view text, std::u16string_view name, bool bAnd, bool& result) {
-    bool goOn = true;
-    ForEachPiece(text, [&](std::u16string_view piece) {
+    for (std::u16string_view piece : SplitAt(text, u',')) {
+        if (piece.starts_with(u' ')) piece.remove_prefix(1);
         if (bAnd) {
             // Any other category beside the chosen one fails, and a text with none of the chosen passes: required.
             if (piece != name) result = false;
-            return true;
+        } else if (piece == name) {
+            result = true;
+            return false;
         }
-        if (piece != name) return true;
-        result = true;
-        goOn = false;
-        return false;
-    });
-    return goOn;
+    }
+    return true;
 }
 
 } // namespace
@@ -119,44 +125,21 @@ int FullCategoryCompareFunc(CFullCategory* const& a, CFullCategory* const& b, CE
 }
 
 void ConvertCategoryToCFullCategory(const WCHAR* text, CFullCategoryList& list) {
-    list.Clear();
-    if (!text || !*text) return;
-    const CategorySnapshot cache = TakeCategorySnapshot();
-    for (const CategoryEntry& entry : *cache) {
-        bool named = false;
-        bool first = true;
-        std::u16string_view rest = text;
-        for (;;) {
-            const std::size_t end = std::min(rest.find(u','), rest.size());
-            std::u16string_view piece = rest.substr(0, end);
-            // Behind a comma one character is skipped, whatever it is.
-            if (!first && !piece.empty()) piece.remove_prefix(1);
-            first = false;
-            if (piece == entry.szName) named = true;
-            if (end == rest.size()) break;
-            rest.remove_prefix(end + 1);
-        }
-        if (named) list.Add(MakeCategory(entry));
-    }
+    std::vector<std::u16string_view> pieces = SplitAt(text ? text : u"", u',');
+    // Behind a comma one character is skipped, whatever it is.
+    for (std::size_t i = 1; i < pieces.size(); ++i) pieces[i] = pieces[i].substr(pieces[i].empty() ? 0 : 1);
+    KeepNamed(pieces, list);
 }
 
-void ReadCategoryFromRegistry(const WCHAR* key, const WCHAR* name, CFullCategoryList& list, bool bCustomViews) {
+void ReadCategoryFromRegistry(const WCHAR* key, const WCHAR* name, CFullCategoryList& list,
+                              bool bCustomViews) {
     list.Clear();
     CRegistry settings;
     if (bCustomViews) settings.SetRegistryType(kRegistryText, u"%s\\Norvo\\QNCustomViews.reg", true);
     if (!settings.Exists(HKEY_CURRENT_USER, key)) return;
     std::vector<WCHAR> buffer(kSetReadLimit + 1);
     if (settings.QueryValue(name, buffer.data(), kSetReadLimit, false) != 0) return;
-    const CategorySnapshot cache = TakeCategorySnapshot();
-    std::u16string_view rest = buffer.data();
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find(kSetSeparator), rest.size());
-        const std::u16string_view piece = rest.substr(0, end);
-        if (!piece.empty())
-            for (const CategoryEntry& entry : *cache)
-                if (entry.szName == piece) list.Add(MakeCategory(entry));
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
+    KeepNamed(SplitAt(buffer.data(), kSetSeparator), list);
 }
 
 void SaveCategoryToRegistry(const WCHAR* key, const WCHAR* name, const CFullCategoryList& list) {
@@ -164,7 +147,8 @@ void SaveCategoryToRegistry(const WCHAR* key, const WCHAR* name, const CFullCate
     for (const CFullCategory* category : list) {
         const std::u16string_view piece = category->m_szName ? category->m_szName : u"";
         const std::size_t needed = piece.size() + (text.empty() ? 0 : 1);
-        if (piece.empty() || text.size() + needed > kSetWriteLimit) continue; // names that don't fit are left out
+        if (piece.empty() || text.size() + needed > kSetWriteLimit)
+            continue; // names that don't fit are left out
         if (!text.empty()) text += kSetSeparator;
         text += piece;
     }
@@ -176,7 +160,7 @@ void GetCategories(CeStrList<WCHAR*>& names, bool bRefresh, DWORD mask) {
     const CategorySnapshot cache = bRefresh ? RefreshCache() : TakeCategorySnapshot();
     names.Clear();
     for (const CategoryEntry& entry : *cache)
-        if (UsedByMask(entry, mask)) names.Add(const_cast<WCHAR*>(entry.szName.c_str()));
+        if (UsedByMask(entry, mask)) names.Add(entry.szName.c_str());
 }
 
 bool CategoryFilterHighLevel(const WCHAR* text, const CCategoryFilterInfo* filter) {

@@ -63,7 +63,8 @@ QN_API int FullCategoryCompareFunc(CFullCategory* const& a, CFullCategory* const
 // The categories that an item's text names.
 QN_API void ConvertCategoryToCFullCategory(const WCHAR* text, CFullCategoryList& list);
 // A set kept in the settings: names separated by U+0007. With bCustomViews from the custom views file.
-QN_API void ReadCategoryFromRegistry(const WCHAR* key, const WCHAR* name, CFullCategoryList& list, bool bCustomViews);
+QN_API void ReadCategoryFromRegistry(const WCHAR* key, const WCHAR* name, CFullCategoryList& list,
+                                     bool bCustomViews);
 QN_API void SaveCategoryToRegistry(const WCHAR* key, const WCHAR* name, const CFullCategoryList& list);
 // The names of the visible categories that one of the kinds of the mask uses.
 QN_API void GetCategories(CeStrList<WCHAR*>& names, bool bRefresh, DWORD mask);

@@ -147,9 +147,13 @@ bool CCategoryColorIcons::GetIconString(WCHAR* dst, bool bNoneIcon) const {
     return true;
 }
 
-const WCHAR* CCategoryColorIcons::GetCategoryColorString() const { return m_bHasColor ? m_color.szText : nullptr; }
+const WCHAR* CCategoryColorIcons::GetCategoryColorString() const {
+    return m_bHasColor ? m_color.szText : nullptr;
+}
 
-COLORREF CCategoryColorIcons::GetCategoryColorCR() const { return m_bHasColor ? m_color.cr : kNoCategoryColor; }
+COLORREF CCategoryColorIcons::GetCategoryColorCR() const {
+    return m_bHasColor ? m_color.cr : kNoCategoryColor;
+}
 
 void CCategoryDisplay::Init(const WCHAR* folder) {
     m_szFolder = folder ? folder : u"";
@@ -160,10 +164,10 @@ void CCategoryDisplay::UnInit() { m_list.Clear(); }
 
 void CCategoryDisplay::LoadCategoryIcons() {
     m_list.Clear();
-    for (std::size_t dot = m_szTypes.find(u'.'); dot != m_szTypes.npos;) {
-        const std::size_t next = m_szTypes.find(u'.', dot + 1);
-        const std::u16string type = m_szTypes.substr(dot + 1, next == m_szTypes.npos ? next : next - dot - 1);
-        dot = next;
+    for (std::size_t start = 0; start < m_szTypes.size();) {
+        const std::size_t dot = std::min(m_szTypes.find(u'.', start), m_szTypes.size());
+        const std::u16string type = m_szTypes.substr(start, dot - start);
+        start = dot + 1;
         if (type.empty()) continue;
         const std::u16string pattern = m_szFolder + u"\\*." + type;
         WIN32_FIND_DATAW found;
@@ -171,7 +175,8 @@ void CCategoryDisplay::LoadCategoryIcons() {
         if (search == INVALID_HANDLE_VALUE) continue;
         do {
             const bool folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-            if (!folder && found.nFileSizeHigh == 0 && found.nFileSizeLow < kIconFileLimit) m_list.Add(found.cFileName);
+            if (!folder && found.nFileSizeHigh == 0 && found.nFileSizeLow < kIconFileLimit)
+                m_list.Add(found.cFileName);
         } while (FindNextFileW(search, &found));
         FindClose(search);
     }

@@ -15,10 +15,14 @@ constexpr int kEntriesBetweenSeparators = 5;
 // The highest count of entries that any menu had; it only grows, so that no menu keeps an old entry.
 std::atomic<int> g_nHighestCount{0};
 
+// By position: an entry and the separator in front of it carry one number, and a separator is no command.
 void RemoveEntries(HMENU menu) {
-    for (int i = 0; i < g_nHighestCount.load(); ++i)
-        while (RemoveMenu(menu, kMenuFirstCategory + static_cast<UINT>(i), MF_BYCOMMAND)) {
-        } // an entry and the separator in front of it carry one number
+    const UINT count = static_cast<UINT>(g_nHighestCount.load());
+    for (int i = GetMenuItemCount(menu) - 1; i >= 0; --i) {
+        const UINT id = GetMenuItemID(menu, i);
+        if (id >= kMenuFirstCategory && id < kMenuFirstCategory + count)
+            RemoveMenu(menu, static_cast<UINT>(i), MF_BYPOSITION);
+    }
 }
 
 std::u16string MenuText(std::u16string_view name) {
@@ -28,8 +32,9 @@ std::u16string MenuText(std::u16string_view name) {
 }
 
 bool IsChosen(const CFullCategoryList& chosen, std::u16string_view name) {
-    return std::any_of(chosen.begin(), chosen.end(),
-                       [&](const CFullCategory* category) { return category->m_szName && name == category->m_szName; });
+    return std::any_of(chosen.begin(), chosen.end(), [&](const CFullCategory* category) {
+        return category->m_szName && name == category->m_szName;
+    });
 }
 
 void ShowFilterState(CeMenus* bar, HMENU menu, bool bFiltered) {
@@ -45,7 +50,8 @@ void ShowFilterState(CeMenus* bar, HMENU menu, bool bFiltered) {
 
 } // namespace
 
-void AddCategoriesToMenuBar(CeMenus* bar, HMENU menu, const CFullCategoryList& chosen, bool bRefresh, DWORD mask) {
+void AddCategoriesToMenuBar(CeMenus* bar, HMENU menu, const CFullCategoryList& chosen, bool bRefresh,
+                            DWORD mask) {
     RemoveEntries(menu);
     ShowFilterState(bar, menu, chosen.Count() != 0);
     CeStrList<WCHAR*> names(0, 4, 1);
@@ -60,6 +66,5 @@ void AddCategoriesToMenuBar(CeMenus* bar, HMENU menu, const CFullCategoryList& c
         ++index;
     }
     int highest = g_nHighestCount.load();
-    while (highest < index && !g_nHighestCount.compare_exchange_weak(highest, index)) {
-    }
+    while (highest < index && !g_nHighestCount.compare_exchange_weak(highest, index)) {}
 }

@@ -14,4 +14,5 @@ inline constexpr UINT kButtonCategories = 40106;
 
 // Builds the category part of `menu`: entries of the categories that the mask lets through, those of `chosen` checked.
 // `bar` may be null. Main thread.
-QN_API void AddCategoriesToMenuBar(CeMenus* bar, HMENU menu, const CFullCategoryList& chosen, bool bRefresh, DWORD mask);
+QN_API void AddCategoriesToMenuBar(CeMenus* bar, HMENU menu, const CFullCategoryList& chosen, bool bRefresh,
+                                   DWORD mask);
