@@ -44,16 +44,18 @@ constexpr std::int64_t DaysFromCivil(int year, int month, int day) {
     return era * 146'097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 584'694;
 }
 
+// Of the year 0 and later; in 32 bits, which is what makes it quick.
 constexpr Date CivilFromDays(std::int64_t days) {
-    const std::int64_t z = days + 584'694; // from 1 March of year 0
-    const std::int64_t era = (z >= 0 ? z : z - 146'096) / 146'097;
-    const int dayOfEra = static_cast<int>(z - era * 146'097);
-    const int yearOfEra = (dayOfEra - dayOfEra / 1'460 + dayOfEra / 36'524 - dayOfEra / 146'096) / 365;
-    const int dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const int monthFromMarch = (5 * dayOfYear + 2) / 153;
-    const int month = monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9;
-    return {static_cast<int>(era * 400) + yearOfEra + (month <= 2), month,
-            dayOfYear - (153 * monthFromMarch + 2) / 5 + 1};
+    const auto z = static_cast<std::uint32_t>(days + 584'694); // from 1 March of year 0
+    const std::uint32_t era = z / 146'097;
+    const std::uint32_t dayOfEra = z - era * 146'097;
+    const std::uint32_t yearOfEra =
+        (dayOfEra - dayOfEra / 1'460 + dayOfEra / 36'524 - dayOfEra / 146'096) / 365;
+    const std::uint32_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const std::uint32_t monthFromMarch = (5 * dayOfYear + 2) / 153;
+    const std::uint32_t month = monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9;
+    return {static_cast<int>(era * 400 + yearOfEra + (month <= 2)), static_cast<int>(month),
+            static_cast<int>(dayOfYear - (153 * monthFromMarch + 2) / 5 + 1)};
 }
 
 // 0 Sunday.

@@ -34,7 +34,7 @@ HLOCAL LocalAllocTrace(UINT flags, std::size_t bytes, UINT line, const char* fil
 // --- Heaps ----------------------------------------------------------------------------------------------------------
 
 HANDLE GetProcessHeap();
-// A private heap. `initial` is a hint and `maximum` no limit. Its blocks live until they are freed or the heap is
+// A private heap, which grows as it needs: the two sizes are not read. Its blocks live until they are freed or the heap is
 // destroyed, which costs the same for one block as for thousands.
 HANDLE HeapCreate(DWORD flags, std::size_t initial, std::size_t maximum);
 // FALSE and error 6 for a handle that is no private heap (the process heap is none).

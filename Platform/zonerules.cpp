@@ -95,16 +95,20 @@ int CeSystemTimeToTzSpecificLocalTime(const TIME_ZONE_INFORMATION* tz, const SYS
     if (!IsValid(*utc)) return 0;
     const std::int64_t standardTicks = TicksOf(*utc) - BiasTicks(tz->Bias);
     const std::int64_t summerTicks = standardTicks - BiasTicks(tz->DaylightBias);
-    bool summerHolds = false;
-    std::int64_t ticks = standardTicks;
-    if (tz->StandardDate.wMonth != 0) {
-        if (!IsTickDate(standardTicks) || !IsTickDate(summerTicks)) return 0;
-        summerHolds =
-            HoldsSummerTime(*tz, SystemTimeFromTicks(standardTicks), SystemTimeFromTicks(summerTicks));
-        ticks = summerHolds ? summerTicks : standardTicks - BiasTicks(tz->StandardBias);
+    if (!IsTickDate(standardTicks)) return 0;
+    const SYSTEMTIME standard = SystemTimeFromTicks(standardTicks);
+    if (tz->StandardDate.wMonth == 0) {
+        *local = standard;
+        *bDST = false;
+        return 1;
     }
-    if (!IsTickDate(ticks)) return 0;
-    *local = SystemTimeFromTicks(ticks);
+    if (!IsTickDate(summerTicks)) return 0;
+    const SYSTEMTIME summer = SystemTimeFromTicks(summerTicks);
+    const bool summerHolds = HoldsSummerTime(*tz, standard, summer);
+    const std::int64_t standardWall = standardTicks - BiasTicks(tz->StandardBias);
+    if (!summerHolds && !IsTickDate(standardWall)) return 0;
+    const bool plain = tz->StandardBias == 0; // nearly always
+    *local = summerHolds ? summer : plain ? standard : SystemTimeFromTicks(standardWall);
     *bDST = summerHolds;
     return 1;
 }

@@ -28,10 +28,49 @@ struct Arena::Freed {
 
 namespace {
 
-constexpr std::size_t kFirstChunk = 16 * 1024;
-constexpr std::size_t kLargestChunk = 1024 * 1024;
+constexpr std::size_t kChunkBytes = 64 * 1024;
 
 std::size_t& SizeWord(void* block) { return static_cast<std::size_t*>(block)[-1]; }
+
+#if defined(__SANITIZE_ADDRESS__)
+#define QN_ADDRESS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QN_ADDRESS_SANITIZER 1
+#endif
+#endif
+#if defined(QN_ADDRESS_SANITIZER)
+constexpr std::size_t kMostPooled = 0; // or the sanitizer would not see a text outlive its heap
+#else
+constexpr std::size_t kMostPooled = 32; // two megabytes
+#endif
+
+// Chunks of heaps that are gone. A data thread drops its heap and fills the next one at every load; chunks fresh from
+// the kernel would cost it a page fault each four kilobytes, which is more than all the rest.
+class ChunkPool {
+public:
+    void* Take() {
+        std::lock_guard lock(m_mutex);
+        return m_count > 0 ? m_chunks[--m_count] : std::malloc(kChunkBytes);
+    }
+    void Give(void* chunk) {
+        std::lock_guard lock(m_mutex);
+        if (m_count < kMostPooled)
+            m_chunks[m_count++] = chunk;
+        else
+            std::free(chunk);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::array<void*, kMostPooled + 1> m_chunks{};
+    std::size_t m_count = 0;
+};
+
+ChunkPool& ThePool() {
+    static auto* pool = new ChunkPool; // heaps are used until the last thread ends
+    return *pool;
+}
 
 // --- Handles: base, generation, slot --------------------------------------------------------------------------------
 
@@ -63,8 +102,8 @@ ULONG_PTR SlotOf(HANDLE heap) {
 
 } // namespace
 
-HANDLE Arena::Create(bool shared, std::size_t initial) {
-    std::unique_ptr<Arena> arena(new (std::nothrow) Arena(shared, initial));
+HANDLE Arena::Create(bool shared) {
+    std::unique_ptr<Arena> arena(new (std::nothrow) Arena(shared));
     if (!arena) return nullptr;
     Slots& all = TheSlots();
     std::lock_guard lock(all.mutex);
@@ -99,8 +138,7 @@ Arena* Arena::Find(HANDLE heap) {
 
 // --- Blocks ---------------------------------------------------------------------------------------------------------
 
-Arena::Arena(bool shared, std::size_t initial)
-    : m_shared(shared), m_nextChunk(std::clamp(initial, kFirstChunk, kLargestChunk)) {}
+Arena::Arena(bool shared) : m_shared(shared) {}
 
 Arena::~Arena() {
     while (Large* large = m_large) {
@@ -109,7 +147,7 @@ Arena::~Arena() {
     }
     while (Chunk* chunk = m_chunks) {
         m_chunks = chunk->next;
-        std::free(chunk);
+        ThePool().Give(chunk);
     }
 }
 
@@ -146,14 +184,13 @@ void* Arena::AllocateSmall(std::size_t bytes) {
 }
 
 bool Arena::AddChunk() {
-    auto* chunk = static_cast<Chunk*>(std::malloc(m_nextChunk));
+    auto* chunk = static_cast<Chunk*>(ThePool().Take());
     if (!chunk) return false;
     chunk->next = m_chunks;
     m_chunks = chunk;
     // The first block starts one grain on: the word before it is its size.
     m_free = reinterpret_cast<BYTE*>(chunk) + 2 * kGrain;
-    m_left = m_nextChunk - 2 * kGrain;
-    m_nextChunk = std::min(m_nextChunk * 2, kLargestChunk);
+    m_left = kChunkBytes - 2 * kGrain;
     return true;
 }
 

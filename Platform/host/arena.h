@@ -14,7 +14,7 @@ inline constexpr ULONG_PTR kArenaHandleBase = 0x48000000; // alone it is the pro
 class Arena {
 public:
     // Null when no memory or no handle is left.
-    static HANDLE Create(bool shared, std::size_t initial);
+    static HANDLE Create(bool shared);
     static bool Destroy(HANDLE heap);
     static Arena* Find(HANDLE heap);
 
@@ -33,7 +33,7 @@ private:
     struct Chunk;
     struct Large;
     struct Freed;
-    Arena(bool shared, std::size_t initial);
+    explicit Arena(bool shared);
     std::unique_lock<std::mutex> Lock();
     void* AllocateSmall(std::size_t bytes);
     void* AllocateLarge(std::size_t bytes);
@@ -47,7 +47,6 @@ private:
     std::mutex m_mutex;
     BYTE* m_free = nullptr; // what is left of the last chunk
     std::size_t m_left = 0;
-    std::size_t m_nextChunk;
     Chunk* m_chunks = nullptr;
     std::array<Freed*, kMostSmall / kGrain + 1> m_reuse{}; // freed small blocks, by grains
     Large* m_large = nullptr;

@@ -102,9 +102,9 @@ std::size_t LocalSize(HLOCAL block) {
 
 HANDLE GetProcessHeap() { return kProcessHeap; }
 
-HANDLE HeapCreate(DWORD flags, std::size_t initial, std::size_t) {
+HANDLE HeapCreate(DWORD flags, std::size_t, std::size_t) {
     plat::HostCall call;
-    const HANDLE heap = plat::Arena::Create((flags & HEAP_NO_SERIALIZE) == 0, std::min(initial, kMostBytes));
+    const HANDLE heap = plat::Arena::Create((flags & HEAP_NO_SERIALIZE) == 0);
     return heap ? heap : OutOfMemory();
 }
 
