@@ -63,6 +63,9 @@ constexpr std::array<const char*, static_cast<size_t>(Sql::Count)> kStatements =
 
 using Clock = std::chrono::steady_clock;
 
+// A log of that size is tidied at once, by whoever commits: nothing else came to it for long.
+constexpr int kTooManyLogPages = 8000;
+
 // Waits longer each time, at most 5 ms, so that a short write of another process costs little and is soon noticed.
 int WaitForOthers(void* user, int tries) {
     thread_local Clock::time_point begun;
@@ -72,6 +75,14 @@ int WaitForOthers(void* user, int tries) {
         return 0;
     usleep(tries < 7 ? 50u << tries : 5000);
     return 1;
+}
+
+// Takes the place of SQLite's own check-pointing within commits.
+int CountLogPages(void* count, sqlite3* db, const char* name, int pages) {
+    *static_cast<int*>(count) = pages;
+    return pages < kTooManyLogPages
+               ? SQLITE_OK
+               : sqlite3_wal_checkpoint_v2(db, name, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
 }
 
 // A volume may come from anywhere: nothing that stands in its schema is run.
@@ -163,6 +174,7 @@ DWORD Connection::Open(const std::string& path, bool create, std::unique_ptr<Con
     if (result != SQLITE_OK) return StoreError(result);
     Distrust(db);
     sqlite3_busy_handler(db, WaitForOthers, connection.get());
+    sqlite3_wal_hook(db, CountLogPages, &connection->m_logPages);
     const DWORD error = connection->Execute("PRAGMA synchronous=FULL; PRAGMA secure_delete=FAST;"
                                             "PRAGMA temp_store=MEMORY; PRAGMA cache_size=-8192");
     if (!error) out = std::move(connection);
@@ -210,6 +222,10 @@ std::string Connection::AskText(const char* sql) {
 void Connection::Interrupt() {
     m_interrupted.store(true, std::memory_order_relaxed);
     sqlite3_interrupt(m_db);
+}
+
+void Connection::TidyLog() {
+    sqlite3_wal_checkpoint_v2(m_db, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
 }
 
 bool Connection::InTransaction() const { return !sqlite3_get_autocommit(m_db); }

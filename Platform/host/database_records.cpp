@@ -159,7 +159,9 @@ HANDLE CeOpenStream(HANDLE handle, CEPROPID propid, DWORD access) {
             error = stream->Open(record);
         }
     }
-    if (!error) return AddHandle(std::move(stream));
+    const HANDLE opened = error ? nullptr : AddHandle(std::move(stream));
+    if (opened) return opened;
+    if (!error) error = ERROR_NOT_ENOUGH_MEMORY;
     SetLastError(error);
     return INVALID_HANDLE_VALUE;
 }

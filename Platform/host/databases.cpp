@@ -120,7 +120,10 @@ HANDLE HandleOf(DWORD error, std::shared_ptr<KernelObject> object) {
         SetLastError(error);
         return INVALID_HANDLE_VALUE;
     }
-    return AddHandle(std::move(object));
+    const HANDLE handle = AddHandle(std::move(object));
+    if (handle) return handle;
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return INVALID_HANDLE_VALUE;
 }
 
 // --- Creating -----------------------------------------------------------------------------------------------------

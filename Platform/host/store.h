@@ -123,6 +123,10 @@ public:
     void Interrupt();
     bool InTransaction() const;
     sqlite3* Raw() const { return m_db; }
+    // Pages in the write-ahead log after this connection's last commit.
+    int LogPages() const { return m_logPages; }
+    // Moves the log into the volume's file as far as readers allow, without waiting for anyone.
+    void TidyLog();
 
     std::atomic<bool> m_interrupted{false}; // ends waiting for a lock
 
@@ -131,6 +135,7 @@ private:
 
     sqlite3* m_db;
     std::array<sqlite3_stmt*, static_cast<size_t>(Sql::Count)> m_statements{};
+    int m_logPages = 0;
 };
 
 // --- Shared with other processes (changes.cpp) --------------------------------------------------------------------
@@ -234,6 +239,9 @@ public:
     void CountOpen(CEOID database, int by);
     bool IsOpen(CEOID database);
 
+    // The log has grown: it is tidied in the background, once writing pauses.
+    void TidySoon();
+
     DWORD Subscribe(Subscription subscription, Connection& connection, DWORD& id);
     void Unsubscribe(DWORD id);
 
@@ -247,6 +255,8 @@ private:
     void Deliver(LONGLONG id, Bytes changes);
     void DeliverTo(const Subscription& to, Bytes changes);
     void StopListening();
+    void Tidy();
+    void StopTidying();
 
     const std::string m_path;
     const CEGUID m_guid;
@@ -264,6 +274,12 @@ private:
     DWORD m_lastSubscription = 0;
     std::thread m_listener;
     std::atomic<bool> m_stop{false};
+
+    std::mutex m_tidyMutex;
+    std::condition_variable m_tidyEnd;
+    std::thread m_tidier;
+    bool m_tidying = false;
+    bool m_tidyStop = false;
 };
 
 // The mounted volumes of this process. Mounting by path counts; `error` tells why there is none.

@@ -17,6 +17,7 @@ namespace {
 constexpr LONGLONG kApplication = 0x514E5652; // in the file's header: it is one of ours
 constexpr LONGLONG kFormat = 1;
 constexpr size_t kIdleConnections = 4;
+constexpr std::chrono::milliseconds kTidyPause{200};
 
 constexpr const char* kTables =
     "CREATE TABLE meta(name TEXT PRIMARY KEY,value TEXT) WITHOUT ROWID;"
@@ -179,7 +180,42 @@ void Volume::GiveBack(std::unique_ptr<Connection> connection) {
     if (!m_retired && m_idle.size() < kIdleConnections) m_idle.push_back(std::move(connection));
 }
 
+// --- The log ------------------------------------------------------------------------------------------------------
+
+void Volume::TidySoon() {
+    std::lock_guard lock(m_tidyMutex);
+    if (m_tidying || m_tidyStop) return;
+    if (m_tidier.joinable()) m_tidier.join(); // it has ended
+    m_tidying = true;
+    m_tidier = std::thread([this] { Tidy(); });
+}
+
+void Volume::Tidy() {
+    std::unique_lock lock(m_tidyMutex);
+    m_tidyEnd.wait_for(lock, kTidyPause, [this] { return m_tidyStop; });
+    if (!m_tidyStop) {
+        lock.unlock();
+        std::unique_ptr<Connection> connection;
+        if (Take(connection) == 0) connection->TidyLog();
+        GiveBack(std::move(connection));
+        lock.lock();
+    }
+    m_tidying = false;
+}
+
+void Volume::StopTidying() {
+    std::thread tidier;
+    {
+        std::lock_guard lock(m_tidyMutex);
+        m_tidyStop = true;
+        tidier.swap(m_tidier);
+    }
+    m_tidyEnd.notify_all();
+    if (tidier.joinable()) tidier.join();
+}
+
 void Volume::Retire() {
+    StopTidying();
     StopListening();
     std::vector<std::unique_ptr<Connection>> idle;
     {

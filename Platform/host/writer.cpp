@@ -13,6 +13,7 @@ constexpr LONGLONG kLastShortAuto = 65535; // item numbers carry 16 bits of it
 constexpr size_t kChangesARow = 1024;
 constexpr LONGLONG kChangesKept = 4096;
 constexpr LONGLONG kTrimEvery = 256;
+constexpr int kManyLogPages = 1000;
 
 LONGLONG Now() {
     constexpr LONGLONG kUnixEpoch = 116444736000000000; // in ticks since 1601
@@ -62,6 +63,7 @@ DWORD Writer::Commit() {
     Forget();
     m_active = false;
     m_volume.Gate().Leave();
+    if (!error && m_connection.LogPages() > kManyLogPages) m_volume.TidySoon();
     return error;
 }
 

@@ -1,10 +1,12 @@
 // What may go wrong: failing writes, damaged and foreign files, folders that can't be written.
 #include "tests/support/store.h"
 
+#include <csignal>
 #include <fstream>
 #include <random>
 #include <sqlite3.h>
 #include <sys/fsuid.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
@@ -74,6 +76,30 @@ TEST_F(Faults, SingleOperationsTellAndChangeNothing) {
         First(db);
         EXPECT_EQ(ReadStream(db, kStream), Pattern(10));
     }
+}
+
+// No place for the write-ahead log to grow: the real failure of a write, in the middle of a transaction.
+TEST_F(Faults, AWriteThatFailsMidwayIsTold) {
+    Create(u"f");
+    const HANDLE session = NewSession();
+    const HANDLE db = Open(u"f", nullptr, session);
+    ASSERT_TRUE(Add(db, Values().Int(1, 1)));
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{std::filesystem::file_size(HostPath("test.vol-wal")) + 20000, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    EXPECT_EQ(Add(db, Values().Stream(3, Pattern(500000))), 0u);
+    EXPECT_EQ(GetLastError(), ERROR_WRITE_FAULT);
+    ASSERT_TRUE(CeBeginTransaction(session, 1));
+    bool good = true;
+    for (int i = 0; i < 20; ++i) good = Add(db, Values().Stream(3, Pattern(500000))) && good;
+    EXPECT_FALSE(CeEndTransaction(session, TRUE) && good);
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, handler);
+    EXPECT_EQ(Walk(db, kNumber), "1");
+    EXPECT_TRUE(Add(db, Values().Int(1, 2)));
+    EXPECT_EQ(Walk(db, kNumber), "1 2");
 }
 
 TEST_F(Faults, ForeignFilesAreLeftAsTheyAre) {

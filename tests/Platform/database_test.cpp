@@ -1,6 +1,8 @@
 // Records, sort orders, cursors, streams, transactions: one process, one thread.
 #include "tests/support/store.h"
 
+#include <sqlite3.h>
+
 namespace {
 
 constexpr CEPROPID kNumber = Prop(1, CEVT_I4);
@@ -243,6 +245,25 @@ TEST_F(Orders, AnOrderAskedForLaterCoversWhatIsThere) {
     EXPECT_EQ(Walk(sorted, kNumber), "0 1 2 3");
 }
 
+TEST_F(Orders, FollowTheLocaleOfTheDevice) {
+    const auto order = Order({{kText, CEDB_SORT_CASEINSENSITIVE}});
+    const std::pair<const char*, const char*> cases[] = {{"de_DE", "'a' '?' 'Z'"}, {"sv_SE", "'a' 'Z' '?'"}};
+    for (const auto& [locale, expected] : cases) {
+        TearDown();
+        PlatSetLocale(locale);
+        PlatSetDeviceFolder(m_folder); // as a restart
+        m_guid = {};
+        if (Create(u"l", {order}))
+            for (const WCHAR* text : {u"Z", u"\u00E4", u"a"}) Add(Open(u"l"), Values().Text(2, text));
+        const HANDLE db = Open(u"l", &order);
+        EXPECT_EQ(Walk(db, kText), expected) << locale;
+        EXPECT_TRUE(SeekValues(db, CEDB_SEEK_VALUEFIRSTEQUAL, Values().Text(2, u"\u00C4")));
+        const CEOID oid = Add(db, Values().Text(2, u"b"));
+        EXPECT_TRUE(CeDeleteRecord(db, oid));
+        EXPECT_EQ(Walk(db, kText), expected) << locale;
+    }
+}
+
 // --- Cursor -------------------------------------------------------------------------------------------------------
 
 class Cursors : public StoreTest {
@@ -374,7 +395,20 @@ TEST_F(Cursors, StayRightWhileAnotherHandleWrites) {
 
 // --- Streams ------------------------------------------------------------------------------------------------------
 
-class Streams : public StoreTest {};
+class Streams : public StoreTest {
+protected:
+    int Rows(const std::string& table) {
+        sqlite3* file = nullptr;
+        sqlite3_stmt* count = nullptr;
+        int rows = -1;
+        sqlite3_open(HostPath("test.vol").c_str(), &file);
+        sqlite3_prepare_v2(file, ("SELECT count(*) FROM " + table).c_str(), -1, &count, nullptr);
+        if (sqlite3_step(count) == SQLITE_ROW) rows = sqlite3_column_int(count, 0);
+        sqlite3_finalize(count);
+        sqlite3_close(file);
+        return rows;
+    }
+};
 
 TEST_F(Streams, AnySizeInTheRecordOrOutside) {
     const HANDLE db = CreateAndOpen(u"s");
@@ -390,6 +424,10 @@ TEST_F(Streams, AnySizeInTheRecordOrOutside) {
         EXPECT_EQ(ReadOne(db, kNumber), "1");
     }
     EXPECT_FALSE(WriteStream(db, kText, {1})); // no stream property
+    ASSERT_TRUE(WriteStream(db, kStream, Pattern(50000)));
+    ASSERT_TRUE(CeDeleteRecord(db, Read(db, {kNumber}).Oid()));
+    EXPECT_EQ(Rows("strm"), 0); // nothing is left behind
+    EXPECT_EQ(Rows("rec"), 0);
 }
 
 TEST_F(Streams, SeekReadWriteInPieces) {
@@ -565,6 +603,16 @@ TEST_F(Volumes, MountsCountAndIdsStay) {
     EXPECT_EQ(m_guid, first);
     EXPECT_EQ(Walk(Open(u"a"), kNumber), "1");
     EXPECT_FALSE(Mount(u"\\..\\x.vol"));
+}
+
+TEST_F(Volumes, AFileReplacedBehindOurBackIsAnother) {
+    CreateAndOpen(u"a");
+    TearDown();
+    for (const char* file : {"test.vol", "test.vol-wal", "test.vol-shm"})
+        std::filesystem::remove(HostPath(file));
+    ASSERT_TRUE(Mount());
+    EXPECT_EQ(Open(u"a"), INVALID_HANDLE_VALUE);
+    EXPECT_TRUE(Add(CreateAndOpen(u"b"), Values().Int(1, 1)));
 }
 
 TEST_F(Volumes, ObjectsTellWhatTheyAre) {
