@@ -66,7 +66,8 @@ struct WIN32_FIND_DATAW {
 // Opens or makes a file. `access` is GENERIC_READ and/or GENERIC_WRITE, `share` what others may do meanwhile: within
 // the process exactly so, between processes a share of 0 keeps all others out. `attributes` serve a file that is made.
 // INVALID_HANDLE_VALUE on failure: 2, 3, 5 (also a folder, or writing to a read-only file), 32 (share modes), 80
-// (CREATE_NEW and it exists), 87, 112, 123. Success sets error 183 when CREATE_ALWAYS or OPEN_ALWAYS found the file, else 0.
+// (CREATE_NEW and it exists), 87, 112, 123. Success sets error 183 when CREATE_ALWAYS or OPEN_ALWAYS found the file,
+// else 0.
 HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD creation,
                    DWORD attributes, HANDLE model);
 // TRUE with *read 0 at the end of the file. FALSE: 5 (not opened for reading), 6, 30.

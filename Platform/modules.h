@@ -55,14 +55,16 @@ bool PlatUnregisterModule(LPCWSTR name);
 
 // --- Modules ------------------------------------------------------------------------------------------------------
 
-// Null on failure: 126 (no such module), 11 (a file that is no library of this system), 87. Each success wants a FreeLibrary.
+// Null on failure: 126 (no such module), 11 (a file that is no library of this system), 87. Each success wants a
+// FreeLibrary.
 HINSTANCE LoadLibraryW(LPCWSTR name);
 BOOL FreeLibrary(HINSTANCE module);
-// By name (exact case) or by ordinal (a "pointer" of 1 to 65,535). Null, error 127 when there is no such entry, 6 for no module.
+// By name (exact case) or by ordinal (a "pointer" of 1 to 65,535). Null, error 127 when there is no such entry, 6 for
+// no module.
 FARPROC GetProcAddressW(HINSTANCE module, LPCWSTR name);
 // A loaded or registered module, with no reference taken; a null name is the application. Null, error 126.
 HINSTANCE GetModuleHandleW(LPCWSTR name);
-// The device path: a module stands in "\WINDOWS", the application where it lies in the device folder, else in "\WINDOWS".
+// The device path: a module stands in "\WINDOWS", the application where it lies in the device folder, else there too.
 // Returns the characters written without terminator, cut to the buffer; 0 on failure.
 DWORD GetModuleFileNameW(HINSTANCE module, LPWSTR buffer, DWORD chars);
 // No module hears of threads here, so there is nothing to switch off. FALSE, error 6 for no module.

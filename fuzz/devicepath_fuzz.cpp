@@ -33,17 +33,20 @@ struct Scratch {
         PlatSetDeviceFolder("");
         fs::remove_all(top);
     }
+    // As it was before: each input stands for itself.
     void Fill() const {
         const fs::path device = top / "device";
+        fs::create_directories(device);
+        for (const auto& entry : fs::directory_iterator(device))
+            if (!entry.path().filename().string().starts_with("files.db")) fs::remove_all(entry.path());
         fs::create_directories(device / "My Documents");
         std::ofstream(device / "a.txt") << "inside";
         std::ofstream(device / "My Documents/b.txt") << "inside";
-        std::error_code exists;
-        fs::create_symlink("../outside", device / "up", exists);
-        fs::create_symlink(top / "outside/secret.txt", device / "out.txt", exists);
-        fs::create_symlink(device / "My Documents", device / "in", exists);
-        fs::create_symlink("ring", device / "ring", exists);
-        fs::create_symlink("My Documents/../../outside/secret.txt", device / "round", exists);
+        fs::create_symlink("../outside", device / "up");
+        fs::create_symlink(top / "outside/secret.txt", device / "out.txt");
+        fs::create_symlink(device / "My Documents", device / "in");
+        fs::create_symlink("ring", device / "ring");
+        fs::create_symlink("My Documents/../../outside/secret.txt", device / "round");
     }
     bool OutsideIsWhole() const {
         std::ifstream in(top / "outside/secret.txt");

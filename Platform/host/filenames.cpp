@@ -132,14 +132,14 @@ std::u16string FoldName(std::u16string_view name) {
 }
 
 bool HasDeviceName(std::string_view hostName, std::u16string_view folded) {
-    if (!std::all_of(hostName.begin(), hostName.end(),
-                     [](char c) { return IsPlain(static_cast<unsigned char>(c)); }))
-        return FoldName(ToDeviceName(hostName)) == folded;
-    // Nearly every name of a scanned folder ends here, without a conversion.
-    return std::equal(
-        hostName.begin(), hostName.end(), folded.begin(), folded.end(), [](char host, WCHAR wanted) {
-            return (host >= 'a' && host <= 'z' ? host - 'a' + 'A' : host) == static_cast<int>(wanted);
-        });
+    for (std::size_t i = 0; i < hostName.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(hostName[i]);
+        if (!IsPlain(byte)) return FoldName(ToDeviceName(hostName)) == folded;
+        // Nearly every name of a scanned folder ends here, without a conversion.
+        const int upper = byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte;
+        if (i >= folded.size() || upper != folded[i]) return false;
+    }
+    return hostName.size() == folded.size();
 }
 
 } // namespace plat

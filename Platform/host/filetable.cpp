@@ -107,16 +107,22 @@ private:
 
     DWORD Row(const FileKey& key) {
         if (!Open()) return 0;
+        if (const DWORD id = Find(key)) return id;
+        SmallWrite write(m_db);
+        if (const DWORD id = Find(key)) return id; // another process was faster
         // A row of an earlier file with this number goes, and its id with it.
-        SmallQuery stale(m_db, "DELETE FROM files WHERE device=? AND number=? AND birth<>?");
-        SmallQuery add(m_db, "INSERT OR IGNORE INTO files(device, number, birth) VALUES(?, ?, ?)");
-        SmallQuery find(m_db, "SELECT oid FROM files WHERE device=? AND number=? AND birth=?");
-        for (SmallQuery* query : {&stale, &add, &find})
-            query->Bind(Signed(key.device)).Bind(Signed(key.number)).Bind(key.birth);
-        if (find.Next()) return static_cast<DWORD>(find.Number(0));
-        SmallQuery again(m_db, "SELECT oid FROM files WHERE device=? AND number=? AND birth=?");
-        again.Bind(Signed(key.device)).Bind(Signed(key.number)).Bind(key.birth);
-        return stale.Run() && add.Run() && again.Next() ? static_cast<DWORD>(again.Number(0)) : 0;
+        SmallQuery stale(m_db, "DELETE FROM files WHERE device=? AND number=?");
+        SmallQuery add(m_db, "INSERT INTO files(device, number, birth) VALUES(?, ?, ?)");
+        stale.Bind(Signed(key.device)).Bind(Signed(key.number));
+        add.Bind(Signed(key.device)).Bind(Signed(key.number)).Bind(key.birth);
+        if (!write || !stale.Run() || !add.Run()) return 0;
+        const auto id = static_cast<DWORD>(m_db.LastRowId());
+        return write.Commit() ? id : 0;
+    }
+    DWORD Find(const FileKey& key) {
+        SmallQuery query(m_db, "SELECT oid FROM files WHERE device=? AND number=? AND birth=?");
+        query.Bind(Signed(key.device)).Bind(Signed(key.number)).Bind(key.birth);
+        return query.Next() ? static_cast<DWORD>(query.Number(0)) : 0;
     }
 
     std::mutex m_mutex;
