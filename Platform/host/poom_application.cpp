@@ -2,6 +2,7 @@
 #include "Platform/host/poom_host.h"
 
 #include "Platform/citydb.h"
+#include "Platform/host/faults.h"
 #include "Platform/modules.h"
 #include "Platform/threads.h"
 
@@ -31,8 +32,15 @@ HRESULT MakeApplication(void** object) {
     return S_OK;
 }
 
+void RegisterApplication() {
+    PlatRegisterClassObject(CLSID_Application, IID_IPOutlookApp2, &MakeApplication);
+}
+
 const struct Registration {
-    Registration() { PlatRegisterClassObject(CLSID_Application, IID_IPOutlookApp2, &MakeApplication); }
+    Registration() {
+        RegisterApplication();
+        AtReset(&RegisterApplication); // after a test that put another in its place
+    }
 } g_registration;
 
 } // namespace
