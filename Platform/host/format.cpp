@@ -50,7 +50,7 @@ private:
 enum class Length { None, Short, Long, LongLong };
 
 // What stands between % and the type.
-struct Spec {
+struct Directive {
     bool left = false, plus = false, blank = false, alternate = false, zeros = false;
     std::size_t width = 0;
     bool hasPrecision = false;
@@ -72,22 +72,22 @@ long long ReadCount(const WCHAR*& at, Arguments& arguments) {
     return count;
 }
 
-bool ReadFlag(WCHAR c, Spec& spec) {
+bool ReadFlag(WCHAR c, Directive& directive) {
     switch (c) {
     case u'-':
-        spec.left = true;
+        directive.left = true;
         return true;
     case u'+':
-        spec.plus = true;
+        directive.plus = true;
         return true;
     case u' ':
-        spec.blank = true;
+        directive.blank = true;
         return true;
     case u'#':
-        spec.alternate = true;
+        directive.alternate = true;
         return true;
     case u'0':
-        spec.zeros = true;
+        directive.zeros = true;
         return true;
     default:
         return false;
@@ -102,124 +102,127 @@ Length ReadLength(const WCHAR*& at) {
     return Length::None;
 }
 
-Spec ReadSpec(const WCHAR*& at, Arguments& arguments) {
-    Spec spec;
-    while (ReadFlag(*at, spec)) ++at;
+Directive ReadDirective(const WCHAR*& at, Arguments& arguments) {
+    Directive directive;
+    while (ReadFlag(*at, directive)) ++at;
     const long long width = ReadCount(at, arguments);
-    spec.left |= width < 0;
-    spec.width = static_cast<std::size_t>(std::min<long long>(std::llabs(width), kMostWidth));
+    directive.left |= width < 0;
+    directive.width = static_cast<std::size_t>(std::min<long long>(std::llabs(width), kMostWidth));
     if (*at == u'.') {
         ++at;
         const long long precision = ReadCount(at, arguments);
-        spec.hasPrecision = precision >= 0;
-        spec.precision = static_cast<std::size_t>(std::clamp<long long>(precision, 0, kMostWidth));
+        directive.hasPrecision = precision >= 0;
+        directive.precision = static_cast<std::size_t>(std::clamp<long long>(precision, 0, kMostWidth));
     }
-    spec.length = ReadLength(at);
-    return spec;
+    directive.length = ReadLength(at);
+    return directive;
 }
 
 // --- One value of each kind -----------------------------------------------------------------------------------------
 
 template<class Unit>
-void PutPadded(Output& out, const Spec& spec, std::basic_string_view<Unit> text) {
-    const std::size_t padding = spec.width > text.size() ? spec.width - text.size() : 0;
-    if (!spec.left) out.Fill(spec.zeros ? u'0' : u' ', padding);
+void PutPadded(Output& out, const Directive& directive, std::basic_string_view<Unit> text) {
+    const std::size_t padding = directive.width > text.size() ? directive.width - text.size() : 0;
+    if (!directive.left) out.Fill(directive.zeros ? u'0' : u' ', padding);
     out.Put(text);
-    if (spec.left) out.Fill(u' ', padding);
+    if (directive.left) out.Fill(u' ', padding);
 }
 
 // The length of a text that may lack its end within the precision.
 template<class Unit>
-std::basic_string_view<Unit> Bounded(const Unit* text, const Spec& spec) {
+std::basic_string_view<Unit> Bounded(const Unit* text, const Directive& directive) {
     std::size_t length = 0;
-    while ((!spec.hasPrecision || length < spec.precision) && text[length]) ++length;
+    while ((!directive.hasPrecision || length < directive.precision) && text[length]) ++length;
     return {text, length};
 }
 
-void PutText(Output& out, const Spec& spec, Arguments& arguments, bool narrow) {
+void PutText(Output& out, const Directive& directive, Arguments& arguments, bool narrow) {
     if (narrow) {
         const char* text = va_arg(arguments.list, const char*);
-        const std::u16string wide = plat::ToUtf16(Bounded(text ? text : "(null)", spec));
-        return PutPadded(out, spec, std::u16string_view(wide));
+        const std::u16string wide = plat::ToUtf16(Bounded(text ? text : "(null)", directive));
+        return PutPadded(out, directive, std::u16string_view(wide));
     }
     const WCHAR* text = va_arg(arguments.list, const WCHAR*);
-    PutPadded(out, spec, Bounded(text ? text : u"(null)", spec));
+    PutPadded(out, directive, Bounded(text ? text : u"(null)", directive));
 }
 
-void PutUnit(Output& out, const Spec& spec, Arguments& arguments, bool narrow) {
+void PutUnit(Output& out, const Directive& directive, Arguments& arguments, bool narrow) {
     const int value = va_arg(arguments.list, int);
     const auto unit = narrow ? static_cast<WCHAR>(value & 0xFF) : static_cast<WCHAR>(value);
-    PutPadded(out, spec, std::u16string_view(&unit, 1));
+    PutPadded(out, directive, std::u16string_view(&unit, 1));
 }
 
 // Sign or prefix, zeros up to the precision (or the width), digits.
-void PutDigits(Output& out, const Spec& spec, std::string_view prefix, std::string_view digits) {
-    std::size_t zeros =
-        spec.hasPrecision && spec.precision > digits.size() ? spec.precision - digits.size() : 0;
+void PutDigits(Output& out, const Directive& directive, std::string_view prefix, std::string_view digits) {
+    std::size_t zeros = directive.hasPrecision && directive.precision > digits.size()
+                            ? directive.precision - digits.size()
+                            : 0;
     const std::size_t size = prefix.size() + digits.size();
-    if (spec.zeros && !spec.left && !spec.hasPrecision && spec.width > size) zeros = spec.width - size;
-    const std::size_t padding = spec.width > size + zeros ? spec.width - size - zeros : 0;
-    if (!spec.left) out.Fill(u' ', padding);
+    if (directive.zeros && !directive.left && !directive.hasPrecision && directive.width > size)
+        zeros = directive.width - size;
+    const std::size_t padding = directive.width > size + zeros ? directive.width - size - zeros : 0;
+    if (!directive.left) out.Fill(u' ', padding);
     out.Put(prefix);
     out.Fill(u'0', zeros);
     out.Put(digits);
-    if (spec.left) out.Fill(u' ', padding);
+    if (directive.left) out.Fill(u' ', padding);
 }
 
-std::string_view SignOf(const Spec& spec, bool negative) {
-    return negative ? "-" : spec.plus ? "+" : spec.blank ? " " : "";
+std::string_view SignOf(const Directive& directive, bool negative) {
+    return negative ? "-" : directive.plus ? "+" : directive.blank ? " " : "";
 }
 
-std::string_view DigitsOf(unsigned long long value, int radix, bool upper, const Spec& spec,
+std::string_view DigitsOf(unsigned long long value, int radix, bool upper, const Directive& directive,
                           char (&buffer)[24]) {
-    if (value == 0 && spec.hasPrecision && spec.precision == 0) return {};
+    if (value == 0 && directive.hasPrecision && directive.precision == 0) return {};
     char* end = std::to_chars(buffer, buffer + sizeof buffer, value, radix).ptr;
     if (upper) std::for_each(buffer, end, [](char& c) { c = c >= 'a' ? static_cast<char>(c - 0x20) : c; });
     return {buffer, static_cast<std::size_t>(end - buffer)};
 }
 
 // Every number but those of 64 bits comes as a 32-bit one, also with "l".
-long long TakeSigned(const Spec& spec, Arguments& arguments) {
-    if (spec.length == Length::LongLong) return va_arg(arguments.list, long long);
+long long TakeSigned(const Directive& directive, Arguments& arguments) {
+    if (directive.length == Length::LongLong) return va_arg(arguments.list, long long);
     const int value = va_arg(arguments.list, int);
-    return spec.length == Length::Short ? static_cast<short>(value) : value;
+    return directive.length == Length::Short ? static_cast<short>(value) : value;
 }
 
-unsigned long long TakeUnsigned(const Spec& spec, Arguments& arguments) {
-    if (spec.length == Length::LongLong) return va_arg(arguments.list, unsigned long long);
+unsigned long long TakeUnsigned(const Directive& directive, Arguments& arguments) {
+    if (directive.length == Length::LongLong) return va_arg(arguments.list, unsigned long long);
     const unsigned value = va_arg(arguments.list, unsigned);
-    return spec.length == Length::Short ? static_cast<unsigned short>(value) : value;
+    return directive.length == Length::Short ? static_cast<unsigned short>(value) : value;
 }
 
-void PutSigned(Output& out, const Spec& spec, Arguments& arguments) {
-    const long long value = TakeSigned(spec, arguments);
+void PutSigned(Output& out, const Directive& directive, Arguments& arguments) {
+    const long long value = TakeSigned(directive, arguments);
     const auto magnitude =
         value < 0 ? 0ULL - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
     char buffer[24];
-    PutDigits(out, spec, SignOf(spec, value < 0), DigitsOf(magnitude, 10, false, spec, buffer));
+    PutDigits(out, directive, SignOf(directive, value < 0),
+              DigitsOf(magnitude, 10, false, directive, buffer));
 }
 
-void PutUnsigned(Output& out, const Spec& spec, Arguments& arguments, WCHAR type) {
-    const unsigned long long value = TakeUnsigned(spec, arguments);
+void PutUnsigned(Output& out, const Directive& directive, Arguments& arguments, WCHAR type) {
+    const unsigned long long value = TakeUnsigned(directive, arguments);
     const int radix = type == u'u' ? 10 : type == u'o' ? 8 : 16;
-    const bool prefixed = spec.alternate && value != 0;
+    const bool prefixed = directive.alternate && value != 0;
     const std::string_view prefix = !prefixed || radix == 10 ? ""
                                     : radix == 8             ? "0"
                                     : type == u'X'           ? "0X"
                                                              : "0x";
     char buffer[24];
-    PutDigits(out, spec, prefix, DigitsOf(value, radix, type == u'X', spec, buffer));
+    PutDigits(out, directive, prefix, DigitsOf(value, radix, type == u'X', directive, buffer));
 }
 
-void PutPointer(Output& out, Spec spec, Arguments& arguments) {
+void PutPointer(Output& out, Directive directive, Arguments& arguments) {
     const auto value = reinterpret_cast<ULONG_PTR>(va_arg(arguments.list, void*));
-    spec.hasPrecision = true;
-    spec.precision = 2 * sizeof(void*);
+    directive.hasPrecision = true;
+    directive.precision = 2 * sizeof(void*);
     char buffer[24];
-    PutDigits(out, spec, "", DigitsOf(value, 16, true, spec, buffer));
+    PutDigits(out, directive, "", DigitsOf(value, 16, true, directive, buffer));
 }
 
-void PutReal(Output& out, Spec spec, Arguments& arguments, WCHAR type) {
+void PutReal(Output& out, Directive directive, Arguments& arguments, WCHAR type) {
     constexpr std::size_t kMostDecimals = 100;
     constexpr int kDefaultDecimals = 6;
     const double value = va_arg(arguments.list, double);
@@ -227,46 +230,48 @@ void PutReal(Output& out, Spec spec, Arguments& arguments, WCHAR type) {
     const auto form = lower == u'f'   ? std::chars_format::fixed
                       : lower == u'e' ? std::chars_format::scientific
                                       : std::chars_format::general;
-    const int decimals =
-        spec.hasPrecision ? static_cast<int>(std::min(spec.precision, kMostDecimals)) : kDefaultDecimals;
+    const int decimals = directive.hasPrecision
+                             ? static_cast<int>(std::min(directive.precision, kMostDecimals))
+                             : kDefaultDecimals;
     char buffer[512];
     char* end = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(value), form, decimals).ptr;
     if (type != lower)
         std::for_each(buffer, end, [](char& c) { c = c >= 'a' ? static_cast<char>(c - 0x20) : c; });
-    spec.hasPrecision = false;
-    spec.zeros = spec.zeros && std::isfinite(value);
-    PutDigits(out, spec, SignOf(spec, std::signbit(value)), {buffer, static_cast<std::size_t>(end - buffer)});
+    directive.hasPrecision = false;
+    directive.zeros = directive.zeros && std::isfinite(value);
+    PutDigits(out, directive, SignOf(directive, std::signbit(value)),
+              {buffer, static_cast<std::size_t>(end - buffer)});
 }
 
 // --- The format -----------------------------------------------------------------------------------------------------
 
 // False for a type that is none; then no argument has been taken for it.
-bool PutValue(Output& out, const Spec& spec, Arguments& arguments, WCHAR type) {
+bool PutValue(Output& out, const Directive& directive, Arguments& arguments, WCHAR type) {
     switch (type) {
     case u'd':
     case u'i':
-        PutSigned(out, spec, arguments);
+        PutSigned(out, directive, arguments);
         return true;
     case u'u':
     case u'x':
     case u'X':
     case u'o':
-        PutUnsigned(out, spec, arguments, type);
+        PutUnsigned(out, directive, arguments, type);
         return true;
     case u'c':
-        PutUnit(out, spec, arguments, spec.length == Length::Short);
+        PutUnit(out, directive, arguments, directive.length == Length::Short);
         return true;
     case u'C':
-        PutUnit(out, spec, arguments, spec.length != Length::Long);
+        PutUnit(out, directive, arguments, directive.length != Length::Long);
         return true;
     case u's':
-        PutText(out, spec, arguments, spec.length == Length::Short);
+        PutText(out, directive, arguments, directive.length == Length::Short);
         return true;
     case u'S':
-        PutText(out, spec, arguments, spec.length != Length::Long);
+        PutText(out, directive, arguments, directive.length != Length::Long);
         return true;
     case u'p':
-        PutPointer(out, spec, arguments);
+        PutPointer(out, directive, arguments);
         return true;
     case u'e':
     case u'E':
@@ -274,7 +279,7 @@ bool PutValue(Output& out, const Spec& spec, Arguments& arguments, WCHAR type) {
     case u'F':
     case u'g':
     case u'G':
-        PutReal(out, spec, arguments, type);
+        PutReal(out, directive, arguments, type);
         return true;
     default:
         return false;
@@ -292,8 +297,8 @@ void Format(Output& out, const WCHAR* format, Arguments& arguments) {
             out.Put(*at++);
             continue;
         }
-        const Spec spec = ReadSpec(at, arguments);
-        if (*at && PutValue(out, spec, arguments, *at))
+        const Directive directive = ReadDirective(at, arguments);
+        if (*at && PutValue(out, directive, arguments, *at))
             ++at;
         else
             out.Put(std::u16string_view(percent, static_cast<std::size_t>(at - percent)));

@@ -6,7 +6,7 @@
 
 namespace {
 
-struct ScanSpec {
+struct ScanDirective {
     bool skipped = false;   // "*": read and not stored
     std::size_t width = 0;  // 0 none
     int size = sizeof(int); // bytes of the number
@@ -24,20 +24,20 @@ const WCHAR* SkipWhite(const WCHAR* text) {
     return text;
 }
 
-ScanSpec ReadScanSpec(const WCHAR*& format) {
-    ScanSpec spec;
-    if (*format == u'*') spec.skipped = true, ++format;
+ScanDirective ReadDirective(const WCHAR*& format) {
+    ScanDirective directive;
+    if (*format == u'*') directive.skipped = true, ++format;
     for (; *format >= u'0' && *format <= u'9'; ++format)
-        spec.width = std::min<std::size_t>(spec.width * 10 + (*format - u'0'), INT_MAX);
+        directive.width = std::min<std::size_t>(directive.width * 10 + (*format - u'0'), INT_MAX);
     if (format[0] == u'l' && format[1] == u'l')
-        spec.size = sizeof(long long), format += 2;
+        directive.size = sizeof(long long), format += 2;
     else if (*format == u'l')
         ++format; // 32 bits, as without
     else if (*format == u'h')
-        spec.size = sizeof(short), ++format;
-    spec.type = *format;
+        directive.size = sizeof(short), ++format;
+    directive.type = *format;
     if (*format) ++format;
-    return spec;
+    return directive;
 }
 
 int DigitOf(WCHAR c) {
@@ -46,10 +46,10 @@ int DigitOf(WCHAR c) {
     return c < 0x80 && letter >= 0 && letter < 26 ? letter + 10 : INT_MAX;
 }
 
-int RadixOf(const ScanSpec& spec, const WCHAR*& at, const WCHAR* end) {
+int RadixOf(const ScanDirective& directive, const WCHAR*& at, const WCHAR* end) {
     const bool prefix = end - at > 2 && at[0] == u'0' && (at[1] | 0x20) == u'x' && DigitOf(at[2]) < 16;
-    if (prefix && (spec.type == u'x' || spec.type == u'i')) return at += 2, 16;
-    switch (spec.type) {
+    if (prefix && (directive.type == u'x' || directive.type == u'i')) return at += 2, 16;
+    switch (directive.type) {
     case u'x':
         return 16;
     case u'o':
@@ -61,41 +61,41 @@ int RadixOf(const ScanSpec& spec, const WCHAR*& at, const WCHAR* end) {
     }
 }
 
-void StoreNumber(const ScanSpec& spec, ScanState& state, unsigned long long value) {
-    if (spec.size == sizeof(long long))
+void StoreNumber(const ScanDirective& directive, ScanState& state, unsigned long long value) {
+    if (directive.size == sizeof(long long))
         *va_arg(state.arguments, unsigned long long*) = value;
-    else if (spec.size == sizeof(short))
+    else if (directive.size == sizeof(short))
         *va_arg(state.arguments, unsigned short*) = static_cast<unsigned short>(value);
     else
         *va_arg(state.arguments, unsigned*) = static_cast<unsigned>(value);
     ++state.stored;
 }
 
-bool ScanNumber(const ScanSpec& spec, ScanState& state) {
+bool ScanNumber(const ScanDirective& directive, ScanState& state) {
     const WCHAR* at = state.text;
     const WCHAR* end = at;
-    while (*end && (spec.width == 0 || end < at + spec.width)) ++end;
+    while (*end && (directive.width == 0 || end < at + directive.width)) ++end;
     const bool negative = at != end && *at == u'-';
     if (at != end && (*at == u'-' || *at == u'+')) ++at;
-    const int radix = RadixOf(spec, at, end);
+    const int radix = RadixOf(directive, at, end);
     const WCHAR* digits = at;
     unsigned long long value = 0;
     for (; at != end && DigitOf(*at) < radix; ++at)
         value = value * static_cast<unsigned>(radix) + static_cast<unsigned>(DigitOf(*at));
     if (at == digits) return false;
     state.text = at;
-    if (!spec.skipped) StoreNumber(spec, state, negative ? 0 - value : value);
+    if (!directive.skipped) StoreNumber(directive, state, negative ? 0 - value : value);
     return true;
 }
 
-bool ScanUnits(const ScanSpec& spec, ScanState& state) {
-    const bool word = spec.type == u's';
-    const std::size_t most = word ? spec.width : std::max<std::size_t>(spec.width, 1);
+bool ScanUnits(const ScanDirective& directive, ScanState& state) {
+    const bool word = directive.type == u's';
+    const std::size_t most = word ? directive.width : std::max<std::size_t>(directive.width, 1);
     std::size_t length = 0;
     while (length < most && state.text[length] && !(word && iswctype(state.text[length], kCharSpace)))
         ++length;
     if (length == 0 || (!word && length < most)) return false;
-    if (!spec.skipped) {
+    if (!directive.skipped) {
         WCHAR* to = va_arg(state.arguments, WCHAR*);
         std::copy_n(state.text, length, to);
         if (word) to[length] = 0;
@@ -105,17 +105,17 @@ bool ScanUnits(const ScanSpec& spec, ScanState& state) {
     return true;
 }
 
-bool ScanValue(const ScanSpec& spec, ScanState& state) {
-    switch (spec.type) {
+bool ScanValue(const ScanDirective& directive, ScanState& state) {
+    switch (directive.type) {
     case u'd':
     case u'i':
     case u'u':
     case u'x':
     case u'o':
-        return ScanNumber(spec, state);
+        return ScanNumber(directive, state);
     case u'c':
     case u's':
-        return ScanUnits(spec, state);
+        return ScanUnits(directive, state);
     default:
         return false;
     }
@@ -136,9 +136,9 @@ int Scan(ScanState& state, const WCHAR* format) {
             ++state.text, ++format;
             continue;
         }
-        const ScanSpec spec = ReadScanSpec(++format);
-        if (spec.type != u'c') state.text = SkipWhite(state.text);
-        if (!*state.text || !ScanValue(spec, state)) break;
+        const ScanDirective directive = ReadDirective(++format);
+        if (directive.type != u'c') state.text = SkipWhite(state.text);
+        if (!*state.text || !ScanValue(directive, state)) break;
         read = true;
     }
     const bool endedEarly = !read && !*state.text;
