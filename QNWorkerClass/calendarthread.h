@@ -108,10 +108,10 @@ protected:
         LONG first = 0;
         LONG last = -1;
     };
-    // Start and end of a line: minutes since 1601, in the device's time.
+    // Start and end of a line, in the device's time.
     struct LineTimes {
-        LONGLONG start;
-        LONGLONG end;
+        DayTime start;
+        DayTime end;
     };
 
     // --- Reading (calendarread.cpp) -------------------------------------------------------------------------------
@@ -123,7 +123,9 @@ protected:
     bool TouchesRange() const;
     bool fReadRecord();       // the cheap half; false drops the record
     bool fReadRestOfRecord(); // the dear half, for a record that gets a line
-    bool ReadRestOnce();      // remembers a refusal for the whole record
+    // The dear half, once a record; a refusal holds for the whole record.
+    bool ReadRestOnce() { return (m_pRecord->m_bstrSubject && !m_pRecord->m_bRefused) || ReadRestFirst(); }
+    bool ReadRestFirst();
     bool PassesFirstFilters();
     void ReadPattern();
     bool ReadStart();
@@ -132,6 +134,9 @@ protected:
     void CutFloatText();
     bool PassesSecondFilters() const;
     void FreePattern();
+
+    // Days before the range in which an occurrence may begin that reaches into it.
+    static constexpr LONG kReachBack = 2;
 
     // --- Expanding (calendarexpand.cpp) ---------------------------------------------------------------------------
     bool ParseAndCheckRecurring();
@@ -151,14 +156,15 @@ protected:
     void fFillEventInfo(DATACALENDARDB& record);
     bool fCheckExp(DATACALENDARDB& record, LONG day);
     bool fCheckDeleteExp(LONG day);
-    bool OccurrenceIsTooEarly() const;
-    bool GetLineTimes(bool bZone, LONG startHour, LONG startMinute, LONG endHour, LONG endMinute,
-                      bool bAllDay, LONGLONG extraMinutes, LineTimes& times);
+    bool OccurrenceIsTooEarly() const { return m_occurrence.day < m_range.first - kReachBack; }
+    static LineTimes TimesFromMidnight(LONG startHour, LONG startMinute, LONG endHour, LONG endMinute,
+                                       bool bAllDay);
+    bool PlaceTimes(const LineTimes& fromMidnight, bool bZone, LineTimes& times);
     void SetLineTimes(const LineTimes& times, DATACALENDAR& line) const;
     // Gives the line its times; false, and the line unchanged, when they are no dates.
     bool fGetRecurTimingStr(bool bZone, LONG startHour, LONG startMinute, LONG endHour, LONG endMinute,
                             DATACALENDAR& line, LONGLONG extraMinutes);
-    bool ToDeviceTime(LONGLONG& minutes);
+    bool ToDeviceTime(DayTime& time);
 
     // --- The list (calendarlist.cpp, calendarsort.cpp) ------------------------------------------------------------
     void AddCalendarItemToList(std::unique_ptr<DATACALENDAR> line);
@@ -209,8 +215,9 @@ protected:
 
     std::atomic<double> m_dtRestrictStart{kNoDate};
     std::atomic<double> m_dtRestrictEnd{kNoDate};
-    DayRange m_range;            // of the load
-    LONGLONG m_llOccurrence = 0; // the current occurrence by the event's clock, minutes since 1601
+    DayRange m_range;         // of the load
+    DayTime m_occurrence;     // the current one, by the event's clock
+    LineTimes m_fromMidnight; // of each occurrence of the current series that isn't changed
     SYSTEMTIME m_stToday = {};
     double m_dtToday = 0;
     WCHAR m_szYears[16] = {}; // the unit behind an age

@@ -45,6 +45,21 @@ constexpr LONG WeekdayOf(LONG day) {
 }
 bool DateExists(const CivilDate& date);
 
+// A moment by some clock: a day, and a minute of it.
+struct DayTime {
+    LONG day = 0;
+    LONG minute = 0;
+};
+// Of minutes counted from 30 December 1899.
+constexpr DayTime DayTimeOf(LONGLONG minutes) {
+    LONGLONG day = civil::FloorDiv(minutes, civil::kMinutesPerDay);
+    return {static_cast<LONG>(day), static_cast<LONG>(minutes - day * civil::kMinutesPerDay)};
+}
+// The fraction counts on before 1899 too.
+constexpr double VariantOf(const DayTime& time) {
+    return time.day < 0 ? time.day - time.minute / 1440.0 : time.day + time.minute / 1440.0;
+}
+
 // Variant times of whole seconds since 1601, and back, rounded to the second.
 double VariantOfSeconds(LONGLONG seconds);
 LONGLONG SecondsOfVariant(double variant);

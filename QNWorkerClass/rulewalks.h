@@ -64,9 +64,15 @@ public:
 
     bool InRange() const { return m_day <= m_hi && m_day <= m_rule.endDay; }
     LONG Day() const { return m_day; }
-    void Step();
+    void Step() {
+        if (m_rule.kind == RuleKind::Daily)
+            m_day += m_rule.period; // most series
+        else
+            StepOther();
+    }
 
 private:
+    void StepOther();
     void Enter(LONG lo, bool overMidnight, Entry entry);
     void EnterDaily(LONG lo, bool overMidnight);
     void EnterWeekday(LONG lo, Entry entry);

@@ -1,0 +1,592 @@
+// Categories: the cached list, the filter on texts, text forms, sets in the settings, colours and icons, menu, chooser.
+#include "NorvoTools/CRegistry.h"
+#include "NorvoTools/globals.h"
+#include "NorvoTools/paths.h"
+#include "NorvoTools/registryfunctions.h"
+#include "NorvoUI/CeMenus.h"
+#include "Platform/modules.h"
+#include "Platform/windows.h"
+#include "QNWorkerClass/categories.h"
+#include "QNWorkerClass/categorychooser.h"
+#include "QNWorkerClass/categorycolors.h"
+#include "QNWorkerClass/categorymenu.h"
+#include "tests/support/sidestores.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+constexpr const WCHAR* kKey = u"Software\\Norvo\\Quillonary\\TV";
+
+class Categories : public SideStoresTest {
+protected:
+    ~Categories() override {
+        CCategoryColorIcons::ClearInit();
+        if (g_hResources) FreeLibrary(g_hResources);
+        g_hResources = nullptr;
+    }
+    void Make(std::initializer_list<const WCHAR*> names) {
+        for (const WCHAR* name : names) AddCategory(name);
+        ResetFullCategoryList();
+    }
+    static void UseTexts() { g_hResources = LoadLibraryW(u"\\WINDOWS\\QNResources.dll"); }
+    static void SetKey(const std::u16string& sub, const WCHAR* name, DWORD value) {
+        SetToRegistry(HKEY_CURRENT_USER, (std::u16string(kSuiteKey) + u"\\" + sub).c_str(), name, value);
+    }
+    void PutFile(const std::string& relative, std::size_t size = 1) {
+        std::filesystem::create_directories(std::filesystem::path(HostPath(relative)).parent_path());
+        std::ofstream(HostPath(relative), std::ios::binary) << std::string(size, 'x');
+    }
+};
+
+// --- The list -------------------------------------------------------------------------------------------------------
+
+TEST_F(Categories, ListComesFromTheStore) {
+    const LONG work = AddCategory(u"Work");
+    AddCategory(u"Home");
+    CFullCategoryList list(0, PTRLIST_DELETE);
+    EXPECT_EQ(2, GetFullCategoryInfo(list, true));
+    EXPECT_EQ("Work, Home", Names(list));
+    EXPECT_EQ(work, list[0]->m_lId);
+    EXPECT_GE(list[0]->m_oidRecord, 0x00100000u);
+    EXPECT_EQ(1, list[0]->m_wChosen);
+    EXPECT_EQ(1, list[0]->m_bVisible);
+    AddCategory(u"Away");
+    EXPECT_EQ(2, GetFullCategoryInfo(list, false)); // cached
+    EXPECT_EQ(0, g_FullCategoryList.Count());
+    ResetFullCategoryList();
+    EXPECT_EQ("Work, Home, Away", Names(g_FullCategoryList));
+    EXPECT_EQ(3, GetFullCategoryInfo(list, false));
+}
+
+TEST_F(Categories, NamelessRecordsDisappear) {
+    const HANDLE db = Open(u"CategoryMainDB");
+    Add(db, Values().Text(2, u""));
+    Add(db, Values().Text(2, u"Work"));
+    Add(db, Values().Text(2, u""));
+    Add(db, Values().Int(9, 1)); // no name at all
+    Add(db, Values().Text(2, u"Home"));
+    Add(db, Values().Text(2, u""));
+    ResetFullCategoryList();
+    EXPECT_EQ("Work, Home", Names(g_FullCategoryList));
+    EXPECT_EQ("'Work' 'Home'", Walk(db, 0x0002001F));
+}
+
+TEST_F(Categories, UseByKinds) {
+    const LONG none = AddCategory(u"None");
+    const LONG appt = AddCategory(u"Appt");
+    const LONG contact = AddCategory(u"Contact");
+    const LONG task = AddCategory(u"Task");
+    const LONG both = AddCategory(u"ApptAndContact");
+    ASSERT_LT(none, appt);
+    Associate(0x40000001, appt);
+    Associate(0x80000001, contact);
+    Associate(0xC0000001, task);
+    Associate(0x80000002, both);
+    Associate(0x40000002, both);
+    ResetFullCategoryList();
+    std::string uses;
+    for (const CFullCategory* category : g_FullCategoryList) {
+        uses += NarrowText(category->m_szName) + ":";
+        if (category->m_wUsedByAppointments) uses += 'a';
+        if (category->m_wUsedByContacts) uses += 'c';
+        if (category->m_wUsedByTasks) uses += 't';
+        uses += ' ';
+    }
+    // A task's number has the bits of both other kinds, so its category counts for them too.
+    EXPECT_EQ("None: Appt:a Contact:c Task:act ApptAndContact:ac ", uses);
+    CeStrList<WCHAR*> names;
+    const auto named = [&](DWORD mask) {
+        GetCategories(names, false, mask);
+        std::string all;
+        for (const WCHAR* name : names) all += NarrowText(name) + " ";
+        return all;
+    };
+    EXPECT_EQ("None Appt Contact Task ApptAndContact ", named(0));
+    EXPECT_EQ("Task ", named(kUsedByTasks));
+    EXPECT_EQ("Appt Task ApptAndContact ", named(kUsedByAppointments));
+    EXPECT_EQ("Contact Task ApptAndContact ", named(kUsedByContacts));
+    EXPECT_EQ("Appt Contact Task ApptAndContact ", named(kUsedByContacts | kUsedByAppointments));
+}
+
+TEST_F(Categories, MissingStoresGiveAnEmptyListOrNoUses) {
+    AddCategory(u"Work");
+    DeleteDatabase(u"CategoryAssocDB");
+    ResetFullCategoryList();
+    ASSERT_EQ("Work", Names(g_FullCategoryList));
+    EXPECT_EQ(0, g_FullCategoryList[0]->m_wUsedByTasks);
+    DeleteDatabase(u"CategoryMainDB");
+    CFullCategoryList list(0, PTRLIST_DELETE);
+    list.Add(new CFullCategory);
+    EXPECT_EQ(0, GetFullCategoryInfo(list, true));
+    EXPECT_EQ(0, list.Count());
+}
+
+TEST_F(Categories, CompareByName) {
+    const auto make = [](const WCHAR* name) {
+        auto category = std::make_unique<CFullCategory>();
+        category->m_szName = _wcsdup(name);
+        return category;
+    };
+    const auto a = make(u"apple"), b = make(u"Banana"), c = make(u"apple");
+    CFullCategory* none = nullptr;
+    EXPECT_LT(FullCategoryCompareFunc(a.get(), b.get(), 0), 0); // by the locale, not by code
+    EXPECT_GT(FullCategoryCompareFunc(b.get(), a.get(), 0), 0);
+    EXPECT_EQ(0, FullCategoryCompareFunc(a.get(), c.get(), 0));
+    EXPECT_GT(FullCategoryCompareFunc(none, a.get(), 0), 0);
+    EXPECT_LT(FullCategoryCompareFunc(a.get(), none, 0), 0);
+    EXPECT_EQ(0, FullCategoryCompareFunc(none, none, 0));
+}
+
+// --- The filter on texts --------------------------------------------------------------------------------------------
+
+TEST_F(Categories, FilterOnTexts) {
+    enum { Or = 0, And = 1 };
+    const struct {
+        const WCHAR* text;
+        LONG mode;
+        LONG andOr;
+        LONG includeNone;
+        std::vector<std::u16string> chosen;
+        bool passes;
+    } cases[] = {
+        // Nothing chosen.
+        {u"Work", 0, Or, 0, {}, true},
+        {u"", 0, And, 0, {}, true},
+        {u"Work", 1, Or, 0, {}, true}, // the opposite of the AND flag, unlike the filter by the store
+        {u"Work", 1, And, 0, {}, false},
+        {u"", 1, Or, 0, {}, true},
+        {u"", 1, And, 0, {}, true},
+        // One of them.
+        {u"Work", 0, Or, 0, {u"Work"}, true},
+        {u"Home, Work", 0, Or, 0, {u"Work"}, true},
+        {u"Home,Work", 0, Or, 0, {u"Work"}, true},
+        {u"Home,  Work", 0, Or, 0, {u"Work"}, false}, // one leading blank is dropped, not two
+        {u"Home", 0, Or, 0, {u"Work"}, false},
+        {u"Homework", 0, Or, 0, {u"work"}, false}, // contained, but no piece
+        {u"work", 0, Or, 0, {u"Work"}, false},     // case counts
+        {u"Home, Work", 0, Or, 0, {u"Idle", u"Work"}, true},
+        {u"Home", 0, Or, 1, {u"Work"}, false},
+        {u"A,B", 0, Or, 0, {u"A,B"}, false}, // a name with a comma is never found
+        // All of them: another category beside a chosen one fails, none of the chosen passes.
+        {u"Work", 0, And, 0, {u"Work"}, true},
+        {u"Home, Work", 0, And, 0, {u"Work"}, false},
+        {u"Work, Home", 0, And, 0, {u"Work", u"Home"}, false},
+        {u"Idle", 0, And, 0, {u"Work"}, true},
+        {u"Homework", 0, And, 0, {u"work"}, false}, // contained, so its pieces are looked at
+        // Hide.
+        {u"Work", 1, Or, 0, {u"Work"}, false},
+        {u"Home", 1, Or, 0, {u"Work"}, true},
+        {u"Work", 1, And, 0, {u"Work"}, false},
+        {u"Home, Work", 1, And, 0, {u"Work"}, true},
+        // Only without: a text gives the AND flag.
+        {u"Work", -1, Or, 0, {u"Work"}, false},
+        {u"Work", -1, And, 0, {u"Work"}, true},
+        {u"Work, Home", -1, And, 0, {u"Work"}, true},
+        {u"", -1, Or, 0, {u"Work"}, true},
+        {nullptr, -1, Or, 0, {}, true},
+        // No text.
+        {u"", 0, Or, 0, {u"Work"}, false},
+        {u"", 0, And, 0, {u"Work"}, false},
+        {u"", 0, Or, 1, {u"Work"}, true},
+        {nullptr, 0, And, 1, {u"Work"}, true},
+        {u"", 1, Or, 0, {u"Work"}, true},
+        {u"", 1, Or, 1, {u"Work"}, true},
+    };
+    for (const auto& c : cases) {
+        CCategoryFilterInfo filter;
+        filter.bHideCategories = c.mode;
+        filter.CategoryANDOR = c.andOr;
+        filter.m_bIncludeNoCat = c.includeNone;
+        for (const auto& name : c.chosen) {
+            auto* category = new CFullCategory;
+            category->m_szName = _wcsdup(name.c_str());
+            filter.m_list.Add(category);
+        }
+        EXPECT_EQ(c.passes, CategoryFilterHighLevel(c.text, &filter))
+            << "'" << NarrowText(c.text) << "' mode " << c.mode << " and " << c.andOr << " none "
+            << c.includeNone << " chosen " << Names(filter.m_list);
+    }
+    EXPECT_TRUE(CategoryFilterHighLevel(u"Work", nullptr));
+}
+
+// --- Text forms and sets --------------------------------------------------------------------------------------------
+
+TEST_F(Categories, TextOfAnItemToCategories) {
+    Make({u"Work", u"Home", u"Idle", u"A,B", u"ork"});
+    const struct {
+        const WCHAR* text;
+        const char* categories;
+    } cases[] = {
+        {u"Home, Work", "Work, Home"}, // in the order of the store
+        {u"Home,Work", "Home, ork"},   // one character behind a comma is skipped, whatever it is
+        {u"Home,  Work", "Home"},
+        {u" Home", ""},
+        {u"work", ""},
+        {u"A,B", ""},
+        {u"Work,", "Work"},
+        {u"", ""},
+        {nullptr, ""},
+    };
+    for (const auto& c : cases) {
+        CFullCategoryList list(0, PTRLIST_DELETE);
+        list.Add(new CFullCategory);
+        ConvertCategoryToCFullCategory(c.text, list);
+        EXPECT_EQ(c.categories, Names(list)) << NarrowText(c.text);
+    }
+}
+
+TEST_F(Categories, SetsInTheSettings) {
+    Make({u"Work", u"Home", u"Idle"});
+    CFullCategoryList list(0, PTRLIST_DELETE);
+    Choose(list, {{u"Idle", 3}, {u"Work", 1}});
+    SaveCategoryToRegistry(kKey, u"Set", list);
+    WCHAR stored[100];
+    ASSERT_EQ(0, GetFromRegistrySZ(HKEY_CURRENT_USER, kKey, u"Set", stored, 100));
+    EXPECT_EQ(u"Idle\u0007Work", std::u16string(stored));
+    ReadCategoryFromRegistry(kKey, u"Set", list, false);
+    EXPECT_EQ("Work, Idle", Names(list));
+    const struct {
+        const WCHAR* stored;
+        const char* read;
+    } cases[] = {{u"", ""},
+                 {u"\u0007\u0007Home\u0007", "Home"},
+                 {u"Gone\u0007Work\u0007Work", "Work"},
+                 {u"Work, Home", ""}};
+    for (const auto& c : cases) {
+        SetToRegistrySZ(HKEY_CURRENT_USER, kKey, u"Set", c.stored);
+        Choose(list, {{u"Idle", 3}});
+        ReadCategoryFromRegistry(kKey, u"Set", list, false);
+        EXPECT_EQ(c.read, Names(list));
+    }
+    Choose(list, {{u"Idle", 3}});
+    ReadCategoryFromRegistry(kKey, u"Absent", list, false);
+    EXPECT_EQ("", Names(list));
+    ReadCategoryFromRegistry(u"Software\\Absent", u"Set", list, false);
+    EXPECT_EQ("", Names(list));
+}
+
+TEST_F(Categories, NamesThatDoNotFitASetAreLeftOut) {
+    CFullCategoryList list(0, PTRLIST_DELETE);
+    Choose(list, {{std::u16string(990, u'a'), 1},
+                  {std::u16string(1010, u'b'), 2},
+                  {std::u16string(1008, u'c'), 3},
+                  {u"", 4},
+                  {u"d", 5}});
+    SaveCategoryToRegistry(kKey, u"Set", list);
+    std::vector<WCHAR> stored(3000);
+    ASSERT_EQ(0, GetFromRegistrySZ(HKEY_CURRENT_USER, kKey, u"Set", stored.data(), 3000));
+    // 990 + 1 + 1010 is one too many; 990 + 1 + 1008 is 1999, and then no room for a separator and a letter.
+    EXPECT_EQ(std::u16string(990, u'a') + u'\u0007' + std::u16string(1008, u'c'),
+              std::u16string(stored.data()));
+}
+
+TEST_F(Categories, SetsOfCustomViewsLieInAFile) {
+    Make({u"Work", u"Home"});
+    SetToRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"InstallDir", u"\\Card");
+    DeleteRegistryValue(HKEY_CURRENT_USER, kSuiteKey, u"Norvo_Folder");
+    FreeNorvoDirectory();
+    {
+        CRegistry file(kRegistryText, u"%s\\Norvo\\QNCustomViews.reg");
+        file.OpenKey(HKEY_CURRENT_USER, kKey);
+        file.SetValue(u"Set", u"Home");
+    }
+    SetToRegistrySZ(HKEY_CURRENT_USER, kKey, u"Set", u"Work");
+    CFullCategoryList list(0, PTRLIST_DELETE);
+    ReadCategoryFromRegistry(kKey, u"Set", list, true);
+    EXPECT_EQ("Home", Names(list));
+    ReadCategoryFromRegistry(kKey, u"Set", list, false);
+    EXPECT_EQ("Work", Names(list));
+    FreeNorvoDirectory();
+}
+
+// --- Colours and icons ----------------------------------------------------------------------------------------------
+
+TEST_F(Categories, ColorOfTheLastColoredCategory) {
+    Make({u"Work", u"Home", u"Black", u"High", u"Over"});
+    SetKey(u"Colors\\Categories", u"Work", 0x00112233);
+    SetKey(u"Colors\\Categories", u"Home", 0x000000FF);
+    SetKey(u"Colors\\Categories", u"Black", 0);
+    SetKey(u"Colors\\Categories", u"High", 0x01000000);
+    SetKey(u"Colors\\Categories", u"Over", 0x01000001);
+    SetKey(u"Colors\\Categories", u"NoCategory", 5);
+    CCategoryColorIcons::InitCategoryColors();
+    const COLORREF none = 0xFFB43480;
+    const struct {
+        const WCHAR* text;
+        COLORREF color;
+        const char* html;
+    } cases[] = {
+        {u"Work", 0x00112233, "#332211"}, // red, green, blue
+        {u"Home", 0x000000FF, "#FF0000"},
+        {u"Work, Home", 0x000000FF, "#FF0000"},
+        {u"Home,Work,Idle", 0x00112233, "#332211"},
+        {u"Black", none, ""},
+        {u"Over", none, ""},
+        {u"High", 0x01000000, "#000000"},
+        {u"NoCategory", none, ""},
+        {u"", none, ""},
+        {nullptr, none, ""},
+    };
+    CCategoryColorIcons parsed;
+    for (const auto& c : cases) {
+        parsed.ParseCategory(c.text, true, false);
+        EXPECT_EQ(c.color, parsed.GetCategoryColorCR()) << NarrowText(c.text);
+        EXPECT_EQ(c.html, NarrowText(parsed.GetCategoryColorString())) << NarrowText(c.text);
+        EXPECT_EQ(*c.html == 0, parsed.GetCategoryColorString() == nullptr);
+    }
+    parsed.ParseCategory(u"Work", true, false);
+    parsed.ParseCategory(u"Work", false, false);
+    EXPECT_EQ(nullptr, parsed.GetCategoryColorString());
+    parsed.ParseCategory(u"Work", true, false);
+    parsed.Reset();
+    EXPECT_EQ(none, parsed.GetCategoryColorCR());
+    // The table is read once.
+    SetKey(u"Colors\\Categories", u"Work", 0x00AABBCC);
+    CCategoryColorIcons::InitCategoryColors();
+    parsed.ParseCategory(u"Work", true, false);
+    EXPECT_EQ(0x00112233u, parsed.GetCategoryColorCR());
+    CCategoryColorIcons::ClearInit();
+    CCategoryColorIcons::InitCategoryColors();
+    parsed.ParseCategory(u"Home", true, false);
+    parsed.ParseCategory(u"Work", true, false);
+    EXPECT_EQ(0x00AABBCCu, parsed.GetCategoryColorCR());
+}
+
+TEST_F(Categories, IconsOfTheFilesThereAre) {
+    SetToRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"IconPath", u"\\Icons");
+    for (const char* file : {"Icons/Work.bmp", "Icons/Home.png", "Icons/Both.bmp", "Icons/Both.png"})
+        PutFile(file);
+    const struct {
+        const WCHAR* text;
+        bool noneIcon;
+        const char* markup;
+        bool any;
+    } cases[] = {
+        {u"Work", false, "<IMG SRC=\"Work.bmp\">", true},
+        {u"Idle, Home", false, "<IMG SRC=\"Home.png\">", true},
+        {u"Both, Work", true, "<IMG SRC=\"Both.bmp\"><IMG SRC=\"Work.bmp\">", true},
+        {u"Idle", true, "", false}, // has a category, though no icon
+        {u"", true, "<IMG SRC=\"~NoCategory.bmp\">", true},
+        {u"", false, "", false},
+    };
+    CCategoryColorIcons parsed;
+    WCHAR markup[CCategoryColorIcons::kIconText];
+    for (const auto& c : cases) {
+        parsed.ParseCategory(c.text, false, true);
+        EXPECT_EQ(c.any, parsed.GetIconString(markup, c.noneIcon)) << NarrowText(c.text);
+        EXPECT_EQ(c.markup, NarrowText(markup));
+    }
+    // Far more icons than the buffer takes: whole tags, as many as fit 2,248 characters.
+    std::u16string many = u"Work";
+    for (int i = 0; i < 300; ++i) many += u", Work";
+    parsed.ParseCategory(many.c_str(), false, true);
+    ASSERT_TRUE(parsed.GetIconString(markup, false));
+    EXPECT_EQ(112u * 20, wcslen(markup)); // a tag has 20
+}
+
+TEST_F(Categories, IconFilesOfAFolder) {
+    PutFile("Icons/b.bmp");
+    PutFile("Icons/A.bmp");
+    PutFile("Icons/c.png");
+    PutFile("Icons/big.bmp", 256000);
+    PutFile("Icons/fits.bmp", 255999);
+    std::filesystem::create_directories(HostPath("Icons/folder.bmp"));
+    const auto all = [](CCategoryDisplay& display) {
+        std::string names;
+        for (const WCHAR* name : display.GetList()) names += NarrowText(name) + " ";
+        return names;
+    };
+    CCategoryDisplay display(u"\\Icons");
+    EXPECT_EQ("A.bmp b.bmp fits.bmp ", all(display));
+    CCategoryDisplay both(u"\\Icons", u".bmp.png");
+    EXPECT_EQ("A.bmp b.bmp c.png fits.bmp ", all(both));
+    both.SetGraphicTypes(u"png");
+    both.Init(u"\\Icons");
+    EXPECT_EQ("c.png ", all(both));
+    both.Init(u"\\Absent");
+    EXPECT_EQ("", all(both));
+    display.UnInit();
+    EXPECT_EQ("", all(display));
+}
+
+// --- The menu -------------------------------------------------------------------------------------------------------
+
+class CategoryMenu : public Categories {
+protected:
+    CategoryMenu() { AppendMenuW(m_menu, MF_STRING, kMenuAllCategories, u"All"); }
+    ~CategoryMenu() override { DestroyMenu(m_menu); }
+    // "*5000 +5002:Work - 5003:Home".
+    std::string Rows() {
+        TrackPopupMenuEx(m_menu, TPM_RETURNCMD, 0, 0, nullptr, nullptr);
+        std::string all;
+        const auto shown = PlatTakeMenus();
+        for (const auto& row : shown.at(0).rows) {
+            if (row.flags & MF_SEPARATOR) {
+                all += "- ";
+                continue;
+            }
+            if (row.flags & MF_CHECKED) all += row.flags & MFT_RADIOCHECK ? '*' : '+';
+            all += std::to_string(row.id) + ":" + std::string(row.text.begin(), row.text.end()) + " ";
+        }
+        return all;
+    }
+    HMENU m_menu = CreatePopupMenu();
+};
+
+TEST_F(CategoryMenu, EntriesAndChecks) {
+    Make({u"Work", u"R&D", u"c", u"d", u"e", u"f"});
+    CFullCategoryList chosen(0, PTRLIST_DELETE);
+    CeMenus bar;
+    AddCategoriesToMenuBar(&bar, m_menu, chosen, false, 0);
+    EXPECT_EQ("*5000:All - 5002:Work 5003:R&&D 5004:c 5005:d 5006:e - 5007:f ", Rows());
+    EXPECT_FALSE(bar.IsEnabled(40293));
+    EXPECT_TRUE(bar.IsDepressed(40106));
+    Choose(chosen, {{u"R&D", 2}});
+    CeMenus second;
+    AddCategoriesToMenuBar(&second, m_menu, chosen, false, 0);
+    EXPECT_EQ("5000:All - 5002:Work +5003:R&&D 5004:c 5005:d 5006:e - 5007:f ", Rows());
+    EXPECT_TRUE(second.IsEnabled(40293));
+    EXPECT_FALSE(second.IsDepressed(40106));
+}
+
+TEST_F(CategoryMenu, EntriesOfBeforeGoAndOthersStay) {
+    Make({u"a", u"b", u"c", u"d", u"e", u"f", u"g"});
+    const CFullCategoryList chosen(0, PTRLIST_DELETE);
+    AddCategoriesToMenuBar(nullptr, m_menu, chosen, false, 0);
+    AppendMenuW(m_menu, MF_STRING, 40001, u"Edit");
+    AppendMenuW(m_menu, MF_SEPARATOR, 0, nullptr);
+    for (HANDLE db = Open(u"CategoryMainDB"); CEOID oid = First(db);) CeDeleteRecord(db, oid);
+    AddCategory(u"z");
+    AddCategoriesToMenuBar(nullptr, m_menu, chosen, true, 0);
+    EXPECT_EQ("*5000:All 40001:Edit - - 5002:z ", Rows());
+}
+
+TEST_F(CategoryMenu, MaskAndLimit) {
+    const HANDLE db = Open(u"CategoryMainDB");
+    for (int i = 0; i < 960; ++i) {
+        std::u16string name = u"n";
+        for (char digit : std::to_string(i)) name += static_cast<WCHAR>(digit);
+        Add(db, Values().Text(2, name));
+    }
+    const CFullCategoryList chosen(0, PTRLIST_DELETE);
+    AddCategoriesToMenuBar(nullptr, m_menu, chosen, true, 0);
+    // 949 entries, a separator in front of every fifth from the first, and "All".
+    EXPECT_EQ(1 + 949 + 190, GetMenuItemCount(m_menu));
+    EXPECT_EQ(5950u, GetMenuItemID(m_menu, GetMenuItemCount(m_menu) - 1));
+    AddCategoriesToMenuBar(nullptr, m_menu, chosen, false, kUsedByTasks);
+    EXPECT_EQ("*5000:All ", Rows());
+}
+
+// --- The chooser ----------------------------------------------------------------------------------------------------
+
+class Chooser : public Categories {
+protected:
+    Chooser() { UseTexts(); }
+    static void Group(const WCHAR* group, std::initializer_list<const WCHAR*> members) {
+        for (const WCHAR* member : members)
+            SetKey(std::u16string(u"Category_GroupHeadings\\") + group, member, 1);
+    }
+    // "[None] Work +Home | (hidden)" with collapsed headers as "]None[".
+    static std::string Rows(CCategoryBase& chooser) {
+        std::string all;
+        for (const CCategoryItemList* row : chooser.GetRows()) {
+            std::string name(row->m_szName.begin(), row->m_szName.end());
+            if (row->IsHeader()) name = row->m_nGroup == 1 ? "[" + name + "]" : "]" + name + "[";
+            if (row->m_nCheck) name = "+" + name;
+            if (!row->m_bVisible) name = "(" + name + ")";
+            all += name + " ";
+        }
+        return all;
+    }
+};
+
+TEST_F(Chooser, RowsUnderTheirGroups) {
+    Make({u"work", u"Home", u"Away", u"Zoo"});
+    Group(u"Private", {u"Home", u"Away", u"Gone"});
+    Group(u"Business", {u"work"});
+    Group(u"None", {u"Zoo"}); // has the name of the first header, so it is no group
+    CCategoryBase chooser;
+    chooser.SetupCategories(0);
+    EXPECT_EQ("[None] Zoo [Business] work [Private] Away Home ", Rows(chooser));
+    EXPECT_FALSE(chooser.HasDuplicates());
+    CCategoryBase extra;
+    extra.AddExtraCategory(u"Special");
+    extra.SetupCategories(0);
+    EXPECT_EQ("[None] Zoo [Steflilgu] Special [Business] work [Private] Away Home ", Rows(extra));
+}
+
+TEST_F(Chooser, AMaskDropsHeadersWithNothing) {
+    const LONG work = AddCategory(u"Work");
+    AddCategory(u"Home");
+    Associate(0x40000001, work);
+    ResetFullCategoryList();
+    Group(u"A", {u"Home"});
+    Group(u"B", {u"Work"});
+    Group(u"C", {});
+    SetKey(u"Category_GroupHeadings\\C", u"Gone", 1);
+    CCategoryBase chooser;
+    chooser.SetupCategories(0);
+    EXPECT_EQ("[None] [A] Home [B] Work [C] ", Rows(chooser));
+    chooser.SetupCategories(kUsedByAppointments);
+    EXPECT_EQ("[B] Work ", Rows(chooser));
+    chooser.SetupCategories(kUsedByTasks);
+    EXPECT_EQ("", Rows(chooser));
+}
+
+TEST_F(Chooser, CollapsedGroupsAreKept) {
+    Make({u"Work", u"Home", u"Idle"});
+    Group(u"G", {u"Home"});
+    CCategoryBase chooser;
+    chooser.SetupCategories(0);
+    ASSERT_EQ("[None] Idle Work [G] Home ", Rows(chooser));
+    EXPECT_FALSE(chooser.ExpandGroup(1, false)); // no header
+    EXPECT_FALSE(chooser.ExpandGroup(99, false));
+    EXPECT_TRUE(chooser.ExpandGroup(0, false));
+    EXPECT_EQ("]None[ (Idle) (Work) [G] Home ", Rows(chooser));
+    const WCHAR* state = u"Software\\Norvo\\Quillonary\\CategoryGroupState";
+    EXPECT_EQ(1u, ReadRegistryWithDefault(state, u"None", 0));
+    CCategoryBase next;
+    next.SetupCategories(0);
+    EXPECT_EQ("]None[ (Idle) (Work) [G] Home ", Rows(next));
+    EXPECT_TRUE(next.ExpandGroup(0, true));
+    EXPECT_EQ("[None] Idle Work [G] Home ", Rows(next));
+    EXPECT_EQ(0u, ReadRegistryWithDefault(state, u"None", 0));
+    EXPECT_TRUE(next.ExpandGroup(3, false));
+    EXPECT_EQ("[None] Idle Work ]G[ (Home) ", Rows(next));
+}
+
+TEST_F(Chooser, ChecksInAndOut) {
+    Make({u"Work", u"Home", u"Idle"});
+    CCategoryFilterDlg dialog;
+    dialog.AddExtraCategory(u"Special");
+    dialog.SetupCategories(0);
+    CFullCategoryList chosen(0, PTRLIST_DELETE);
+    Choose(chosen, {{u"Work", 1}, {u"Special", -1}, {u"Gone", 9}, {u"None", 9}});
+    dialog.SetupChecks(chosen);
+    dialog.SortRows();
+    EXPECT_EQ("[None] +Work Home Idle [Steflilgu] +Special ", Rows(dialog));
+    dialog.GetRows()[2]->m_nCheck = 1;
+    dialog.OnOK(chosen);
+    EXPECT_EQ("Work, Home, Special", Names(chosen));
+    EXPECT_EQ(g_FullCategoryList[0]->m_lId, chosen[0]->m_lId);
+    EXPECT_EQ(-1, chosen[2]->m_lId);
+}
+
+TEST_F(Chooser, ACategoryOfTwoGroupsIsOneChoice) {
+    Make({u"Work", u"Home"});
+    Group(u"A", {u"Work"});
+    Group(u"B", {u"Work", u"Home"});
+    CCategoryFilterDlg dialog;
+    dialog.SetupCategories(0);
+    EXPECT_TRUE(dialog.HasDuplicates());
+    CFullCategoryList chosen(0, PTRLIST_DELETE);
+    Choose(chosen, {{u"Work", 1}});
+    dialog.SetupChecks(chosen);
+    EXPECT_EQ("[None] [A] +Work [B] Home +Work ", Rows(dialog));
+    dialog.OnOK(chosen);
+    EXPECT_EQ("Work", Names(chosen));
+}
+
+} // namespace

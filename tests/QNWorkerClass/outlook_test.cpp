@@ -1,0 +1,516 @@
+// The session on the object model, and the bridge to context-menu extensions.
+#include "NorvoTools/CeDb.h"
+#include "NorvoTools/globals.h"
+#include "NorvoTools/registryfunctions.h"
+#include "Platform/contextmenu.h"
+#include "Platform/memory.h"
+#include "Platform/modules.h"
+#include "Platform/windows.h"
+#include "QNWorkerClass/COutlook.h"
+#include "tests/support/poom.h"
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+namespace {
+
+// An application object that fails as told and counts what it is asked.
+class FakeApp final : public IPOutlookApp2 {
+public:
+    struct Script {
+        int made = 0;
+        int alive = 0;
+        int logons = 0;
+        int logoffs = 0;
+        int folders = 0;
+        HRESULT create = S_OK;
+        HRESULT logon = S_OK;
+        int badFolders = 0; // so many calls fail
+        HWND owner = nullptr;
+        std::function<void()> onLogon;
+        ULONG nameFlags = 77;
+        CEPROPID nameId = 0x80010013;
+        HRESULT names = S_OK;
+    };
+    static Script script;
+
+    static HRESULT Make(void** object) {
+        ++script.made;
+        if (FAILED(script.create)) return script.create;
+        ++script.alive;
+        *object = static_cast<IPOutlookApp2*>(new FakeApp);
+        return S_OK;
+    }
+    HRESULT QueryInterface(const IID&, void** object) override {
+        *object = nullptr;
+        return E_NOINTERFACE;
+    }
+    ULONG AddRef() override { return ++m_refs; }
+    ULONG Release() override {
+        const ULONG left = --m_refs;
+        if (left == 0) delete this;
+        return left;
+    }
+    HRESULT Logon(HWND owner) override {
+        ++script.logons;
+        script.owner = owner;
+        if (script.onLogon) script.onLogon();
+        return script.logon;
+    }
+    HRESULT Logoff() override { return ++script.logoffs, S_OK; }
+    HRESULT GetDefaultFolder(int, IFolder**) override {
+        ++script.folders;
+        if (script.badFolders == 0) return S_OK;
+        return --script.badFolders, E_UNEXPECTED;
+    }
+    HRESULT CreateItem(int, IDispatch**) override { return 0x1001; }
+    HRESULT GetItemFromOid(LONG, IDispatch**) override { return 0x1002; }
+    HRESULT GetItemFromOidEx(CEOID, DWORD flags, IItem**) override { return flags ? E_FAIL : 0x1003; }
+    HRESULT GetIDsFromNames(ULONG, const WCHAR* const*, ULONG flags, CEPROPID* ids) override {
+        script.nameFlags = flags;
+        *ids = script.nameId;
+        return script.names;
+    }
+    HRESULT GetTimeZoneInformationFromIndex(int, TIME_ZONE_INFORMATION*) override { return 0x1004; }
+    HRESULT get_OutlookCompatible(VARIANT_BOOL*) override { return E_NOTIMPL; }
+    HRESULT put_OutlookCompatible(VARIANT_BOOL) override { return E_NOTIMPL; }
+
+private:
+    ~FakeApp() { --script.alive; }
+    std::atomic<ULONG> m_refs{1};
+};
+FakeApp::Script FakeApp::script;
+
+std::string Boxes() {
+    std::string all;
+    for (const auto& box : PlatTakeMessageBoxes())
+        all += std::string(box.text.begin(), box.text.end()) + "|" +
+               std::string(box.caption.begin(), box.caption.end()) + "\n";
+    return all;
+}
+
+class Session : public DeviceTest {
+protected:
+    Session() {
+        FakeApp::script = {};
+        PlatRegisterClassObject(CLSID_Application, IID_IPOutlookApp2, &FakeApp::Make);
+    }
+    static FakeApp::Script& Script() { return FakeApp::script; }
+};
+
+TEST_F(Session, LogsOnAtFirstUseAndOnce) {
+    {
+        COutlook outlook;
+        EXPECT_EQ(0, Script().made);
+        EXPECT_EQ(0x1001, outlook.CreateItem(olTaskItem, nullptr));
+        EXPECT_EQ(0x1002, outlook.GetItemFromOid(0xC0000001, nullptr));
+        EXPECT_EQ(0x1003, outlook.GetItemFromOidEx(0xC0000001, nullptr));
+        EXPECT_EQ(0x1004, outlook.GetTimeZoneInformationFromIndex(0, nullptr));
+        outlook.Open();
+        EXPECT_EQ(1, Script().made);
+        EXPECT_EQ(1, Script().logons);
+    }
+    EXPECT_EQ(1, Script().logoffs);
+    EXPECT_EQ(0, Script().alive);
+    EXPECT_EQ("", Boxes());
+}
+
+TEST_F(Session, WithoutAnObjectEachOperationFailsItsOwnWay) {
+    Script().create = E_FAIL;
+    COutlook outlook;
+    const HRESULT fail = static_cast<HRESULT>(0x80004005);
+    EXPECT_EQ(-1, outlook.GetItemFromOid(1, nullptr));
+    EXPECT_EQ(fail, outlook.GetItemFromOidEx(1, nullptr));
+    EXPECT_EQ(-1, outlook.CreateItem(1, nullptr));
+    EXPECT_EQ(-1, outlook.GetDefaultFolder(9, nullptr));
+    EXPECT_EQ(fail, outlook.SubscribeToNotifications(9, 1));
+    EXPECT_EQ(fail, outlook.FindMatchingContact(u"x", 0, nullptr, nullptr));
+    EXPECT_EQ(fail, outlook.GetTimeZoneInformationFromIndex(0, nullptr));
+    EXPECT_EQ(0u, outlook.GetPOOM2Property(u"x", CEVT_UI4, true));
+    std::string expected;
+    for (int i = 0; i < 8; ++i) expected += "Cannot create the object|\n"; // once an attempt
+    EXPECT_EQ(expected, Boxes());
+}
+
+TEST_F(Session, AFailedLogonKeepsTheObject) {
+    Script().logon = E_FAIL;
+    COutlook outlook;
+    EXPECT_EQ(0x1001, outlook.CreateItem(1, nullptr));
+    EXPECT_EQ(0x1001, outlook.CreateItem(1, nullptr));
+    EXPECT_EQ(1, Script().logons);
+    const auto boxes = PlatTakeMessageBoxes();
+    ASSERT_EQ(1u, boxes.size());
+    EXPECT_EQ(u"Cannot logon to the Pocket Outlook Database.", boxes[0].text);
+    EXPECT_EQ(0x40010u, boxes[0].flags);
+    EXPECT_EQ(nullptr, boxes[0].owner);
+}
+
+TEST_F(Session, ADeadSessionIsHealedOnce) {
+    const struct {
+        int badFolders;
+        HRESULT result;
+        int made;
+        int calls;
+    } cases[] = {{0, S_OK, 1, 1}, {1, S_OK, 2, 2}, {2, E_UNEXPECTED, 2, 2}};
+    for (const auto& c : cases) {
+        Script() = {};
+        Script().badFolders = c.badFolders;
+        COutlook outlook;
+        IFolder* folder = nullptr;
+        EXPECT_EQ(c.result, outlook.GetDefaultFolder(olFolderTasks, &folder));
+        EXPECT_EQ(c.made, Script().made);
+        EXPECT_EQ(c.made - 1, Script().logoffs);
+        EXPECT_EQ(c.calls, Script().folders);
+        EXPECT_EQ(1, Script().alive);
+    }
+}
+
+TEST_F(Session, ASecondOpenDuringTheFirstReturnsAtOnce) {
+    COutlook outlook;
+    bool returned = false;
+    Script().onLogon = [&] {
+        std::thread other([&] { outlook.Open(); });
+        other.join(); // for ever, if it waited for the logon
+        returned = true;
+    };
+    outlook.Open();
+    EXPECT_TRUE(returned);
+    EXPECT_EQ(1, Script().made);
+    // The section is free again: another thread may open what is closed.
+    outlook.Close();
+    Script().onLogon = nullptr;
+    std::thread([&] { outlook.Open(); }).join();
+    outlook.Open();
+    EXPECT_EQ(2, Script().made);
+}
+
+TEST_F(Session, OwnerOfTheLogon) {
+    WNDCLASSW known{};
+    known.lpfnWndProc = &DefWindowProcW;
+    known.lpszClassName = u"Owner";
+    RegisterClassW(&known);
+    const HWND owner = CreateWindowExW(0, u"Owner", u"", 0, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+    ASSERT_TRUE(IsWindow(owner));
+    COutlook outlook;
+    outlook.SetParentWindow(owner);
+    outlook.Open();
+    EXPECT_EQ(owner, Script().owner);
+    outlook.Close();
+    DestroyWindow(owner);
+    outlook.Open();
+    EXPECT_EQ(GetForegroundWindow(), Script().owner);
+}
+
+TEST_F(Session, NamesOfProperties) {
+    COutlook outlook;
+    EXPECT_EQ(0x80010013u, outlook.GetPOOM2Property(u"QN_GTDProject", CEVT_UI4, true));
+    EXPECT_EQ(0x10013u, Script().nameFlags);
+    EXPECT_EQ(0x80010013u, outlook.GetPOOM2Property(u"QN_GTDProject", CEVT_UI4, false));
+    EXPECT_EQ(0u, Script().nameFlags); // also without the type
+    Script().nameId = 0xFFFF0002;
+    EXPECT_EQ(0u, outlook.GetPOOM2Property(u"QN_GTDProject", CEVT_UI4, false));
+    Script().nameId = 5;
+    Script().names = E_FAIL;
+    EXPECT_EQ(0u, outlook.GetPOOM2Property(u"QN_GTDProject", CEVT_UI4, true));
+}
+
+TEST(ItemTypes, FromTheTopBits) {
+    const struct {
+        CEOID oid;
+        DataType type;
+    } cases[] = {{0, kDataNone},
+                 {1, kDataNone},
+                 {0x3FFFFFFF, kDataNone},
+                 {0x40000001, kDataAppointment},
+                 {0x80000001, kDataContact},
+                 {0xC0000001, kDataTask},
+                 {0xFFFFFFFF, kDataTask}};
+    for (const auto& c : cases) EXPECT_EQ(c.type, COutlook::GetQNItemType(c.oid)) << c.oid;
+    EXPECT_EQ(2, kDataContact);
+    EXPECT_EQ(3, kDataAppointment);
+    EXPECT_EQ(4, kDataTask);
+}
+
+// --- Save errors ----------------------------------------------------------------------------------------------------
+
+TEST_F(Session, SaveErrors) {
+    g_hResources = LoadLibraryW(u"\\WINDOWS\\QNResources.dll");
+    ASSERT_TRUE(g_hResources);
+    const struct {
+        DWORD code;
+        const char* shown; // text|caption
+    } cases[] = {
+        {0, ""},
+        {0x8007000E, ""},
+        {0x80040064, "The item lacks a required value.|QN Message\n"},
+        {0x80040066, "The item's dates are not valid.|QN Message\n"},
+        {0x80040067, "The recurrence of the item is not valid.|QN Message\n"},
+        {0x80040068, "An occurrence of the item would overlap the next one.|QN Message\n"},
+        {0x80040069, "The reminder of the item can't be set.|QN Message\n"},
+        {0x8004006A, "A text of the item is too long.|QN Message\n"},
+        {0x8004006B, "The item was changed by another program.|QN Message\n"},
+        {0x8004006C, "The item no longer exists.|QN Message\n"},
+        {0x8004006D, "The item can't be changed.|QN Message\n"},
+        {0x8000FFFF, "Pocket Outlook API: Catastrophic failure.|\n"},
+        {0x80070057, "Pocket Outlook subsystem returns that data may be corrupted.|\n"},
+        {0x80040065, "The item could not be saved. Error code: -2147221403|\n"},
+        {5, "The item could not be saved. Error code: 5|\n"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(*c.shown != 0, COutlook::DisplayPIMSaveError(static_cast<HRESULT>(c.code))) << c.code;
+        EXPECT_EQ(c.shown, Boxes()) << c.code;
+    }
+    FreeLibrary(g_hResources);
+    g_hResources = nullptr;
+    EXPECT_TRUE(COutlook::DisplayPIMSaveError(5));
+    EXPECT_EQ("5|\n", Boxes());
+}
+
+// --- On the real object model ---------------------------------------------------------------------------------------
+
+class RealSession : public PoomTest {
+protected:
+    COutlook m_outlook;
+
+    void TearDown() override {
+        m_outlook.Close();
+        PoomTest::TearDown();
+    }
+};
+
+TEST_F(RealSession, RecordAndNumberOfAnItem) {
+    m_outlook.Open();
+    std::vector<LONG> oids;
+    for (int i = 0; i < 3; ++i) {
+        auto task = NewTask();
+        task->put_Subject(Bstr(u"Task"));
+        ASSERT_EQ(S_OK, task->Save());
+        oids.push_back(OidOf(task));
+    }
+    const auto number = static_cast<WORD>(oids[1] & 0xFFFF);
+    CeDb db;
+    const CEOID record = COutlook::OpenAndSeekInEDB(&db, u"Tasks Database", number);
+    EXPECT_GE(record, 0x00100000u);
+    EXPECT_EQ(number, COutlook::GetAutoIDFromEDBID(u"Tasks Database", record));
+    EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, u"Tasks Database", 999));
+    EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, u"Tasks Database", 0));
+    EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, u"", number));
+    EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, nullptr, number));
+    EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(nullptr, u"Tasks Database", number));
+    EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, u"No Database", number));
+    EXPECT_EQ(0, COutlook::GetAutoIDFromEDBID(u"Tasks Database", 0x7FFFFFF));
+    EXPECT_EQ(0, COutlook::GetAutoIDFromEDBID(u"No Database", record));
+}
+
+TEST_F(RealSession, PropertiesAndNotificationMask) {
+    EXPECT_EQ(0u, m_outlook.GetPOOM2Property(u"QN_New", CEVT_UI4, false));
+    const DWORD id = m_outlook.GetPOOM2Property(u"QN_New", CEVT_UI4, true);
+    EXPECT_NE(0u, id);
+    EXPECT_EQ(id, m_outlook.GetPOOM2Property(u"QN_New", CEVT_LPWSTR, false));
+    EXPECT_EQ(S_OK, m_outlook.SubscribeToNotifications(olFolderTasks, 0x0F));
+    Com<IFolder> folder;
+    ASSERT_EQ(0, m_outlook.GetDefaultFolder(olFolderTasks, folder.Out()));
+    const auto item = folder.As<IItem>(IID_IItem);
+    ASSERT_TRUE(item);
+    const CEPROPID mask = PIMPR_FOLDERNOTIFICATIONS;
+    CEPROPVAL* values = nullptr;
+    ULONG size = 0;
+    ASSERT_EQ(S_OK, item->GetProps(&mask, 0, 1, &values, &size, GetProcessHeap()));
+    EXPECT_EQ(0x0Fu, values[0].val.ulVal);
+    LocalFree(values);
+    EXPECT_NE(0, m_outlook.SubscribeToNotifications(12345, 1)); // no such folder
+}
+
+TEST_F(RealSession, TheSessionServesThreadsAtOnceWhileOneClosesIt) {
+    std::vector<std::thread> threads;
+    std::atomic<int> good{0};
+    m_outlook.GetPOOM2Property(u"QN_New", CEVT_UI4, true);
+    for (int t = 0; t < 3; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 20; ++i)
+                if (m_outlook.GetPOOM2Property(u"QN_New", CEVT_UI4, false)) ++good;
+        });
+    for (int i = 0; i < 10; ++i) m_outlook.Close();
+    for (auto& thread : threads) thread.join();
+    EXPECT_GT(good, 0);
+}
+
+TEST_F(RealSession, ExchangePartners) {
+    const std::u16string partners = u"Software\\Microsoft\\ActiveSync\\Partners\\";
+    const auto set = [&](const WCHAR* partner, const WCHAR* engine) {
+        SetToRegistrySZ(HKEY_CURRENT_USER, (partners + partner).c_str(), u"Engine", engine);
+    };
+    EXPECT_FALSE(IsExchangeSync());
+    set(u"{1}", u"{00000000-0000-0000-0000-000000000000}");
+    EXPECT_FALSE(IsExchangeSync());
+    set(u"{2}", u"{22c7da12-f3fd-4875-8344-7786454f6534}");
+    EXPECT_TRUE(IsExchangeSync());
+}
+
+// --- Context menus --------------------------------------------------------------------------------------------------
+
+// The object that counts one reference beside one a row.
+class Counted final : public IUnknown {
+public:
+    explicit Counted(ULONG refs) : m_refs(refs) {}
+    HRESULT QueryInterface(const IID&, void** object) override { return *object = nullptr, E_NOINTERFACE; }
+    ULONG AddRef() override { return ++m_refs; }
+    ULONG Release() override { return --m_refs; }
+    ULONG m_refs;
+};
+
+class Extensions final : public PlatContextMenuProvider {
+public:
+    HANDLE Extend(IDataObject* data, const WCHAR* className, const WCHAR* extensionClass, HMENU popup,
+                  UINT first, UINT last, IUnknown** context) override {
+        m_asked += NarrowOf(className) + " " + NarrowOf(extensionClass) + " " + std::to_string(first) + "-" +
+                   std::to_string(last) + "\n";
+        Read(data);
+        AppendMenuW(popup, MF_STRING, first, u"Send");
+        AppendMenuW(popup, MF_STRING, first + 1, u"Print");
+        *context = &m_object;
+        ++m_handles;
+        return this;
+    }
+    void Invoke(HANDLE extensions, HWND owner, UINT command) override {
+        EXPECT_EQ(this, extensions);
+        m_owner = owner;
+        m_command = command;
+    }
+    void Free(HANDLE extensions) override {
+        EXPECT_EQ(this, extensions);
+        --m_handles;
+    }
+
+    std::string m_asked;
+    std::vector<DWORD> m_reference;
+    Counted m_object{3};
+    int m_handles = 0;
+    HWND m_owner = nullptr;
+    UINT m_command = 0;
+
+private:
+    static std::string NarrowOf(const WCHAR* text) {
+        const std::u16string wide = text;
+        return {wide.begin(), wide.end()};
+    }
+    void Read(IDataObject* data) {
+        FORMATETC format{static_cast<WORD>(RegisterClipboardFormatW(u"ItemRefArray")), nullptr, 1, -1, 1};
+        STGMEDIUM medium{};
+        ASSERT_EQ(S_OK, data->GetData(&format, &medium));
+        EXPECT_EQ(1u, medium.tymed);
+        const auto* words = static_cast<const DWORD*>(medium.hGlobal);
+        m_reference.assign(words, words + 3);
+        LocalFree(medium.hGlobal);
+        const auto wrong = [](FORMATETC f, auto change) {
+            change(f);
+            return f;
+        };
+        for (FORMATETC f : {wrong(format, [](FORMATETC& x) { x.cfFormat ^= 1; }),
+                            wrong(format, [](FORMATETC& x) { x.dwAspect = 2; }),
+                            wrong(format, [](FORMATETC& x) { x.lindex = 0; }),
+                            wrong(format, [](FORMATETC& x) { x.tymed = 2; })})
+            EXPECT_EQ(static_cast<HRESULT>(0x80040064), data->GetData(&f, &medium));
+        EXPECT_EQ(static_cast<HRESULT>(0x80004001), data->GetDataHere(&format, &medium));
+        EXPECT_EQ(static_cast<HRESULT>(0x80004001), data->SetData(&format, &medium, FALSE));
+        DWORD connection = 0;
+        EXPECT_EQ(static_cast<HRESULT>(0x80040003), data->DAdvise(&format, 0, nullptr, &connection));
+        void* same = nullptr;
+        EXPECT_EQ(S_OK, data->QueryInterface(IID_IDataObject, &same));
+        EXPECT_EQ(data, same);
+        data->Release();
+        EXPECT_EQ(E_NOINTERFACE, data->QueryInterface(IID_IDispatch, &same));
+    }
+};
+
+class ContextMenu : public DeviceTest {
+protected:
+    ContextMenu() { PlatSetContextMenuProvider(&m_extensions); }
+    ~ContextMenu() override { PlatSetContextMenuProvider(nullptr); }
+    static void Enable() {
+        SetToRegistry(HKEY_CURRENT_USER, u"Software\\Norvo\\Quillonary", u"EnableThirdPartyContext", 1);
+    }
+    Extensions m_extensions;
+};
+
+TEST_F(ContextMenu, WithoutTheSettingThereIsOnlyTheMenu) {
+    CPocketOutlookIContext context(kDataTask);
+    EXPECT_EQ(nullptr, context.GetMenu());
+    context.SetOID(0xC0000001);
+    EXPECT_EQ(0, GetMenuItemCount(context.GetMenu()));
+    EXPECT_EQ(0, context.GetMenuCount());
+    EXPECT_EQ("", m_extensions.m_asked);
+    context.InvokeMenu(nullptr, 5500);
+    EXPECT_EQ(0u, m_extensions.m_command);
+}
+
+TEST_F(ContextMenu, ExtensionsOfEachKind) {
+    Enable();
+    const struct {
+        DataType kind;
+        CEOID oid;
+        const char* asked;
+        int rows;      // with the separator that tasks and appointments get
+        bool disabled; // the first of them
+    } cases[] = {
+        {kDataContact, 0x80000002, "Contacts Main_ContextMenu 5500-5600\n", 2, false},
+        {kDataAppointment, 0x40000003, "Calendar Main_ContextMenu 5500-5600\n", 3, true},
+        {kDataTask, 0xC0000004, "Tasks Main_ContextMenu 5500-5600\n", 3, true},
+    };
+    for (const auto& c : cases) {
+        m_extensions.m_asked.clear();
+        m_extensions.m_object.m_refs = 3;
+        HMENU menu = nullptr;
+        {
+            CPocketOutlookIContext context(c.kind);
+            context.SetOID(c.oid);
+            menu = context.GetMenu();
+            EXPECT_EQ(c.asked, m_extensions.m_asked);
+            EXPECT_EQ((std::vector<DWORD>{1, static_cast<DWORD>(c.kind), c.oid}), m_extensions.m_reference);
+            EXPECT_EQ(2, context.GetMenuCount());
+            EXPECT_EQ(c.rows, GetMenuItemCount(menu));
+            EXPECT_EQ(c.disabled, (GetMenuState(menu, 0, MF_BYPOSITION) & MF_GRAYED) != 0);
+            EXPECT_EQ(0u, GetMenuState(menu, 1, MF_BYPOSITION) & MF_GRAYED);
+            context.InvokeMenu(nullptr, 5501);
+            EXPECT_EQ(5501u, m_extensions.m_command);
+        }
+        EXPECT_EQ(0, m_extensions.m_handles);
+        EXPECT_EQ(2u, m_extensions.m_object.m_refs);
+        EXPECT_EQ(-1, GetMenuItemCount(menu)); // gone with its owner
+    }
+}
+
+TEST_F(ContextMenu, OtherKindsHaveNone) {
+    Enable();
+    CPocketOutlookIContext context(kDataNoteFile);
+    context.SetOID(1);
+    EXPECT_EQ(nullptr, context.GetMenu());
+    EXPECT_EQ("", m_extensions.m_asked);
+}
+
+TEST_F(ContextMenu, AnotherItemTakesThePlaceOfTheFirst) {
+    Enable();
+    CPocketOutlookIContext context(kDataContact);
+    context.SetOID(0x80000001);
+    context.SetOID(0x80000002);
+    EXPECT_EQ(1, m_extensions.m_handles);
+    EXPECT_EQ(0x80000002u, m_extensions.m_reference.at(2));
+    DeleteRegistryValue(HKEY_CURRENT_USER, u"Software\\Norvo\\Quillonary", u"EnableThirdPartyContext");
+    context.SetOID(0x80000003);
+    EXPECT_EQ(0, context.GetMenuCount()); // nothing is left of the extensions of before
+    EXPECT_EQ(0, m_extensions.m_handles);
+    EXPECT_EQ(0, GetMenuItemCount(context.GetMenu()));
+}
+
+TEST_F(ContextMenu, WithoutAProviderThereIsNoObject) {
+    PlatSetContextMenuProvider(nullptr);
+    Enable();
+    CPocketOutlookIContext context(kDataTask);
+    context.SetOID(0xC0000001);
+    EXPECT_EQ(0, context.GetMenuCount());
+    context.InvokeMenu(nullptr, 5500);
+    EXPECT_EQ(1, GetMenuItemCount(context.GetMenu())); // the separator
+}
+
+} // namespace

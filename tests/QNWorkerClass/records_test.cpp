@@ -1,0 +1,269 @@
+// The records that lists hold: copies, clearing, children, the names of contacts.
+#include "NorvoTools/CStr.h"
+#include "Platform/memory.h"
+#include "Platform/strings.h"
+#include "QNWorkerClass/DATACALENDAR.h"
+#include "QNWorkerClass/DATACONTACTS.h"
+#include "QNWorkerClass/DATAGENERAL.h"
+#include "QNWorkerClass/DATANOTES.h"
+#include "QNWorkerClass/DATATASKS.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+
+namespace {
+
+std::u16string Text(const WCHAR* text) { return text ? text : u"(null)"; }
+
+TEST(Records, CalendarLineCopiesDeeply) {
+    std::unique_ptr<DATACALENDAR> copy;
+    {
+        DATACALENDAR line;
+        line.m_oid = 0x40000007;
+        line.m_oidRecord = 0x00100003;
+        line.m_lDay = 40179;
+        line.m_dtStart = 40179.5;
+        line.m_dtEnd = 40179.75;
+        line.m_lDuration = 360;
+        line.m_bstrSubject = SysAllocStringLen(u"a\0b", 3); // a text may hold a zero
+        line.m_bstrLocation = SysAllocString(u"Room 4");
+        line.m_bstrSpare = SysAllocString(u"spare");
+        line.m_szIcon = _wcsdup(u"star");
+        line.m_szCategories = _wcsdup(u"Work, Home");
+        line.m_bRecurring = line.m_bException = line.m_bHasNote = 1;
+        line.m_bReminder = 1;
+        line.m_bSortLast = 1;
+        line.m_nType = kLineJournal;
+        line.m_wBirthdayYear = 1970;
+        copy.reset(line.Copy());
+        EXPECT_EQ(0, line.m_bListed);
+    }
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(0x40000007u, copy->m_oid);
+    EXPECT_EQ(0x00100003u, copy->m_oidRecord);
+    EXPECT_EQ(40179, copy->m_lDay);
+    EXPECT_EQ(40179.5, copy->m_dtStart);
+    EXPECT_EQ(40179.75, copy->m_dtEnd);
+    EXPECT_EQ(360, copy->m_lDuration);
+    EXPECT_EQ(3u, SysStringLen(copy->m_bstrSubject));
+    EXPECT_EQ(u'b', copy->m_bstrSubject[2]);
+    EXPECT_EQ(u"Room 4", Text(copy->m_bstrLocation));
+    EXPECT_EQ(u"spare", Text(copy->m_bstrSpare));
+    EXPECT_EQ(u"star", Text(copy->m_szIcon));
+    EXPECT_EQ(u"Work, Home", Text(copy->m_szCategories));
+    EXPECT_EQ(1, copy->m_bRecurring);
+    EXPECT_EQ(1, copy->m_bException);
+    EXPECT_EQ(1, copy->m_bHasNote);
+    EXPECT_EQ(1, copy->m_bReminder);
+    EXPECT_EQ(1, copy->m_bSortLast);
+    EXPECT_EQ(kLineJournal, copy->m_nType);
+    EXPECT_EQ(1970, copy->m_wBirthdayYear);
+    EXPECT_EQ(1, copy->m_bListed);
+}
+
+TEST(Records, CalendarLineWithoutTextsCopiesToAnEmptyCategoryText) {
+    DATACALENDAR line;
+    line.m_szIcon = _wcsdup(u"");
+    const std::unique_ptr<DATACALENDAR> copy(line.Copy());
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(nullptr, copy->m_szIcon); // an empty icon is none
+    EXPECT_EQ(u"", Text(copy->m_szCategories));
+    EXPECT_EQ(nullptr, copy->m_bstrSubject);
+    EXPECT_TRUE(copy->IsHeader());
+}
+
+TEST(Records, TaskLinesAreNotCopied) {
+    DATACALENDAR line;
+    line.m_pTask = new DATATASKS;
+    line.m_pTask->m_szSubject = _wcsdup(u"owned by the line");
+    EXPECT_EQ(nullptr, line.Copy());
+}
+
+TEST(Records, ClearedCalendarLineHasItsDefaults) {
+    DATACALENDAR line;
+    line.m_pTask = new DATATASKS;
+    line.m_bstrSubject = SysAllocString(u"x");
+    line.m_oid = 1;
+    line.m_nType = kLineTask;
+    line.m_dtEnd = line.m_dtStart = 5;
+    line.m_lDay = 5;
+    line.m_bListed = 1;
+    line.NullData();
+    EXPECT_EQ(nullptr, line.m_pTask);
+    EXPECT_EQ(nullptr, line.m_bstrSubject);
+    EXPECT_EQ(0u, line.m_oid);
+    EXPECT_EQ(3, line.m_nType);
+    EXPECT_EQ(949998.0, line.m_dtStart);
+    EXPECT_EQ(949998.0, line.m_dtEnd);
+    EXPECT_EQ(949998, line.m_lDay);
+    EXPECT_EQ(0, line.m_bListed);
+    line.NullData(); // twice frees nothing twice
+}
+
+// A row with two children, of which the first has one.
+std::unique_ptr<DATATASKS> Tree() {
+    auto root = std::make_unique<DATATASKS>();
+    root->m_oid = 1;
+    root->m_szSubject = _wcsdup(u"root");
+    for (DWORD oid : {2u, 3u}) {
+        auto* child = new DATATASKS;
+        child->m_oid = oid;
+        child->m_pParent = root.get();
+        root->m_listChildren.Add(child);
+    }
+    auto* grandchild = new DATATASKS;
+    grandchild->m_oid = 4;
+    grandchild->m_szCategories = _wcsdup(u"Home");
+    root->m_listChildren[0]->m_listChildren.Add(grandchild);
+    return root;
+}
+
+TEST(Records, TaskTreeIsCountedAndCopied) {
+    auto root = Tree();
+    EXPECT_TRUE(root->IsParentNode());
+    EXPECT_EQ(2, root->NumChildren());
+    EXPECT_EQ(3, root->TotalNumChildren());
+    const std::unique_ptr<DATATASKS> whole(root->Copy(true));
+    const std::unique_ptr<DATATASKS> alone(root->Copy(false));
+    root.reset();
+    EXPECT_EQ(u"root", Text(whole->m_szSubject));
+    EXPECT_EQ(3, whole->TotalNumChildren());
+    const DATATASKS* first = whole->m_listChildren[0];
+    EXPECT_EQ(2u, first->m_oid);
+    EXPECT_EQ(whole.get(), first->m_pParent);
+    EXPECT_EQ(u"Home", Text(first->m_listChildren[0]->m_szCategories));
+    EXPECT_EQ(3u, whole->m_listChildren[1]->m_oid);
+    EXPECT_FALSE(alone->IsParentNode());
+    EXPECT_EQ(u"root", Text(alone->m_szSubject));
+}
+
+TEST(Records, CopiedTaskTextsHaveRoomForEightMore) {
+    DATATASKS row;
+    row.m_szSubject = _wcsdup(u"Call");
+    const std::unique_ptr<DATATASKS> copy(row.Copy(false));
+    wcscpy(copy->m_szSubject + 4, u" (12345)"); // the address checker would see one too many
+    EXPECT_EQ(u"Call (12345)", Text(copy->m_szSubject));
+}
+
+TEST(Records, ClearingATaskRowKeepsItsPlaceInTheTreeUnlessToldOtherwise) {
+    auto row = Tree();
+    row->m_bExpanded = 0;
+    row->m_oidParent = 9;
+    row->m_nImportance = 2;
+    row->m_dtDue = 40000;
+    row->NullData(false);
+    EXPECT_EQ(nullptr, row->m_szSubject);
+    EXPECT_EQ(1, row->m_nImportance);
+    EXPECT_EQ(949998.0, row->m_dtDue);
+    EXPECT_EQ(2, row->NumChildren());
+    EXPECT_EQ(0, row->m_bExpanded);
+    EXPECT_EQ(9u, row->m_oidParent);
+    row->NullData(true);
+    EXPECT_EQ(0, row->NumChildren());
+    EXPECT_EQ(1, row->m_bExpanded);
+    EXPECT_EQ(0u, row->m_oidParent);
+}
+
+TEST(Records, NotesTreeIsCountedAndCleared) {
+    DATANOTES folder;
+    folder.m_bstrTitle = SysAllocString(u"Folder");
+    folder.m_bExpanded = 0;
+    auto* note = new DATANOTES;
+    note->m_bstrPath = SysAllocString(u"\\My Documents\\a.pwi");
+    folder.m_listChildren.Add(note);
+    note->m_listChildren.Add(new DATANOTES);
+    EXPECT_EQ(1, folder.NumChildren());
+    EXPECT_EQ(2, folder.TotalNumChildren());
+    folder.NullData(false);
+    EXPECT_EQ(nullptr, folder.m_bstrTitle);
+    EXPECT_TRUE(folder.IsParentNode());
+    EXPECT_EQ(0, folder.m_bExpanded);
+    folder.NullData(true);
+    EXPECT_FALSE(folder.IsParentNode());
+    EXPECT_EQ(1, folder.m_bExpanded);
+}
+
+TEST(Records, ResultGroupOwnsItsHits) {
+    DATAPARENT group;
+    auto* hit = new DATAGENERAL;
+    hit->m_szText = _wcsdup(u"hit");
+    hit->m_dtDate = 40000;
+    hit->m_bFlag = 0;
+    EXPECT_EQ(1, group.m_listChildren.Add(hit)); // the first index
+    hit->NullData();
+    EXPECT_EQ(nullptr, hit->m_szText);
+    EXPECT_EQ(949998.0, hit->m_dtDate);
+    EXPECT_EQ(1, hit->m_bFlag);
+    hit->m_szSubject = _wcsdup(u"freed with the group");
+}
+
+// --- Contacts -------------------------------------------------------------------------------------------------------
+
+struct NameCase {
+    const WCHAR* first;
+    const WCHAR* last;
+    const WCHAR* company;
+    const WCHAR* fileAs;
+    LONG companyFormat; // the setting that group forms follow
+    ContactsDisplay format;
+    const WCHAR* shown;
+};
+
+class ContactNames : public ::testing::Test {
+protected:
+    ~ContactNames() override { g_nDisplayFormatCompany = 0; }
+};
+
+TEST_F(ContactNames, FollowTheFormat) {
+    const NameCase cases[] = {
+        {u"Ada", u"Byron", u"Acme", u"As", 0, kDisplayFirstLast, u"Ada Byron"},
+        {u"Ada", u"Byron", u"Acme", u"As", 0, kDisplayLastFirst, u"Byron, Ada"},
+        {u"Ada", u"Byron", u"Acme", u"As", 0, kDisplayFileAs, u"As"},
+        {u"Ada", u"", u"Acme", u"As", 0, kDisplayLastFirst, u"Ada"},
+        {nullptr, u"Byron", u"Acme", u"As", 0, kDisplayFirstLast, u"Byron"},
+        {u"", nullptr, u"Acme", u"As", 0, kDisplayFirstLast, u"Acme"},
+        {nullptr, nullptr, u"Acme", u"As", 0, kDisplayLastFirst, u"Acme"},
+        {nullptr, nullptr, u"", u"As", 0, kDisplayLastFirst, u"As"},
+        {nullptr, nullptr, u"Acme", u"As", 0, kDisplayFileAs, u"As"},
+        {u"Ada", u"Byron", u"Acme", nullptr, 0, kDisplayFileAs, u""},
+        {nullptr, nullptr, nullptr, nullptr, 0, kDisplayFirstLast, u""},
+        // Groups follow the company setting: 2 file-as, 0 first last, any other last, first.
+        {u"Ada", u"Byron", u"Acme", u"As", 2, kDisplayByCompany, u"As"},
+        {u"Ada", u"Byron", u"Acme", u"As", 0, kDisplayByCompany, u"Ada Byron"},
+        {u"Ada", u"Byron", u"Acme", u"As", 1, kDisplayByCategory, u"Byron, Ada"},
+        {u"Ada", u"Byron", u"Acme", u"As", 7, kDisplayCallLog, u"Byron, Ada"},
+        {u"Ada", u"Byron", u"Acme", u"As", 2, kDisplayByKey7, u"As"},
+    };
+    for (const bool privateHeap : {false, true}) {
+        const HANDLE heap = privateHeap ? HeapCreate(0, 0, 0) : nullptr;
+        for (const NameCase& c : cases) {
+            g_nDisplayFormatCompany = c.companyFormat;
+            const std::unique_ptr<DATACONTACTS> row(new (heap) DATACONTACTS(heap));
+            const auto set = [&](WCHAR*& field, const WCHAR* text) {
+                field = text ? AllocCSTR(text, heap) : nullptr;
+            };
+            set(row->m_szFirstName, c.first);
+            set(row->m_szLastName, c.last);
+            set(row->m_szCompany, c.company);
+            set(row->m_szFileAs, c.fileAs);
+            EXPECT_EQ(Text(c.shown), row->GetNameDisplay(c.format)) << "format " << c.format;
+        }
+        if (heap) HeapDestroy(heap);
+    }
+}
+
+TEST_F(ContactNames, AreKeptUntilFormatOrClear) {
+    const std::unique_ptr<DATACONTACTS> row(new (nullptr) DATACONTACTS(nullptr));
+    row->m_szFirstName = AllocCSTR(u"Ada");
+    row->m_szLastName = AllocCSTR(u"Byron");
+    const WCHAR* const shown = row->GetNameDisplay(kDisplayFirstLast);
+    EXPECT_EQ(shown, row->GetNameDisplay(kDisplayFirstLast));
+    ReAllocCSTR(&row->m_szLastName, u"Lovelace");
+    EXPECT_EQ(u"Ada Byron", Text(row->GetNameDisplay(kDisplayFirstLast)));
+    EXPECT_EQ(u"Lovelace, Ada", Text(row->GetNameDisplay(kDisplayLastFirst)));
+    row->ClearNameDisplay();
+    EXPECT_EQ(u"Ada Lovelace", Text(row->GetNameDisplay(kDisplayFirstLast)));
+}
+
+} // namespace

@@ -1,0 +1,76 @@
+// The side databases of the platform's volume in the words of a test: categories, who has them, named properties.
+#pragma once
+
+#include "NorvoTools/CeDb.h"
+#include "Platform/registry.h"
+#include "QNWorkerClass/categories.h"
+#include "tests/support/store.h"
+
+#include <string>
+#include <vector>
+
+inline std::string NarrowText(const WCHAR* text) {
+    std::string narrow;
+    for (; text && *text; ++text) narrow += *text < 128 ? static_cast<char>(*text) : '?';
+    return narrow;
+}
+
+class SideStoresTest : public StoreTest {
+protected:
+    SideStoresTest() {
+        Mount(u"\\pim.vol");
+        ResetFullCategoryList();
+    }
+    // The cached list is the process's: it is left empty for whoever comes next.
+    ~SideStoresTest() override {
+        const HANDLE db = Open(u"CategoryMainDB");
+        while (const CEOID oid = First(db)) CeDeleteRecord(db, oid);
+        ResetFullCategoryList();
+        Close(db);
+    }
+
+    HANDLE Side(const WCHAR* name) { return Open(name); }
+    // The new category's id.
+    LONG AddCategory(std::u16string name) {
+        const HANDLE db = Side(u"CategoryMainDB");
+        const CEOID oid = Add(db, Values().Text(2, std::move(name)));
+        CeSeekDatabaseEx(db, CEDB_SEEK_CEOID, oid, 1, nullptr);
+        const Read read(db, {0x00010066});
+        const auto id = static_cast<LONG>(read[0].val.ulVal);
+        Close(db);
+        return id;
+    }
+    void Associate(CEOID item, LONG category) {
+        const HANDLE db = Side(u"CategoryAssocDB");
+        Add(db, Values().UInt(1, item).Int(2, category));
+        Close(db);
+    }
+    void SetNamed(CEOID item, DWORD property, std::vector<BYTE> bytes) {
+        const HANDLE db = Side(u"PIMNamedPropVals");
+        Add(db, Values().UInt(1, item).UInt(2, property).Blob(3, std::move(bytes)));
+        Close(db);
+    }
+    void DeleteDatabase(const WCHAR* name) {
+        CEOID oid = 0;
+        const HANDLE db = CeOpenDatabaseInSession(nullptr, &m_guid, &oid, name, nullptr, 0, nullptr);
+        CloseHandle(db);
+        EXPECT_TRUE(CeDeleteDatabaseEx(&m_guid, oid)) << GetLastError();
+    }
+
+    // "Work, Home" of a list.
+    static std::string Names(const CFullCategoryList& list) {
+        std::string names;
+        for (const CFullCategory* category : list)
+            names += (names.empty() ? "" : ", ") + NarrowText(category->m_szName);
+        return names;
+    }
+    static void Choose(CFullCategoryList& list, std::vector<std::pair<std::u16string, LONG>> chosen) {
+        list.Clear();
+        for (const auto& [name, id] : chosen) {
+            auto* category = new CFullCategory;
+            category->m_szName = _wcsdup(name.c_str());
+            category->m_lId = id;
+            list.Add(category);
+        }
+    }
+};
