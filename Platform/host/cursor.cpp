@@ -163,11 +163,6 @@ CEOID Cursor::Step(Session& session, LONGLONG n, DWORD& error) {
         return SeekBeginning(session, n - 1, error);
     case Place::AfterLast:
         return SeekEnd(session, -n - 1, error);
-    case Place::Gap:
-        if (n == 0) return Miss(error);
-        m_ahead = 1;
-        m_index = -1;
-        return StepFromKey(session, n, error);
     case Place::On:
         break;
     }
@@ -258,7 +253,6 @@ DWORD Cursor::Index(Session& session, DWORD& error) {
 
 CEOID Cursor::Current(Session& session, RecordView& record, DWORD& error) {
     if (m_place == Place::Fresh && !SeekBeginning(session, 0, error)) return 0;
-    if (m_place == Place::Gap) error = ERROR_KEY_DELETED;
     if (m_place != Place::On) return Miss(error);
     if (!BatchGood(session)) {
         m_ahead = 1;
@@ -274,12 +268,6 @@ CEOID Cursor::Current(Session& session, RecordView& record, DWORD& error) {
     }
     record = *view;
     return m_oid;
-}
-
-void Cursor::Deleted(CEOID oid) {
-    if (m_place != Place::On || m_oid != oid) return;
-    KeepKey();
-    m_place = Place::Gap;
 }
 
 } // namespace plat

@@ -131,12 +131,10 @@ BOOL CeDeleteRecord(HANDLE handle, CEOID oid) {
     const auto db = FindObject<Database>(handle);
     if (!db) return Answer(ERROR_INVALID_HANDLE);
     SessionLock lock(*db->m_session);
-    const DWORD error = db->m_session->Write([&](Writer& writer) {
+    return Answer(db->m_session->Write([&](Writer& writer) {
         const DWORD failed = writer.Renew(db->m_info);
         return failed ? failed : writer.Delete(*db->m_info, oid);
-    });
-    if (!error) db->m_cursor.Deleted(oid);
-    return Answer(error);
+    }));
 }
 
 // --- Streams ------------------------------------------------------------------------------------------------------

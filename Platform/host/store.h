@@ -494,11 +494,9 @@ public:
 
     // The current record; a view into this cursor's bytes.
     CEOID Current(Session& session, RecordView& record, DWORD& error);
-    // The record was deleted through this handle.
-    void Deleted(CEOID oid);
 
 private:
-    enum class Place : BYTE { Fresh, BeforeFirst, On, Gap, AfterLast };
+    enum class Place : BYTE { Fresh, BeforeFirst, On, AfterLast };
     struct Row {
         CEOID oid;
         size_t key;

@@ -1,6 +1,7 @@
 // What may go wrong: failing writes, damaged and foreign files, folders that can't be written.
 #include "tests/support/store.h"
 
+#include <atomic>
 #include <csignal>
 #include <fstream>
 #include <random>
@@ -8,6 +9,24 @@
 #include <sys/fsuid.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+std::atomic<int> g_syncs{0};
+
+} // namespace
+
+// In place of the C library's: counts how often something is put on disk for good.
+extern "C" __attribute__((visibility("default"))) int fdatasync(int file) {
+    ++g_syncs;
+    return static_cast<int>(syscall(SYS_fdatasync, file));
+}
+extern "C" __attribute__((visibility("default"))) int fsync(int file) {
+    ++g_syncs;
+    return static_cast<int>(syscall(SYS_fsync, file));
+}
 
 namespace {
 
@@ -57,6 +76,27 @@ TEST_F(Faults, ASaveIsWholeOrNotThereWhateverFails) {
             CeDeleteRecord(db, Read(db, {kNumber}).Oid());
         Change(db, old, Values().Text(2, u"old"));
     }
+}
+
+TEST_F(Faults, WhatWasReportedAsDoneIsOnDisk) {
+    CreateAndOpen(u"d");
+    const HANDLE session = NewSession();
+    const HANDLE db = Open(u"d", nullptr, session);
+    const auto expectSyncs = [](int atLeast, int atMost, auto change) {
+        const int before = g_syncs;
+        EXPECT_TRUE(change());
+        EXPECT_GE(g_syncs - before, atLeast);
+        EXPECT_LE(g_syncs - before, atMost);
+    };
+    CEOID oid = 0;
+    expectSyncs(1, 2, [&] { return (oid = Add(db, Values().Int(1, 1))) != 0; });
+    expectSyncs(1, 1, [&] { return Change(db, oid, Values().Int(1, 2)) != 0; });
+    First(db);
+    expectSyncs(1, 1, [&] { return WriteStream(db, kStream, Pattern(5000)); });
+    expectSyncs(0, 0,
+                [&] { return CeBeginTransaction(session, 1) && Add(db, Values()) && Add(db, Values()); });
+    expectSyncs(1, 1, [&] { return CeEndTransaction(session, TRUE) != FALSE; });
+    expectSyncs(1, 1, [&] { return CeDeleteRecord(db, oid) != FALSE; });
 }
 
 TEST_F(Faults, SingleOperationsTellAndChangeNothing) {

@@ -517,6 +517,24 @@ TEST_F(Transactions, CommitAndRollBack) {
     EXPECT_EQ(Walk(outside, kNumber), "4");
 }
 
+TEST_F(Transactions, TwoHandlesOfOneSessionSeeEachOther) {
+    const auto order = Order({{kNumber, 0}});
+    Create(u"t", {order});
+    const HANDLE session = NewSession();
+    const HANDLE walker = Open(u"t", &order, session);
+    const HANDLE writer = Open(u"t", &order, session);
+    ASSERT_TRUE(CeBeginTransaction(session, 1));
+    std::vector<CEOID> oids;
+    for (LONG n = 0; n < 20; ++n) oids.push_back(Add(writer, Values().Int(1, n)));
+    for (int i = 0; i < 6; ++i) i ? Next(walker) : First(walker);
+    ASSERT_EQ(ReadOne(walker, kNumber), "5");
+    ASSERT_TRUE(CeDeleteRecord(writer, oids[6]));
+    EXPECT_EQ(Next(walker), oids[7]);
+    EXPECT_TRUE(Change(writer, oids[7], Values().Text(2, u"new")));
+    EXPECT_EQ(ReadOne(walker, kText), "'new'");
+    ASSERT_TRUE(CeEndTransaction(session, TRUE));
+}
+
 TEST_F(Transactions, ClosingTheSessionRollsBackAndLeavesDatabasesOpen) {
     Create(u"t");
     const HANDLE session = NewSession();
