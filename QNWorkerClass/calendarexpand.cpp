@@ -6,17 +6,14 @@
 
 namespace {
 
-constexpr LONG kReachBack = 2; // days before the range in which an occurrence may begin that reaches into it
 constexpr LONG kMinutesPerHour = 60;
 
 // From here on the extra minutes of an all-day occurrence hold the midnight at its end.
 constexpr LONGLONG kAllDayExtra = 1339;
 
-constexpr LONG DayOfLong(LONGLONG minutes) {
-    return static_cast<LONG>(civil::FloorDiv(minutes, kMinutesPerDay) - civil::kDaysTo1899);
-}
-
-LONGLONG MinutesOf(LONG day) { return (day + civil::kDaysTo1899) * kMinutesPerDay; }
+// The days that a line may stand on: 1601 to 9999.
+constexpr LONG kFirstDay = -static_cast<LONG>(civil::kDaysTo1899);
+constexpr LONG kEndOfDays = static_cast<LONG>(civil::kEndOfTicks / civil::kTicksPerDay - civil::kDaysTo1899);
 
 void Replace(BSTR& text, BSTR with) {
     if (!with) return;
@@ -41,8 +38,11 @@ bool CCalendarThread::ParseAndCheckRecurring() {
 }
 
 void CCalendarThread::fFillEventList() {
-    if (m_pRecord->m_wRecurType == 0) return fFillNonRecurrEvnt();
-    RecurrenceRule rule = m_pRecord->Rule();
+    const DATACALENDARDB& record = *m_pRecord;
+    if (record.m_wRecurType == 0) return fFillNonRecurrEvnt();
+    m_fromMidnight = TimesFromMidnight(record.m_wStartHour, record.m_wStartMinute, record.m_wEndHour,
+                                       record.m_wEndMinute, record.m_bAllDay != 0);
+    RecurrenceRule rule = record.Rule();
     switch (rule.kind) {
     case RuleKind::None:
         return;
@@ -72,7 +72,7 @@ void CCalendarThread::fFillSeriesOnce() {
     DATACALENDARDB& record = *m_pRecord;
     if (!ReadRestOnce()) return;
     if (record.m_wRecurType != 0) {
-        m_llOccurrence = MinutesOf(static_cast<LONG>(record.m_dtStart));
+        m_occurrence = {static_cast<LONG>(record.m_dtStart), 0};
         if (!fGetRecurTimingStr(record.HasZone(), record.m_wStartHour, record.m_wStartMinute,
                                 record.m_wEndHour, record.m_wEndMinute, record, 0))
             return;
@@ -85,12 +85,14 @@ void CCalendarThread::fFillSeriesOnce() {
 // The dates of the rule from before the range to its end, without those that `skip` and the deleted list take out.
 template<class Skip>
 void CCalendarThread::WalkEvents(const RecurrenceRule& rule, bool overMidnight, Skip skip) {
+    DATACALENDARDB& record = *m_pRecord;
+    const bool isPlain = m_pDeletedDates->IsEmpty() && record.m_listExceptions.IsEmpty();
     RuleWalk walk(rule, m_range.first, m_range.last, overMidnight, RuleWalk::Entry::Calendar);
     for (; walk.InRange(); walk.Step()) {
         LONG day = walk.Day();
-        if (skip(day) || fCheckDeleteExp(day)) continue;
-        m_llOccurrence = MinutesOf(day);
-        if (!fCheckExp(*m_pRecord, day)) fFillEventInfo(*m_pRecord);
+        if (skip(day) || (!isPlain && fCheckDeleteExp(day))) continue;
+        m_occurrence = {day, 0};
+        if (isPlain || !fCheckExp(record, day)) fFillEventInfo(record);
     }
 }
 
@@ -138,20 +140,87 @@ void CCalendarThread::fFillYearlyType3(const RecurrenceRule& rule) {
     WalkEvents(rule, false, [&](LONG day) { return day < rule.startDay; });
 }
 
-// --- One occurrence -----------------------------------------------------------------------------------------------
+// --- The times of a line ------------------------------------------------------------------------------------------
 
-bool CCalendarThread::OccurrenceIsTooEarly() const {
-    return m_range.first - kReachBack > DayOfLong(m_llOccurrence);
+bool CCalendarThread::fGetRecurTimingStr(bool bZone, LONG startHour, LONG startMinute, LONG endHour,
+                                         LONG endMinute, DATACALENDAR& line, LONGLONG extraMinutes) {
+    bool allDay = line.m_bAllDay != 0;
+    LineTimes fromMidnight = TimesFromMidnight(startHour, startMinute, endHour, endMinute, allDay);
+    if (extraMinutes != 0) {
+        if (allDay && extraMinutes > kAllDayExtra) extraMinutes -= kMinutesPerDay;
+        fromMidnight.end = DayTimeOf(m_occurrence.minute + extraMinutes);
+    }
+    LineTimes times;
+    if (!PlaceTimes(fromMidnight, bZone && !allDay, times)) return false;
+    SetLineTimes(times, line);
+    return true;
 }
+
+// The end of an all-day occurrence is the midnight behind its last day, and stands for that day.
+CCalendarThread::LineTimes CCalendarThread::TimesFromMidnight(LONG startHour, LONG startMinute, LONG endHour,
+                                                              LONG endMinute, bool bAllDay) {
+    LONG hours = endHour;
+    if (bAllDay && endMinute != 0) hours += 24;
+    if (bAllDay && hours >= 24) hours -= 24;
+    return {DayTimeOf(startHour * kMinutesPerHour + startMinute),
+            DayTimeOf(hours * kMinutesPerHour + endMinute)};
+}
+
+namespace {
+
+// Days of the start are added to the day of the month, without a carry: past the month's end there is no such date, and
+// no line.
+bool StartExists(LONG day, LONG startDays) {
+    CivilDate date = CivilOf(day);
+    date.day += startDays;
+    return DateExists(date);
+}
+
+bool IsListDay(LONG day) { return day >= kFirstDay && day < kEndOfDays; }
+
+} // namespace
+
+// The times of the current occurrence.
+inline bool CCalendarThread::PlaceTimes(const LineTimes& fromMidnight, bool bZone, LineTimes& times) {
+    LONG day = m_occurrence.day;
+    if (fromMidnight.start.day != 0 && !StartExists(day, fromMidnight.start.day)) return false;
+    times.start = {day + fromMidnight.start.day, fromMidnight.start.minute};
+    times.end = {day + fromMidnight.end.day, fromMidnight.end.minute};
+    if (bZone && (!ToDeviceTime(times.start) || !ToDeviceTime(times.end))) return false;
+    return IsListDay(times.start.day) && IsListDay(times.end.day);
+}
+
+// From the event's clock to the device's. Summer time is told by the day, so the hours before a change are off by one
+// on its day: the list and the item's own page agree on that.
+bool CCalendarThread::ToDeviceTime(DayTime& time) {
+    LONGLONG seconds = ((time.day + civil::kDaysTo1899) * kMinutesPerDay + time.minute) * 60;
+    if (!m_zoneEvent.ToUtc(seconds, seconds) || !m_zoneLocal.ToLocal(seconds, seconds)) return false;
+    time = DayTimeOf(civil::FloorDiv(seconds, 60) - civil::kDaysTo1899 * kMinutesPerDay);
+    return true;
+}
+
+inline void CCalendarThread::SetLineTimes(const LineTimes& times, DATACALENDAR& line) const {
+    line.m_lDay = times.start.day;
+    if (line.m_bAllDay) {
+        line.m_dtStart = times.start.day;
+        line.m_dtEnd = times.end.day;
+        line.m_lDuration = (times.end.day - times.start.day + 1) * kMinutesPerDay;
+        return;
+    }
+    line.m_dtStart = VariantOf(times.start);
+    line.m_dtEnd = VariantOf(times.end);
+    LONG minutes = (times.end.day - times.start.day) * kMinutesPerDay + times.end.minute - times.start.minute;
+    line.m_lDuration = minutes < 0 ? minutes + 1 : minutes; // half a minute is added and the rest cut off
+}
+
+// --- One occurrence -----------------------------------------------------------------------------------------------
 
 // The line is made only when it is listed: most of what a walk touches before the range is not.
 void CCalendarThread::fFillEventInfo(DATACALENDARDB& record) {
     if (OccurrenceIsTooEarly()) return;
     LineTimes times;
-    if (!GetLineTimes(record.HasZone(), record.m_wStartHour, record.m_wStartMinute, record.m_wEndHour,
-                      record.m_wEndMinute, record.m_bAllDay != 0, 0, times))
-        return;
-    if (DayOfLong(times.end) < m_range.first || DayOfLong(times.start) > m_range.last) return;
+    if (!PlaceTimes(m_fromMidnight, !record.m_bAllDay && record.HasZone(), times)) return;
+    if (times.end.day < m_range.first || times.start.day > m_range.last) return;
     if (!ReadRestOnce()) return;
     std::unique_ptr<DATACALENDAR> line(record.Copy());
     SetLineTimes(times, *line);
@@ -173,7 +242,8 @@ bool CCalendarThread::fCheckExp(DATACALENDARDB& record, LONG day) {
     if (!change) return false;
     LONGLONG extraMinutes = 0;
     if (change->bMoved) {
-        m_llOccurrence = change->dwMovedTo;
+        m_occurrence = {DayOfMinutes(change->dwMovedTo),
+                        static_cast<LONG>(change->dwMovedTo % kMinutesPerDay)};
         if (change->bMultiDay) extraMinutes = LONGLONG{change->dwEnd} - change->dwStart;
     }
     if (OccurrenceIsTooEarly()) return false;
@@ -192,70 +262,6 @@ bool CCalendarThread::fCheckExp(DATACALENDARDB& record, LONG day) {
     line->m_bException = 1;
     AddCalendarItemToList(std::move(line));
     return true;
-}
-
-// --- The times of a line ------------------------------------------------------------------------------------------
-
-bool CCalendarThread::fGetRecurTimingStr(bool bZone, LONG startHour, LONG startMinute, LONG endHour,
-                                         LONG endMinute, DATACALENDAR& line, LONGLONG extraMinutes) {
-    LineTimes times;
-    if (!GetLineTimes(bZone, startHour, startMinute, endHour, endMinute, line.m_bAllDay != 0, extraMinutes,
-                      times))
-        return false;
-    SetLineTimes(times, line);
-    return true;
-}
-
-// With `extraMinutes` the end is the moment of the occurrence and these on; otherwise it is built of hour and minute.
-bool CCalendarThread::GetLineTimes(bool bZone, LONG startHour, LONG startMinute, LONG endHour, LONG endMinute,
-                                   bool bAllDay, LONGLONG extraMinutes, LineTimes& times) {
-    LONG day = DayOfLong(m_llOccurrence);
-    LONGLONG midnight = MinutesOf(day);
-    LONG startDays = startHour / 24;
-    if (startDays !=
-        0) { // added to the day of the month, without a carry: past its end there is no such date
-        CivilDate date = CivilOf(day);
-        date.day += startDays;
-        if (!DateExists(date)) return false;
-    }
-    times.start = midnight + startHour * kMinutesPerHour + startMinute;
-    if (extraMinutes != 0) {
-        if (bAllDay && extraMinutes > kAllDayExtra) extraMinutes -= kMinutesPerDay;
-        times.end = m_llOccurrence + extraMinutes;
-    } else {
-        LONG hours = endHour;
-        if (bAllDay && endMinute != 0) hours += 24;
-        if (bAllDay && hours >= 24) hours -= 24; // the midnight at the end of the last day
-        times.end = midnight + hours * kMinutesPerHour + endMinute;
-    }
-    if (!bAllDay && bZone && (!ToDeviceTime(times.start) || !ToDeviceTime(times.end))) return false;
-    return times.start >= 0 && times.end >= 0 && times.start < civil::kEndOfTicks / civil::kTicksPerMinute &&
-           times.end < civil::kEndOfTicks / civil::kTicksPerMinute;
-}
-
-// From the event's clock to the device's. Summer time is told by the day, so the hours before a change are off by one
-// on its day: the list and the item's own page agree on that.
-bool CCalendarThread::ToDeviceTime(LONGLONG& minutes) {
-    LONGLONG utc;
-    LONGLONG local;
-    if (!m_zoneEvent.ToUtc(minutes * 60, utc) || !m_zoneLocal.ToLocal(utc, local)) return false;
-    minutes = civil::FloorDiv(local, 60);
-    return true;
-}
-
-void CCalendarThread::SetLineTimes(const LineTimes& times, DATACALENDAR& line) const {
-    LONG startDay = DayOfLong(times.start);
-    line.m_lDay = startDay;
-    if (line.m_bAllDay) {
-        LONG endDay = DayOfLong(times.end);
-        line.m_dtStart = startDay;
-        line.m_dtEnd = endDay;
-        line.m_lDuration = (endDay - startDay + 1) * kMinutesPerDay;
-        return;
-    }
-    line.m_dtStart = VariantOfSeconds(times.start * 60);
-    line.m_dtEnd = VariantOfSeconds(times.end * 60);
-    line.m_lDuration = static_cast<LONG>(times.end - times.start);
 }
 
 // --- Steps of a rule, on dates ------------------------------------------------------------------------------------

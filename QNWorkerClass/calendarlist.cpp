@@ -26,6 +26,9 @@ struct EndOfItem {
     LONG second;
 };
 
+// Most items: told without rounding, but for an end within the last second of a day.
+bool EndsOnItsDay(const DATACALENDAR& line) { return line.m_dtEnd + 1.0 / kSecondsPerDay < line.m_lDay + 1; }
+
 bool IsSameLine(const DATACALENDAR& a, const DATACALENDAR& b) {
     return a.m_oid == b.m_oid && a.m_lDay == b.m_lDay && a.m_dtStart == b.m_dtStart &&
            a.m_lDuration == b.m_lDuration;
@@ -40,8 +43,10 @@ void CCalendarThread::AddCalendarItemToList(std::unique_ptr<DATACALENDAR> line) 
         GetCalendarOverlays().pfnAddAge(*this, *line);
     DATACALENDAR* listed = line.release();
     m_listData.Add(listed);
-    if (m_nFilter == kFilterSingleSeries) return;
+    if (m_nFilter != kFilterSingleSeries && !EndsOnItsDay(*listed)) AddFurtherDays(listed);
+}
 
+void CCalendarThread::AddFurtherDays(DATACALENDAR* listed) {
     EndOfItem end(listed->m_dtEnd);
     bool timed = !listed->m_bAllDay;
     LONG last = std::min(end.day, static_cast<LONG>(kLatestListDate));
@@ -49,8 +54,7 @@ void CCalendarThread::AddCalendarItemToList(std::unique_ptr<DATACALENDAR> line) 
         --last; // it doesn't touch the day that it ends on
     bool cut = m_nFilter == kFilterAll && last > m_range.last;
     if (cut) last = m_range.last;
-    LONG first = listed->m_lDay;
-    for (LONG day = first + 1; day <= last; ++day) {
+    for (LONG day = listed->m_lDay + 1; day <= last; ++day) {
         if (day == last && timed && !cut && m_nSingleIfEndsEarly != 0 && end.IsBefore(m_nSingleIfEndsEarly)) {
             listed->m_bEndsEarlier = 1;
             break;

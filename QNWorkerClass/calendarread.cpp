@@ -271,10 +271,8 @@ void CCalendarThread::ReadEventZone() {
 
 // --- The dear half ------------------------------------------------------------------------------------------------
 
-bool CCalendarThread::ReadRestOnce() {
-    if (m_pRecord->m_bRefused) return false;
-    if (m_pRecord->m_bstrSubject) return true;
-    m_pRecord->m_bRefused = !fReadRestOfRecord();
+bool CCalendarThread::ReadRestFirst() {
+    if (!m_pRecord->m_bRefused) m_pRecord->m_bRefused = !fReadRestOfRecord();
     return !m_pRecord->m_bRefused;
 }
 

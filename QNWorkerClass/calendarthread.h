@@ -168,6 +168,7 @@ protected:
 
     // --- The list (calendarlist.cpp, calendarsort.cpp) ------------------------------------------------------------
     void AddCalendarItemToList(std::unique_ptr<DATACALENDAR> line);
+    void AddFurtherDays(DATACALENDAR* listed);
     void AddCalendarDate();
     void AddCalendarDatesForRange();
     void AddCalendarDatesForData();

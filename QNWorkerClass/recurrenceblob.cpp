@@ -67,6 +67,33 @@ struct CRecurrenceParser::Lists {
     DWORD modifiedHeld = 0;
 };
 
+// --- Bytes --------------------------------------------------------------------------------------------------------
+
+inline WORD CRecurrenceParser::Read16() {
+    WORD value = 0;
+    if (m_position + sizeof value <= m_size)
+        value = static_cast<WORD>(m_blob[m_position] | m_blob[m_position + 1] << 8);
+    m_position += sizeof value;
+    return value;
+}
+
+inline DWORD CRecurrenceParser::Read32() {
+    DWORD value = 0;
+    if (m_position + sizeof value <= m_size) {
+        const BYTE* at = m_blob + m_position;
+        value = at[0] | static_cast<DWORD>(at[1]) << 8 | static_cast<DWORD>(at[2]) << 16 |
+                static_cast<DWORD>(at[3]) << 24;
+    }
+    m_position += sizeof value;
+    return value;
+}
+
+void CRecurrenceParser::MustBeZero(DWORD value) {
+    if (value != 0) m_status = kBlobInconsistent;
+}
+
+// --- A blob ---------------------------------------------------------------------------------------------------
+
 void CRecurrenceParser::SetRestrict(const FILETIME& lo, const FILETIME& hi) {
     m_lo = FileTimeTicks(lo);
     m_hi = FileTimeTicks(hi);
@@ -125,31 +152,6 @@ int CRecurrenceParser::Parse(const BYTE* blob, DWORD size, DWORD, DATACALENDARDB
     ReadExceptions(*record, lists, modifiedDays);
     FillDeleted(lists, modifiedDays, *deletedList);
     return m_status;
-}
-
-// --- Bytes --------------------------------------------------------------------------------------------------------
-
-WORD CRecurrenceParser::Read16() {
-    WORD value = 0;
-    if (m_position + sizeof value <= m_size)
-        value = static_cast<WORD>(m_blob[m_position] | m_blob[m_position + 1] << 8);
-    m_position += sizeof value;
-    return value;
-}
-
-DWORD CRecurrenceParser::Read32() {
-    DWORD value = 0;
-    if (m_position + sizeof value <= m_size) {
-        const BYTE* at = m_blob + m_position;
-        value = at[0] | static_cast<DWORD>(at[1]) << 8 | static_cast<DWORD>(at[2]) << 16 |
-                static_cast<DWORD>(at[3]) << 24;
-    }
-    m_position += sizeof value;
-    return value;
-}
-
-void CRecurrenceParser::MustBeZero(DWORD value) {
-    if (value != 0) m_status = kBlobInconsistent;
 }
 
 // --- Header, pattern, lists ---------------------------------------------------------------------------------------

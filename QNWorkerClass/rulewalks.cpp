@@ -106,12 +106,10 @@ void RuleWalk::Enter(LONG lo, bool overMidnight, Entry entry) {
     }
 }
 
-void RuleWalk::Step() {
+void RuleWalk::StepOther() {
     switch (m_rule.kind) {
     case RuleKind::None:
-        return End();
     case RuleKind::Daily:
-        m_day += m_rule.period;
         return;
     case RuleKind::Weekday:
         m_day += WeekdayOf(m_day) == kFriday ? 3 : 1;
