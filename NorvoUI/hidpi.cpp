@@ -16,9 +16,12 @@ constexpr BYTE kAnyCharset = 0xFF;
 // Icons inside a line of text are a little smaller than the system's small icons.
 DWORD IconInText(DWORD smallIcon) {
     switch (smallIcon) {
-    case 32: return 24;
-    case 16: return 13;
-    default: return smallIcon;
+    case 32:
+        return 24;
+    case 16:
+        return 13;
+    default:
+        return smallIcon;
     }
 }
 

@@ -10,8 +10,8 @@ QN_API void HIDPI_InitScaling();
 
 // A font of so many points at the screen's dots per inch; weight 400 is normal, 700 bold, escapement tenths of a degree.
 // In Chinese, Japanese and Korean nothing is bold. The caller ends it with DeleteObject.
-QN_API HFONT CreateFontPoint(const WCHAR* face, int points, int weight, BYTE italic, BYTE underline, BYTE quality,
-                             int escapement);
+QN_API HFONT CreateFontPoint(const WCHAR* face, int points, int weight, BYTE italic, BYTE underline,
+                             BYTE quality, int escapement);
 
 // Takes the colours of tabs and bars from the settings; without bForce only when none is set yet.
 QN_API void InitLabelColors(bool bForce);

@@ -23,8 +23,8 @@ protected:
 void PlatSetContextMenuProvider(PlatContextMenuProvider* provider); // null takes it out
 
 // What the provider does; null handles and objects without one.
-HANDLE SHExtendContextMenu(IDataObject* data, const WCHAR* className, const WCHAR* extensionClass, HMENU popup,
-                           UINT first, UINT last, IUnknown** context);
+HANDLE SHExtendContextMenu(IDataObject* data, const WCHAR* className, const WCHAR* extensionClass,
+                           HMENU popup, UINT first, UINT last, IUnknown** context);
 void SHInvokeContextMenu(HANDLE extensions, HWND owner, UINT command);
 void SHFreeContextMenu(HANDLE extensions);
 

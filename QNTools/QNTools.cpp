@@ -11,7 +11,7 @@ DWORD g_nInitCount = 0;
 
 namespace {
 
-constexpr DWORD kHighResolution = 128; // a screen of this many dots an inch always has soft keys
+constexpr DWORD kHighResolution = 128;   // a screen of this many dots an inch always has soft keys
 constexpr DWORD kControlClasses = 0x11F; // list view, tree view, bar, tab, up-down and date classes
 constexpr int kWindowColor = 0x40000005;
 

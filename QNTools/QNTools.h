@@ -14,8 +14,8 @@
 #include "QNWorkerClass/COutlook.h"
 #include "QNWorkerClass/categories.h"
 
-extern QN_API BYTE g_bInitialised;  // the library is up
-extern QN_API DWORD g_nInitCount;   // 0 or 1: only raised on the way up
+extern QN_API BYTE g_bInitialised; // the library is up
+extern QN_API DWORD g_nInitCount;  // 0 or 1: only raised on the way up
 
 extern "C" {
 // Brings the library up: suite directory, categories, screen metrics, resources, session, colours. A given session is

@@ -30,8 +30,8 @@ struct QN_API DATACALENDAR {
     DWORD m_oidRecord = 0;        // id of the database record
     WORD m_wMeeting = 0;
     LONG m_lBusyStatus = 0;
-    LONG m_lDuration = 0; // minutes
-    LONG m_lDay = kNoDay; // the whole day on which this line stands
+    LONG m_lDuration = 0;       // minutes
+    LONG m_lDay = kNoDay;       // the whole day on which this line stands
     double m_dtStart = kNoDate; // local time; all lines of a multi-day item carry the same two
     double m_dtEnd = kNoDate;
     BSTR m_bstrSubject = nullptr; // owned, as the next two

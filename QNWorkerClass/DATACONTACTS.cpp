@@ -16,9 +16,12 @@ bool IsText(const WCHAR* text) { return text && *text; }
 // The format that group forms take from the company setting.
 LONG CompanyFormat() {
     switch (g_nDisplayFormatCompany.load(std::memory_order_relaxed)) {
-    case 2: return kDisplayFileAs;
-    case 0: return kDisplayFirstLast;
-    default: return kDisplayLastFirst;
+    case 2:
+        return kDisplayFileAs;
+    case 0:
+        return kDisplayFirstLast;
+    default:
+        return kDisplayLastFirst;
     }
 }
 
@@ -29,7 +32,8 @@ LONG EffectiveFormat(LONG format) {
 } // namespace
 
 DATACONTACTS::~DATACONTACTS() {
-    for (WCHAR** text : {&m_szFirstName, &m_szLastName, &m_szGroupKey, &m_szCompany, &m_szFileAs}) FreeText(*text);
+    for (WCHAR** text : {&m_szFirstName, &m_szLastName, &m_szGroupKey, &m_szCompany, &m_szFileAs})
+        FreeText(*text);
     ClearNameDisplay();
     ClearExtraData();
 }

@@ -43,12 +43,6 @@ CFullCategory* MakeCategory(const CategoryEntry& entry) {
     return category;
 }
 
-bool UsedByMask(const CategoryEntry& entry, DWORD mask) {
-    return mask == 0 || ((mask & kUsedByTasks) && entry.bUsedByTasks) ||
-           ((mask & kUsedByAppointments) && entry.bUsedByAppointments) ||
-           ((mask & kUsedByContacts) && entry.bUsedByContacts);
-}
-
 std::vector<std::u16string_view> SplitAt(std::u16string_view text, WCHAR separator) {
     std::vector<std::u16string_view> pieces;
     for (std::size_t start = 0; start <= text.size();) {
@@ -160,7 +154,7 @@ void GetCategories(CeStrList<WCHAR*>& names, bool bRefresh, DWORD mask) {
     const CategorySnapshot cache = bRefresh ? RefreshCache() : TakeCategorySnapshot();
     names.Clear();
     for (const CategoryEntry& entry : *cache)
-        if (UsedByMask(entry, mask)) names.Add(entry.szName.c_str());
+        if (entry.PassesMask(mask)) names.Add(entry.szName.c_str());
 }
 
 bool CategoryFilterHighLevel(const WCHAR* text, const CCategoryFilterInfo* filter) {

@@ -79,6 +79,13 @@ struct CategoryEntry {
     bool bUsedByTasks = false;
     bool bUsedByAppointments = false;
     bool bUsedByContacts = false;
+
+    // Whether one of the kinds of the mask uses it; 0 asks for none.
+    bool PassesMask(DWORD mask) const {
+        return mask == 0 || ((mask & kUsedByTasks) && bUsedByTasks) ||
+               ((mask & kUsedByAppointments) && bUsedByAppointments) ||
+               ((mask & kUsedByContacts) && bUsedByContacts);
+    }
 };
 using CategorySnapshot = std::shared_ptr<const std::vector<CategoryEntry>>;
 CategorySnapshot TakeCategorySnapshot();

@@ -48,19 +48,14 @@ bool Holds(const std::vector<std::u16string>& names, const std::u16string& name)
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-bool PassesMask(const CategoryEntry& category, DWORD mask) {
-    return mask == 0 || ((mask & kUsedByTasks) && category.bUsedByTasks) ||
-           ((mask & kUsedByAppointments) && category.bUsedByAppointments) ||
-           ((mask & kUsedByContacts) && category.bUsedByContacts);
-}
-
 } // namespace
 
 int CCategoryBase::CompareFunc(CCategoryItemList* const& a, CCategoryItemList* const& b, CEUSER) {
     if (a->m_nGroupIndex != b->m_nGroupIndex) return a->m_nGroupIndex < b->m_nGroupIndex ? -1 : 1;
     if (a->IsHeader() != b->IsHeader()) return a->IsHeader() ? -1 : 1;
     if ((a->m_nCheck != 0) != (b->m_nCheck != 0)) return a->m_nCheck != 0 ? -1 : 1;
-    return CompareStringW(LOCALE_USER_DEFAULT, NORM_IGNORECASE, a->m_szName.c_str(), -1, b->m_szName.c_str(), -1) -
+    return CompareStringW(LOCALE_USER_DEFAULT, NORM_IGNORECASE, a->m_szName.c_str(), -1, b->m_szName.c_str(),
+                          -1) -
            CSTR_EQUAL;
 }
 
@@ -97,12 +92,13 @@ void CCategoryBase::SetupCategories(DWORD mask) {
     for (const Group& group : groups) AddHeader(group.szName, group.nIndex, group.bCollapsed);
     const CategorySnapshot categories = TakeCategorySnapshot();
     for (const CategoryEntry& category : *categories)
-        if (PassesMask(category, mask)) PlaceCategory(category, groups, bNoneVisible);
+        if (category.PassesMask(mask)) PlaceCategory(category, groups, bNoneVisible);
     SortRows();
     if (mask != 0) DropEmptyHeaders();
 }
 
-void CCategoryBase::PlaceCategory(const CategoryEntry& category, const std::vector<Group>& groups, bool bNoneVisible) {
+void CCategoryBase::PlaceCategory(const CategoryEntry& category, const std::vector<Group>& groups,
+                                  bool bNoneVisible) {
     int placed = 0;
     for (const Group& group : groups) {
         if (!Holds(group.members, category.szName)) continue;

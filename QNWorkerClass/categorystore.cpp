@@ -55,12 +55,13 @@ bool ReadCategory(CeDb& main, CategoryEntry& entry) {
 std::vector<CategoryEntry> ReadCategoryStore() {
     std::vector<CategoryEntry> entries;
     CeDb main;
-    if (!main.MountVolumeEDB(kPimVolume, false) || !main.OpenEDB(0, kCategoryMainDb, nullptr, 0, nullptr, nullptr))
+    if (!main.MountVolumeEDB(kPimVolume, false) ||
+        !main.OpenEDB(0, kCategoryMainDb, nullptr, 0, nullptr, nullptr))
         return entries;
     CeDb assoc;
     SORTORDERSPECEX sort = CategoryFirst();
-    const bool haveAssoc =
-        assoc.MountVolumeEDB(kPimVolume, false) && assoc.OpenEDB(0, kCategoryAssocDb, &sort, 0, nullptr, nullptr);
+    const bool haveAssoc = assoc.MountVolumeEDB(kPimVolume, false) &&
+                           assoc.OpenEDB(0, kCategoryAssocDb, &sort, 0, nullptr, nullptr);
     for (CEOID oid = main.SeekFirst(); oid; oid = main.SeekNext()) {
         CategoryEntry entry;
         if (!ReadCategory(main, entry)) continue;

@@ -18,12 +18,13 @@ std::atomic<PlatContextMenuProvider*> g_provider{nullptr};
 
 void PlatSetContextMenuProvider(PlatContextMenuProvider* provider) { g_provider.store(provider); }
 
-HANDLE SHExtendContextMenu(IDataObject* data, const WCHAR* className, const WCHAR* extensionClass, HMENU popup,
-                           UINT first, UINT last, IUnknown** context) {
+HANDLE SHExtendContextMenu(IDataObject* data, const WCHAR* className, const WCHAR* extensionClass,
+                           HMENU popup, UINT first, UINT last, IUnknown** context) {
     plat::HostCall call;
     *context = nullptr;
     PlatContextMenuProvider* provider = g_provider.load();
-    return provider ? provider->Extend(data, className, extensionClass, popup, first, last, context) : nullptr;
+    return provider ? provider->Extend(data, className, extensionClass, popup, first, last, context)
+                    : nullptr;
 }
 
 void SHInvokeContextMenu(HANDLE extensions, HWND owner, UINT command) {

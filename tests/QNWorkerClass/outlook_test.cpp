@@ -322,20 +322,6 @@ TEST_F(RealSession, PropertiesAndNotificationMask) {
     EXPECT_NE(0, m_outlook.SubscribeToNotifications(12345, 1)); // no such folder
 }
 
-TEST_F(RealSession, TheSessionServesThreadsAtOnceWhileOneClosesIt) {
-    std::vector<std::thread> threads;
-    std::atomic<int> good{0};
-    m_outlook.GetPOOM2Property(u"QN_New", CEVT_UI4, true);
-    for (int t = 0; t < 3; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20; ++i)
-                if (m_outlook.GetPOOM2Property(u"QN_New", CEVT_UI4, false)) ++good;
-        });
-    for (int i = 0; i < 10; ++i) m_outlook.Close();
-    for (auto& thread : threads) thread.join();
-    EXPECT_GT(good, 0);
-}
-
 TEST_F(RealSession, ExchangePartners) {
     const std::u16string partners = u"Software\\Microsoft\\ActiveSync\\Partners\\";
     const auto set = [&](const WCHAR* partner, const WCHAR* engine) {

@@ -1,0 +1,407 @@
+// Bringing the library up and down, and what is settled on the way.
+#include "NorvoUI/CeBaseDialog.h"
+#include "Platform/clock.h"
+#include "Platform/com.h"
+#include "Platform/poom.h"
+#include "Platform/gdi.h"
+#include "Platform/modules.h"
+#include "Platform/windows.h"
+#include "QNTools/QNTools.h"
+#include "tests/support/devicefiles.h"
+
+#include <array>
+
+namespace {
+
+constexpr const WCHAR* kMachineKey = u"\\Software\\Norvo";
+constexpr const WCHAR* kBuiltIn = u"\\Program Files\\Norvo\\Quillonary";
+
+// --- Attach, before main --------------------------------------------------------------------------------------------
+
+// The library attaches while static objects are made, so its device folder is chosen earlier still.
+__attribute__((constructor(101))) void ChooseDeviceOfTheAttach() {
+    static char pattern[] = "/tmp/qnattach-XXXXXX";
+    setenv("QN_DEVICE", mkdtemp(pattern), 1);
+    // Registered first, so it runs last: the detach still finds the folder.
+    std::atexit([] {
+        std::error_code ignored;
+        std::filesystem::remove_all(pattern, ignored);
+    });
+}
+
+// What the attach has left, seen before the first test.
+struct Attached : ::testing::Environment {
+    void SetUp() override {
+        instance = g_hInstance;
+        directory = g_szNorvoDirectory ? g_szNorvoDirectory : u"";
+        WCHAR stored[kPathValueChars] = {};
+        GetFromRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"Norvo_Folder", stored, kPathValueChars);
+        folder = stored;
+        up = g_bInitialised != 0;
+    }
+    HINSTANCE instance = nullptr;
+    std::u16string directory;
+    std::u16string folder;
+    bool up = true;
+};
+Attached* const g_attached = static_cast<Attached*>(::testing::AddGlobalTestEnvironment(new Attached));
+
+TEST(Attach, SettlesTheSuiteDirectoryAndNothingElse) {
+    EXPECT_NE(nullptr, g_attached->instance);
+    EXPECT_EQ(kBuiltIn, g_attached->directory);
+    EXPECT_EQ(kBuiltIn, g_attached->folder); // written back
+    EXPECT_FALSE(g_attached->up);
+    EXPECT_EQ(g_attached->instance, GetModuleHandleW(u"QNTools.dll"));
+    EXPECT_NE(g_attached->instance, CeGetAppInstance());
+}
+
+// --- Up and down ----------------------------------------------------------------------------------------------------
+
+class Frame : public DeviceFilesTest {
+protected:
+    Frame() {
+        Down();
+        FreeNorvoDirectory(); // that of the attach
+        PlatTakeMessageBoxes();
+    }
+    ~Frame() override {
+        Down();
+        FreeNorvoDirectory();
+        CeBaseDialog::m_bSoftKeys = 1;
+        g_dwLeftDefine = 0;
+        g_dwRightDefine = 2;
+        ForgetMetrics();
+    }
+    static void Down() { UnInitQNTools(); }
+    static void ForgetMetrics() {
+        g_HIDPI_LogPixelsX = g_HIDPI_LogPixelsY = g_HIDPI_IconPixels = g_HIDPI_BorderPixels = 0;
+        g_HIDPI_IconPixels_Special = g_bSquareScreen = g_HIDPI_QNFontScale = 0;
+    }
+    static void SetValue(const WCHAR* name, const WCHAR* text) {
+        SetToRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, name, text);
+    }
+    static std::u16string Value(const WCHAR* name) {
+        WCHAR text[kPathValueChars] = {};
+        GetFromRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, name, text, kPathValueChars);
+        return text;
+    }
+    static std::u16string Boxes() {
+        std::u16string all;
+        for (const auto& box : PlatTakeMessageBoxes()) all += box.text + u"|";
+        return all;
+    }
+    static void SetScreen(int width, int height, int dots) {
+        PlatSetScreen({width, height, dots});
+        ForgetMetrics();
+    }
+};
+
+// A session of the application's own, which tells of its end.
+class OwnSession final : public COutlook {
+public:
+    explicit OwnSession(int& ended) : m_ended(ended) {}
+    ~OwnSession() override { ++m_ended; }
+
+private:
+    int& m_ended;
+};
+
+TEST_F(Frame, UpTwiceIsDownAfterOnce) {
+    InitQNTools(nullptr, true);
+    COutlook* const session = GetOutlookObject();
+    EXPECT_NE(nullptr, session);
+    EXPECT_EQ(1, g_bInitialised);
+    EXPECT_EQ(1u, g_nInitCount);
+    EXPECT_NE(nullptr, g_hResources);
+    EXPECT_NE(nullptr, g_hBoldFont);
+    EXPECT_NE(nullptr, g_hWindowBrush);
+    int ended = 0;
+    OwnSession own(ended);
+    InitQNTools(&own, true); // does nothing at all
+    EXPECT_EQ(session, GetOutlookObject());
+    EXPECT_EQ(1u, g_nInitCount);
+    UnInitQNTools();
+    EXPECT_EQ(0, g_bInitialised);
+    EXPECT_EQ(0u, g_nInitCount);
+    EXPECT_EQ(nullptr, GetOutlookObject());
+    EXPECT_EQ(nullptr, g_hResources);
+    EXPECT_EQ(nullptr, g_hBoldFont);
+    EXPECT_EQ(nullptr, g_hWindowBrush);
+    EXPECT_EQ(nullptr, g_szNorvoDirectory);
+    UnInitQNTools();
+    EXPECT_EQ(0u, g_nInitCount);
+    InitQNTools(nullptr, false);
+    EXPECT_EQ(1, g_bInitialised);
+    EXPECT_NE(nullptr, g_hResources);
+    EXPECT_NE(nullptr, g_szNorvoDirectory);
+    EXPECT_EQ(u"", Boxes());
+}
+
+TEST_F(Frame, AGivenSessionIsTheLibrarys) {
+    int ended = 0;
+    auto* own = new OwnSession(ended);
+    InitQNTools(own, true);
+    EXPECT_EQ(own, GetOutlookObject());
+    EXPECT_EQ(0, ended);
+    UnInitQNTools();
+    EXPECT_EQ(1, ended);
+}
+
+TEST_F(Frame, BringingItUpDoesNotLogOn) {
+    static int logons;
+    logons = 0;
+    PlatRegisterClassObject(CLSID_Application, IID_IPOutlookApp2,
+                            [](void**) -> HRESULT { return ++logons, E_FAIL; });
+    InitQNTools(nullptr, true);
+    EXPECT_EQ(0, logons);
+    UnInitQNTools();
+    EXPECT_EQ(0, logons);
+}
+
+// --- Folders --------------------------------------------------------------------------------------------------------
+
+TEST_F(Frame, SuiteDirectory) {
+    const struct {
+        const char* what;
+        const WCHAR* norvoFolder;
+        const WCHAR* installDir;
+        const WCHAR* directory;
+    } cases[] = {
+        {"neither", nullptr, nullptr, kBuiltIn},
+        {"the stored folder is there", u"\\Here", u"\\Card", u"\\Here"},
+        {"the stored folder is gone", u"\\Gone", u"\\Card", u"\\Card"},
+        {"gone, and nothing else", u"\\Gone", nullptr, kBuiltIn},
+        {"empty", u"", u"\\Card", u"\\Card"},
+    };
+    Put("Here/file", "x");
+    for (const auto& c : cases) {
+        for (const WCHAR* name : {u"Norvo_Folder", u"InstallDir"})
+            DeleteRegistryValue(HKEY_CURRENT_USER, kSuiteKey, name);
+        if (c.norvoFolder) SetValue(u"Norvo_Folder", c.norvoFolder);
+        if (c.installDir) SetValue(u"InstallDir", c.installDir);
+        FreeNorvoDirectory();
+        EXPECT_EQ(std::u16string(c.directory), GetNorvoDirectory()) << c.what;
+        EXPECT_EQ(c.directory, Value(u"Norvo_Folder")) << c.what;
+    }
+}
+
+TEST_F(Frame, PathsOfResourcesAndHelpers) {
+    std::array<WCHAR, kPathValueChars> buffer{};
+    EXPECT_EQ(buffer.data(), GetResourcesPath(buffer.data()));
+    EXPECT_EQ(u"\\WINDOWS\\QNResources.dll", std::u16string(buffer.data()));
+    SetValue(u"ResourcesLoc", u"\\Card\\Own.dll");
+    EXPECT_EQ(nullptr, GetResourcesPath(buffer.data())); // the value stands in the buffer all the same
+    EXPECT_EQ(u"\\Card\\Own.dll", std::u16string(buffer.data()));
+    const auto utils = [&] {
+        GetQNUtilsPath(buffer.data());
+        return std::u16string(buffer.data());
+    };
+    EXPECT_EQ(u"\\WINDOWS", utils());
+    SetValue(u"UtilsInstallDir", u"");
+    EXPECT_EQ(u"\\WINDOWS", utils());
+    SetValue(u"UtilsInstallDir", u"\\Card\\Tools");
+    EXPECT_EQ(u"\\Card\\Tools", utils());
+}
+
+TEST_F(Frame, MissingResourcesAreToldAndDoNotStopTheStart) {
+    SetValue(u"ResourcesLoc", u"\\WINDOWS\\NoSuch.dll");
+    InitQNTools(nullptr, true);
+    EXPECT_EQ(1, g_bInitialised);
+    EXPECT_EQ(nullptr, g_hResources);
+    const auto boxes = PlatTakeMessageBoxes();
+    ASSERT_EQ(1u, boxes.size());
+    EXPECT_NE(u"", boxes[0].text);
+    EXPECT_EQ(u"", boxes[0].caption);
+    EXPECT_EQ(0x40010u, boxes[0].flags);
+    const std::string log = Get("QN8_ERROR_LOG.txt");
+    const std::string told(boxes[0].text.begin(), boxes[0].text.end());
+    EXPECT_NE(std::string::npos, log.find(": " + told.substr(0, 10))) << log;
+    // Later texts yield nothing.
+    CShowError(40442, g_hResources, 0x40010);
+    EXPECT_EQ(u"", Boxes());
+}
+
+// --- Settings -------------------------------------------------------------------------------------------------------
+
+TEST_F(Frame, Alignment) {
+    const struct {
+        int left; // -1: no value
+        int right;
+        DWORD leftDefine;
+        DWORD rightDefine;
+    } cases[] = {{-1, -1, 0, 2}, {2, 0, 2, 0}, {1, 3, 0, 2}, {0, 0, 0, 0}, {2, -1, 2, 2}};
+    for (const auto& c : cases) {
+        Down();
+        g_dwLeftDefine = 0;
+        g_dwRightDefine = 2;
+        for (const auto& [name, value] :
+             {std::pair{u"QNGridLeft", c.left}, std::pair{u"QNGridRight", c.right}}) {
+            DeleteRegistryValue(HKEY_LOCAL_MACHINE, kMachineKey, name);
+            if (value >= 0) SetToRegistry(HKEY_LOCAL_MACHINE, kMachineKey, name, static_cast<DWORD>(value));
+        }
+        InitQNTools(nullptr, false);
+        EXPECT_EQ(c.leftDefine, GetLeftDefine()) << c.left;
+        EXPECT_EQ(c.rightDefine, g_dwRightDefine) << c.right;
+    }
+}
+
+TEST_F(Frame, SoftKeys) {
+    const struct {
+        const char* what;
+        bool com;
+        int setting; // -1: no value
+        DWORD dots;  // as the metrics stand before the start
+        int softKeys;
+    } cases[] = {
+        {"no setting", true, -1, 0, 1},
+        {"off", true, 0, 0, 0},
+        {"any number", true, 5, 0, 5},
+        {"a screen of 128 dots has them", true, 0, 128, 1},
+        {"other screens go by the setting", true, 0, 96, 0},
+        {"without COM nobody looks", false, 0, 0, 77},
+    };
+    for (const auto& c : cases) {
+        Down();
+        CeBaseDialog::m_bSoftKeys = 77;
+        ForgetMetrics();
+        g_HIDPI_LogPixelsX = c.dots;
+        DeleteRegistryValue(HKEY_CURRENT_USER, kSuiteKey, u"UseSoftKeys");
+        if (c.setting >= 0)
+            SetToRegistry(HKEY_CURRENT_USER, kSuiteKey, u"UseSoftKeys", static_cast<DWORD>(c.setting));
+        InitQNTools(nullptr, c.com);
+        EXPECT_EQ(c.softKeys, CeBaseDialog::m_bSoftKeys) << c.what;
+    }
+}
+
+TEST_F(Frame, LabelColors) {
+    InitQNTools(nullptr, false);
+    EXPECT_EQ(8444410u, crTabSelColor1);
+    EXPECT_EQ(6342645u, crTabSelColor2);
+    EXPECT_EQ(GetSysColor(13), crTabColor1);
+    EXPECT_EQ(GetSysColor(14), crTabColor2);
+    EXPECT_EQ(10248507u, crTabBorder);
+    EXPECT_EQ(52736u, crArrowSelColor1);
+    EXPECT_EQ(10276508u, crArrowSelColor2);
+    EXPECT_EQ(GetSysColor(9), crTopBarColor);
+    const WCHAR* key = u"Software\\Norvo\\Quillonary\\Colors";
+    SetToRegistry(HKEY_CURRENT_USER, key, u"crTabBorder", 0x00010203);
+    SetToRegistrySZ(HKEY_CURRENT_USER, key, u"crTabSelColor2", u"no number");
+    InitLabelColors(false); // some are set
+    EXPECT_EQ(10248507u, crTabBorder);
+    InitLabelColors(true);
+    EXPECT_EQ(0x00010203u, crTabBorder);
+    EXPECT_EQ(6342645u, crTabSelColor2);
+    SetToRegistry(HKEY_CURRENT_USER, key, u"crTabBorder", 0x00040506);
+    crTabSelColor1 = crTopBarColor = crTabColor1 = 0;
+    InitLabelColors(false);
+    EXPECT_EQ(0x00040506u, crTabBorder);
+}
+
+// --- Metrics and fonts ----------------------------------------------------------------------------------------------
+
+TEST_F(Frame, Metrics) {
+    const struct {
+        int width, height, dots;
+        DWORD icon, special, border, scale, square;
+    } cases[] = {
+        {240, 320, 96, 16, 13, 1, 1333, 0},
+        {480, 480, 192, 32, 24, 2, 2666, 1},
+        {320, 320, 128, 21, 21, 1, 1777, 1},
+    };
+    for (const auto& c : cases) {
+        SetScreen(c.width, c.height, c.dots);
+        HIDPI_InitScaling();
+        EXPECT_EQ(static_cast<DWORD>(c.dots), g_HIDPI_LogPixelsX);
+        EXPECT_EQ(static_cast<DWORD>(c.dots), g_HIDPI_LogPixelsY);
+        EXPECT_EQ(c.icon, g_HIDPI_IconPixels) << c.dots;
+        EXPECT_EQ(c.special, g_HIDPI_IconPixels_Special) << c.dots;
+        EXPECT_EQ(c.border, g_HIDPI_BorderPixels) << c.dots;
+        EXPECT_EQ(c.scale, g_HIDPI_QNFontScale) << c.dots;
+        EXPECT_EQ(c.square, g_bSquareScreen) << c.dots;
+    }
+    PlatSetScreen({240, 320, 96});
+    HIDPI_InitScaling(); // once only
+    EXPECT_EQ(128u, g_HIDPI_LogPixelsX);
+}
+
+TEST_F(Frame, FontsByPoints) {
+    const struct {
+        int dots, points;
+        LONG height;
+    } cases[] = {{96, 9, -12}, {96, 8, -10}, {96, 7, -9}, {128, 9, -16}, {192, 9, -24}, {96, 0, 0}};
+    for (const auto& c : cases) {
+        SetScreen(240, 320, c.dots);
+        HIDPI_InitScaling();
+        const HFONT font = CreateFontPoint(u"Tahoma", c.points, 700, 1, 1, 5, 900);
+        LOGFONTW made{};
+        ASSERT_NE(0, GetObjectW(font, sizeof made, &made));
+        EXPECT_EQ(c.height, made.lfHeight) << c.dots << " " << c.points;
+        EXPECT_EQ(u"Tahoma", std::u16string(made.lfFaceName));
+        EXPECT_EQ(700, made.lfWeight);
+        EXPECT_EQ(1, made.lfItalic);
+        EXPECT_EQ(1, made.lfUnderline);
+        EXPECT_EQ(5, made.lfQuality);
+        EXPECT_EQ(900, made.lfEscapement);
+        EXPECT_EQ(0xFF, made.lfCharSet);
+        DeleteObject(font);
+    }
+    const HFONT font =
+        CreateFontPoint(u"A face name that is longer than thirty-one characters", 9, 400, 0, 0, 0, 0);
+    LOGFONTW made{};
+    GetObjectW(font, sizeof made, &made);
+    EXPECT_EQ(u"A face name that is longer than", std::u16string(made.lfFaceName)); // 31 and the terminator
+    DeleteObject(font);
+}
+
+TEST_F(Frame, BoldDialogFont) {
+    SetScreen(240, 320, 96);
+    InitQNTools(nullptr, false);
+    LOGFONTW font{};
+    ASSERT_NE(0, GetObjectW(g_hBoldFont, sizeof font, &font));
+    EXPECT_EQ(u"Tahoma", std::u16string(font.lfFaceName));
+    EXPECT_EQ(700, font.lfWeight);
+    EXPECT_EQ(-12, font.lfHeight);
+}
+
+// --- Failures told --------------------------------------------------------------------------------------------------
+
+TEST_F(Frame, LogLines) {
+    const SYSTEMTIME now{2010, 3, 1, 1, 10, 0, 0, 0};
+    PlatSetClock(&now);
+    PlatTakeDebugOutput();
+    CeTraceLog(u"first %d %s", 5, u"100%");
+    CeTraceLog(u"second");
+    const std::string ticks = std::to_string(GetTickCount());
+    EXPECT_EQ(ticks + ": first 5 100%\r\n" + ticks + ": second\r\n", Get("QN8_ERROR_LOG.txt"));
+    EXPECT_EQ(2u, PlatTakeDebugOutput().size());
+}
+
+TEST_F(Frame, ErrorsFromTheResources) {
+    InitQNTools(nullptr, false);
+    PlatAnswerMessageBox(IDCANCEL);
+    EXPECT_EQ(IDCANCEL, CShowError(40442, g_hResources, 0x40010).m_nResult);
+    CShowError(9, g_hResources, 0x40010);
+    const auto boxes = PlatTakeMessageBoxes();
+    ASSERT_EQ(2u, boxes.size());
+    EXPECT_EQ(u"The item lacks a required value.", boxes[0].text);
+    EXPECT_EQ(u"QN Message", boxes[0].caption);
+    EXPECT_EQ(0x40010u, boxes[0].flags);
+    EXPECT_EQ(u"Resource Error text was not found. \r\rResource 9 not loaded.", boxes[1].text);
+}
+
+// --- Windows of the application -------------------------------------------------------------------------------------
+
+TEST_F(Frame, TopWindowOfTheApplication) {
+    EXPECT_EQ(nullptr, CeGetAppWindow());
+    WNDCLASSW known{};
+    known.lpfnWndProc = &DefWindowProcW;
+    known.lpszClassName = u"Frame";
+    RegisterClassW(&known);
+    const HWND top =
+        CreateWindowExW(0, u"Frame", u"", WS_VISIBLE, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+    SetActiveWindow(top);
+    EXPECT_EQ(top, CeGetAppWindow());
+    DestroyWindow(top);
+}
+
+} // namespace
