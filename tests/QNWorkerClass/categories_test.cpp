@@ -464,12 +464,9 @@ TEST_F(CategoryMenu, EntriesOfBeforeGoAndOthersStay) {
 }
 
 TEST_F(CategoryMenu, MaskAndLimit) {
-    const HANDLE db = Open(u"CategoryMainDB");
-    for (int i = 0; i < 960; ++i) {
-        std::u16string name = u"n";
-        for (char digit : std::to_string(i)) name += static_cast<WCHAR>(digit);
-        Add(db, Values().Text(2, name));
-    }
+    InOneTransaction([](HANDLE db) {
+        for (int i = 0; i < 960; ++i) Add(db, Values().Text(2, {u'n', static_cast<WCHAR>(0x4E00 + i)}));
+    });
     const CFullCategoryList chosen(0, PTRLIST_DELETE);
     AddCategoriesToMenuBar(nullptr, m_menu, chosen, true, 0);
     // 949 entries, a separator in front of every fifth from the first, and "All".

@@ -23,12 +23,23 @@ protected:
     }
     // The cached list is the process's: it is left empty for whoever comes next.
     ~SideStoresTest() override {
-        const HANDLE db = Open(u"CategoryMainDB");
-        while (const CEOID oid = First(db)) CeDeleteRecord(db, oid);
+        InOneTransaction([](HANDLE db) {
+            while (const CEOID oid = First(db)) CeDeleteRecord(db, oid);
+        });
         ResetFullCategoryList();
-        Close(db);
     }
 
+    // Many changes of the list of categories at the price of one.
+    template<class Work>
+    void InOneTransaction(Work work) {
+        const HANDLE session = NewSession();
+        CeBeginTransaction(session, 1);
+        const HANDLE db = Open(u"CategoryMainDB", nullptr, session);
+        work(db);
+        Close(db);
+        CeEndTransaction(session, TRUE);
+        Close(session);
+    }
     HANDLE Side(const WCHAR* name) { return Open(name); }
     // The new category's id.
     LONG AddCategory(std::u16string name) {
