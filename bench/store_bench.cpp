@@ -23,7 +23,6 @@
 namespace {
 
 constexpr int kRecords = 10000;
-constexpr int kSeries = 2000;
 constexpr CEPROPID kStart = 0x10420040;
 constexpr CEPROPID kPattern = 0x203F0064;
 constexpr CEPROPID kNote = 0x001E0064;

@@ -28,9 +28,9 @@ constexpr std::array<const char*, static_cast<size_t>(Sql::Count)> kStatements =
     // Key
     "INSERT OR REPLACE INTO ix(ord,key,oid) VALUES(?1,?2,?3)",
     "DELETE FROM ix WHERE ord=?1 AND key=?2",
-    "SELECT i.key,i.oid,r.data FROM ix i CROSS JOIN rec r ON r.id=(?2|i.oid) WHERE i.ord=?1 AND i.key>?3 "
+    "SELECT i.key,r.data FROM ix i CROSS JOIN rec r ON r.id=(?2|i.oid) WHERE i.ord=?1 AND i.key>?3 "
     "ORDER BY i.key LIMIT ?4 OFFSET ?5",
-    "SELECT i.key,i.oid,r.data FROM ix i CROSS JOIN rec r ON r.id=(?2|i.oid) WHERE i.ord=?1 AND i.key<?3 "
+    "SELECT i.key,r.data FROM ix i CROSS JOIN rec r ON r.id=(?2|i.oid) WHERE i.ord=?1 AND i.key<?3 "
     "ORDER BY i.key DESC LIMIT ?4 OFFSET ?5",
     "SELECT count(*) FROM ix WHERE ord=?1 AND key<?2",
     // Records in the order of creation

@@ -44,11 +44,11 @@ void Cursor::StartBatch(Session& session, bool forward) {
     m_counter = session.GetVolume().Counters().Load(m_database);
 }
 
-void Cursor::AddRow(CEOID oid, Bytes key, Bytes data) {
+void Cursor::AddRow(Bytes key, Bytes data) {
     const size_t at = m_bytes.Size();
     m_bytes.Append(data);
     m_bytes.Append(key);
-    m_rows.push_back({oid, at + data.size(), key.size(), at, data.size()});
+    m_rows.push_back({OidOfKey(key), at + data.size(), key.size(), at, data.size()});
 }
 
 // From m_bound, without it, into the batch.
@@ -60,8 +60,7 @@ DWORD Cursor::Fetch(Session& session, bool forward, LONGLONG skip, DWORD rows) {
 DWORD Cursor::FetchKeys(Session& session, bool forward, LONGLONG skip, DWORD rows) {
     Statement row = session.Conn().Use(forward ? Sql::KeysForward : Sql::KeysBackward);
     row.Bind(1, m_order.id).Bind(2, RecordRow(m_database, 0)).Bind(3, m_bound).Bind(4, rows).Bind(5, skip);
-    while (m_bytes.Size() < kMostBytesAhead && row.Row())
-        AddRow(static_cast<CEOID>(row.Number(1)), row.Blob(0), row.Blob(2));
+    while (m_bytes.Size() < kMostBytesAhead && row.Row()) AddRow(row.Blob(0), row.Blob(1));
     return row.Error();
 }
 
@@ -71,10 +70,9 @@ DWORD Cursor::FetchRecords(Session& session, bool forward, LONGLONG skip, DWORD 
     Statement row = session.Conn().Use(forward ? Sql::RecordsForward : Sql::RecordsBackward);
     row.Bind(1, from).Bind(2, RecordRow(m_database, forward ? 0xFFFFFFFF : 0)).Bind(3, rows).Bind(4, skip);
     while (m_bytes.Size() < kMostBytesAhead && row.Row()) {
-        const CEOID oid = static_cast<CEOID>(row.Number(0));
         m_keyScratch.clear();
-        AppendOid(oid, m_keyScratch);
-        AddRow(oid, m_keyScratch, row.Blob(1));
+        AppendOid(static_cast<CEOID>(row.Number(0)), m_keyScratch);
+        AddRow(m_keyScratch, row.Blob(1));
     }
     return row.Error();
 }
@@ -95,7 +93,7 @@ DWORD Cursor::FetchOne(Session& session, CEOID oid, bool keepPlace) {
         else
             AppendOid(oid, m_key);
     }
-    AddRow(oid, m_key, data);
+    AddRow(m_key, data);
     m_row = 0;
     return 0;
 }

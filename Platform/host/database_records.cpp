@@ -92,7 +92,7 @@ CEOID ReadCurrent(Database& db, DWORD flags, WORD& count, const CEPROPID* ids, B
 
 CEOID CeSeekDatabaseEx(HANDLE handle, DWORD seekType, ULONG_PTR value, WORD count, DWORD* index) {
     HostCall call;
-    const auto db = FindObject<Database>(handle);
+    const auto& db = DatabaseOf(handle);
     if (!db) return AnswerOid(0, ERROR_INVALID_HANDLE);
     SessionLock lock(*db->m_session);
     DWORD error = 0;
@@ -104,7 +104,7 @@ CEOID CeSeekDatabaseEx(HANDLE handle, DWORD seekType, ULONG_PTR value, WORD coun
 CEOID CeReadRecordPropsEx(HANDLE handle, DWORD flags, WORD* count, const CEPROPID* ids, BYTE** buffer,
                           DWORD* size, HANDLE heap) {
     HostCall call;
-    const auto db = FindObject<Database>(handle);
+    const auto& db = DatabaseOf(handle);
     if (!db) return AnswerOid(0, ERROR_INVALID_HANDLE);
     if (!count || !buffer || !size) return AnswerOid(0, ERROR_INVALID_PARAMETER);
     SessionLock lock(*db->m_session);
@@ -115,7 +115,7 @@ CEOID CeReadRecordPropsEx(HANDLE handle, DWORD flags, WORD* count, const CEPROPI
 
 CEOID CeWriteRecordProps(HANDLE handle, CEOID oid, WORD count, const CEPROPVAL* values) {
     HostCall call;
-    const auto db = FindObject<Database>(handle);
+    const auto& db = DatabaseOf(handle);
     if (!db) return AnswerOid(0, ERROR_INVALID_HANDLE);
     if (count && !values) return AnswerOid(0, ERROR_INVALID_PARAMETER);
     SessionLock lock(*db->m_session);
@@ -128,7 +128,7 @@ CEOID CeWriteRecordProps(HANDLE handle, CEOID oid, WORD count, const CEPROPVAL* 
 
 BOOL CeDeleteRecord(HANDLE handle, CEOID oid) {
     HostCall call;
-    const auto db = FindObject<Database>(handle);
+    const auto& db = DatabaseOf(handle);
     if (!db) return Answer(ERROR_INVALID_HANDLE);
     SessionLock lock(*db->m_session);
     return Answer(db->m_session->Write([&](Writer& writer) {
@@ -141,7 +141,7 @@ BOOL CeDeleteRecord(HANDLE handle, CEOID oid) {
 
 HANDLE CeOpenStream(HANDLE handle, CEPROPID propid, DWORD access) {
     HostCall call;
-    const auto db = FindObject<Database>(handle);
+    const auto& db = DatabaseOf(handle);
     DWORD error = db ? 0 : ERROR_INVALID_HANDLE;
     std::shared_ptr<Stream> stream;
     if (!error && TypeFromPropID(propid) != CEVT_STREAM) error = ERROR_INVALID_PARAMETER;

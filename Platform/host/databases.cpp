@@ -8,21 +8,6 @@
 
 namespace plat {
 
-// --- Database -----------------------------------------------------------------------------------------------------
-
-Database::Database(std::shared_ptr<Session> session, std::shared_ptr<const DbInfo> info,
-                   const SortOrder& order)
-    : KernelObject(kKind), m_session(std::move(session)), m_info(std::move(info)), m_order(order),
-      m_cursor(m_info->oid, order) {
-    m_session->GetVolume().CountOpen(m_info->oid, 1);
-}
-
-void Database::OnLastClose() {
-    Volume& volume = m_session->GetVolume();
-    if (m_subscription) volume.Unsubscribe(m_subscription);
-    volume.CountOpen(m_cursor.DatabaseOid(), -1);
-}
-
 namespace {
 
 // The last error is only touched by failure, so that success keeps what the caller put there.
@@ -417,7 +402,7 @@ BOOL CeRemoveDatabaseProps(const CEGUID* guid, CEOID oid, DWORD count, const CEP
 
 BOOL CeGetDatabaseProps(HANDLE handle, WORD* count, const CEPROPID* ids, CEPROPSPEC* props) {
     HostCall call;
-    const auto db = FindObject<Database>(handle);
+    const auto& db = DatabaseOf(handle);
     if (!db) return Answer(ERROR_INVALID_HANDLE);
     if (!count) return Answer(ERROR_INVALID_PARAMETER);
     SessionLock lock(*db->m_session);

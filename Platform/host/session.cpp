@@ -40,6 +40,8 @@ void InterruptThread(DWORD threadId) {
 }
 
 void RecoverThread(DWORD threadId) {
+    if (!threadId) return;
+    ForgetDatabaseOf(threadId);
     for (const auto& session : AllSessions()) session->Recover(threadId);
 }
 

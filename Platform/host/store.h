@@ -1,7 +1,7 @@
 // The property store on SQLite: the one interface between the database operations of the device and the files.
 //
 // A volume is one SQLite file in WAL mode. Two tables serve all its databases: `rec` holds the packed records under
-// database << 32 | object id, `ix` the keys of all sort orders. Beside them `meta`, `dbs` (databases), `ord` (sort
+// their database and object id, `ix` the keys of all sort orders. Beside them `meta`, `dbs` (databases), `ord` (sort
 // orders), `tally` (counters, changed with every write, so one small page), `strm` (streams too large for the record,
 // in chunks) and `chg` (what changed, for those who asked to be told). Making a database is rows, not tables.
 //
@@ -509,7 +509,7 @@ private:
     Bytes DataOf(const Row& row) const { return m_bytes.View().subspan(row.data, row.dataSize); }
     void KeepKey();
     void StartBatch(Session& session, bool forward);
-    void AddRow(CEOID oid, Bytes key, Bytes data);
+    void AddRow(Bytes key, Bytes data); // every key ends in the object id
     DWORD Fetch(Session& session, bool forward, LONGLONG skip, DWORD rows);
     DWORD FetchKeys(Session& session, bool forward, LONGLONG skip, DWORD rows);
     DWORD FetchRecords(Session& session, bool forward, LONGLONG skip, DWORD rows);
@@ -546,6 +546,7 @@ public:
     static constexpr Kind kKind = Kind::Database;
     Database(std::shared_ptr<Session> session, std::shared_ptr<const DbInfo> info, const SortOrder& order);
     void OnLastClose() override;
+    bool IsClosed() const { return m_closed.load(std::memory_order_acquire); }
 
     const std::shared_ptr<Session> m_session;
     std::shared_ptr<const DbInfo> m_info; // guarded by the session's lock, as all below
@@ -553,7 +554,16 @@ public:
     Cursor m_cursor;
     RecordReader m_reader;
     DWORD m_subscription = 0;
+
+private:
+    std::atomic<bool> m_closed{false};
 };
+
+// The database behind a handle, null when there is none. A walk asks for the same one twice a record, so each thread
+// remembers its last; the reference is good until the calling thread asks again.
+const std::shared_ptr<Database>& DatabaseOf(HANDLE handle);
+// A thread that was ended remembers nothing any more.
+void ForgetDatabaseOf(DWORD threadId);
 
 // --- Streams (stream.cpp) -----------------------------------------------------------------------------------------
 

@@ -376,7 +376,7 @@ DWORD Writer::LowestFree(const DbInfo& db, LONGLONG from, LONGLONG& out) {
         Statement rows = m_connection.Use(Sql::KeysForward);
         rows.Bind(1, order.id).Bind(2, RecordRow(db.oid, 0)).Bind(3, bound).Bind(4, -1).Bind(5, 0);
         for (out = from; rows.Row(); ++out) {
-            const auto record = RecordView::Of(rows.Blob(2));
+            const auto record = RecordView::Of(rows.Blob(1));
             if (!record || record->AutoNumber() != out) break;
         }
         return rows.Error();

@@ -223,6 +223,19 @@ TEST_F(Shared, ATransactionOfAnotherThreadIsWaitedFor) {
     EXPECT_EQ(Walk(db, kNumber), "1 2");
 }
 
+TEST_F(Shared, AHandleClosedByAnotherThreadIsNoHandle) {
+    const HANDLE db = OpenShared();
+    Save(db, 1);
+    std::thread([&] {
+        EXPECT_EQ(Walk(db, kNumber), "1");
+        Close(db);
+    }).join();
+    EXPECT_EQ(First(db), 0u);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(CeOpenStream(db, kStream, STREAM_READ), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+}
+
 struct Doomed {
     CEGUID guid;
     std::atomic<bool> begun{false};
