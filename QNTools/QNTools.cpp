@@ -3,6 +3,7 @@
 #include "NorvoUI/CeBaseDialog.h"
 #include "Platform/gdi.h"
 #include "Platform/modules.h"
+#include "Platform/notify.h"
 #include "Platform/registry.h"
 #include "Platform/windows.h"
 
@@ -68,6 +69,7 @@ void InitQNTools(COutlook* pOutlook, bool bInitCOM) {
     g_pOutlook = pOutlook ? pOutlook : new COutlook;
     InitControls();
     InitLabelColors(true);
+    PlatStartNotificationPump(); // what came due while nothing ran is delivered now
     g_bInitialised = 1;
     ++g_nInitCount;
 }
@@ -75,6 +77,7 @@ void InitQNTools(COutlook* pOutlook, bool bInitCOM) {
 void UnInitQNTools() {
     if (!g_bInitialised) return;
     if (g_nInitCount-- != 1) return;
+    PlatStopNotificationPump();
     delete g_pOutlook; // also one that the application handed in: it is the library's since then
     g_pOutlook = nullptr;
     g_hWindowBrush = nullptr; // the system's
