@@ -292,6 +292,12 @@ void RetireAll() {
 
 [[maybe_unused]] const bool g_registered = (AtFolderChange(RetireAll), true);
 
+// At the end of the process, or when the library is unloaded: no thread of a volume goes on.
+struct End {
+    ~End() { RetireAll(); }
+};
+const End g_end;
+
 // With the list locked: a volume at this path, unless its file was replaced behind our back.
 std::shared_ptr<Volume> KnownAt(const std::string& hostPath) {
     auto& volumes = List().volumes;
