@@ -2,6 +2,8 @@
 // times of a line.
 #include "QNWorkerClass/calendarthread.h"
 
+#include <algorithm>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -14,6 +16,12 @@ constexpr LONGLONG kAllDayExtra = 1339;
 // The days that a line may stand on: 1601 to 9999.
 constexpr LONG kFirstDay = -static_cast<LONG>(civil::kDaysTo1899);
 constexpr LONG kEndOfDays = static_cast<LONG>(civil::kEndOfTicks / civil::kTicksPerDay - civil::kDaysTo1899);
+
+// A changed occurrence may claim to last for millennia.
+LONG ClampToLong(LONGLONG value) {
+    using Limits = std::numeric_limits<LONG>;
+    return static_cast<LONG>(std::clamp<LONGLONG>(value, Limits::min(), Limits::max()));
+}
 
 void Replace(BSTR& text, BSTR with) {
     if (!with) return;
@@ -200,17 +208,19 @@ bool CCalendarThread::ToDeviceTime(DayTime& time) {
 }
 
 inline void CCalendarThread::SetLineTimes(const LineTimes& times, DATACALENDAR& line) const {
+    LONGLONG days = times.end.day - times.start.day;
     line.m_lDay = times.start.day;
     if (line.m_bAllDay) {
         line.m_dtStart = times.start.day;
         line.m_dtEnd = times.end.day;
-        line.m_lDuration = (times.end.day - times.start.day + 1) * kMinutesPerDay;
+        line.m_lDuration = ClampToLong((days + 1) * kMinutesPerDay);
         return;
     }
     line.m_dtStart = VariantOf(times.start);
     line.m_dtEnd = VariantOf(times.end);
-    LONG minutes = (times.end.day - times.start.day) * kMinutesPerDay + times.end.minute - times.start.minute;
-    line.m_lDuration = minutes < 0 ? minutes + 1 : minutes; // half a minute is added and the rest cut off
+    LONGLONG minutes = days * kMinutesPerDay + times.end.minute - times.start.minute;
+    line.m_lDuration =
+        ClampToLong(minutes < 0 ? minutes + 1 : minutes); // half a minute is added and the rest cut off
 }
 
 // --- One occurrence -----------------------------------------------------------------------------------------------

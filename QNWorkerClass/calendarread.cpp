@@ -161,10 +161,9 @@ bool CCalendarThread::fReadRecord() {
     record.m_lBusyStatus = ValueAt<LONG>(row, kBusyStatus);
     LONG sensitivity = ValueAt<LONG>(row, kSensitivity);
     record.m_bPrivate = sensitivity != 0;
-    if (m_bFilterCategoryStatus) {
-        if (m_nApptStatusFilter != 0 && record.m_lBusyStatus != m_nApptStatusFilter - 1) return false;
-        if (!CategoryFilterEDB(record.m_oid, &m_CategoryFilter)) return false;
-    }
+    if (m_bFilterCategoryStatus && m_nApptStatusFilter != 0 &&
+        record.m_lBusyStatus != m_nApptStatusFilter - 1)
+        return false;
     if (m_nFilterPrivacy != -1 && !CheckPrivacy(m_nFilterPrivacy, sensitivity)) return false;
 
     record.m_bRecurring = ValueAt<bool>(row, kRecurring);
@@ -279,6 +278,8 @@ bool CCalendarThread::ReadRestFirst() {
 bool CCalendarThread::fReadRestOfRecord() {
     DATACALENDARDB& record = *m_pRecord;
     const CeDbRecord& row = *m_pDbRecord;
+    // The filter's seeks belong to the dear half: most records have no line in the range, whatever their categories.
+    if (m_bFilterCategoryStatus && !CategoryFilterEDB(record.m_oid, &m_CategoryFilter)) return false;
     record.m_bstrSubject = NewBstr(IsPresent(row, kSubject) ? row.TextAt(kSubject) : u"<No Subject>");
     if (!record.m_bstrSubject || !IsAppointmentToBeDisplayed(record.m_bstrSubject)) return false;
     record.m_bstrLocation = NewBstr(row.TextAt(kLocation));

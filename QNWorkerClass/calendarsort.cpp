@@ -3,6 +3,9 @@
 #include "QNWorkerClass/calendarthread.h"
 
 #include "Platform/locale.h"
+#include "Platform/memory.h"
+
+#include <cstring>
 
 namespace {
 
@@ -11,7 +14,14 @@ int Order(T a, T b) {
     return a < b ? -1 : a > b;
 }
 
+// Equal texts are common (the copies of one item, its occurrences at one time) and need no words of a language.
+bool IsSameText(BSTR a, BSTR b) {
+    UINT length = SysStringLen(a);
+    return length == SysStringLen(b) && (length == 0 || std::memcmp(a, b, length * sizeof(WCHAR)) == 0);
+}
+
 int CompareTexts(BSTR a, BSTR b, DWORD flags) {
+    if (IsSameText(a, b)) return 0;
     return CompareStringW(LOCALE_USER_DEFAULT, flags, a ? a : u"", -1, b ? b : u"", -1) - CSTR_EQUAL;
 }
 

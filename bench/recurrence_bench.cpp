@@ -253,7 +253,7 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
             if (run.run_type != Run::RT_Iteration) continue;
-            auto [best, isFirst] = m_times.try_emplace(run.run_name.str(), run.GetAdjustedCPUTime());
+            auto [best, isFirst] = m_times.try_emplace(run.run_name.function_name, run.GetAdjustedCPUTime());
             if (!isFirst) best->second = std::min(best->second, run.GetAdjustedCPUTime());
         }
         ConsoleReporter::ReportRuns(runs);

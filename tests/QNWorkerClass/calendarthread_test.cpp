@@ -174,6 +174,24 @@ TEST_F(CalendarThread, SeriesAboutTheEdgesOfARange) {
                  .Changed(Moved("2010-03-02 10:00", "2010-03-02 22:00", "2010-03-03 02:00"));
          },
          "2010-03-02", "2010-03-03", "Tue 2010-03-02  2010-03-02 22:00..2010-03-02 02:00 EXC\n"},
+        {"changed in place to last for millennia: the days of the difference, counted as a date's day",
+         [](Appointment& a) {
+             a.On("2010-03-01")
+                 .At("10:00", 60)
+                 .Daily(5)
+                 .Changed({Minutes("2010-03-11 09:00"), 0xFFFFFFFF, Minutes("2010-03-11 10:00"), 0, {}});
+         },
+         "2010-03-10", "2010-03-11", "Thu 2010-03-11  2010-03-11 09:00..2010-03-18 04:15 EXC\n"},
+        {"moved, to last for millennia",
+         [](Appointment& a) {
+             a.On("2010-03-01")
+                 .At("10:00", 60)
+                 .Daily(5)
+                 .Changed({Minutes("2010-03-12 09:00"), 0xFFFFFFFF, Minutes("2010-03-11 10:00"), 0, {}});
+         },
+         "2010-03-10", "2010-03-13",
+         "Fri 2010-03-12  2010-03-12 09:00..9767-02-16 04:15 EXC\n"
+         "Sat 2010-03-13  2010-03-12 09:00..9767-02-16 04:15 EXC copy\n"},
         {"after its end",
          [](Appointment& a) { a.On("2010-03-01").At("10:00", 60).Daily(1).Until("2010-03-09"); },
          "2010-03-10", "2010-03-14", ""},
