@@ -9,7 +9,6 @@
 namespace {
 
 constexpr LONG kFebruary = 2;
-constexpr LONG kMarch = 3;
 constexpr LONG kLastYear = 9999;
 // Longer than all of the calendar, in weeks or months and in days: one step ends the walk, and sums stay small.
 constexpr DWORD kLongestPeriod = 140000;

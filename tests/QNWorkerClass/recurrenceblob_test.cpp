@@ -199,14 +199,14 @@ TEST(RecurrenceBlob, PartsOfAChangedOccurrenceInTheirOrder) {
     change.Subject(u"S");
     change.flags |= 0x000C; // a reminder: its minutes and its flag are passed over
     change.Word(0xAAAA).Word(0xBBBB).Word(0xCCCC).Word(0xDDDD);
-    change.Location(u"L").Busy(1).AllDay(false);
+    change.Location(u"Hall").Busy(1).AllDay(false);
     change.flags |= 0x0142; // 2 and 0x40 carry nothing; the body's mark
     change.Word(2).Word(0).Word(0).Word(0xEEEE);
     auto reading = ReadWithChange(change);
     ASSERT_EQ(1, reading->record.m_listExceptions.GetCount());
     const CALENDAREXCEPTION& read = reading->Change(1);
     EXPECT_EQ("S", Narrow(read.bstrSubject));
-    EXPECT_EQ("L", Narrow(read.bstrLocation));
+    EXPECT_EQ("Hall", Narrow(read.bstrLocation));
     EXPECT_EQ(1, read.lBusyStatus);
     EXPECT_EQ(0, read.nAllDay);
     EXPECT_TRUE(read.bHasBody);

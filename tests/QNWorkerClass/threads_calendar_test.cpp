@@ -178,6 +178,22 @@ TEST_F(CalendarWorker, TwoThreadsLoadAtOnce) {
     }
 }
 
+// A terminated load leaves its lock and its databases behind: they are put right, and the next load is whole.
+TEST_F(CalendarWorker, ATerminatedLoadIsPutRight) {
+    AddMany(300);
+    CCalendarThread thread;
+    thread.m_hClientWnd = m_client;
+    Restrict(thread, "2010-03-01", "2010-12-31");
+    ASSERT_TRUE(thread.Start());
+    std::string told;
+    while (told.empty()) told = m_client.Pending();
+    EXPECT_NE(0, thread.Kill(1));
+    EXPECT_EQ("32802 32803 ", told + m_client.Pending());
+    Restrict(thread, "2010-03-01", "2010-03-01");
+    thread.CalendarThreadProc(nullptr, 0);
+    EXPECT_EQ(301, thread.GetActiveDataCount());
+}
+
 // A window that has gone, and a thread object that dies in the middle of its load.
 TEST_F(CalendarWorker, EndsInTheMiddleOfALoad) {
     AddMany(100);
