@@ -11,22 +11,22 @@
 #include "apps/qn/options.h"
 #include "apps/qn/store.h"
 
+#include <unistd.h>
+
 #include <cmath>
 #include <cstdio>
+#include <optional>
 
 namespace qn {
 
 namespace {
 
 constexpr const WCHAR* kCalendarView = u"Software\\Norvo\\Quillonary\\CAV";
-// The view of this command: the calendar's settings with what the command line asks for put over them, so that the
-// calendar's own stay as they are.
-constexpr const WCHAR* kAgendaView = u"Software\\Norvo\\Quillonary\\QnAgenda";
 constexpr LONG kLongestRange = 36600; // days
 
 constexpr OptionRule kRules[] = {
-    {"--from", true},   {"--days", true},        {"--category", true}, {"--all-of", false},
-    {"--hide", false},  {"--no-category", false}, {"--filter", true},   {"--status", true},
+    {"--from", true},        {"--days", true},         {"--category", true}, {"--all-of", false},
+    {"--hide", false},       {"--no-category", false}, {"--filter", true},   {"--status", true},
     {"--no-headers", false}, {"--json", false},
 };
 
@@ -50,18 +50,46 @@ DWORD Choose(const Options& options, std::string_view option, const Named (&choi
     Usage("agenda: " + std::string(option) + " can't be " + given);
 }
 
-void PrepareView(const Options& options) {
-    CRegistry settings;
-    settings.DeleteKey(HKEY_CURRENT_USER, kAgendaView);
-    if (settings.Exists(HKEY_CURRENT_USER, kCalendarView)) settings.CopyValuesToKey(HKEY_CURRENT_USER, kAgendaView);
-    settings.OpenKey(HKEY_CURRENT_USER, kAgendaView);
-    if (options.Has("--filter")) settings.SetValue(u"CAV_AppointmentFilter", Choose(options, "--filter", kFilters));
-    if (options.Has("--status")) settings.SetValue(u"ApptStatusFilter", Choose(options, "--status", kStatuses));
-    if (!options.Has("--category")) return;
-    settings.SetValue(u"bHideCategories", DWORD{options.Has("--hide")});
-    settings.SetValue(u"CategoryANDOR", DWORD{options.Has("--all-of")});
-    settings.SetValue(u"m_bIncludeNoCat", DWORD{options.Has("--no-category")});
-}
+// The view of this run: the calendar's own settings, or, where the command line asks for others, a copy with them put in,
+// which goes again with the run.
+class View {
+public:
+    explicit View(const Options& options) {
+        const auto filter = Wanted(options, "--filter", kFilters);
+        const auto status = Wanted(options, "--status", kStatuses);
+        if (!filter && !status && !options.Has("--category")) return;
+        m_key = Utf16(Utf8(kSuiteKey) + "\\QnAgenda" + std::to_string(getpid()));
+        m_settings.DeleteKey(HKEY_CURRENT_USER, m_key.c_str());
+        if (m_settings.Exists(HKEY_CURRENT_USER, kCalendarView) &&
+            m_settings.OpenKey(HKEY_CURRENT_USER, kCalendarView) == 0)
+            m_settings.CopyValuesToKey(HKEY_CURRENT_USER, m_key.c_str());
+        if (m_settings.OpenKey(HKEY_CURRENT_USER, m_key.c_str()) != 0)
+            throw Failure("the settings can't be written");
+        if (filter) m_settings.SetValue(u"CAV_AppointmentFilter", *filter);
+        if (status) m_settings.SetValue(u"ApptStatusFilter", *status);
+        if (!options.Has("--category")) return;
+        m_settings.SetValue(u"bHideCategories", DWORD{options.Has("--hide")});
+        m_settings.SetValue(u"CategoryANDOR", DWORD{options.Has("--all-of")});
+        m_settings.SetValue(u"m_bIncludeNoCat", DWORD{options.Has("--no-category")});
+    }
+    ~View() {
+        if (!m_key.empty()) m_settings.DeleteKey(HKEY_CURRENT_USER, m_key.c_str());
+    }
+    View(const View&) = delete;
+    View& operator=(const View&) = delete;
+    const WCHAR* Key() const { return m_key.empty() ? kCalendarView : m_key.c_str(); }
+
+private:
+    template<std::size_t N>
+    static std::optional<DWORD> Wanted(const Options& options, std::string_view option,
+                                       const Named (&choices)[N]) {
+        if (!options.Has(option)) return std::nullopt;
+        return Choose(options, option, choices);
+    }
+
+    CRegistry m_settings;
+    std::u16string m_key;
+};
 
 void ChooseCategories(CCalendarThread& thread, const Options& options) {
     CCategoryFilterInfo* filter = nullptr;
@@ -83,10 +111,14 @@ void ChooseCategories(CCalendarThread& thread, const Options& options) {
 std::string_view KindName(const DATACALENDAR& line) {
     if (line.IsHeader()) return "date";
     switch (line.m_nType) {
-    case kLineContactDate: return "contact";
-    case kLineTask: return "task";
-    case kLineJournal: return "journal";
-    default: return "appointment";
+    case kLineContactDate:
+        return "contact";
+    case kLineTask:
+        return "task";
+    case kLineJournal:
+        return "journal";
+    default:
+        return "appointment";
     }
 }
 
@@ -109,12 +141,15 @@ private:
         // A header has no times of its own: it stands for its whole day.
         json.Text("start", IsoMoment(header ? line.m_lDay : line.m_dtStart));
         json.Text("end", IsoMoment(header ? line.m_lDay : line.m_dtEnd));
-        json.Bool("allday", line.m_bAllDay).Bool("recurring", line.m_bRecurring).Bool("exception", line.m_bException);
+        json.Bool("allday", line.m_bAllDay)
+            .Bool("recurring", line.m_bRecurring)
+            .Bool("exception", line.m_bException);
         json.Bool("endsearlier", line.m_bEndsEarlier).Bool("reminder", line.m_bReminder);
         json.Bool("private", line.m_bPrivate).Bool("note", line.m_bHasNote).Number("oid", line.m_oid);
         json.Text("uid", header ? std::string() : m_store.Uid(line.m_oid));
         json.Text("subject", TextOf(line.m_bstrSubject)).Text("location", TextOf(line.m_bstrLocation));
-        json.Texts("categories", SplitCategories(line.m_szCategories ? Utf8(line.m_szCategories) : std::string()));
+        json.Texts("categories",
+                   SplitCategories(line.m_szCategories ? Utf8(line.m_szCategories) : std::string()));
         json.Number("busy", line.m_lBusyStatus);
         std::puts(json.Done().c_str());
     }
@@ -124,16 +159,20 @@ private:
             PrintHeader(line.m_lDay);
             return;
         }
-        std::string text = "  " + Times(line) + "  " + TextOf(line.m_bstrSubject);
-        const std::string place = TextOf(line.m_bstrLocation);
+        std::string text = "  " + Times(line) + "  " + Printable(TextOf(line.m_bstrSubject));
+        const std::string place = Printable(TextOf(line.m_bstrLocation));
         if (!place.empty()) text += ", " + place;
-        if (line.m_szCategories && *line.m_szCategories) text += "  [" + Utf8(line.m_szCategories) + "]";
+        if (line.m_szCategories && *line.m_szCategories)
+            text += "  [" + Printable(Utf8(line.m_szCategories)) + "]";
         std::puts((text + Marks(line)).c_str());
     }
 
     void PrintHeader(LONG day) const {
         const LONG ahead = day - static_cast<LONG>(Today());
-        const char* word = ahead == 0 ? " (today)" : ahead == 1 ? " (tomorrow)" : ahead == -1 ? " (yesterday)" : "";
+        const char* word = ahead == 0    ? " (today)"
+                           : ahead == 1  ? " (tomorrow)"
+                           : ahead == -1 ? " (yesterday)"
+                                         : "";
         std::printf("%s%s\n", LongDay(day).c_str(), word);
     }
 
@@ -141,7 +180,8 @@ private:
         const bool begins = std::floor(line.m_dtStart) == line.m_lDay;
         const bool ends = std::floor(line.m_dtEnd) == line.m_lDay;
         std::string text = line.m_bAllDay ? "all day" : begins ? ClockTime(line.m_dtStart) : "...";
-        if (!line.m_bAllDay && line.m_dtEnd > line.m_dtStart) text += " - " + (ends ? ClockTime(line.m_dtEnd) : "...");
+        if (!line.m_bAllDay && line.m_dtEnd > line.m_dtStart)
+            text += " - " + (ends ? ClockTime(line.m_dtEnd) : "...");
         constexpr std::size_t kColumn = 19; // "12:30 PM - 12:45 PM"
         return text.size() < kColumn ? std::string(kColumn - text.size(), ' ') + text : text;
     }
@@ -204,11 +244,14 @@ int AgendaCommand(const Words& words) {
     const auto from = ParseDay(options.Get("--from", "today"));
     if (!from) Usage("agenda: --from can't be " + options.Get("--from"));
     const LONG days = static_cast<LONG>(options.Number("--days", 7, 1, kLongestRange));
-    PrepareView(options);
-
+    if (*from + days > kNoDate) Usage("agenda: the calendar ends with the year 4500");
+    for (const char* option : {"--all-of", "--hide", "--no-category"})
+        if (options.Has(option) && !options.Has("--category"))
+            Usage("agenda: " + std::string(option) + " wants --category");
+    const View view(options);
     Store store;
     Printer printer(options, store);
-    CCalendarThread thread(kAgendaView);
+    CCalendarThread thread(view.Key());
     Client client{&thread, &printer};
     thread.m_hClientWnd = MakeClientWindow(client);
     const SYSTEMTIME first = ToSystemTime(*from);

@@ -8,9 +8,11 @@
 #include "QNWorkerClass/DATACALENDARDB.h"
 #include "QNWorkerClass/recurrenceblob.h"
 #include "apps/qn/commands.h"
+#include "apps/qn/exportzones.h"
 #include "apps/qn/icsrules.h"
-#include "apps/qn/icszones.h"
+#include "apps/qn/icsfile.h"
 #include "apps/qn/options.h"
+#include "apps/qn/output.h"
 #include "apps/qn/store.h"
 
 #include <cerrno>
@@ -19,6 +21,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <random>
 #include <set>
 
 namespace qn {
@@ -37,123 +40,16 @@ Value Get(Item* item, HRESULT (Item::*get)(Value*), Value fallback = {}) {
     return value;
 }
 
-icaltimetype FromMinutes(std::int64_t minutes, bool isDate) { return ToIcal(civil::SystemTimeFromMinutes(minutes), isDate); }
+icaltimetype FromMinutes(std::int64_t minutes, bool isDate) {
+    return ToIcal(civil::SystemTimeFromMinutes(minutes), isDate);
+}
 
 icaltimetype FromDate(DATE date, bool isDate) { return ToIcal(ToSystemTime(date), isDate); }
 
-icaltimetype Utc(const FILETIME& ticks) {
-    SYSTEMTIME date{};
-    FileTimeToSystemTime(&ticks, &date);
-    icaltimetype time = ToIcal(date, false);
-    time.zone = icaltimezone_get_utc_timezone();
-    return time;
+void Write(Output& output, icalcomponent* component) {
+    const std::unique_ptr<char, decltype(&free)> text(icalcomponent_as_ical_string_r(component), &free);
+    output.Write(text.get());
 }
-
-// --- Zones --------------------------------------------------------------------------------------------------------
-
-std::string OffsetText(LONG minutesEast) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%c%02d%02d", minutesEast < 0 ? '-' : '+', std::abs(minutesEast) / 60,
-                  std::abs(minutesEast) % 60);
-    return text;
-}
-
-std::string RuleName(const SYSTEMTIME& rule) {
-    return std::to_string(rule.wMonth) + "." + std::to_string(rule.wDay) + "." + std::to_string(rule.wDayOfWeek) + "." +
-           std::to_string(rule.wHour * 60 + rule.wMinute);
-}
-
-// The device's zone goes by its name; any other by its rules, since the item keeps no name.
-std::string ZoneName(const TIME_ZONE_INFORMATION& zone) {
-    TIME_ZONE_INFORMATION device{};
-    GetTimeZoneInformation(&device);
-    char name[128];
-    const bool same = device.Bias == zone.Bias && device.DaylightBias == zone.DaylightBias &&
-                      device.StandardBias == zone.StandardBias &&
-                      !std::memcmp(&device.DaylightDate, &zone.DaylightDate, sizeof zone.DaylightDate) &&
-                      !std::memcmp(&device.StandardDate, &zone.StandardDate, sizeof zone.StandardDate);
-    if (same && PlatGetZoneName(name, sizeof name)) return name;
-    std::string text = "QN" + OffsetText(-zone.Bias - zone.StandardBias);
-    if (zone.DaylightDate.wMonth)
-        text += OffsetText(-zone.Bias - zone.DaylightBias) + "_" + RuleName(zone.DaylightDate) + "_" +
-                RuleName(zone.StandardDate);
-    return text;
-}
-
-// STANDARD or DAYLIGHT of a definition: from 1970 on, by its rule each year.
-void AddObservance(std::string& text, const char* kind, const SYSTEMTIME& rule, LONG eastBefore, LONG eastAfter) {
-    constexpr const char* kDays[] = {"SU", "MO", "TU", "WE", "TH", "FR", "SA"};
-    char start[64] = "DTSTART:19700101T000000\r\n";
-    char repeat[96] = "";
-    if (rule.wMonth) {
-        const bool last = rule.wDay == 5;
-        const std::int64_t first = civil::DaysFromCivil(1970, rule.wMonth, 1);
-        int day = 1 + (rule.wDayOfWeek - civil::WeekdayOfDays(first) + 7) % 7 + 7 * (rule.wDay - 1);
-        while (day > civil::DaysInMonth(1970, rule.wMonth)) day -= 7;
-        std::snprintf(start, sizeof start, "DTSTART:1970%02u%02dT%02u%02u00\r\n", rule.wMonth, day, rule.wHour,
-                      rule.wMinute);
-        std::snprintf(repeat, sizeof repeat, "RRULE:FREQ=YEARLY;BYMONTH=%u;BYDAY=%d%s\r\n", rule.wMonth,
-                      last ? -1 : rule.wDay, kDays[rule.wDayOfWeek % 7]);
-    }
-    text += std::string("BEGIN:") + kind + "\r\n" + start + repeat + "TZOFFSETFROM:" + OffsetText(eastBefore) +
-            "\r\nTZOFFSETTO:" + OffsetText(eastAfter) + "\r\nEND:" + kind + "\r\n";
-}
-
-std::string ZoneDefinition(const std::string& name, const TIME_ZONE_INFORMATION& zone) {
-    const LONG standard = -zone.Bias - zone.StandardBias;
-    const bool summer = zone.DaylightDate.wMonth != 0;
-    const LONG daylight = summer ? -zone.Bias - zone.DaylightBias : standard;
-    std::string text = "BEGIN:VTIMEZONE\r\nTZID:" + name + "\r\n";
-    AddObservance(text, "STANDARD", zone.StandardDate, daylight, standard);
-    if (summer) AddObservance(text, "DAYLIGHT", zone.DaylightDate, standard, daylight);
-    text += "END:VTIMEZONE\r\n";
-    const Component component(icalcomponent_new_from_string(text.c_str()));
-    const std::unique_ptr<char, decltype(&free)> written(icalcomponent_as_ical_string_r(component.get()), &free);
-    return written.get();
-}
-
-// --- Writing ------------------------------------------------------------------------------------------------------
-
-// Where the calendar goes. A file is written beside its name and renamed, so that a failure leaves the old one whole.
-class Output {
-public:
-    explicit Output(const std::string& name) : m_name(name) {
-        if (m_name.empty()) return;
-        m_file = std::fopen((m_name + ".part").c_str(), "wb");
-        if (!m_file) throw Failure(m_name + ": " + std::strerror(errno));
-    }
-    ~Output() {
-        if (!m_file) return;
-        std::fclose(m_file);
-        std::remove((m_name + ".part").c_str());
-    }
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
-    void Write(const std::string& text) {
-        if (std::fwrite(text.data(), 1, text.size(), m_file ? m_file : stdout) != text.size()) Fail();
-    }
-    void Write(icalcomponent* component) {
-        const std::unique_ptr<char, decltype(&free)> text(icalcomponent_as_ical_string_r(component), &free);
-        Write(std::string(text.get()));
-    }
-    void Finish() {
-        if (!m_file) {
-            if (std::fflush(stdout) != 0) Fail();
-            return;
-        }
-        const bool closed = std::fclose(std::exchange(m_file, nullptr)) == 0;
-        std::error_code error;
-        if (closed) std::filesystem::rename(m_name + ".part", m_name, error);
-        if (!closed || error) throw Failure(m_name + ": can't be written");
-    }
-
-private:
-    [[noreturn]] void Fail() { throw Failure((m_name.empty() ? "standard output" : m_name) + ": " + std::strerror(errno)); }
-
-    std::string m_name;
-    FILE* m_file = nullptr;
-};
 
 class Exporter {
 public:
@@ -171,6 +67,7 @@ public:
         m_output.Finish();
     }
     unsigned Written() const { return m_written; }
+    unsigned Failed() const { return m_failed; }
 
 private:
     // A series as its record has it.
@@ -186,16 +83,24 @@ private:
 
     template<class Visit>
     void ForEach(int folder, Visit visit);
+    void Complain(CEOID oid, const char* why) {
+        ++m_failed;
+        std::fprintf(stderr, "qn: item %u: %s\n", oid, why);
+    }
     Component Begin(icalcomponent_kind kind, const std::string& uid);
     void AddTime(icalcomponent* component, icalproperty* property, const std::string& tzid);
     void AddText(icalcomponent* component, icalproperty* (*make)(const char*), const std::string& text);
     void AddTexts(icalcomponent* component, IAppointment* item);
     void AddPeople(icalcomponent* component, IAppointment* item);
     void AddReminder(icalcomponent* component, IAppointment* item);
-    void AddSingleTimes(icalcomponent* component, IAppointment* item, const Com<IItem>& bag);
+    icaltimetype Utc(DATE wall);
+    void AddSingleTimes(icalcomponent* component, IAppointment* item);
+    std::string UidOf(CEOID oid, const Com<IItem>& bag);
+    void AddOrganizer(icalcomponent* component, const Com<IItem>& bag, IAppointment* item);
+    bool AddRule(icalcomponent* component, IRecurrencePattern* rule, const icaltimetype& start);
+    void AddTaskRest(icalcomponent* component, ITask* item, const Com<IItem>& bag);
     bool ReadSeries(IAppointment* item, const Com<IItem>& bag, Series& series);
     std::string SeriesZone(const Com<IItem>& bag);
-    bool AddRule(icalcomponent* component, IAppointment* item, const Series& series);
     void AddDeleted(icalcomponent* component, const Series& series);
     void WriteException(IAppointment* item, const Series& series, const CALENDAREXCEPTION& exception,
                         const std::string& uid);
@@ -206,7 +111,9 @@ private:
     Output& m_output;
     icaltimetype m_stamp;
     std::set<std::string> m_zonesWritten;
+    ZoneTable m_zones;
     unsigned m_written = 0;
+    unsigned m_failed = 0; // items that are not there, or not wholly
 };
 
 template<class Visit>
@@ -220,7 +127,10 @@ void Exporter::ForEach(int kind, Visit visit) {
     items->get_Count(&count);
     for (int i = 1; i <= count; ++i) {
         Com<IDispatch> item;
-        if (SUCCEEDED(items->Item(i, item.Out()))) visit(item);
+        if (SUCCEEDED(items->Item(i, item.Out())))
+            visit(item);
+        else
+            ++m_failed, std::fprintf(stderr, "qn: item %d of its folder can't be read\n", i);
     }
 }
 
@@ -236,7 +146,8 @@ void Exporter::AddTime(icalcomponent* component, icalproperty* property, const s
     icalcomponent_add_property(component, property);
 }
 
-void Exporter::AddText(icalcomponent* component, icalproperty* (*make)(const char*), const std::string& text) {
+void Exporter::AddText(icalcomponent* component, icalproperty* (*make)(const char*),
+                       const std::string& text) {
     if (!text.empty()) icalcomponent_add_property(component, make(text.c_str()));
 }
 
@@ -262,7 +173,8 @@ void AddCategories(icalcomponent* component, const std::string& text) {
 
 void AddBusyStatus(icalcomponent* component, LONG busy) {
     constexpr const char* kWords[] = {"FREE", "TENTATIVE", "BUSY", "OOF"};
-    icalcomponent_add_property(component, icalproperty_new_transp(busy == 0 ? ICAL_TRANSP_TRANSPARENT : ICAL_TRANSP_OPAQUE));
+    icalcomponent_add_property(
+        component, icalproperty_new_transp(busy == 0 ? ICAL_TRANSP_TRANSPARENT : ICAL_TRANSP_OPAQUE));
     if (busy < 0 || busy > 3) return;
     icalproperty* words = icalproperty_new_x(kWords[busy]);
     icalproperty_set_x_name(words, "X-MICROSOFT-CDO-BUSYSTATUS");
@@ -276,6 +188,59 @@ void Exporter::AddTexts(icalcomponent* component, IAppointment* item) {
     AddCategories(component, TextOf(item, &IAppointment::get_Categories));
     AddClass(component, Get(item, &IAppointment::get_Sensitivity));
     AddBusyStatus(component, Get(item, &IAppointment::get_BusyStatus));
+}
+
+// One value of an item as its record has it; the block is freed with the object.
+class Property {
+public:
+    Property(const Com<IItem>& bag, CEPROPID id) {
+        ULONG size = 0;
+        if (bag && FAILED(bag->GetProps(&id, 0, 1, &m_value, &size, nullptr))) m_value = nullptr;
+    }
+    ~Property() { LocalFree(m_value); }
+    Property(const Property&) = delete;
+    Property& operator=(const Property&) = delete;
+    const CEPROPVAL* Value() const {
+        return m_value && !(m_value->wFlags & CEDB_PROPNOTFOUND) ? m_value : nullptr;
+    }
+
+private:
+    CEPROPVAL* m_value = nullptr;
+};
+
+// An item without a UID gets one here and keeps it, so that what is read back elsewhere or here is known again.
+std::string Exporter::UidOf(CEOID oid, const Com<IItem>& bag) {
+    std::string uid = m_store.Uid(oid);
+    if (!uid.empty()) return uid;
+    std::random_device random;
+    char text[40];
+    std::snprintf(text, sizeof text, "qn-%08x%08x%08x%08x", random(), random(), random(), random());
+    std::u16string wide = Utf16(text);
+    CEPROPVAL value{};
+    value.propid = m_store.UidProperty(true);
+    value.val.lpwstr = wide.data();
+    const HRESULT kept = bag->SetProps(0, 1, &value);
+    if (FAILED(kept)) throw Failure("item " + std::to_string(oid) + " takes no UID: " + Reason(kept));
+    return text;
+}
+
+// The store keeps the organizer's name; the address is that of the person of this name.
+void Exporter::AddOrganizer(icalcomponent* component, const Com<IItem>& bag, IAppointment* item) {
+    const Property property(bag, PIMPR_ORGANIZER_NAME);
+    const std::string name = property.Value() ? Utf8(property.Value()->val.lpwstr) : std::string();
+    if (name.empty()) return;
+    std::string address = name.find('@') == std::string::npos ? "invalid:nomail" : "mailto:" + name;
+    Com<IRecipients> people;
+    int count = 0;
+    if (SUCCEEDED(item->get_Recipients(people.Out()))) people->get_Count(&count);
+    for (int i = 1; i <= count; ++i) {
+        Com<IRecipient> person;
+        if (SUCCEEDED(people->Item(i, person.Out())) && TextOf(person.Get(), &IRecipient::get_Name) == name)
+            address = "mailto:" + TextOf(person.Get(), &IRecipient::get_Address);
+    }
+    icalproperty* organizer = icalproperty_new_organizer(address.c_str());
+    icalproperty_add_parameter(organizer, icalparameter_new_cn(name.c_str()));
+    icalcomponent_add_property(component, organizer);
 }
 
 void Exporter::AddPeople(icalcomponent* component, IAppointment* item) {
@@ -296,7 +261,8 @@ void Exporter::AddPeople(icalcomponent* component, IAppointment* item) {
         if (type == 2) icalproperty_add_parameter(attendee, icalparameter_new_role(ICAL_ROLE_OPTPARTICIPANT));
         if (type == 3) icalproperty_add_parameter(attendee, icalparameter_new_cutype(ICAL_CUTYPE_RESOURCE));
         const LONG state = more ? Get(more.Get(), &IRecipient2::get_MeetingResponseStatus) : 0;
-        icalproperty_add_parameter(attendee, icalparameter_new_partstat(kStates[state >= 0 && state <= 3 ? state : 0]));
+        icalproperty_add_parameter(attendee,
+                                   icalparameter_new_partstat(kStates[state >= 0 && state <= 3 ? state : 0]));
         icalcomponent_add_property(component, attendee);
     }
 }
@@ -314,36 +280,22 @@ void Exporter::AddReminder(icalcomponent* component, IAppointment* item) {
     icalcomponent_add_component(component, alarm);
 }
 
-// One value of an item as its record has it; the block is freed with the object.
-class Property {
-public:
-    Property(const Com<IItem>& bag, CEPROPID id) {
-        ULONG size = 0;
-        if (bag && FAILED(bag->GetProps(&id, 0, 1, &m_value, &size, nullptr))) m_value = nullptr;
-    }
-    ~Property() { LocalFree(m_value); }
-    Property(const Property&) = delete;
-    Property& operator=(const Property&) = delete;
-    const CEPROPVAL* Value() const { return m_value && !(m_value->wFlags & CEDB_PROPNOTFOUND) ? m_value : nullptr; }
+// UTC of a moment on the device's clock, by the rules that held at the time.
+icaltimetype Exporter::Utc(DATE wall) {
+    icaltimetype time = ToIcal(m_zones.ToUtc(When{FromDate(wall, false), {}}), false);
+    time.zone = icaltimezone_get_utc_timezone();
+    return time;
+}
 
-private:
-    CEPROPVAL* m_value = nullptr;
-};
-
-void Exporter::AddSingleTimes(icalcomponent* component, IAppointment* item, const Com<IItem>& bag) {
+void Exporter::AddSingleTimes(icalcomponent* component, IAppointment* item) {
+    const bool allDay = Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE;
     const LONG minutes = Get(item, &IAppointment::get_Duration);
-    if (Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE) {
-        const DATE start = Get(item, &IAppointment::get_Start);
-        AddTime(component, icalproperty_new_dtstart(FromDate(start, true)), {});
-        AddTime(component, icalproperty_new_dtend(FromDate(start + minutes / civil::kMinutesPerDay, true)), {});
-        return;
-    }
-    const Property start(bag, PIMPR_START);
-    if (!start.Value()) return;
-    const ULONGLONG ticks = FileTimeTicks(start.Value()->val.filetime);
-    AddTime(component, icalproperty_new_dtstart(Utc(start.Value()->val.filetime)), {});
-    const ULONGLONG length = static_cast<ULONGLONG>(minutes) * civil::kTicksPerMinute;
-    AddTime(component, icalproperty_new_dtend(Utc(FileTimeFromTicks(ticks + length))), {});
+    const DATE start = Get(item, &IAppointment::get_Start);
+    icaltimetype end = allDay ? FromDate(start + minutes / civil::kMinutesPerDay, true) : Utc(start);
+    if (!allDay) icaltime_adjust(&end, 0, 0, minutes, 0);
+    icalcomponent_add_property(component,
+                               icalproperty_new_dtstart(allDay ? FromDate(start, true) : Utc(start)));
+    icalcomponent_add_property(component, icalproperty_new_dtend(end));
 }
 
 std::string Exporter::SeriesZone(const Com<IItem>& bag) {
@@ -359,14 +311,16 @@ std::string Exporter::SeriesZone(const Com<IItem>& bag) {
 bool Exporter::ReadSeries(IAppointment* item, const Com<IItem>& bag, Series& series) {
     Com<IStream> stream;
     ULONGLONG size = 0;
-    if (FAILED(bag->OpenProperty(PIMPR_RECURRENCE, GENERIC_READ, stream.Out())) || FAILED(stream->GetSize(&size)))
+    if (FAILED(bag->OpenProperty(PIMPR_RECURRENCE, GENERIC_READ, stream.Out())) ||
+        FAILED(stream->GetSize(&size)))
         return false;
     std::vector<BYTE> blob(static_cast<std::size_t>(size));
     ULONG read = 0;
     stream->Read(blob.data(), static_cast<ULONG>(blob.size()), &read);
     CRecurrenceParser parser;
     series.allDay = Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE;
-    if (parser.Parse(blob.data(), read, 0, &series.record, &series.deleted, series.allDay) == kBlobRefused) return false;
+    if (parser.Parse(blob.data(), read, 0, &series.record, &series.deleted, series.allDay) == kBlobRefused)
+        return false;
     series.startMinutes = series.allDay ? 0 : series.record.m_wStartHour * 60 + series.record.m_wStartMinute;
     series.duration = Get(item, &IAppointment::get_Duration);
     const std::int64_t day = static_cast<std::int64_t>(series.record.m_dtStart) + civil::kDaysTo1899;
@@ -375,27 +329,28 @@ bool Exporter::ReadSeries(IAppointment* item, const Com<IItem>& bag, Series& ser
     return true;
 }
 
-bool Exporter::AddRule(icalcomponent* component, IAppointment* item, const Series& series) {
-    Com<IRecurrencePattern> rule;
-    if (FAILED(item->GetRecurrencePattern(rule.Out()))) return false;
+// False when no rule says the same; the item then has none.
+bool Exporter::AddRule(icalcomponent* component, IRecurrencePattern* rule, const icaltimetype& start) {
     Pattern pattern;
-    pattern.type = Get(rule.Get(), &IRecurrencePattern::get_RecurrenceType);
-    pattern.interval = Get(rule.Get(), &IRecurrencePattern::get_Interval);
-    pattern.mask = Get(rule.Get(), &IRecurrencePattern::get_DayOfWeekMask);
-    pattern.day = Get(rule.Get(), &IRecurrencePattern::get_DayOfMonth);
-    pattern.instance = Get(rule.Get(), &IRecurrencePattern::get_Instance);
-    pattern.month = Get(rule.Get(), &IRecurrencePattern::get_MonthOfYear);
-    std::string text = RuleTextOf(pattern, series.start);
+    pattern.type = Get(rule, &IRecurrencePattern::get_RecurrenceType);
+    pattern.interval = Get(rule, &IRecurrencePattern::get_Interval);
+    pattern.mask = Get(rule, &IRecurrencePattern::get_DayOfWeekMask);
+    pattern.day = Get(rule, &IRecurrencePattern::get_DayOfMonth);
+    pattern.instance = Get(rule, &IRecurrencePattern::get_Instance);
+    pattern.month = Get(rule, &IRecurrencePattern::get_MonthOfYear);
+    std::string text = RuleTextOf(pattern, start);
     if (text.empty()) return false;
-    if (Get(rule.Get(), &IRecurrencePattern::get_NoEndDate) == VARIANT_FALSE)
-        text += ";COUNT=" + std::to_string(Get(rule.Get(), &IRecurrencePattern::get_Occurrences));
-    icalcomponent_add_property(component, icalproperty_new_rrule(icalrecurrencetype_from_string(text.c_str())));
+    if (Get(rule, &IRecurrencePattern::get_NoEndDate) == VARIANT_FALSE)
+        text += ";COUNT=" + std::to_string(Get(rule, &IRecurrencePattern::get_Occurrences));
+    icalcomponent_add_property(component,
+                               icalproperty_new_rrule(icalrecurrencetype_from_string(text.c_str())));
     return true;
 }
 
 void Exporter::AddDeleted(icalcomponent* component, const Series& series) {
     for (const DWORD date : series.deleted)
-        AddTime(component, icalproperty_new_exdate(FromMinutes(date + series.startMinutes, series.allDay)), series.tzid);
+        AddTime(component, icalproperty_new_exdate(FromMinutes(date + series.startMinutes, series.allDay)),
+                series.tzid);
 }
 
 void Exporter::WriteException(IAppointment* item, const Series& series, const CALENDAREXCEPTION& exception,
@@ -405,7 +360,8 @@ void Exporter::WriteException(IAppointment* item, const Series& series, const CA
     Com<IAppointment> changed;
     if (FAILED(item->GetRecurrencePattern(rule.Out())) ||
         FAILED(rule->GetOccurrence(static_cast<DATE>(exception.RuleDay()), changed.Out())))
-        return;
+        return Complain(static_cast<CEOID>(Get(item, &IAppointment::get_Oid)),
+                        "a changed occurrence can't be read");
     const Component event = Begin(ICAL_VEVENT_COMPONENT, uid);
     AddTime(event.get(),
             icalproperty_new_recurrenceid(
@@ -416,33 +372,37 @@ void Exporter::WriteException(IAppointment* item, const Series& series, const CA
     AddTime(event.get(), icalproperty_new_dtstart(FromMinutes(exception.dwStart, allDay)), tzid);
     AddTime(event.get(), icalproperty_new_dtend(FromMinutes(exception.dwEnd, allDay)), tzid);
     AddTexts(event.get(), changed.Get());
-    m_output.Write(event.get());
+    Write(m_output, event.get());
 }
 
 void Exporter::Appointment(IAppointment* item) {
     const auto oid = static_cast<CEOID>(Get(item, &IAppointment::get_Oid));
-    std::string uid = m_store.Uid(oid);
-    if (uid.empty()) uid = "qn-" + std::to_string(oid);
     void* found = nullptr;
     item->QueryInterface(IID_IItem, &found);
     const Com<IItem> bag(static_cast<IItem*>(found));
+    const std::string uid = UidOf(oid, bag);
     const Component event = Begin(ICAL_VEVENT_COMPONENT, uid);
     Series series;
-    const bool recurring = Get(item, &IAppointment::get_IsRecurring) != VARIANT_FALSE && ReadSeries(item, bag, series);
-    const bool ruled = recurring && AddRule(event.get(), item, series);
+    const bool recurring =
+        Get(item, &IAppointment::get_IsRecurring) != VARIANT_FALSE && ReadSeries(item, bag, series);
+    Com<IRecurrencePattern> rule;
+    const bool ruled = recurring && SUCCEEDED(item->GetRecurrencePattern(rule.Out())) &&
+                       AddRule(event.get(), rule.Get(), series.start);
     if (ruled) {
         AddTime(event.get(), icalproperty_new_dtstart(series.start), series.tzid);
-        icalcomponent_add_property(event.get(), icalproperty_new_duration(icaldurationtype_from_int(series.duration * 60)));
+        icalcomponent_add_property(
+            event.get(), icalproperty_new_duration(icaldurationtype_from_int(series.duration * 60)));
         AddDeleted(event.get(), series);
     } else {
-        if (recurring)
-            std::fprintf(stderr, "qn: item %u: its rule can't be written, the first date stands alone\n", oid);
-        AddSingleTimes(event.get(), item, bag);
+        if (Get(item, &IAppointment::get_IsRecurring) != VARIANT_FALSE)
+            Complain(oid, "its rule can't be written, the first date stands alone");
+        AddSingleTimes(event.get(), item);
     }
     AddTexts(event.get(), item);
+    AddOrganizer(event.get(), bag, item);
     AddPeople(event.get(), item);
     AddReminder(event.get(), item);
-    m_output.Write(event.get());
+    Write(m_output, event.get());
     ++m_written;
     if (!ruled) return;
     for (const CALENDAREXCEPTION* exception : series.record.m_listExceptions)
@@ -455,11 +415,41 @@ void Exporter::Appointments() {
     });
 }
 
+void Exporter::AddTaskRest(icalcomponent* component, ITask* item, const Com<IItem>& bag) {
+    const WCHAR* name = u"QN_TaskPercentStatus";
+    CEPROPID id = 0;
+    if (SUCCEEDED(m_store.App()->GetIDsFromNames(1, &name, 0, &id)) && id != kUnknownNamedProperty) {
+        const Property percent(bag, id);
+        if (percent.Value())
+            icalcomponent_add_property(
+                component, icalproperty_new_percentcomplete(static_cast<int>(percent.Value()->val.ulVal)));
+    }
+    const DATE reminder = Get(item, &ITask::get_ReminderTime, kNoDate);
+    if (Get(item, &ITask::get_ReminderSet) != VARIANT_FALSE && reminder < kNoDate) {
+        icaltriggertype trigger{};
+        trigger.time = Utc(reminder);
+        icalcomponent* alarm = icalcomponent_new(ICAL_VALARM_COMPONENT);
+        icalcomponent_add_property(alarm, icalproperty_new_action(ICAL_ACTION_DISPLAY));
+        icalproperty* when = icalproperty_new_trigger(trigger);
+        icalproperty_add_parameter(when, icalparameter_new_value(ICAL_VALUE_DATETIME));
+        icalcomponent_add_property(alarm, when);
+        AddText(alarm, &icalproperty_new_description, TextOf(item, &ITask::get_Subject));
+        icalcomponent_add_component(component, alarm);
+    }
+    Com<IRecurrencePattern> rule;
+    if (Get(item, &ITask::get_IsRecurring) == VARIANT_FALSE) return;
+    if (FAILED(item->GetRecurrencePattern(rule.Out())) ||
+        !AddRule(component, rule.Get(),
+                 FromDate(Get(rule.Get(), &IRecurrencePattern::get_PatternStartDate), true)))
+        Complain(static_cast<CEOID>(Get(item, &ITask::get_Oid)), "its rule can't be written");
+}
+
 void Exporter::Task(ITask* item) {
     const auto oid = static_cast<CEOID>(Get(item, &ITask::get_Oid));
-    std::string uid = m_store.Uid(oid);
-    if (uid.empty()) uid = "qn-" + std::to_string(oid);
-    const Component todo = Begin(ICAL_VTODO_COMPONENT, uid);
+    void* found = nullptr;
+    item->QueryInterface(IID_IItem, &found);
+    const Com<IItem> bag(static_cast<IItem*>(found));
+    const Component todo = Begin(ICAL_VTODO_COMPONENT, UidOf(oid, bag));
     const DATE start = Get(item, &ITask::get_StartDate, kNoDate);
     const DATE due = Get(item, &ITask::get_DueDate, kNoDate);
     const DATE completed = Get(item, &ITask::get_DateCompleted, kNoDate);
@@ -475,11 +465,12 @@ void Exporter::Task(ITask* item) {
         icalcomponent_add_property(todo.get(), icalproperty_new_priority(kPriorities[importance]));
     if (Get(item, &ITask::get_Complete) != VARIANT_FALSE) {
         icalcomponent_add_property(todo.get(), icalproperty_new_status(ICAL_STATUS_COMPLETED));
-        icaltimetype day = FromDate(std::min(completed, kNoDate - 1), false);
-        day.zone = icaltimezone_get_utc_timezone();
-        icalcomponent_add_property(todo.get(), icalproperty_new_completed(day));
+        // Noon of the day, so that it stays this day in the zones around.
+        icalcomponent_add_property(todo.get(),
+                                   icalproperty_new_completed(Utc(std::min(completed, kNoDate - 1) + 0.5)));
     }
-    m_output.Write(todo.get());
+    AddTaskRest(todo.get(), item, bag);
+    Write(m_output, todo.get());
     ++m_written;
 }
 
@@ -503,8 +494,9 @@ int ExportCommand(const Words& words) {
     exporter.Appointments();
     exporter.Tasks();
     exporter.Finish();
-    if (!name.empty()) std::printf("%u items written to %s\n", exporter.Written(), name.c_str());
-    return kExitDone;
+    if (!name.empty() && name != "-")
+        std::printf("%u items written to %s\n", exporter.Written(), name.c_str());
+    return exporter.Failed() ? kExitFailed : kExitDone;
 }
 
 } // namespace qn

@@ -3,32 +3,46 @@
 #include "apps/qn/support.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cinttypes>
+#include <cstdio>
 #include <memory>
+#include <unordered_map>
 
 namespace qn {
 
 namespace {
 
-constexpr std::size_t kLongestLine = 1 << 20;       // bytes of a physical line
-constexpr std::size_t kLongestComponent = 32 << 20; // an attachment may be inside
+constexpr std::size_t kLargestComponent = 32 << 20; // an attachment may be inside
+constexpr std::size_t kDeepest = 8;                 // components in components; alarms in events are two
+constexpr std::size_t kLongestKind = 40;            // of a component's name, in messages
 
 struct FreeComponent {
     void operator()(icalcomponent* component) const { icalcomponent_free(component); }
 };
 using Component = std::unique_ptr<icalcomponent, FreeComponent>;
 
-// Physical lines with their numbers, any line end, byte-order mark dropped.
+// Physical lines with their numbers, any line end, byte-order mark dropped. What a line has beyond the size of a component
+// is not kept.
 class Lines {
 public:
-    explicit Lines(std::istream& in) : m_in(in) {}
+    explicit Lines(std::istream& in) : m_in(*in.rdbuf()) {}
     bool Next(std::string& line) {
         line.clear();
-        int c = m_in.get();
-        if (c == std::istream::traits_type::eof()) return false;
-        for (; c != std::istream::traits_type::eof() && c != '\n' && line.size() < kLongestLine; c = m_in.get()) {
-            line += static_cast<char>(c);
+        if (m_again) {
+            m_again = false;
+            line = m_last;
+            return true;
+        }
+        constexpr int kEnd = std::istream::traits_type::eof();
+        int c = m_in.sbumpc();
+        if (c == kEnd) return false;
+        for (; c != kEnd && c != '\n'; c = m_in.sbumpc()) {
             ++m_bytes;
+            if (line.size() >= kLargestComponent) continue;
+            if (c) // a zero would end the text for all who read it
+                line += static_cast<char>(c);
+            else
+                line += "\xEF\xBF\xBD";
         }
         ++m_bytes;
         if (m_number == 0 && line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
@@ -36,243 +50,50 @@ public:
         ++m_number;
         return true;
     }
+    // The line comes once more.
+    void Again(std::string line) {
+        m_last = std::move(line);
+        m_again = true;
+    }
     unsigned Number() const { return m_number; }
     std::size_t Bytes() const { return m_bytes; }
 
 private:
-    std::istream& m_in;
+    std::streambuf& m_in;
     unsigned m_number = 0;
     std::size_t m_bytes = 0;
+    bool m_again = false;
+    std::string m_last;
 };
 
-std::string Upper(std::string_view text) {
-    std::string upper(text);
-    std::transform(upper.begin(), upper.end(), upper.begin(),
-                   [](unsigned char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : static_cast<char>(c); });
-    return upper;
+// "BEGIN:VEVENT" or "END:VEVENT"; the kind is empty for any other line.
+struct Tag {
+    bool begins = false;
+    std::string kind;
+};
+
+Tag TagOf(const std::string& line) {
+    const std::string head = Upper(std::string_view(line).substr(0, 6));
+    const bool begins = head == "BEGIN:";
+    if (!begins && !head.starts_with("END:")) return {};
+    Tag tag{begins, Upper(std::string_view(line).substr(begins ? 6 : 4))};
+    while (tag.kind.ends_with(' ') || tag.kind.ends_with('\t')) tag.kind.pop_back();
+    return tag;
 }
 
-// --- One component ------------------------------------------------------------------------------------------------
-
-std::string Text(icalcomponent* component, icalproperty_kind kind) {
-    icalproperty* property = icalcomponent_get_first_property(component, kind);
-    icalvalue* value = property ? icalproperty_get_value(property) : nullptr;
-    if (!value) return {};
-    const char* text = nullptr;
-    switch (icalvalue_isa(value)) {
-    case ICAL_TEXT_VALUE: text = icalvalue_get_text(value); break;
-    case ICAL_STRING_VALUE: text = icalvalue_get_string(value); break;
-    case ICAL_URI_VALUE: text = icalvalue_get_uri(value); break;
-    case ICAL_CALADDRESS_VALUE: text = icalvalue_get_caladdress(value); break;
-    default: text = icalvalue_as_ical_string(value); break;
-    }
-    return text ? text : "";
+// What stands in a calendar and in nothing else: where one begins, the one before has ended.
+bool StandsAlone(const std::string& kind) {
+    for (const char* one : {"VCALENDAR", "VEVENT", "VTODO", "VJOURNAL", "VFREEBUSY", "VTIMEZONE"})
+        if (kind == one) return true;
+    return false;
 }
 
-std::string Parameter(icalproperty* property, icalparameter_kind kind, const char* (*get)(const icalparameter*)) {
-    icalparameter* parameter = icalproperty_get_first_parameter(property, kind);
-    const char* text = parameter ? get(parameter) : nullptr;
-    return text ? text : "";
+// FNV-1a.
+std::uint64_t Hash(std::string_view text) {
+    std::uint64_t hash = 0xCBF29CE484222325;
+    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+    return hash;
 }
-
-When WhenOf(icalproperty* property) {
-    When when;
-    icalvalue* value = property ? icalproperty_get_value(property) : nullptr;
-    if (!value) return when;
-    switch (icalvalue_isa(value)) {
-    case ICAL_DATE_VALUE: when.time = icalvalue_get_date(value); break;
-    case ICAL_DATETIME_VALUE: when.time = icalvalue_get_datetime(value); break;
-    case ICAL_DATETIMEDATE_VALUE: when.time = icalvalue_get_datetimedate(value); break;
-    case ICAL_DATETIMEPERIOD_VALUE: {
-        const icaldatetimeperiodtype both = icalvalue_get_datetimeperiod(value);
-        when.time = icaltime_is_null_time(both.time) ? both.period.start : both.time;
-        break;
-    }
-    default: return when;
-    }
-    if (FromIcal(when.time).wYear == 0) when.time = icaltime_null_time(); // out of range
-    when.tzid = Parameter(property, ICAL_TZID_PARAMETER, &icalparameter_get_tzid);
-    return when;
-}
-
-When FirstWhen(icalcomponent* component, icalproperty_kind kind) {
-    return WhenOf(icalcomponent_get_first_property(component, kind));
-}
-
-template<class Visit>
-void ForEach(icalcomponent* component, icalproperty_kind kind, Visit visit) {
-    for (icalproperty* p = icalcomponent_get_first_property(component, kind); p;
-         p = icalcomponent_get_next_property(component, kind))
-        visit(p);
-}
-
-std::string WithoutMailto(std::string address) {
-    if (Upper(address).starts_with("MAILTO:")) address.erase(0, 7);
-    return address;
-}
-
-Attendee AttendeeOf(icalproperty* property) {
-    Attendee attendee;
-    const char* address = icalproperty_get_attendee(property);
-    attendee.address = WithoutMailto(address ? address : "");
-    attendee.name = Parameter(property, ICAL_CN_PARAMETER, &icalparameter_get_cn);
-    if (attendee.name.empty()) attendee.name = attendee.address;
-    if (icalparameter* role = icalproperty_get_first_parameter(property, ICAL_ROLE_PARAMETER))
-        if (icalparameter_get_role(role) == ICAL_ROLE_OPTPARTICIPANT ||
-            icalparameter_get_role(role) == ICAL_ROLE_NONPARTICIPANT)
-            attendee.type = 2;
-    if (icalparameter* type = icalproperty_get_first_parameter(property, ICAL_CUTYPE_PARAMETER))
-        if (icalparameter_get_cutype(type) == ICAL_CUTYPE_RESOURCE ||
-            icalparameter_get_cutype(type) == ICAL_CUTYPE_ROOM)
-            attendee.type = 3;
-    if (icalparameter* state = icalproperty_get_first_parameter(property, ICAL_PARTSTAT_PARAMETER)) {
-        switch (icalparameter_get_partstat(state)) {
-        case ICAL_PARTSTAT_ACCEPTED: attendee.response = 1; break;
-        case ICAL_PARTSTAT_DECLINED: attendee.response = 2; break;
-        case ICAL_PARTSTAT_TENTATIVE: attendee.response = 3; break;
-        default: break;
-        }
-    }
-    return attendee;
-}
-
-int SensitivityOf(icalcomponent* component) {
-    const std::string text = Upper(Text(component, ICAL_CLASS_PROPERTY));
-    return text == "PRIVATE" ? 2 : text == "CONFIDENTIAL" ? 3 : 0;
-}
-
-// The busy status: as a calendar program wrote it in words, else by transparency and status.
-int BusyStatusOf(icalcomponent* component) {
-    std::string words;
-    ForEach(component, ICAL_X_PROPERTY, [&](icalproperty* p) {
-        const char* name = icalproperty_get_x_name(p);
-        if (name && !strcmp(name, "X-MICROSOFT-CDO-BUSYSTATUS")) {
-            const char* value = icalproperty_get_x(p);
-            words = Upper(value ? value : "");
-        }
-    });
-    if (words == "FREE") return 0;
-    if (words == "TENTATIVE") return 1;
-    if (words == "OOF") return 3;
-    if (words == "BUSY") return 2;
-    if (Upper(Text(component, ICAL_TRANSP_PROPERTY)) == "TRANSPARENT") return 0;
-    return icalcomponent_get_status(component) == ICAL_STATUS_TENTATIVE ? 1 : 2;
-}
-
-void TakeAlarms(icalcomponent* component, IcsItem& item) {
-    for (icalcomponent* alarm = icalcomponent_get_first_component(component, ICAL_VALARM_COMPONENT); alarm;
-         alarm = icalcomponent_get_next_component(component, ICAL_VALARM_COMPONENT)) {
-        icalproperty* property = icalcomponent_get_first_property(alarm, ICAL_TRIGGER_PROPERTY);
-        if (!property) continue;
-        if (item.reminderMinutes || item.reminderTime) {
-            ++item.furtherAlarms;
-            continue;
-        }
-        const icaltriggertype trigger = icalproperty_get_trigger(property);
-        if (!icaltime_is_null_time(trigger.time)) {
-            item.reminderTime = When{trigger.time, {}};
-            continue;
-        }
-        icalparameter* related = icalproperty_get_first_parameter(property, ICAL_RELATED_PARAMETER);
-        const bool fromEnd = related && icalparameter_get_related(related) == ICAL_RELATED_END;
-        const int seconds = icaldurationtype_as_int(trigger.duration);
-        if (fromEnd || seconds > 0)
-            ++item.furtherAlarms; // behind the start: no reminder can say that
-        else
-            item.reminderMinutes = -seconds / 60;
-    }
-}
-
-void TakeTexts(icalcomponent* component, IcsItem& item) {
-    item.uid = Text(component, ICAL_UID_PROPERTY);
-    item.summary = Text(component, ICAL_SUMMARY_PROPERTY);
-    item.location = Text(component, ICAL_LOCATION_PROPERTY);
-    item.note = Text(component, ICAL_DESCRIPTION_PROPERTY);
-    const std::string url = Text(component, ICAL_URL_PROPERTY);
-    if (!url.empty() && item.note.find(url) == std::string::npos) item.note += (item.note.empty() ? "" : "\n") + url;
-    ForEach(component, ICAL_CATEGORIES_PROPERTY, [&](icalproperty* p) {
-        const char* text = icalproperty_get_categories(p);
-        std::string_view rest = text ? text : "";
-        while (!rest.empty()) {
-            const std::size_t end = std::min(rest.find(','), rest.size());
-            std::string name(rest.substr(0, end));
-            while (name.starts_with(' ')) name.erase(0, 1);
-            while (name.ends_with(' ')) name.pop_back();
-            if (!name.empty()) item.categories.push_back(name);
-            rest.remove_prefix(std::min(end + 1, rest.size()));
-        }
-    });
-}
-
-void TakePeople(icalcomponent* component, IcsItem& item) {
-    if (icalproperty* p = icalcomponent_get_first_property(component, ICAL_ORGANIZER_PROPERTY)) {
-        item.organizer = Parameter(p, ICAL_CN_PARAMETER, &icalparameter_get_cn);
-        const char* address = icalproperty_get_organizer(p);
-        if (item.organizer.empty()) item.organizer = WithoutMailto(address ? address : "");
-    }
-    ForEach(component, ICAL_ATTENDEE_PROPERTY, [&](icalproperty* p) { item.attendees.push_back(AttendeeOf(p)); });
-}
-
-void TakeDates(icalcomponent* component, IcsItem& item) {
-    item.start = FirstWhen(component, ICAL_DTSTART_PROPERTY);
-    item.end = FirstWhen(component, item.isTodo ? ICAL_DUE_PROPERTY : ICAL_DTEND_PROPERTY);
-    if (icalproperty* p = icalcomponent_get_first_property(component, ICAL_DURATION_PROPERTY))
-        item.duration = icaldurationtype_as_int(icalproperty_get_duration(p));
-    if (icalproperty* p = icalcomponent_get_first_property(component, ICAL_RECURRENCEID_PROPERTY)) {
-        item.recurrenceId = WhenOf(p);
-        icalparameter* range = icalproperty_get_first_parameter(p, ICAL_RANGE_PARAMETER);
-        item.thisAndFuture = range && icalparameter_get_range(range) == ICAL_RANGE_THISANDFUTURE;
-    }
-    ForEach(component, ICAL_RRULE_PROPERTY, [&](icalproperty* p) {
-        const char* text = icalproperty_get_value_as_string(p);
-        item.rules.emplace_back(text ? text : "");
-    });
-    ForEach(component, ICAL_EXDATE_PROPERTY, [&](icalproperty* p) { item.exceptionDates.push_back(WhenOf(p)); });
-    ForEach(component, ICAL_RDATE_PROPERTY, [&](icalproperty* p) { item.extraDates.push_back(WhenOf(p)); });
-    std::erase_if(item.exceptionDates, [](const When& w) { return !w.IsSet(); });
-    std::erase_if(item.extraDates, [](const When& w) { return !w.IsSet(); });
-}
-
-void TakeTodo(icalcomponent* component, IcsItem& item) {
-    if (icalproperty* p = icalcomponent_get_first_property(component, ICAL_PRIORITY_PROPERTY))
-        item.priority = icalproperty_get_priority(p);
-    if (icalproperty* p = icalcomponent_get_first_property(component, ICAL_PERCENTCOMPLETE_PROPERTY))
-        item.percent = std::clamp(icalproperty_get_percentcomplete(p), 0, 100);
-    item.completedAt = FirstWhen(component, ICAL_COMPLETED_PROPERTY);
-    item.completed =
-        item.completedAt.IsSet() || item.percent == 100 || icalcomponent_get_status(component) == ICAL_STATUS_COMPLETED;
-}
-
-IcsItem ItemOf(icalcomponent* component, unsigned line) {
-    IcsItem item;
-    item.line = line;
-    item.isTodo = icalcomponent_isa(component) == ICAL_VTODO_COMPONENT;
-    TakeTexts(component, item);
-    TakeDates(component, item);
-    TakeAlarms(component, item);
-    TakePeople(component, item);
-    item.sensitivity = SensitivityOf(component);
-    item.busyStatus = BusyStatusOf(component);
-    item.cancelled = icalcomponent_get_status(component) == ICAL_STATUS_CANCELLED;
-    item.attachments = static_cast<unsigned>(icalcomponent_count_properties(component, ICAL_ATTACH_PROPERTY));
-    if (item.isTodo) TakeTodo(component, item);
-    return item;
-}
-
-// Why an item can't be taken; empty when it can.
-std::string Objection(icalcomponent* component, const IcsItem& item) {
-    if (!item.isTodo && !item.start.IsSet()) return "an event without a start that can be read";
-    for (icalproperty* p = icalcomponent_get_first_property(component, ICAL_XLICERROR_PROPERTY); p;
-         p = icalcomponent_get_next_property(component, ICAL_XLICERROR_PROPERTY)) {
-        const char* text = icalproperty_get_xlicerror(p);
-        const std::string error = text ? text : "";
-        for (const char* vital : {"DTSTART", "RRULE", "RECURRENCE-ID"})
-            if (error.find(vital) != std::string::npos) return "a " + std::string(vital) + " that can't be read";
-    }
-    return {};
-}
-
-// --- The file -----------------------------------------------------------------------------------------------------
 
 class Reader {
 public:
@@ -281,47 +102,70 @@ public:
 
     IcsFile Read() {
         std::string line;
-        bool calendar = false;
+        bool any = false;
         while (m_lines.Next(line)) {
             if (line.empty()) continue;
-            const std::string upper = Upper(std::string_view(line).substr(0, 64));
-            if (!calendar) {
-                if (!upper.starts_with("BEGIN:VCALENDAR")) throw Failure(Place() + "not an iCalendar file");
-                calendar = true;
-            } else if (upper.starts_with("BEGIN:") && upper != "BEGIN:VCALENDAR") {
-                ReadComponent(line, upper.substr(6));
-            }
+            const Tag tag = TagOf(line);
+            if (!any && !(tag.begins && tag.kind == "VCALENDAR"))
+                throw Failure(Place() + "not an iCalendar file");
+            any = true;
+            if (tag.kind == "VCALENDAR")
+                m_inCalendar = tag.begins;
+            else if (tag.begins && !tag.kind.empty())
+                ReadComponent(line, tag.kind);
         }
-        if (!calendar) throw Failure(m_name + " is empty");
+        if (!any) throw Failure(m_name + ": the file is empty");
+        if (m_inCalendar && !m_cut)
+            Skip(m_lines.Number(), "the file ends here without END:VCALENDAR; more may be missing");
         return std::move(m_file);
     }
 
 private:
     std::string Place() const { return m_name + ":" + std::to_string(m_lines.Number()) + ": "; }
 
+    // Reads to the end of the component whose first line this is. What was left open inside of it is closed; one that the
+    // next component or the end of the calendar cuts short is not taken, for nobody knows what it lacks.
     void ReadComponent(std::string line, const std::string& kind) {
         const unsigned begin = m_lines.Number();
-        const std::string end = "END:" + kind;
+        std::vector<std::string> open{kind};
+        bool tooDeep = false;
         std::string text = line + "\r\n";
-        bool complete = false;
-        while (m_lines.Next(line)) {
-            if (text.size() < kLongestComponent) text += line + "\r\n";
-            if (line.size() == end.size() && Upper(line) == end) {
-                complete = true;
-                break;
+        while (!open.empty() && m_lines.Next(line)) {
+            const Tag tag = TagOf(line);
+            if (StandsAlone(tag.kind) && (tag.begins || tag.kind == "VCALENDAR")) {
+                Skip(begin, "its end is missing");
+                m_lines.Again(line);
+                return;
             }
+            if (tag.begins && !tag.kind.empty()) {
+                tooDeep = tooDeep || open.size() >= kDeepest;
+                if (!tooDeep) open.push_back(tag.kind);
+            } else if (!tag.kind.empty()) {
+                if (std::find(open.begin(), open.end(), tag.kind) == open.end()) continue;
+                for (; open.back() != tag.kind; open.pop_back()) text += "END:" + open.back() + "\r\n";
+                open.pop_back();
+            }
+            if (text.size() < kLargestComponent) text += line + "\r\n";
         }
-        if (!complete)
+        if (!open.empty()) {
+            m_cut = true;
             Skip(begin, "the file ends inside of it");
-        else if (text.size() >= kLongestComponent)
-            Skip(begin, "larger than 32 MiB");
-        else if (kind == "VTIMEZONE")
-            m_file.zones.AddDefinition(text);
-        else if (kind == "VEVENT" || kind == "VTODO")
-            Take(text, begin);
-        else
-            Skip(begin, "a component of kind " + kind);
+        } else if (tooDeep || text.size() >= kLargestComponent) {
+            Skip(begin, tooDeep ? "its parts are nested too deeply" : "larger than 32 MiB");
+        } else {
+            TakeComponent(kind, text, begin);
+        }
         if (m_progress) m_progress(m_lines.Bytes());
+    }
+
+    void TakeComponent(const std::string& kind, const std::string& text, unsigned line) {
+        if (kind == "VTIMEZONE") {
+            if (!m_file.zones.AddDefinition(text)) Skip(line, "a time zone that can't be read");
+        } else if (kind == "VEVENT" || kind == "VTODO") {
+            Take(text, line);
+        } else {
+            Skip(line, "a component of kind " + Printable(kind.substr(0, kLongestKind)));
+        }
     }
 
     void Take(const std::string& text, unsigned line) {
@@ -331,12 +175,24 @@ private:
             Skip(line, "can't be read");
             return;
         }
-        IcsItem item = ItemOf(component.get(), line);
-        const std::string objection = Objection(component.get(), item);
-        if (!objection.empty())
+        IcsItem item;
+        item.line = line;
+        const std::string objection = TakeItem(component.get(), item);
+        if (!objection.empty()) {
             Skip(line, objection);
-        else
-            m_file.items.push_back(std::move(item));
+            return;
+        }
+        if (item.uid.empty()) item.uid = MadeUid(item);
+        m_file.items.push_back(std::move(item));
+    }
+
+    std::string MadeUid(const IcsItem& item) {
+        const std::string start = item.start.IsSet() ? icaltime_as_ical_string(item.start.time) : "";
+        char text[32];
+        std::snprintf(text, sizeof text, "qn-%016" PRIx64,
+                      Hash(start + item.start.tzid + "\n" + item.summary));
+        const unsigned before = m_made[text]++;
+        return before ? text + ("-" + std::to_string(before)) : text;
     }
 
     void Skip(unsigned line, std::string why) { m_file.skipped.push_back({line, std::move(why)}); }
@@ -344,10 +200,20 @@ private:
     Lines m_lines;
     const std::string& m_name;
     const std::function<void(std::size_t)>& m_progress;
+    bool m_inCalendar = false;
+    bool m_cut = false;
+    std::unordered_map<std::string, unsigned> m_made; // UIDs made, and how often
     IcsFile m_file;
 };
 
 } // namespace
+
+std::string Upper(std::string_view text) {
+    std::string upper(text);
+    for (char& c : upper)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
+    return upper;
+}
 
 IcsFile ReadIcs(std::istream& in, const std::string& name, const std::function<void(std::size_t)>& progress) {
     icalerror_set_errors_are_fatal(0);

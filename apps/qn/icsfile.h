@@ -14,7 +14,7 @@
 
 namespace qn {
 
-// A date or moment as the file has it, with the name of its zone.
+// A date or moment as the file has it, with the name of its zone. Always a real date of the years that the store holds.
 struct When {
     icaltimetype time = icaltime_null_time();
     std::string tzid;
@@ -22,38 +22,47 @@ struct When {
     bool IsDate() const { return time.is_date != 0; }
 };
 
+// A date beside the rule, with a length of its own when it came as a period.
+struct ExtraDate {
+    When start;
+    std::optional<LONG> minutes;
+};
+
 struct Attendee {
     std::string name;
     std::string address;
     int type = 1;     // 1 required, 2 optional, 3 resource
     int response = 0; // 0 none, 1 accepted, 2 declined, 3 tentative
+    bool operator==(const Attendee&) const = default;
 };
 
 // What events and to-dos share.
 struct IcsItem {
     unsigned line = 0;
-    std::string uid;
+    std::string
+        uid; // made of start and summary when the file has none, so that the next import knows it again
+    int sequence = 0;
     std::string summary;
     std::string location;
     std::string note;
     std::vector<std::string> categories;
     std::vector<std::string> rules;
     std::vector<When> exceptionDates;
-    std::vector<When> extraDates;
+    std::vector<ExtraDate> extraDates;
     When start;
     When end; // DTEND, or DUE of a to-do
     When recurrenceId;
     bool thisAndFuture = false;
-    std::optional<int> duration; // seconds, when there is no end
+    std::optional<LONG> minutes; // DURATION, when there is no end
     int sensitivity = 0;
     int busyStatus = 2;
     bool cancelled = false;
-    std::optional<int> reminderMinutes; // before the start
-    std::optional<When> reminderTime;   // a moment of its own
-    unsigned furtherAlarms = 0;
-    unsigned attachments = 0;
+    std::optional<LONG> reminderMinutes; // before the start, or before the end
+    bool reminderFromEnd = false;        // of a to-do
+    std::optional<When> reminderTime;    // a moment of its own
     std::string organizer;
     std::vector<Attendee> attendees;
+    std::vector<std::string> unkept; // what the item has and no field of it can hold, in words
     // To-dos only.
     bool isTodo = false;
     int priority = 0; // 1 to 9, 0 none
@@ -75,5 +84,11 @@ struct IcsFile {
 // Reads the whole stream. `name` is for messages; `progress` is told the bytes read so far. A stream that is no iCalendar
 // at all is a Failure with file and line.
 IcsFile ReadIcs(std::istream& in, const std::string& name, const std::function<void(std::size_t)>& progress);
+
+// One VEVENT or VTODO. Returns why it can't be taken, empty when it can.
+std::string TakeItem(icalcomponent* component, IcsItem& item);
+
+// In capitals, ASCII only.
+std::string Upper(std::string_view text);
 
 } // namespace qn

@@ -12,8 +12,10 @@ namespace qn {
 
 namespace {
 
-constexpr int kProofDates = 150;  // as many dates of both walks must agree
-constexpr int kProofYears = 60;   // or all within as many years
+constexpr int kProofDates = 150; // as many dates of both walks must agree
+constexpr int kProofYears = 60;  // or all within as many years
+constexpr LONG kLargestInterval = 9999;
+constexpr std::size_t kMostSteps = 200'000; // of a rule that is written out
 constexpr LONG kWorkingDays = 62;
 constexpr LONG kWeekend = 65;
 constexpr LONG kAnyDay = 127;
@@ -56,14 +58,20 @@ ByDay ByDayOf(const icalrecurrencetype& rule) {
     return result;
 }
 
-bool HasOnlyKnownParts(const icalrecurrencetype& rule) {
-    return rule.by_second[0] == kNone && rule.by_minute[0] == kNone && rule.by_hour[0] == kNone &&
+// Some programs write the time of the start into the rule, too.
+template<std::size_t N>
+bool IsOrAbsent(const short (&list)[N], int value) {
+    return list[0] == kNone || (list[0] == value && list[1] == kNone);
+}
+
+bool HasOnlyKnownParts(const icalrecurrencetype& rule, const icaltimetype& start) {
+    return IsOrAbsent(rule.by_second, start.second) && IsOrAbsent(rule.by_minute, start.minute) &&
+           IsOrAbsent(rule.by_hour, start.hour) && rule.interval <= kLargestInterval &&
            rule.by_year_day[0] == kNone && rule.by_week_no[0] == kNone && !rule.rscale &&
            Values(rule.by_month).size() <= 1 && Values(rule.by_set_pos).size() <= 1;
 }
 
-// The day of the month that a rule names. "The last of 28, 29 ... d" is day d, which short months cut to their end.
-// 0 when no one day says it.
+// The day of the month that a rule names. "The last of 28, 29 ... d" may be day d of a pattern. 0 when no one day says it.
 LONG MonthDayOf(const std::vector<int>& monthDays, const std::vector<int>& positions, int ownDay) {
     if (monthDays.empty()) return positions.empty() ? ownDay : 0;
     if (monthDays.size() == 1) return positions.empty() ? monthDays[0] : 0;
@@ -76,10 +84,13 @@ LONG MonthDayOf(const std::vector<int>& monthDays, const std::vector<int>& posit
 // The nth of the days, by the ordinal of BYDAY or by BYSETPOS; 0 when it is no instance of a pattern.
 LONG InstanceOf(const ByDay& days, const std::vector<int>& positions) {
     int nth = days.nth;
-    if (nth == 0 && positions.size() == 1) nth = positions[0];
-    else if (!positions.empty()) return 0;
+    if (nth == 0 && positions.size() == 1)
+        nth = positions[0];
+    else if (!positions.empty())
+        return 0;
     if (!days.uniform || (days.nth != 0 && days.count != 1)) return 0;
-    const bool knownMask = days.count == 1 || days.mask == kWorkingDays || days.mask == kWeekend || days.mask == kAnyDay;
+    const bool knownMask =
+        days.count == 1 || days.mask == kWorkingDays || days.mask == kWeekend || days.mask == kAnyDay;
     if (!knownMask) return 0;
     return nth == -1 ? kLast : nth >= 1 && nth <= 4 ? nth : 0;
 }
@@ -129,7 +140,8 @@ std::vector<Pattern> Candidates(const icalrecurrencetype& rule, const icaltimety
         }
         break;
     }
-    default: break;
+    default:
+        break;
     }
     return found;
 }
@@ -162,9 +174,19 @@ PlatRule RuleOf(const Pattern& pattern, const icaltimetype& start) {
         rule.dwPeriod = 12;
         // Minutes of a common year before the month.
         rule.dwYearOffset = static_cast<DWORD>(
-            (civil::DaysFromCivil(2010, pattern.month, 1) - civil::DaysFromCivil(2010, 1, 1)) * civil::kMinutesPerDay);
+            (civil::DaysFromCivil(2010, pattern.month, 1) - civil::DaysFromCivil(2010, 1, 1)) *
+            civil::kMinutesPerDay);
     }
     return rule;
+}
+
+// The walk over minutes and seconds looks at each one, which may take hours where a month or day must fit, too.
+bool CanBeWalked(const icalrecurrencetype& rule) {
+    if (rule.freq == ICAL_NO_RECURRENCE) return false;
+    if (rule.freq != ICAL_SECONDLY_RECURRENCE && rule.freq != ICAL_MINUTELY_RECURRENCE) return true;
+    return rule.by_month[0] == kNone && rule.by_month_day[0] == kNone && rule.by_year_day[0] == kNone &&
+           rule.by_week_no[0] == kNone && rule.by_day[0] == kNone && rule.by_hour[0] == kNone &&
+           rule.by_minute[0] == kNone && rule.by_second[0] == kNone && rule.by_set_pos[0] == kNone;
 }
 
 std::vector<std::int64_t> RuleDays(icalrecurrencetype rule, const icaltimetype& start, std::int64_t lastDay) {
@@ -181,7 +203,8 @@ std::vector<std::int64_t> RuleDays(icalrecurrencetype rule, const icaltimetype& 
     return days;
 }
 
-std::vector<std::int64_t> PatternDays(const Pattern& pattern, const icaltimetype& start, std::int64_t lastDay) {
+std::vector<std::int64_t> PatternDays(const Pattern& pattern, const icaltimetype& start,
+                                      std::int64_t lastDay) {
     std::vector<std::int64_t> days;
     const PlatRule rule = RuleOf(pattern, start);
     const auto visit = [](void* user, DWORD date) {
@@ -189,7 +212,8 @@ std::vector<std::int64_t> PatternDays(const Pattern& pattern, const icaltimetype
         list.push_back(date / civil::kMinutesPerDay);
         return list.size() < kProofDates;
     };
-    PlatGetRuleWalk()(rule, rule.dwStartDate, static_cast<DWORD>(lastDay * civil::kMinutesPerDay), visit, &days);
+    PlatGetRuleWalk()(rule, rule.dwStartDate, static_cast<DWORD>(lastDay * civil::kMinutesPerDay), visit,
+                      &days);
     return days;
 }
 
@@ -218,18 +242,32 @@ std::vector<std::string> RuleTexts(const Pattern& pattern) {
     case olRecursDaily:
         return pattern.interval ? std::vector{"FREQ=DAILY" + step}
                                 : std::vector{"FREQ=WEEKLY;BYDAY=" + DayNames(pattern.mask)};
-    case olRecursWeekly: return {"FREQ=WEEKLY" + step + ";WKST=SU;BYDAY=" + DayNames(pattern.mask)};
-    case olRecursMonthly: return monthDays("FREQ=MONTHLY" + step);
-    case olRecursMonthNth: return {"FREQ=MONTHLY" + step + nthDays};
-    case olRecursYearly: return monthDays("FREQ=YEARLY" + month);
-    default: return {"FREQ=YEARLY" + month + nthDays};
+    case olRecursWeekly:
+        return {"FREQ=WEEKLY" + step + ";WKST=SU;BYDAY=" + DayNames(pattern.mask)};
+    case olRecursMonthly:
+        return monthDays("FREQ=MONTHLY" + step);
+    case olRecursMonthNth:
+        return {"FREQ=MONTHLY" + step + nthDays};
+    case olRecursYearly:
+        return monthDays("FREQ=YEARLY" + month);
+    default:
+        return {"FREQ=YEARLY" + month + nthDays};
     }
+}
+
+// Whether the pattern has that many dates before the store's years end.
+bool Reaches(const Pattern& pattern, const icaltimetype& start, int count) {
+    const PlatRule rule = RuleOf(pattern, start);
+    const auto visit = [](void* user, DWORD) { return --*static_cast<int*>(user) > 0; };
+    const auto last = static_cast<DWORD>(civil::DaysFromCivil(4499, 12, 31) * civil::kMinutesPerDay);
+    PlatGetRuleWalk()(rule, rule.dwStartDate, last, visit, &count);
+    return count <= 0;
 }
 
 void SetEnd(Pattern& pattern, const icalrecurrencetype& rule, const icaltimetype& start,
             const std::optional<icaltimetype>& untilWall) {
     if (rule.count > 0) {
-        pattern.occurrences = rule.count;
+        if (Reaches(pattern, start, rule.count)) pattern.occurrences = rule.count;
     } else if (untilWall) {
         std::int64_t last = DayOf(*untilWall);
         // An end before the time of day leaves that day out.
@@ -264,7 +302,9 @@ std::optional<Pattern> PatternOf(const std::string& text, const icaltimetype& st
                                  const std::optional<icaltimetype>& untilWall) {
     icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
     const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
-    if (rule.freq == ICAL_NO_RECURRENCE || !HasOnlyKnownParts(rule)) return std::nullopt;
+    if (rule.freq < ICAL_DAILY_RECURRENCE || rule.freq > ICAL_YEARLY_RECURRENCE ||
+        !HasOnlyKnownParts(rule, start))
+        return std::nullopt;
     const std::int64_t lastDay = DayOf(start) + kProofYears * 366;
     const std::vector<std::int64_t> wanted = RuleDays(rule, start, lastDay);
     // The start is the first date of any series; a rule that doesn't give it is no pattern.
@@ -277,20 +317,35 @@ std::optional<Pattern> PatternOf(const std::string& text, const icaltimetype& st
     return std::nullopt;
 }
 
-bool ExpandRule(const std::string& text, const icaltimetype& start, const icaltimetype& horizon, std::size_t most,
-                std::vector<icaltimetype>& dates) {
+std::optional<icaltimetype> FirstDateOf(const std::string& text, const icaltimetype& start) {
     icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
     const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
-    const Walk walk(rule.freq == ICAL_NO_RECURRENCE ? nullptr : icalrecur_iterator_new(rule, start));
-    const auto before = [](const icaltimetype& a, const icaltimetype& b) { return icaltime_compare(a, b) < 0; };
-    for (std::size_t i = 0; walk && i < most; ++i) {
+    if (!CanBeWalked(rule)) return std::nullopt;
+    const Walk walk(icalrecur_iterator_new(rule, start));
+    const icaltimetype first = walk ? icalrecur_iterator_next(walk.get()) : icaltime_null_time();
+    return icaltime_is_null_time(first) ? std::nullopt : std::optional(first);
+}
+
+bool ExpandRule(const std::string& text, const Expansion& expansion, std::vector<icaltimetype>& dates) {
+    icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
+    const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
+    if (!CanBeWalked(rule)) return false;
+    if (expansion.untilWall) rule.until = *expansion.untilWall;
+    const Walk walk(icalrecur_iterator_new(rule, expansion.start));
+    if (!walk) return false;
+    bool complete = false;
+    for (std::size_t i = 0; i < kMostSteps && !complete; ++i) {
         const icaltimetype next = icalrecur_iterator_next(walk.get());
-        if (icaltime_is_null_time(next)) return true;
-        if (icaltime_compare(next, horizon) > 0) return false;
-        const auto at = std::lower_bound(dates.begin(), dates.end(), next, before);
-        if (at == dates.end() || icaltime_compare(*at, next) != 0) dates.insert(at, next);
+        complete = icaltime_is_null_time(next);
+        if (complete) break;
+        if (icaltime_compare(next, expansion.horizon) > 0) break;
+        dates.push_back(next);
     }
-    return !walk;
+    if (dates.size() <= expansion.most) return complete;
+    std::erase_if(dates,
+                  [&](const icaltimetype& date) { return icaltime_compare(date, expansion.past) < 0; });
+    if (dates.size() > expansion.most) dates.resize(expansion.most);
+    return false;
 }
 
 } // namespace qn

@@ -24,7 +24,8 @@ struct Pattern {
 };
 
 // The pattern that gives the same dates as the rule from `start` on (wall clock of the series): proved by walking both.
-// `untilWall` is the rule's UNTIL on that clock. None when no pattern does.
+// `untilWall` is the rule's UNTIL on that clock. A count that leads behind the year 4500 is no end. None when no pattern
+// does.
 std::optional<Pattern> PatternOf(const std::string& rule, const icaltimetype& start,
                                  const std::optional<icaltimetype>& untilWall);
 
@@ -35,8 +36,19 @@ std::string RuleTextOf(const Pattern& pattern, const icaltimetype& start);
 // UNTIL of a rule; none when it has none.
 std::optional<icaltimetype> UntilOf(const std::string& rule);
 
-// The dates of a rule up to the horizon, the start among them, at most `most`. False when there were more.
-bool ExpandRule(const std::string& rule, const icaltimetype& start, const icaltimetype& horizon, std::size_t most,
-                std::vector<icaltimetype>& dates);
+// The first date of a rule on or behind `start`, with its time; none when there is none.
+std::optional<icaltimetype> FirstDateOf(const std::string& rule, const icaltimetype& start);
+
+// What the dates of a rule are wanted for.
+struct Expansion {
+    icaltimetype start = icaltime_null_time();   // on the wall clock of the series
+    std::optional<icaltimetype> untilWall;       // the rule's UNTIL there
+    icaltimetype horizon = icaltime_null_time(); // no date behind it
+    icaltimetype past = icaltime_null_time();    // where there are too many, those before it go first
+    std::size_t most = 4000;
+};
+
+// The dates, ascending, each once. False when there are more than were given.
+bool ExpandRule(const std::string& rule, const Expansion& expansion, std::vector<icaltimetype>& dates);
 
 } // namespace qn

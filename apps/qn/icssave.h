@@ -19,11 +19,18 @@ struct ImportTally {
     unsigned updatedTasks = 0;
     unsigned changedOccurrences = 0;
     unsigned deletedOccurrences = 0;
-    unsigned splitSeries = 0;
-    unsigned splitAppointments = 0;
-    bool horizonCut = false;
-    unsigned skipped = 0;
+    unsigned cancelled = 0;                  // left out, or taken out of the store
+    unsigned leftovers = 0;                  // single appointments of a series that it has no more
     std::map<std::string, unsigned> remarks; // what could not be kept, and how often
+    struct Split {
+        unsigned line;
+        std::string subject;
+        std::size_t count; // of single appointments
+        bool cut;          // there are more dates than these
+        bool ruled;        // by a rule that no pattern can hold
+        bool extras;       // of dates beside a rule that is kept
+    };
+    std::vector<Split> splits;
 };
 
 // The components of one UID: the item itself and its changed occurrences.
@@ -36,7 +43,7 @@ class IcsSaver {
 public:
     IcsSaver(Store& store, ZoneTable& zones, LONG horizonYears);
 
-    // Saves one group as an appointment (or several) or as a task. What it can't be is told to `complain` with the line.
+    // Saves one group as an appointment (or several) or as a task; what it can't be becomes a complaint.
     void Save(const IcsGroup& group);
     const ImportTally& Tally() const { return m_tally; }
     LONG HorizonDay() const { return m_horizonDay; }
@@ -48,45 +55,79 @@ public:
     std::vector<Complaint> TakeComplaints() { return std::move(m_complaints); }
 
 private:
+    // By what an appointment is found again: its UID, or, for one date of a series that was split, its place among them.
+    struct Identity {
+        std::string uid;
+        std::string part;
+    };
     struct Target {
         Com<IAppointment> appointment;
         bool isNew = true;
     };
     // Of a series: its clock and where it begins there.
     struct Series {
-        std::string tzid;
-        icaltimetype start;
+        std::string tzid;                           // empty: the device's
+        std::optional<TIME_ZONE_INFORMATION> rules; // of one that is in the store already
+        icaltimetype start = icaltime_null_time();
     };
+    // One date that becomes an appointment of its own.
+    struct SingleDate {
+        icaltimetype wall;
+        std::optional<LONG> minutes;
+        const IcsItem* change = nullptr;
+        bool out = false;
+    };
+    using SingleDates = std::vector<SingleDate>;
 
     void SaveAppointment(const IcsGroup& group);
-    void SaveTask(const IcsItem& item);
-    void SaveSeries(const IcsGroup& group, const Pattern& pattern, const Series& series);
+    void Cancel(const IcsItem& item);
+    bool SaveSingle(const IcsItem& item, const When& start, std::optional<LONG> minutes,
+                    const Identity& identity);
+
+    // Series (icsseries.cpp)
+    Series SeriesOf(const IcsItem& item);
+    icaltimetype Wall(const When& when, const Series& series);
+    std::optional<icaltimetype> UntilWall(const std::string& rule, const IcsItem& item, const Series& series);
+    void SaveRepeating(const IcsGroup& group);
+    void SaveSeries(const IcsGroup& group, const Pattern& pattern, const Series& series, SingleDates extras);
     void SaveSplit(const IcsGroup& group, const Series& series);
-    void SaveSingle(const IcsItem& item, const When& start, const std::string& uid);
-    void SaveExtras(const IcsItem& master, std::size_t& index);
-    void DropLeftovers(const std::string& uid, std::size_t from);
-
-    Target Open(const std::string& uid);
-    CEOID Find(LONG folder, const std::string& uid);
-    void Finish(Target& target, const IcsItem& item, const std::string& uid);
-    void FillTexts(IAppointment* appointment, const IcsItem& item);
-    void FillPeople(IAppointment* appointment, const IcsItem& item);
-    void FillReminder(IAppointment* appointment, const IcsItem& item);
-    void FillTimes(IAppointment* appointment, const IcsItem& item, DATE start);
+    void SaveOrphans(const IcsGroup& group);
+    void SaveOrphan(const IcsItem& change);
+    SingleDates ExtrasOf(const IcsItem& item, const Series& series);
+    void SaveDates(const SingleDates& dates, const IcsItem& item, const Series& series, std::size_t index,
+                   bool dropRest, bool cut);
+    void DropParts(const std::string& uid, std::size_t from);
+    bool DropPart(const std::string& part);
+    void GiveZone(IAppointment* appointment, const Series& series, const Pattern& pattern);
     void ApplyPattern(IRecurrencePattern* rule, const Pattern& pattern, DATE firstDay) const;
-    void SetPattern(IAppointment* appointment, const IcsItem& item, const Pattern& pattern, const Series& series);
     void DeleteOccurrence(IRecurrencePattern* rule, const When& date, const Series& series, unsigned line);
-    void ChangeOccurrence(IRecurrencePattern* rule, const IcsItem& change, const IcsItem& master, const Series& series);
-    void GiveZone(IAppointment* appointment, const Series& series);
-    template<class Item>
-    void GiveUid(const Com<Item>& item, const std::string& uid);
-    void FillTask(ITask* task, const IcsItem& item, const Com<IItem>& properties);
+    void ChangeOccurrence(IRecurrencePattern* rule, const IcsItem& change, const IcsItem* master,
+                          const Series& series);
+    void RemarkDifferences(const IcsItem& change, const IcsItem& master);
 
+    // Tasks (icstasks.cpp)
+    void SaveTask(const IcsItem& item);
+    void FillTask(ITask* task, const IcsItem& item, const Com<IItem>& properties, bool isNew);
+    void FillTaskDates(ITask* task, const IcsItem& item, const Com<IItem>& properties);
+    void FillTaskReminder(ITask* task, const IcsItem& item, std::optional<DATE> due);
+    void FillTaskRule(ITask* task, const IcsItem& item);
+    std::optional<DATE> DueOf(const IcsItem& item);
+
+    Target Open(const Identity& identity);
+    CEOID Find(LONG folder, DWORD property, const std::string& text);
+    bool Delete(CEOID oid);
+    void Finish(Target& target, const IcsItem& item, const Identity& identity);
+    void FillTexts(IAppointment* appointment, const IcsItem& item);
+    void FillPeople(const Target& target, const IcsItem& item);
+    void FillReminder(IAppointment* appointment, const IcsItem& item);
+    void FillTimes(IAppointment* appointment, const IcsItem& item, DATE start, LONG minutes);
+    void SetText(const Com<IItem>& item, DWORD property, const std::string& text);
     LONG DurationMinutes(const IcsItem& item);
-    std::string SeriesZone(const IcsItem& item);
+
     void Remark(const std::string& what, unsigned times = 1);
+    void RemarkUnkept(const IcsItem& item);
     void Complain(unsigned line, std::string why);
-    void Check(HRESULT result) const;
+    static void Check(HRESULT result);
 
     Store& m_store;
     ZoneTable& m_zones;
@@ -95,5 +136,13 @@ private:
     ImportTally m_tally;
     std::vector<Complaint> m_complaints;
 };
+
+// A call of the object model that failed: the item is told of and the next one goes on.
+struct SaveFailed {
+    HRESULT result;
+};
+
+std::string JoinCategories(const std::vector<std::string>& names);
+DATE WholeDay(DATE date);
 
 } // namespace qn

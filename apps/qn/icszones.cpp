@@ -16,12 +16,6 @@ namespace {
 
 constexpr int kLastWeek = 5;
 
-TIME_ZONE_INFORMATION DeviceZone() {
-    TIME_ZONE_INFORMATION zone{};
-    GetTimeZoneInformation(&zone);
-    return zone;
-}
-
 // Some programs write "/example.org/20050126_1/Europe/Berlin": the IANA name is a tail of it.
 std::string IanaTail(const std::string& tzid) {
     for (std::size_t at = 0; at != std::string::npos; at = tzid.find('/', at + 1)) {
@@ -37,16 +31,12 @@ std::string IanaOfDesktopName(const std::string& tzid) {
     UErrorCode status = U_ZERO_ERROR;
     UChar name[128];
     const std::u16string wanted = Utf16(tzid);
-    const int length = ucal_getTimeZoneIDForWindowsID(wanted.c_str(), static_cast<int>(wanted.size()), nullptr, name,
-                                                      128, &status);
+    const int length = ucal_getTimeZoneIDForWindowsID(wanted.c_str(), static_cast<int>(wanted.size()),
+                                                      nullptr, name, 128, &status);
     return U_SUCCESS(status) && length > 0 ? Utf8({name, static_cast<std::size_t>(length)}) : std::string();
 }
 
-SYSTEMTIME SubtractBias(const SYSTEMTIME& utc, int offsetSeconds) {
-    return civil::SystemTimeFromTicks(civil::TicksOf(utc) + offsetSeconds * civil::kTicksPerSecond);
-}
-
-int OffsetAt(icaltimezone* zone, std::int64_t utcMinutes) {
+int LibraryOffset(icaltimezone* zone, std::int64_t utcMinutes) {
     icaltimetype utc = ToIcal(civil::SystemTimeFromMinutes(utcMinutes), false);
     utc.zone = icaltimezone_get_utc_timezone();
     int daylight = 0;
@@ -64,14 +54,14 @@ std::vector<Change> ChangesOf(icaltimezone* zone, int year) {
     std::vector<Change> changes;
     const std::int64_t first = civil::DaysFromCivil(year, 1, 1) * civil::kMinutesPerDay;
     const std::int64_t end = civil::DaysFromCivil(year + 1, 1, 1) * civil::kMinutesPerDay;
-    int offset = OffsetAt(zone, first);
+    int offset = LibraryOffset(zone, first);
     for (std::int64_t day = first; day < end; day += civil::kMinutesPerDay) {
         std::int64_t hi = day + civil::kMinutesPerDay;
-        const int after = OffsetAt(zone, hi);
+        const int after = LibraryOffset(zone, hi);
         if (after == offset) continue;
         for (std::int64_t lo = day; hi - lo > 1;) {
             const std::int64_t middle = (lo + hi) / 2;
-            (OffsetAt(zone, middle) == offset ? lo : hi) = middle;
+            (LibraryOffset(zone, middle) == offset ? lo : hi) = middle;
         }
         changes.push_back({hi, offset, after});
         offset = after;
@@ -99,10 +89,10 @@ SYSTEMTIME RuleOf(const Change& change, const std::vector<Change>& nextYear, std
 TIME_ZONE_INFORMATION RulesFromDefinition(icaltimezone* zone, int year) {
     TIME_ZONE_INFORMATION rules{};
     const std::vector<Change> changes = ChangesOf(zone, year);
-    const int newYear = OffsetAt(zone, civil::DaysFromCivil(year, 1, 1) * civil::kMinutesPerDay);
+    const int newYear = LibraryOffset(zone, civil::DaysFromCivil(year, 1, 1) * civil::kMinutesPerDay);
     rules.Bias = -newYear / 60;
     if (changes.size() != 2) {
-        rules.Bias = -OffsetAt(zone, civil::DaysFromCivil(year + 1, 1, 1) * civil::kMinutesPerDay) / 60;
+        rules.Bias = -LibraryOffset(zone, civil::DaysFromCivil(year + 1, 1, 1) * civil::kMinutesPerDay) / 60;
         return rules;
     }
     const std::vector<Change> next = ChangesOf(zone, year + 1);
@@ -119,10 +109,12 @@ TIME_ZONE_INFORMATION RulesFromDefinition(icaltimezone* zone, int year) {
 
 SYSTEMTIME FromIcal(const icaltimetype& time) {
     SYSTEMTIME date{};
-    if (time.year < 1601 || time.year > 9999 || time.month < 1 || time.month > 12 || time.day < 1 || time.day > 31)
+    if (time.year < 1601 || time.year > 9999 || time.month < 1 || time.month > 12 || time.day < 1 ||
+        time.day > 31)
         return date;
     const std::int64_t minutes =
-        civil::DaysFromCivil(time.year, time.month, time.day) * civil::kMinutesPerDay + time.hour * 60 + time.minute;
+        civil::DaysFromCivil(time.year, time.month, time.day) * civil::kMinutesPerDay + time.hour * 60 +
+        time.minute;
     date = civil::SystemTimeFromMinutes(minutes);
     date.wSecond = static_cast<WORD>(std::min(time.second, 59));
     return date;
@@ -141,36 +133,71 @@ icaltimetype ToIcal(const SYSTEMTIME& date, bool isDate) {
     return time;
 }
 
-void ZoneTable::AddDefinition(const std::string& text) {
+bool ZoneTable::AddDefinition(const std::string& text) {
     icalcomponent* component = icalcomponent_new_from_string(text.c_str());
-    if (!component) return;
+    if (!component) return false;
     std::unique_ptr<icaltimezone, FreeZone> zone(icaltimezone_new());
     if (!icaltimezone_set_component(zone.get(), component)) {
         icalcomponent_free(component);
-        return;
+        return false;
     }
     const char* tzid = icaltimezone_get_tzid(zone.get());
-    if (tzid) m_definitions.try_emplace(tzid, std::move(zone));
+    if (!tzid) return false;
+    m_definitions.try_emplace(tzid, std::move(zone));
+    return true;
 }
+
+// --- Names --------------------------------------------------------------------------------------------------------
 
 auto ZoneTable::Resolve(const std::string& tzid) -> const Zone& {
     const auto known = m_zones.find(tzid);
     if (known != m_zones.end()) return known->second;
     Zone zone;
     const auto definition = m_definitions.find(tzid);
-    zone.iana = IanaTail(tzid);
-    if (zone.iana.empty() && definition == m_definitions.end()) zone.iana = IanaOfDesktopName(tzid);
-    if (!zone.iana.empty()) zone.zone = icaltimezone_get_builtin_timezone(zone.iana.c_str());
-    if (!zone.zone && definition != m_definitions.end()) {
-        zone.zone = definition->second.get();
-        zone.iana.clear();
+    if (tzid == "UTC") {
+        zone.zone = icaltimezone_get_utc_timezone();
+    } else {
+        zone.iana = IanaTail(tzid);
+        if (zone.iana.empty() && definition == m_definitions.end()) zone.iana = IanaOfDesktopName(tzid);
+        if (!zone.iana.empty()) zone.zone = icaltimezone_get_builtin_timezone(zone.iana.c_str());
+        if (zone.iana.empty() && definition != m_definitions.end()) zone.zone = definition->second.get();
     }
-    if (!zone.zone) m_unknown.push_back(tzid);
+    if (!zone.IsKnown()) m_unknown.push_back(tzid);
     return m_zones.emplace(tzid, zone).first->second;
 }
 
-icaltimezone* ZoneTable::Find(const std::string& tzid) {
-    return tzid.empty() ? nullptr : tzid == "UTC" ? icaltimezone_get_utc_timezone() : Resolve(tzid).zone;
+auto ZoneTable::Device() -> const Zone& {
+    if (m_device) return *m_device;
+    Zone zone;
+    char name[128];
+    TIME_ZONE_INFORMATION rules{};
+    if (PlatGetZoneName(name, sizeof name) && PlatGetZoneByName(name, 2020, &rules)) {
+        zone.iana = name;
+        zone.zone = icaltimezone_get_builtin_timezone(name);
+    } else {
+        GetTimeZoneInformation(&rules);
+        zone.fixed = rules;
+    }
+    return m_device.emplace(zone);
+}
+
+bool ZoneTable::Knows(const std::string& tzid) { return !tzid.empty() && Resolve(tzid).IsKnown(); }
+
+auto ZoneTable::ZoneOf(const When& when) -> const Zone* {
+    if (when.IsDate()) return nullptr;
+    if (icaltime_is_utc(when.time)) return &Resolve("UTC");
+    return Knows(when.tzid) ? &Resolve(when.tzid) : nullptr;
+}
+
+// --- Rules --------------------------------------------------------------------------------------------------------
+
+std::optional<TIME_ZONE_INFORMATION> ZoneTable::RulesOf(const Zone& zone, int year) {
+    if (zone.fixed) return zone.fixed;
+    TIME_ZONE_INFORMATION found{};
+    if (!zone.iana.empty() && PlatGetZoneByName(zone.iana.c_str(), static_cast<WORD>(year), &found))
+        return found;
+    if (zone.zone) return RulesFromDefinition(zone.zone, year);
+    return std::nullopt;
 }
 
 std::optional<TIME_ZONE_INFORMATION> ZoneTable::Rules(const std::string& tzid, int year) {
@@ -178,58 +205,67 @@ std::optional<TIME_ZONE_INFORMATION> ZoneTable::Rules(const std::string& tzid, i
     const auto key = std::make_pair(tzid, year);
     const auto known = m_rules.find(key);
     if (known != m_rules.end()) return known->second;
-    std::optional<TIME_ZONE_INFORMATION> rules;
-    const Zone& zone = Resolve(tzid);
-    TIME_ZONE_INFORMATION found{};
-    if (!zone.iana.empty() && PlatGetZoneByName(zone.iana.c_str(), static_cast<WORD>(year), &found))
-        rules = found;
-    else if (zone.zone)
-        rules = RulesFromDefinition(zone.zone, year);
-    m_rules.emplace(key, rules);
-    return rules;
+    return m_rules.emplace(key, RulesOf(Resolve(tzid), year)).first->second;
+}
+
+// --- Moments ------------------------------------------------------------------------------------------------------
+
+// Minutes east of UTC. The library knows each change that there was; rules know the year's, for zones that it lacks.
+int ZoneTable::OffsetAt(const Zone& zone, std::int64_t utcMinutes) {
+    if (zone.zone) return LibraryOffset(zone.zone, utcMinutes) / 60;
+    const SYSTEMTIME utc = civil::SystemTimeFromMinutes(utcMinutes);
+    const auto rules = zone.fixed ? zone.fixed : Rules(zone.iana, utc.wYear);
+    SYSTEMTIME wall{};
+    bool daylight = false;
+    if (!rules || !CeSystemTimeToTzSpecificLocalTime(&*rules, &utc, &wall, &daylight)) return 0;
+    return static_cast<int>(civil::MinutesOf(wall) - utcMinutes);
+}
+
+SYSTEMTIME ZoneTable::FromWall(const Zone& zone, const SYSTEMTIME& wall) {
+    const std::int64_t minutes = civil::MinutesOf(wall);
+    const int before = OffsetAt(zone, minutes - civil::kMinutesPerDay);
+    const int after = OffsetAt(zone, minutes + civil::kMinutesPerDay);
+    const bool changed = before != after && OffsetAt(zone, minutes - before) != before &&
+                         OffsetAt(zone, minutes - after) == after;
+    SYSTEMTIME utc = civil::SystemTimeFromMinutes(minutes - (changed ? after : before));
+    utc.wSecond = wall.wSecond;
+    return utc;
+}
+
+SYSTEMTIME ZoneTable::ToWall(const Zone& zone, const SYSTEMTIME& utc) {
+    const std::int64_t minutes = civil::MinutesOf(utc);
+    SYSTEMTIME wall = civil::SystemTimeFromMinutes(minutes + OffsetAt(zone, minutes));
+    wall.wSecond = utc.wSecond;
+    return wall;
 }
 
 SYSTEMTIME ZoneTable::ToUtc(const When& when) {
     const SYSTEMTIME wall = FromIcal(when.time);
     if (icaltime_is_utc(when.time)) return wall;
-    if (icaltimezone* zone = Find(when.tzid)) {
-        icaltimetype time = when.time;
-        int daylight = 0;
-        return SubtractBias(wall, -icaltimezone_get_utc_offset(zone, &time, &daylight));
-    }
-    const TIME_ZONE_INFORMATION device = DeviceZone();
-    SYSTEMTIME utc{};
-    CeTzSpecificLocalTimeToSystemTime(&device, &wall, IsInDST(wall.wYear, wall.wMonth, wall.wDay, &device), &utc);
-    return utc;
+    const Zone* zone = ZoneOf(when);
+    return FromWall(zone ? *zone : Device(), wall);
 }
 
-DATE ZoneTable::ToDevice(const When& when) {
-    const bool floating = when.IsDate() || (!icaltime_is_utc(when.time) && !Find(when.tzid));
-    if (floating) return ToDate(FromIcal(when.time));
-    const TIME_ZONE_INFORMATION device = DeviceZone();
-    const SYSTEMTIME utc = ToUtc(when);
-    SYSTEMTIME local{};
-    bool daylight = false;
-    CeSystemTimeToTzSpecificLocalTime(&device, &utc, &local, &daylight);
-    return ToDate(local);
-}
+DATE ZoneTable::ToDevice(const When& when) { return ToDate(FromIcal(ToZone(when, {}))); }
 
 icaltimetype ZoneTable::ToZone(const When& when, const std::string& tzid) {
-    const bool floating = when.IsDate() || (!icaltime_is_utc(when.time) && !Find(when.tzid));
     const bool sameZone = when.tzid == tzid && !icaltime_is_utc(when.time);
-    if (floating || sameZone) {
-        icaltimetype wall = when.time;
-        wall.zone = nullptr;
-        return wall;
-    }
-    if (tzid.empty()) return ToIcal(ToSystemTime(ToDevice(when)), false);
-    const SYSTEMTIME utc = ToUtc(when);
-    icaltimezone* zone = Find(tzid);
-    if (!zone) return ToIcal(utc, false);
-    icaltimetype time = ToIcal(utc, false);
-    time.zone = icaltimezone_get_utc_timezone();
-    int daylight = 0;
-    return ToIcal(SubtractBias(utc, icaltimezone_get_utc_offset_of_utc_time(zone, &time, &daylight)), false);
+    const Zone* zone = sameZone ? nullptr : ZoneOf(when);
+    icaltimetype wall = when.time;
+    wall.zone = nullptr;
+    if (!zone) return wall;
+    const Zone& wanted = Knows(tzid) ? Resolve(tzid) : Device();
+    if (zone == &wanted || (!zone->iana.empty() && zone->iana == wanted.iana)) return wall;
+    return ToIcal(ToWall(wanted, ToUtc(when)), false);
+}
+
+icaltimetype ZoneTable::ToRules(const When& when, const TIME_ZONE_INFORMATION& rules) {
+    Zone zone;
+    zone.fixed = rules;
+    if (ZoneOf(when)) return ToIcal(ToWall(zone, ToUtc(when)), false);
+    icaltimetype wall = when.time;
+    wall.zone = nullptr;
+    return wall;
 }
 
 } // namespace qn

@@ -7,7 +7,9 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <unordered_map>
@@ -17,7 +19,6 @@ namespace qn {
 namespace {
 
 constexpr std::size_t kBatch = 500; // groups saved in one transaction
-constexpr std::size_t kMostComplaints = 20;
 
 // One line on a terminal, drawn over and over; nothing elsewhere.
 class Progress {
@@ -63,7 +64,8 @@ public:
     void Commit() {
         m_open = false;
         const HRESULT done = PlatEndItemBatch(m_app, true);
-        if (FAILED(done)) throw Failure("the store can't be written: " + Reason(done) + "; what was saved before is safe");
+        if (FAILED(done))
+            throw Failure("the store can't be written: " + Reason(done) + "; what was saved before is safe");
     }
 
 private:
@@ -71,46 +73,88 @@ private:
     bool m_open = false;
 };
 
-// The items of one UID belong together, in the order of the file. An item without one stands alone.
+// A UID that stands twice in a file: the greater sequence number is the newer one, else the first stays.
+void TakeMaster(IcsGroup& group, const IcsItem& item, std::vector<const IcsItem*>& doubles) {
+    if (group.master && item.sequence <= group.master->sequence) {
+        doubles.push_back(&item);
+        return;
+    }
+    if (group.master) doubles.push_back(group.master);
+    group.master = &item;
+}
+
+// The items of one UID belong together, in the order of the file; of two changes of one date the newer comes last.
 std::vector<IcsGroup> GroupItems(const std::vector<IcsItem>& items, std::vector<const IcsItem*>& doubles) {
     std::vector<IcsGroup> groups;
     std::unordered_map<std::string, std::size_t> places;
     for (const IcsItem& item : items) {
-        std::size_t place = groups.size();
-        if (!item.uid.empty()) place = places.try_emplace((item.isTodo ? "T" : "E") + item.uid, place).first->second;
+        const std::size_t place =
+            places.try_emplace((item.isTodo ? "T" : "E") + item.uid, groups.size()).first->second;
         if (place == groups.size()) groups.emplace_back();
-        IcsGroup& group = groups[place];
         if (item.recurrenceId.IsSet() && !item.isTodo)
-            group.changes.push_back(&item);
-        else if (!group.master)
-            group.master = &item;
+            groups[place].changes.push_back(&item);
         else
-            doubles.push_back(&item);
+            TakeMaster(groups[place], item, doubles);
     }
+    for (IcsGroup& group : groups)
+        std::stable_sort(group.changes.begin(), group.changes.end(),
+                         [](const IcsItem* a, const IcsItem* b) { return a->sequence < b->sequence; });
     return groups;
 }
 
 IcsFile ReadFile(const std::string& name, Progress& progress) {
     if (name == "-") return ReadIcs(std::cin, "standard input", nullptr);
-    std::ifstream in(name, std::ios::binary | std::ios::ate);
+    std::error_code error;
+    if (std::filesystem::is_directory(name, error)) throw Failure(name + ": is a folder");
+    std::ifstream in(name, std::ios::binary);
     if (!in) throw Failure(name + ": " + std::strerror(errno));
-    const auto size = static_cast<std::size_t>(std::max<std::streamoff>(in.tellg(), 0));
-    in.seekg(0);
-    return ReadIcs(in, name, [&](std::size_t bytes) { progress.Show("reading", bytes, size); });
+    const auto size = std::filesystem::file_size(name, error); // a pipe has none
+    return ReadIcs(in, name, [&, known = !error](std::size_t bytes) {
+        if (known) progress.Show("reading", std::min<std::uintmax_t>(bytes, size), size);
+    });
 }
+
+// --- The summary --------------------------------------------------------------------------------------------------
 
 void Count(const char* what, unsigned number) {
     if (number) std::printf("  %u %s\n", number, what);
 }
 
-void PrintComplaints(const std::string& name, const std::vector<IcsSaver::Complaint>& complaints) {
-    for (std::size_t i = 0; i < complaints.size() && i < kMostComplaints; ++i)
-        std::printf("  skipped %s:%u: %s\n", name.c_str(), complaints[i].line, complaints[i].why.c_str());
-    if (complaints.size() > kMostComplaints)
-        std::printf("  and %zu more skipped\n", complaints.size() - kMostComplaints);
+// The first of many, and how many more there are.
+template<class List, class Print>
+void PrintSome(const List& list, const char* what, Print print) {
+    constexpr std::size_t kMost = 20;
+    for (std::size_t i = 0; i < list.size() && i < kMost; ++i) print(list[i]);
+    if (list.size() > kMost) std::printf("  and %zu more %s\n", list.size() - kMost, what);
 }
 
-void PrintSummary(const std::string& name, const IcsSaver& saver, const std::vector<IcsSaver::Complaint>& complaints) {
+void PrintSplits(const std::string& name, const IcsSaver& saver) {
+    PrintSome(saver.Tally().splits, "split", [&](const ImportTally::Split& split) {
+        const std::string subject = Printable(split.subject);
+        const char* what = split.extras  ? "dates beside the rule are"
+                           : split.ruled ? "no pattern can hold the rule, these are"
+                                         : "its dates are";
+        std::printf("  split %s:%u: %s: %s %zu single appointments%s\n", name.c_str(), split.line,
+                    subject.c_str(), what, split.count,
+                    split.cut ? (" up to " + ShortDay(saver.HorizonDay())).c_str() : "");
+    });
+}
+
+using Complaints = std::vector<IcsSaver::Complaint>;
+
+Complaints AllComplaints(const IcsFile& file, IcsSaver& saver, const std::vector<const IcsItem*>& doubles) {
+    Complaints complaints = saver.TakeComplaints();
+    for (const auto& skipped : file.skipped) complaints.push_back({skipped.line, skipped.why});
+    for (const IcsItem* item : doubles)
+        complaints.push_back({item->line, item->recurrenceId.IsSet()
+                                              ? "changes one date of a to-do that repeats"
+                                              : "its UID stands in the file once more"});
+    std::stable_sort(complaints.begin(), complaints.end(),
+                     [](const auto& a, const auto& b) { return a.line < b.line; });
+    return complaints;
+}
+
+void PrintSummary(const std::string& name, const IcsSaver& saver, const Complaints& complaints) {
     const ImportTally& tally = saver.Tally();
     std::printf("%s: %u appointments and %u tasks imported, %zu skipped\n", name.c_str(),
                 tally.newAppointments + tally.updatedAppointments, tally.newTasks + tally.updatedTasks,
@@ -119,12 +163,10 @@ void PrintSummary(const std::string& name, const IcsSaver& saver, const std::vec
     Count("tasks were there and are up to date", tally.updatedTasks);
     Count("occurrences changed", tally.changedOccurrences);
     Count("occurrences taken out", tally.deletedOccurrences);
-    if (tally.splitSeries || tally.splitAppointments)
-        std::printf("  %u series that no pattern can hold and dates beside a rule became %u single appointments%s\n",
-                    tally.splitSeries, tally.splitAppointments,
-                    tally.horizonCut ? (", up to " + IsoDay(saver.HorizonDay())).c_str() : "");
+    Count("cancelled, and not in the store", tally.cancelled);
+    Count("single appointments taken out that their series has no more", tally.leftovers);
+    PrintSplits(name, saver);
     for (const auto& [what, times] : tally.remarks) std::printf("  not kept: %u %s\n", times, what.c_str());
-    PrintComplaints(name, complaints);
 }
 
 // True when nothing was skipped.
@@ -141,13 +183,14 @@ bool ImportFile(Store& store, const std::string& name, LONG horizonYears, Progre
         progress.Show("saving", end, groups.size());
     }
     progress.Clear();
-    std::vector<IcsSaver::Complaint> complaints = saver.TakeComplaints();
-    for (const auto& skipped : file.skipped) complaints.push_back({skipped.line, skipped.why});
-    for (const IcsItem* item : doubles) complaints.push_back({item->line, "its UID stands in the file already"});
+    const Complaints complaints = AllComplaints(file, saver, doubles);
     if (!quiet) {
         PrintSummary(name, saver, complaints);
+        PrintSome(complaints, "skipped", [&](const IcsSaver::Complaint& complaint) {
+            std::printf("  skipped %s:%u: %s\n", name.c_str(), complaint.line, complaint.why.c_str());
+        });
         for (const std::string& zone : file.zones.Unknown())
-            std::printf("  time zone \"%s\" is not known: taken as the device's\n", zone.c_str());
+            std::printf("  time zone \"%s\" is not known: taken as the device's\n", Printable(zone).c_str());
     }
     return complaints.empty();
 }

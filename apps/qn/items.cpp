@@ -6,6 +6,7 @@
 #include "apps/qn/options.h"
 #include "apps/qn/store.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <functional>
@@ -41,7 +42,8 @@ void PrintAppointment(IAppointment* item, bool json) {
     const auto oid = static_cast<CEOID>(Get(item, &IAppointment::get_Oid));
     const bool recurring = Get(item, &IAppointment::get_IsRecurring) != VARIANT_FALSE;
     if (!json) {
-        std::printf("%10u  %-20s  %s%s\n", oid, When(item).c_str(), TextOf(item, &IAppointment::get_Subject).c_str(),
+        std::printf("%10u  %-20s  %s%s\n", oid, When(item).c_str(),
+                    Printable(TextOf(item, &IAppointment::get_Subject)).c_str(),
                     recurring ? "  (series)" : "");
         return;
     }
@@ -49,7 +51,8 @@ void PrintAppointment(IAppointment* item, bool json) {
     JsonLine line;
     line.Text("kind", "appointment").Number("oid", oid).Text("start", IsoMoment(start));
     line.Number("minutes", Get(item, &IAppointment::get_Duration));
-    line.Bool("allday", Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE).Bool("recurring", recurring);
+    line.Bool("allday", Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE)
+        .Bool("recurring", recurring);
     line.Text("subject", TextOf(item, &IAppointment::get_Subject));
     line.Text("location", TextOf(item, &IAppointment::get_Location));
     line.Texts("categories", SplitCategories(TextOf(item, &IAppointment::get_Categories)));
@@ -62,7 +65,7 @@ void PrintTask(ITask* item, bool json) {
     const DATE due = Get(item, &ITask::get_DueDate, kNoDate);
     if (!json) {
         std::printf("%10u  [%c] %-16s  %s\n", oid, complete ? 'x' : ' ', Day(due).c_str(),
-                    TextOf(item, &ITask::get_Subject).c_str());
+                    Printable(TextOf(item, &ITask::get_Subject)).c_str());
         return;
     }
     JsonLine line;
@@ -77,7 +80,7 @@ void PrintTask(ITask* item, bool json) {
 void PrintContact(IContact* item, bool json) {
     const auto oid = static_cast<CEOID>(Get(item, &IContact::get_Oid));
     if (!json)
-        std::printf("%10u  %s\n", oid, TextOf(item, &IContact::get_FileAs).c_str());
+        std::printf("%10u  %s\n", oid, Printable(TextOf(item, &IContact::get_FileAs)).c_str());
     else
         std::puts(JsonLine()
                       .Text("kind", "contact")
@@ -116,16 +119,22 @@ void Field(const char* name, const std::string& value) {
     if (value.empty()) return;
     // Lines behind the first stand under it.
     std::string text;
-    for (const char c : value) text += c == '\n' ? "\n               " : std::string(1, c);
+    for (std::size_t at = 0; at <= value.size();) {
+        const std::size_t end = std::min(value.find('\n', at), value.size());
+        text += (at ? "\n               " : "") + Printable(std::string_view(value).substr(at, end - at));
+        at = end + 1;
+    }
     std::printf("  %-12s %s\n", name, text.c_str());
 }
 
 std::string Choice(LONG value, std::initializer_list<const char*> names) {
-    return value >= 0 && static_cast<std::size_t>(value) < names.size() ? names.begin()[value] : std::to_string(value);
+    return value >= 0 && static_cast<std::size_t>(value) < names.size() ? names.begin()[value]
+                                                                        : std::to_string(value);
 }
 
 std::string Days(LONG mask) {
-    constexpr const char* kNames[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+    constexpr const char* kNames[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                      "Thursday", "Friday", "Saturday"};
     std::string text;
     for (int i = 0; i < 7; ++i)
         if (mask & (1 << i)) text += (text.empty() ? "" : ", ") + std::string(kNames[i]);
@@ -138,21 +147,34 @@ std::string Describe(IRecurrencePattern* rule) {
     const std::string s = interval > 1 ? "s" : "";
     const LONG mask = Get(rule, &IRecurrencePattern::get_DayOfWeekMask);
     const LONG day = Get(rule, &IRecurrencePattern::get_DayOfMonth);
-    const std::string nth =
-        Choice(Get(rule, &IRecurrencePattern::get_Instance), {"", "first", "second", "third", "fourth", "last"});
+    const std::string nth = Choice(Get(rule, &IRecurrencePattern::get_Instance),
+                                   {"", "first", "second", "third", "fourth", "last"});
     const LONG month = Get(rule, &IRecurrencePattern::get_MonthOfYear);
     std::string text;
     switch (Get(rule, &IRecurrencePattern::get_RecurrenceType)) {
-    case olRecursDaily: text = interval ? every + "day" + s : "on " + Days(mask); break;
-    case olRecursWeekly: text = every + "week" + s + " on " + Days(mask); break;
-    case olRecursMonthly: text = every + "month" + s + " on day " + std::to_string(day); break;
-    case olRecursMonthNth: text = every + "month" + s + " on the " + nth + " of " + Days(mask); break;
-    case olRecursYearly: text = "every year on day " + std::to_string(day) + " of month " + std::to_string(month); break;
-    default: text = "every year on the " + nth + " of " + Days(mask) + " in month " + std::to_string(month); break;
+    case olRecursDaily:
+        text = interval ? every + "day" + s : "on " + Days(mask);
+        break;
+    case olRecursWeekly:
+        text = every + "week" + s + " on " + Days(mask);
+        break;
+    case olRecursMonthly:
+        text = every + "month" + s + " on day " + std::to_string(day);
+        break;
+    case olRecursMonthNth:
+        text = every + "month" + s + " on the " + nth + " of " + Days(mask);
+        break;
+    case olRecursYearly:
+        text = "every year on day " + std::to_string(day) + " of month " + std::to_string(month);
+        break;
+    default:
+        text = "every year on the " + nth + " of " + Days(mask) + " in month " + std::to_string(month);
+        break;
     }
     if (Get(rule, &IRecurrencePattern::get_NoEndDate) != VARIANT_FALSE) return text;
     const DATE end = Get(rule, &IRecurrencePattern::get_PatternEndDate, kNoDate);
-    return text + ", until " + Day(end) + " (" + std::to_string(Get(rule, &IRecurrencePattern::get_Occurrences)) + " times)";
+    return text + ", until " + Day(end) + " (" +
+           std::to_string(Get(rule, &IRecurrencePattern::get_Occurrences)) + " times)";
 }
 
 template<class Item>
@@ -174,7 +196,8 @@ std::string People(IAppointment* item) {
         if (FAILED(people->Item(i, person.Out()))) continue;
         const std::string name = TextOf(person.Get(), &IRecipient::get_Name);
         const std::string address = TextOf(person.Get(), &IRecipient::get_Address);
-        text += (text.empty() ? "" : "\n") + name + (address.empty() || address == name ? "" : " <" + address + ">");
+        text += (text.empty() ? "" : "\n") + name +
+                (address.empty() || address == name ? "" : " <" + address + ">");
     }
     return text;
 }
@@ -184,11 +207,14 @@ void ShowAppointment(IAppointment* item) {
     const LONG minutes = Get(item, &IAppointment::get_Duration);
     Field("Subject", TextOf(item, &IAppointment::get_Subject));
     Field("Start", When(item));
-    Field("Duration", allDay ? std::to_string(minutes / 1440) + " day(s)" : std::to_string(minutes) + " minutes");
+    Field("Duration",
+          allDay ? std::to_string(minutes / 1440) + " day(s)" : std::to_string(minutes) + " minutes");
     Field("Location", TextOf(item, &IAppointment::get_Location));
     Field("Categories", TextOf(item, &IAppointment::get_Categories));
-    Field("Busy", Choice(Get(item, &IAppointment::get_BusyStatus), {"free", "tentative", "busy", "out of office"}));
-    Field("Privacy", Choice(Get(item, &IAppointment::get_Sensitivity), {"", "personal", "private", "confidential"}));
+    Field("Busy",
+          Choice(Get(item, &IAppointment::get_BusyStatus), {"free", "tentative", "busy", "out of office"}));
+    Field("Privacy",
+          Choice(Get(item, &IAppointment::get_Sensitivity), {"", "personal", "private", "confidential"}));
     if (Get(item, &IAppointment::get_ReminderSet) != VARIANT_FALSE)
         Field("Reminder",
               std::to_string(Get(item, &IAppointment::get_ReminderMinutesBeforeStart)) + " minutes before");
@@ -232,14 +258,11 @@ int ListCommand(const Words& words) {
     const Options options("list", words, kRules);
     if (options.Rest().size() > 1) Usage("list wants one kind");
     const std::string kind = options.Rest().empty() ? "" : options.Rest()[0];
+    if (!kind.empty() && std::ranges::find(kFolders, kind, &FolderKind::name) == std::end(kFolders))
+        Usage("list: there are no " + kind);
     Store store;
-    bool found = false;
-    for (const FolderKind& folder : kFolders) {
-        if (!kind.empty() && folder.name != kind) continue;
-        ListFolder(store, folder.folder, options.Has("--json"));
-        found = true;
-    }
-    if (!found) Usage("list: there are no " + kind);
+    for (const FolderKind& folder : kFolders)
+        if (kind.empty() || folder.name == kind) ListFolder(store, folder.folder, options.Has("--json"));
     return kExitDone;
 }
 

@@ -5,8 +5,12 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -26,22 +30,28 @@ const char* DeviceWord(int argc, char** argv) {
     return folder;
 }
 
-__attribute__((no_sanitize("address", "undefined"))) void TakeDeviceOption(int argc, char** argv, char** environment) {
+__attribute__((no_sanitize("address", "undefined"))) void TakeDeviceOption(int argc, char** argv,
+                                                                           char** environment) {
     static char variable[kLongestFolder + 16] = "QN_DEVICE=";
     static char* variables[kMostVariables + 2];
     const char* folder = DeviceWord(argc, argv);
-    if (!folder) return;
+    if (!folder || !*folder) return;
     std::size_t length = 10;
-    for (const char* c = folder; *c && length < kLongestFolder; ++c) variable[length++] = *c;
+    for (const char* c = folder; *c; ++c) {
+        if (length == kLongestFolder) return; // main tells of it
+        variable[length++] = *c;
+    }
     std::size_t count = 0;
-    for (char** entry = environment; *entry && count < kMostVariables; ++entry) {
+    for (char** entry = environment; *entry; ++entry) {
         if (__builtin_strcmp(*entry, variable) == 0) return; // this is the second start
+        if (count == kMostVariables) return;
         if (__builtin_strncmp(*entry, "QN_DEVICE=", 10) != 0) variables[count++] = *entry;
     }
     variables[count] = variable;
     execve("/proc/self/exe", argv, variables);
 }
-__attribute__((section(".preinit_array"), used)) void (*const g_takeDevice)(int, char**, char**) = &TakeDeviceOption;
+__attribute__((section(".preinit_array"), used)) void (*const g_takeDevice)(int, char**,
+                                                                            char**) = &TakeDeviceOption;
 
 struct Command {
     std::string_view name;
@@ -54,14 +64,19 @@ constexpr Command kCommands[] = {
      "qn import [--horizon YEARS] [--quiet] FILE.ics ...\n"
      "  Reads iCalendar files (- is standard input) and saves their events and to-dos.\n"
      "  An item that is there already, by its UID, is brought up to date.\n"
-     "  A rule that no pattern can hold becomes single appointments, up to the horizon (5 years from today).\n"},
+     "  A rule that no pattern can hold becomes single appointments, up to the horizon (5 years from "
+     "today).\n"
+     "  The summary tells what was imported, what was split, what was skipped and why, and what could not be "
+     "kept.\n"},
     {"agenda", &qn::AgendaCommand,
      "qn agenda [--from DATE] [--days N] [--category NAME]... [--all-of] [--hide] [--no-category]\n"
-     "          [--filter all|birthdays|anniversaries|holidays|recurring] [--status free|tentative|busy|out]\n"
+     "          [--filter all|birthdays|anniversaries|holidays|recurring] [--status "
+     "free|tentative|busy|out]\n"
      "          [--no-headers] [--json]\n"
      "  Prints the day list: 7 days from today unless told otherwise.\n"
      "  DATE is 2026-11-21, today, tomorrow, yesterday, +3, -3, or as your locale writes it.\n"
-     "  --category may be given several times: one of them, or with --all-of all of them; --hide turns that round;\n"
+     "  --category may be given several times: one of them, or with --all-of all of them; --hide turns that "
+     "round;\n"
      "  --no-category shows items without one too.\n"},
     {"list", &qn::ListCommand,
      "qn list [appointments|tasks|contacts] [--json]\n"
@@ -71,7 +86,8 @@ constexpr Command kCommands[] = {
     {"get", &qn::GetCommand,
      "qn get KEY\n"
      "  Prints a setting; for a key the names and values under it.\n"
-     "  KEY is a path under Software\\Norvo\\Quillonary, such as CAV\\DisplayCompletedAppointments (\"/\" does too),\n"
+     "  KEY is a path under Software\\Norvo\\Quillonary, such as CAV\\DisplayCompletedAppointments (\"/\" "
+     "does too),\n"
      "  or a full one from HKCU\\ or HKLM\\ on.\n"},
     {"set", &qn::SetCommand,
      "qn set [--text|--number] KEY VALUE\n"
@@ -104,6 +120,15 @@ const Command* FindCommand(std::string_view name) {
     return nullptr;
 }
 
+// The folder of --device must be the one that this start has.
+void CheckDevice(int argc, char** argv) {
+    const char* folder = DeviceWord(argc, argv);
+    if (!folder) return;
+    if (!*folder) qn::Usage("--device wants a folder");
+    const char* taken = std::getenv("QN_DEVICE");
+    if (!taken || std::string_view(taken) != folder) throw qn::Failure("--device: this folder can't be used");
+}
+
 // The words without --device and its value, which has been heard.
 qn::Words WordsOf(int argc, char** argv) {
     qn::Words words;
@@ -129,11 +154,28 @@ bool WantsHelp(const qn::Words& words) {
     return false;
 }
 
+// What the library brings up goes down, whatever a command throws.
+struct Library {
+    Library() { InitQNTools(nullptr, true); }
+    ~Library() { UnInitQNTools(); }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+};
+
+int PrintText(const char* text) {
+    std::fputs(text, stdout);
+    return qn::kExitDone;
+}
+
 int Run(int argc, char** argv) {
+    CheckDevice(argc, argv);
     qn::Words words = WordsOf(argc, argv);
     if (words.empty() || words[0] == "--help" || words[0] == "-h" || words[0] == "help") {
-        if (words.size() > 1)
-            if (const Command* command = FindCommand(words[1])) return std::fputs(command->help, stdout) < 0;
+        if (words.size() > 1 && words[0] == "help") {
+            const Command* command = FindCommand(words[1]);
+            if (!command) qn::Usage("there is no command " + words[1]);
+            return PrintText(command->help);
+        }
         PrintHelp();
         return words.empty() ? qn::kExitUsage : qn::kExitDone;
     }
@@ -144,18 +186,22 @@ int Run(int argc, char** argv) {
     const Command* command = FindCommand(words[0]);
     if (!command) qn::Usage("there is no command " + words[0]);
     words.erase(words.begin());
-    if (WantsHelp(words)) return std::fputs(command->help, stdout) < 0;
-    InitQNTools(nullptr, true);
-    const int code = command->run(words);
-    UnInitQNTools();
-    return code;
+    if (WantsHelp(words)) return PrintText(command->help);
+    const Library library;
+    return command->run(words);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     try {
-        return Run(argc, argv);
+        const int code = Run(argc, argv);
+        errno = 0;
+        // What could not be written was not done.
+        if (std::fflush(stdout) != 0 || std::ferror(stdout))
+            throw qn::Failure(std::string("standard output: ") +
+                              (errno ? std::strerror(errno) : "can't be written"));
+        return code;
     } catch (const qn::Failure& failure) {
         std::fflush(stdout);
         std::fprintf(stderr, "qn: %s\n", failure.what());

@@ -7,7 +7,8 @@
 
 namespace qn {
 
-Options::Options(std::string_view command, std::span<const std::string> words, std::span<const OptionRule> rules)
+Options::Options(std::string_view command, std::span<const std::string> words,
+                 std::span<const OptionRule> rules)
     : m_command(command) {
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
@@ -21,7 +22,8 @@ Options::Options(std::string_view command, std::span<const std::string> words, s
         }
         const std::size_t equals = word.find('=');
         const std::string name = word.substr(0, equals);
-        const auto rule = std::find_if(rules.begin(), rules.end(), [&](const auto& r) { return r.name == name; });
+        const auto rule =
+            std::find_if(rules.begin(), rules.end(), [&](const auto& r) { return r.name == name; });
         if (rule == rules.end()) Usage(m_command + ": unknown option " + name);
         std::string value;
         if (rule->takesValue) {
@@ -54,8 +56,8 @@ long Options::Number(std::string_view name, long fallback, long least, long most
     long value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size() || value < least || value > most)
-        Usage(m_command + ": " + std::string(name) + " wants a number from " + std::to_string(least) + " to " +
-              std::to_string(most));
+        Usage(m_command + ": " + std::string(name) + " wants a number from " + std::to_string(least) +
+              " to " + std::to_string(most));
     return value;
 }
 

@@ -10,7 +10,6 @@ namespace qn {
 
 namespace {
 
-constexpr const WCHAR* kUidName = u"QN_ICalendarUID";
 constexpr DWORD kEmptyRichNote = 476; // a note of this size counts as empty wherever lists look at it
 
 } // namespace
@@ -24,27 +23,28 @@ Store::Store() {
     if (FAILED(logon)) throw Failure("the store can't be opened: " + Reason(logon));
 }
 
-DWORD Store::UidProperty(bool create) {
-    if (m_uidProperty) return m_uidProperty;
+DWORD Store::NamedText(const WCHAR* name, DWORD& property, bool create) {
+    if (property) return property;
     CEPROPID id = 0;
     const ULONG flags = create ? CEVT_LPWSTR | kCreateNamedProperty : 0;
-    const HRESULT result = m_app->GetIDsFromNames(1, &kUidName, flags, &id);
+    const HRESULT result = m_app->GetIDsFromNames(1, &name, flags, &id);
     if (FAILED(result) || id == kUnknownNamedProperty) {
         if (create) throw Failure("the store takes no UIDs: " + Reason(result));
         return 0;
     }
-    return m_uidProperty = id;
+    return property = id;
 }
 
 std::string Store::Uid(CEOID oid) {
-    const DWORD property = UidProperty(false);
     Com<IItem> item;
-    if (!property || FAILED(m_app->GetItemFromOidEx(oid, 0, item.Out()))) return {};
+    if (!UidProperty(false) || FAILED(m_app->GetItemFromOidEx(oid, 0, item.Out()))) return {};
+    const CEPROPID ids[] = {UidProperty(false), PartProperty(false)};
     CEPROPVAL* values = nullptr;
     ULONG size = 0;
-    if (FAILED(item->GetProps(&property, 0, 1, &values, &size, nullptr))) return {};
-    const bool present = !(values->wFlags & CEDB_PROPNOTFOUND) && values->val.lpwstr;
-    std::string uid = present ? Utf8(values->val.lpwstr) : std::string();
+    if (FAILED(item->GetProps(ids, 0, ids[1] ? 2 : 1, &values, &size, nullptr))) return {};
+    std::string uid;
+    for (WORD i = 0; i < (ids[1] ? 2 : 1) && uid.empty(); ++i)
+        if (!(values[i].wFlags & CEDB_PROPNOTFOUND) && values[i].val.lpwstr) uid = Utf8(values[i].val.lpwstr);
     LocalFree(values);
     return uid;
 }
@@ -52,13 +52,21 @@ std::string Store::Uid(CEOID oid) {
 std::string Reason(HRESULT result) {
     const auto code = static_cast<DWORD>(result);
     switch (code & 0xFFFF) {
-    case ERROR_DISK_FULL: return "the disk is full";
-    case ERROR_ACCESS_DENIED: return "access is denied";
-    case ERROR_BAD_FORMAT: return "the volume is damaged or of another kind";
-    case ERROR_SHARING_VIOLATION: return "another program holds the store";
+    case ERROR_DISK_FULL:
+        return "the disk is full";
+    case ERROR_ACCESS_DENIED:
+        return "access is denied";
+    case ERROR_BAD_FORMAT:
+        return "the volume is damaged or of another kind";
+    case ERROR_SHARING_VIOLATION:
+        return "another program holds the store";
+    case ERROR_INVALID_PARAMETER:
+        return "a value is out of range";
     case ERROR_FILE_NOT_FOUND:
-    case ERROR_NOT_FOUND: return "there is no such item";
-    default: break;
+    case ERROR_NOT_FOUND:
+        return "there is no such item";
+    default:
+        break;
     }
     char text[32];
     std::snprintf(text, sizeof text, "error %08X", code);
@@ -77,7 +85,8 @@ std::string NoteText(const CEBLOB& ink) {
     } else {
         text.assign(reinterpret_cast<const char*>(bytes), size);
     }
-    while (!text.empty() && (text.back() == '\0' || text.back() == ' ' || text.back() == '\n')) text.pop_back();
+    while (!text.empty() && (text.back() == '\0' || text.back() == ' ' || text.back() == '\n'))
+        text.pop_back();
     return text;
 }
 

@@ -16,13 +16,19 @@ public:
     Store();
     IPOutlookApp2* App() const { return m_app.Get(); }
 
-    // The id of the named property that keeps an item's UID; made when it is missing and `create` is set, else 0.
-    DWORD UidProperty(bool create);
-    std::string Uid(CEOID oid); // empty when the item has none
+    // The ids of the named properties that keep an item's UID, or its place in a series that was split; made when missing
+    // and `create` is set, else 0.
+    DWORD UidProperty(bool create) { return NamedText(u"QN_ICalendarUID", m_uidProperty, create); }
+    DWORD PartProperty(bool create) { return NamedText(u"QN_ICalendarPart", m_partProperty, create); }
+    // The UID, or what stands for one; empty when the item has none.
+    std::string Uid(CEOID oid);
 
 private:
+    DWORD NamedText(const WCHAR* name, DWORD& property, bool create);
+
     Com<IPOutlookApp2> m_app;
     DWORD m_uidProperty = 0;
+    DWORD m_partProperty = 0;
 };
 
 // What failed, in words, of a result of the object model.

@@ -1,6 +1,7 @@
 #include "apps/qn/support.h"
 
 #include "NorvoTools/datetime.h"
+#include "Platform/civil.h"
 #include "Platform/clock.h"
 #include "Platform/locale.h"
 #include "Platform/strings.h"
@@ -25,11 +26,23 @@ std::string Utf8(std::u16string_view text) {
 
 std::u16string Utf16(std::string_view text) {
     std::u16string out(text.size(), u'\0');
-    const int units = text.empty() ? 0
-                                   : MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
-                                                         out.data(), static_cast<int>(out.size()));
+    const int units = text.empty()
+                          ? 0
+                          : MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
+                                                out.data(), static_cast<int>(out.size()));
     out.resize(static_cast<std::size_t>(units));
     return out;
+}
+
+std::string Printable(std::string_view utf8) {
+    std::string text(utf8);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+        if (c < 0x20 || c == 0x7F) text[i] = ' ';
+        if (c == 0xC2 && next >= 0x80 && next < 0xA0) text.replace(i, 2, " "); // U+0080 to U+009F
+    }
+    return text;
 }
 
 SYSTEMTIME ToSystemTime(DATE date) {
@@ -52,6 +65,11 @@ DATE Today() {
 
 namespace {
 
+std::optional<DATE> InRange(DATE day) {
+    const DATE first = static_cast<DATE>(civil::DaysFromCivil(1602, 1, 1) - civil::kDaysTo1899);
+    return day >= first && day < kNoDate ? std::optional(day) : std::nullopt;
+}
+
 std::optional<DATE> ParseIsoDay(std::string_view text) {
     int year = 0;
     int month = 0;
@@ -59,7 +77,8 @@ std::optional<DATE> ParseIsoDay(std::string_view text) {
     int used = 0;
     const std::string copy(text);
     if (std::sscanf(copy.c_str(), "%4d-%2d-%2d%n", &year, &month, &day, &used) != 3 ||
-        static_cast<std::size_t>(used) != copy.size() || year < 1601 || month < 1 || day < 1)
+        static_cast<std::size_t>(used) != copy.size() || year < 1601 || month < 1 || month > 12 || day < 1 ||
+        day > civil::DaysInMonth(year, month))
         return std::nullopt;
     SYSTEMTIME date{};
     date.wYear = static_cast<WORD>(year);
@@ -67,7 +86,7 @@ std::optional<DATE> ParseIsoDay(std::string_view text) {
     date.wDay = static_cast<WORD>(day);
     DATE out = 0;
     if (!SystemTimeToVariantTime(&date, &out)) return std::nullopt;
-    return out;
+    return InRange(out);
 }
 
 std::string Formatted(const SYSTEMTIME& date, DWORD flags, bool time) {
@@ -82,6 +101,7 @@ std::string Formatted(const SYSTEMTIME& date, DWORD flags, bool time) {
 } // namespace
 
 std::optional<DATE> ParseDay(std::string_view text) {
+    if (text.empty()) return std::nullopt;
     if (text == "today") return Today();
     if (text == "tomorrow") return Today() + 1;
     if (text == "yesterday") return Today() - 1;
@@ -89,13 +109,14 @@ std::optional<DATE> ParseDay(std::string_view text) {
         int days = 0;
         const auto [end, error] = std::from_chars(text.data() + 1, text.data() + text.size(), days);
         if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-        return Today() + (text[0] == '-' ? -days : days);
+        return InRange(Today() + (text[0] == '-' ? -1.0 : 1.0) * days);
     }
-    if (const auto iso = ParseIsoDay(text)) return iso;
+    if (text[0] >= '0' && text[0] <= '9' && text.find('-') == 4) return ParseIsoDay(text);
     DATE date = 0;
     constexpr DWORD kDateOnly = 2;
-    if (VarDateFromStr(Utf16(text).c_str(), LOCALE_USER_DEFAULT, kDateOnly, &date) != S_OK) return std::nullopt;
-    return std::floor(date);
+    if (VarDateFromStr(Utf16(text).c_str(), LOCALE_USER_DEFAULT, kDateOnly, &date) != S_OK)
+        return std::nullopt;
+    return InRange(std::floor(date));
 }
 
 std::string IsoDay(LONG day) {
@@ -108,8 +129,8 @@ std::string IsoDay(LONG day) {
 std::string IsoMoment(DATE moment) {
     const SYSTEMTIME date = ToSystemTime(moment);
     char text[48];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u", date.wYear, date.wMonth, date.wDay, date.wHour,
-                  date.wMinute, date.wSecond);
+    std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u", date.wYear, date.wMonth, date.wDay,
+                  date.wHour, date.wMinute, date.wSecond);
     return text;
 }
 

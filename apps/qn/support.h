@@ -20,7 +20,8 @@ inline constexpr int kExitUsage = 2;  // the command line makes no sense
 // What ends a command with a message on stderr.
 class Failure : public std::runtime_error {
 public:
-    explicit Failure(const std::string& text, int code = kExitFailed) : std::runtime_error(text), m_code(code) {}
+    explicit Failure(const std::string& text, int code = kExitFailed)
+        : std::runtime_error(text), m_code(code) {}
     int Code() const { return m_code; }
 
 private:
@@ -30,6 +31,8 @@ private:
 
 std::string Utf8(std::u16string_view text);
 std::u16string Utf16(std::string_view text);
+// For one line of a terminal: a character that would steer it is a blank.
+std::string Printable(std::string_view utf8);
 
 // An owned BSTR.
 class Bstr {
@@ -83,8 +86,8 @@ private:
 // A day or a moment out of what a person types: "today", "tomorrow", "yesterday", "+7", "-3", "2026-11-21", or a date as
 // the locale writes it. Empty when it is none.
 std::optional<DATE> ParseDay(std::string_view text);
-DATE Today(); // whole day
-std::string IsoDay(LONG day);      // "2026-11-21"
+DATE Today();                       // whole day
+std::string IsoDay(LONG day);       // "2026-11-21"
 std::string IsoMoment(DATE moment); // "2026-11-21T09:30:00"
 // As the user's locale writes them.
 std::string LongDay(LONG day);

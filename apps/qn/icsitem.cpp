@@ -1,0 +1,383 @@
+// One component of an iCalendar file as an item.
+#include "Platform/civil.h"
+#include "apps/qn/icsfile.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace qn {
+
+namespace {
+
+constexpr int kFirstYear = 1602; // the store's, with a day to spare for zones
+constexpr int kLastYear = 4499;
+
+// --- Values -------------------------------------------------------------------------------------------------------
+
+std::string Text(icalcomponent* component, icalproperty_kind kind) {
+    icalproperty* property = icalcomponent_get_first_property(component, kind);
+    icalvalue* value = property ? icalproperty_get_value(property) : nullptr;
+    if (!value) return {};
+    const char* text = nullptr;
+    switch (icalvalue_isa(value)) {
+    case ICAL_TEXT_VALUE:
+        text = icalvalue_get_text(value);
+        break;
+    case ICAL_STRING_VALUE:
+        text = icalvalue_get_string(value);
+        break;
+    case ICAL_URI_VALUE:
+        text = icalvalue_get_uri(value);
+        break;
+    case ICAL_CALADDRESS_VALUE:
+        text = icalvalue_get_caladdress(value);
+        break;
+    default:
+        text = icalvalue_as_ical_string(value);
+        break;
+    }
+    return text ? text : "";
+}
+
+std::string Parameter(icalproperty* property, icalparameter_kind kind,
+                      const char* (*get)(const icalparameter*)) {
+    icalparameter* parameter = icalproperty_get_first_parameter(property, kind);
+    const char* text = parameter ? get(parameter) : nullptr;
+    return text ? text : "";
+}
+
+template<class Visit>
+void ForEach(icalcomponent* component, icalproperty_kind kind, Visit visit) {
+    for (icalproperty* p = icalcomponent_get_first_property(component, kind); p;
+         p = icalcomponent_get_next_property(component, kind))
+        visit(p);
+}
+
+// Midnight may be written as 24:00, a leap second as 60.
+bool IsReal(const icaltimetype& t) {
+    if (t.year < kFirstYear || t.year > kLastYear) return false;
+    if (t.day < 1 || t.day > civil::DaysInMonth(t.year, t.month)) return false;
+    if (t.is_date) return true;
+    if (t.hour == 24 && (t.minute || t.second)) return false;
+    return t.hour >= 0 && t.hour <= 24 && t.minute >= 0 && t.minute < 60 && t.second >= 0 && t.second <= 60;
+}
+
+When WhenOf(icalproperty* property, icaltimetype time) {
+    When when;
+    if (!IsReal(time)) return when;
+    time.second = std::min(time.second, 59);
+    when.time = icaltime_normalize(time);
+    when.tzid = Parameter(property, ICAL_TZID_PARAMETER, &icalparameter_get_tzid);
+    return when;
+}
+
+When WhenOf(icalproperty* property) {
+    icalvalue* value = property ? icalproperty_get_value(property) : nullptr;
+    if (!value) return {};
+    switch (icalvalue_isa(value)) {
+    case ICAL_DATE_VALUE:
+        return WhenOf(property, icalvalue_get_date(value));
+    case ICAL_DATETIME_VALUE:
+        return WhenOf(property, icalvalue_get_datetime(value));
+    case ICAL_DATETIMEDATE_VALUE:
+        return WhenOf(property, icalvalue_get_datetimedate(value));
+    default:
+        return {};
+    }
+}
+
+// Whole minutes towards nought. Field by field in 64 bits: a hostile duration fills more than the library's seconds.
+LONG MinutesOf(const icaldurationtype& length) {
+    const std::int64_t minutes = (std::int64_t{length.weeks} * 7 + length.days) * civil::kMinutesPerDay +
+                                 std::int64_t{length.hours} * 60 + length.minutes + length.seconds / 60;
+    constexpr std::int64_t kMost = std::int64_t{civil::kMinutesPerDay} * 366 * 3000;
+    return static_cast<LONG>(
+        std::clamp(length.is_neg ? -minutes : minutes, -kMost, std::int64_t{0x7FFFFFFF}));
+}
+
+ExtraDate ExtraDateOf(icalproperty* property) {
+    const icaldatetimeperiodtype both = icalproperty_get_rdate(property);
+    if (icaltime_is_null_time(both.period.start)) return {WhenOf(property, both.time), {}};
+    ExtraDate extra{WhenOf(property, both.period.start), {}};
+    if (icaltime_is_null_time(both.period.end))
+        extra.minutes = MinutesOf(both.period.duration);
+    else
+        extra.minutes = MinutesOf(icaltime_subtract(both.period.end, both.period.start));
+    return extra;
+}
+
+std::string WithoutMailto(std::string address) {
+    if (Upper(std::string_view(address).substr(0, 7)) == "MAILTO:") address.erase(0, 7);
+    return address;
+}
+
+// --- Parts of an item ---------------------------------------------------------------------------------------------
+
+class Taker {
+public:
+    Taker(icalcomponent* component, IcsItem& item) : m_component(component), m_item(item) {}
+    std::string Take();
+
+private:
+    void TakeTexts();
+    void TakeCategories();
+    std::string TakeDates();
+    When TakeWhen(icalproperty_kind kind, const char* name);
+    void TakeAlarms();
+    void TakeAlarm(icalcomponent* alarm);
+    void TakePeople();
+    void TakeStatus();
+    int BusyStatus();
+    void TakeTodo();
+    std::string TakeUnread();
+    void TakeOthers();
+    void Unkept(std::string what) { m_item.unkept.push_back(std::move(what)); }
+
+    icalcomponent* m_component;
+    IcsItem& m_item;
+};
+
+void Taker::TakeTexts() {
+    m_item.uid = Text(m_component, ICAL_UID_PROPERTY);
+    m_item.summary = Text(m_component, ICAL_SUMMARY_PROPERTY);
+    m_item.location = Text(m_component, ICAL_LOCATION_PROPERTY);
+    m_item.note = Text(m_component, ICAL_DESCRIPTION_PROPERTY);
+    const std::string url = Text(m_component, ICAL_URL_PROPERTY);
+    if (!url.empty() && m_item.note.find(url) == std::string::npos)
+        m_item.note += (m_item.note.empty() ? "" : "\n") + url;
+    if (icalproperty* p = icalcomponent_get_first_property(m_component, ICAL_SEQUENCE_PROPERTY))
+        m_item.sequence = icalproperty_get_sequence(p);
+}
+
+void Taker::TakeCategories() {
+    ForEach(m_component, ICAL_CATEGORIES_PROPERTY, [&](icalproperty* p) {
+        const char* text = icalproperty_get_categories(p);
+        std::string name = text ? text : "";
+        const auto first = name.find_first_not_of(" \t");
+        if (first == std::string::npos) return;
+        name = name.substr(first, name.find_last_not_of(" \t") - first + 1);
+        // The store joins the names of an item with commas.
+        if (name.find(',') != std::string::npos) Unkept("commas in category names (semicolons now)");
+        std::replace(name.begin(), name.end(), ',', ';');
+        if (std::find(m_item.categories.begin(), m_item.categories.end(), name) == m_item.categories.end())
+            m_item.categories.push_back(name);
+    });
+}
+
+When Taker::TakeWhen(icalproperty_kind kind, const char* name) {
+    icalproperty* property = icalcomponent_get_first_property(m_component, kind);
+    const When when = WhenOf(property);
+    if (property && !when.IsSet()) Unkept(std::string(name) + " that is no date");
+    return when;
+}
+
+std::string Taker::TakeDates() {
+    m_item.start = TakeWhen(ICAL_DTSTART_PROPERTY, "DTSTART");
+    m_item.end = m_item.isTodo ? TakeWhen(ICAL_DUE_PROPERTY, "DUE") : TakeWhen(ICAL_DTEND_PROPERTY, "DTEND");
+    if (icalproperty* p = icalcomponent_get_first_property(m_component, ICAL_DURATION_PROPERTY))
+        m_item.minutes = MinutesOf(icalproperty_get_duration(p));
+    if (icalproperty* p = icalcomponent_get_first_property(m_component, ICAL_RECURRENCEID_PROPERTY)) {
+        m_item.recurrenceId = WhenOf(p);
+        if (!m_item.recurrenceId.IsSet()) return "a RECURRENCE-ID that is no date";
+        icalparameter* range = icalproperty_get_first_parameter(p, ICAL_RANGE_PARAMETER);
+        m_item.thisAndFuture = range && icalparameter_get_range(range) == ICAL_RANGE_THISANDFUTURE;
+    }
+    ForEach(m_component, ICAL_RRULE_PROPERTY, [&](icalproperty* p) {
+        const char* text = icalproperty_get_value_as_string(p);
+        m_item.rules.emplace_back(text ? text : "");
+    });
+    ForEach(m_component, ICAL_EXDATE_PROPERTY, [&](icalproperty* p) {
+        const When when = WhenOf(p);
+        when.IsSet() ? m_item.exceptionDates.push_back(when) : Unkept("EXDATE that is no date");
+    });
+    ForEach(m_component, ICAL_RDATE_PROPERTY, [&](icalproperty* p) {
+        const ExtraDate extra = ExtraDateOf(p);
+        extra.start.IsSet() ? m_item.extraDates.push_back(extra) : Unkept("RDATE that is no date");
+    });
+    return {};
+}
+
+void Taker::TakeAlarm(icalcomponent* alarm) {
+    // Some programs write an alarm of no action to say that there shall be none.
+    icalproperty* action = icalcomponent_get_first_property(alarm, ICAL_ACTION_PROPERTY);
+    if (action && Upper(icalproperty_get_value_as_string(action)) == "NONE") return;
+    icalproperty* property = icalcomponent_get_first_property(alarm, ICAL_TRIGGER_PROPERTY);
+    if (!property) return Unkept("alarms without a time");
+    if (m_item.reminderMinutes || m_item.reminderTime) return Unkept("further alarms");
+    const icaltriggertype trigger = icalproperty_get_trigger(property);
+    if (!icaltime_is_null_time(trigger.time)) {
+        const When when = WhenOf(property, trigger.time);
+        if (!when.IsSet()) return Unkept("alarms without a time");
+        m_item.reminderTime = when;
+        return;
+    }
+    icalparameter* related = icalproperty_get_first_parameter(property, ICAL_RELATED_PARAMETER);
+    const bool fromEnd = related && icalparameter_get_related(related) == ICAL_RELATED_END;
+    const LONG minutes = MinutesOf(trigger.duration);
+    if (minutes > 0 || (fromEnd && !m_item.isTodo)) return Unkept("alarms behind the start");
+    m_item.reminderMinutes = -minutes;
+    m_item.reminderFromEnd = fromEnd;
+}
+
+void Taker::TakeAlarms() {
+    for (icalcomponent* alarm = icalcomponent_get_first_component(m_component, ICAL_VALARM_COMPONENT); alarm;
+         alarm = icalcomponent_get_next_component(m_component, ICAL_VALARM_COMPONENT))
+        TakeAlarm(alarm);
+}
+
+Attendee AttendeeOf(icalproperty* property) {
+    Attendee attendee;
+    const char* address = icalproperty_get_attendee(property);
+    attendee.address = WithoutMailto(address ? address : "");
+    attendee.name = Parameter(property, ICAL_CN_PARAMETER, &icalparameter_get_cn);
+    if (attendee.name.empty()) attendee.name = attendee.address;
+    if (icalparameter* role = icalproperty_get_first_parameter(property, ICAL_ROLE_PARAMETER))
+        if (icalparameter_get_role(role) == ICAL_ROLE_OPTPARTICIPANT ||
+            icalparameter_get_role(role) == ICAL_ROLE_NONPARTICIPANT)
+            attendee.type = 2;
+    if (icalparameter* type = icalproperty_get_first_parameter(property, ICAL_CUTYPE_PARAMETER))
+        if (icalparameter_get_cutype(type) == ICAL_CUTYPE_RESOURCE ||
+            icalparameter_get_cutype(type) == ICAL_CUTYPE_ROOM)
+            attendee.type = 3;
+    if (icalparameter* state = icalproperty_get_first_parameter(property, ICAL_PARTSTAT_PARAMETER)) {
+        switch (icalparameter_get_partstat(state)) {
+        case ICAL_PARTSTAT_ACCEPTED:
+            attendee.response = 1;
+            break;
+        case ICAL_PARTSTAT_DECLINED:
+            attendee.response = 2;
+            break;
+        case ICAL_PARTSTAT_TENTATIVE:
+            attendee.response = 3;
+            break;
+        default:
+            break;
+        }
+    }
+    return attendee;
+}
+
+void Taker::TakePeople() {
+    if (icalproperty* p = icalcomponent_get_first_property(m_component, ICAL_ORGANIZER_PROPERTY)) {
+        m_item.organizer = Parameter(p, ICAL_CN_PARAMETER, &icalparameter_get_cn);
+        const char* address = icalproperty_get_organizer(p);
+        if (m_item.organizer.empty()) m_item.organizer = WithoutMailto(address ? address : "");
+    }
+    ForEach(m_component, ICAL_ATTENDEE_PROPERTY,
+            [&](icalproperty* p) { m_item.attendees.push_back(AttendeeOf(p)); });
+}
+
+// The busy status: as a calendar program wrote it in words, else by transparency and status.
+int Taker::BusyStatus() {
+    std::string words;
+    ForEach(m_component, ICAL_X_PROPERTY, [&](icalproperty* p) {
+        const char* name = icalproperty_get_x_name(p);
+        const char* value = icalproperty_get_x(p);
+        if (name && !strcmp(name, "X-MICROSOFT-CDO-BUSYSTATUS")) words = Upper(value ? value : "");
+    });
+    constexpr const char* kWords[] = {"FREE", "TENTATIVE", "BUSY", "OOF"};
+    for (int status = 0; status < 4; ++status)
+        if (words == kWords[status]) return status;
+    if (Upper(Text(m_component, ICAL_TRANSP_PROPERTY)) == "TRANSPARENT") return 0;
+    return icalcomponent_get_status(m_component) == ICAL_STATUS_TENTATIVE ? 1 : 2;
+}
+
+void Taker::TakeStatus() {
+    const std::string access = Upper(Text(m_component, ICAL_CLASS_PROPERTY));
+    m_item.sensitivity = access == "PRIVATE" ? 2 : access == "CONFIDENTIAL" ? 3 : 0;
+    m_item.busyStatus = BusyStatus();
+    m_item.cancelled = icalcomponent_get_status(m_component) == ICAL_STATUS_CANCELLED;
+}
+
+void Taker::TakeTodo() {
+    if (icalproperty* p = icalcomponent_get_first_property(m_component, ICAL_PRIORITY_PROPERTY))
+        m_item.priority = icalproperty_get_priority(p);
+    if (icalproperty* p = icalcomponent_get_first_property(m_component, ICAL_PERCENTCOMPLETE_PROPERTY))
+        m_item.percent = std::clamp(icalproperty_get_percentcomplete(p), 0, 100);
+    m_item.completedAt = TakeWhen(ICAL_COMPLETED_PROPERTY, "COMPLETED");
+    m_item.completed = m_item.completedAt.IsSet() || m_item.percent == 100 ||
+                       icalcomponent_get_status(m_component) == ICAL_STATUS_COMPLETED;
+    if (!m_item.location.empty()) Unkept("locations of to-dos");
+    if (!m_item.attendees.empty() || !m_item.organizer.empty()) Unkept("people of to-dos");
+}
+
+// What the reader of the format threw away. A date or a rule that is lost makes another event of it: then it isn't taken.
+std::string Taker::TakeUnread() {
+    std::string objection;
+    ForEach(m_component, ICAL_XLICERROR_PROPERTY, [&](icalproperty* p) {
+        const char* text = icalproperty_get_xlicerror(p);
+        const std::string error = text ? text : "";
+        const auto begin = error.find(" in ");
+        const auto end = error.find(" property", begin);
+        if (!error.starts_with("Can't parse") || end == std::string::npos) return;
+        const std::string name = error.substr(begin + 4, end - begin - 4);
+        for (const char* vital : {"DTSTART", "RRULE", "RECURRENCE-ID"})
+            if (name == vital && objection.empty()) objection = name + " can't be read";
+        Unkept(name + " that can't be read");
+    });
+    return objection;
+}
+
+// Properties that have no place in the store. Those that only say where the item comes from are not missed.
+void Taker::TakeOthers() {
+    unsigned attachments = 0;
+    unsigned foreign = 0;
+    ForEach(m_component, ICAL_ANY_PROPERTY, [&](icalproperty* p) {
+        switch (icalproperty_isa(p)) {
+        case ICAL_ATTACH_PROPERTY:
+            ++attachments;
+            break;
+        case ICAL_COMMENT_PROPERTY:
+            Unkept("comments");
+            break;
+        case ICAL_CONTACT_PROPERTY:
+            Unkept("contacts");
+            break;
+        case ICAL_CONFERENCE_PROPERTY:
+            Unkept("conferences");
+            break;
+        case ICAL_EXRULE_PROPERTY:
+            Unkept("EXRULE");
+            break;
+        case ICAL_GEO_PROPERTY:
+            Unkept("positions on earth");
+            break;
+        case ICAL_RESOURCES_PROPERTY:
+            Unkept("resources");
+            break;
+        case ICAL_RELATEDTO_PROPERTY:
+            Unkept("relations to other items");
+            break;
+        case ICAL_X_PROPERTY: {
+            const char* name = icalproperty_get_x_name(p);
+            foreign += !name || strcmp(name, "X-MICROSOFT-CDO-BUSYSTATUS") != 0;
+            break;
+        }
+        default:
+            break;
+        }
+    });
+    for (; attachments; --attachments) Unkept("attachments");
+    for (; foreign; --foreign) Unkept("values private to other programs (X-...)");
+}
+
+std::string Taker::Take() {
+    m_item.isTodo = icalcomponent_isa(m_component) == ICAL_VTODO_COMPONENT;
+    if (const std::string objection = TakeUnread(); !objection.empty()) return objection;
+    TakeTexts();
+    TakeCategories();
+    if (const std::string objection = TakeDates(); !objection.empty()) return objection;
+    if (!m_item.isTodo && !m_item.start.IsSet()) return "an event without a date that it starts on";
+    TakeAlarms();
+    TakePeople();
+    TakeStatus();
+    if (m_item.isTodo) TakeTodo();
+    TakeOthers();
+    return {};
+}
+
+} // namespace
+
+std::string TakeItem(icalcomponent* component, IcsItem& item) { return Taker(component, item).Take(); }
+
+} // namespace qn
