@@ -18,8 +18,19 @@ namespace plat {
 // Of a thread made by CreateThread; null on other threads, which can't be terminated.
 struct ThreadState {
     std::atomic<bool> attention{false}; // doomed, or told to suspend: look closer at the next checkpoint
-    std::atomic<int> noKillDepth{0};    // above 0: inside a host operation or another section that must finish
+    std::atomic<int> noKillDepth{0}; // above 0: inside a host operation or another section that must finish
     DWORD threadId = 0;
+
+    // Only the thread itself counts; others and its own signal handler look. So plain stores do, and the fences keep
+    // what the section guards inside of it.
+    void EnterNoKill() noexcept {
+        noKillDepth.store(noKillDepth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+    }
+    void LeaveNoKill() noexcept {
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        noKillDepth.store(noKillDepth.load(std::memory_order_relaxed) - 1, std::memory_order_release);
+    }
 };
 
 extern thread_local ThreadState* t_thread __attribute__((tls_model("initial-exec")));
@@ -31,10 +42,10 @@ void Attend(ThreadState& thread);
 class NoKill {
 public:
     NoKill() noexcept : m_thread(t_thread) {
-        if (m_thread) m_thread->noKillDepth.fetch_add(1, std::memory_order_relaxed);
+        if (m_thread) m_thread->EnterNoKill();
     }
     ~NoKill() {
-        if (m_thread) m_thread->noKillDepth.fetch_sub(1, std::memory_order_release);
+        if (m_thread) m_thread->LeaveNoKill();
     }
     NoKill(const NoKill&) = delete;
     NoKill& operator=(const NoKill&) = delete;
@@ -50,10 +61,10 @@ public:
         if (m_thread->attention.load(std::memory_order_acquire) &&
             m_thread->noKillDepth.load(std::memory_order_relaxed) == 0)
             Attend(*m_thread);
-        m_thread->noKillDepth.fetch_add(1, std::memory_order_relaxed);
+        m_thread->EnterNoKill();
     }
     ~HostCall() {
-        if (m_thread) m_thread->noKillDepth.fetch_sub(1, std::memory_order_release);
+        if (m_thread) m_thread->LeaveNoKill();
     }
     HostCall(const HostCall&) = delete;
     HostCall& operator=(const HostCall&) = delete;

@@ -27,7 +27,8 @@ namespace {
 using std::chrono::milliseconds;
 constexpr milliseconds kPatience{50};       // of the thread's own time on a processor
 constexpr milliseconds kLongPatience{2000}; // for one that waits for something itself, or for a processor
-// Short, because a thread that allocates all the time is seldom seen in its own code.
+// Short, since a thread that allocates much is often outside of its own code; not shorter, since it must get on between
+// two signals, or they find it at the same instruction again and again.
 constexpr std::chrono::microseconds kBetweenProds{100};
 constexpr milliseconds kBetweenReaps{20};
 
@@ -222,6 +223,13 @@ void Attend(ThreadState& state) {
 void SetStoreHooks(const StoreHooks& hooks) {
     std::lock_guard lock(g_hooksLock);
     g_hooks = hooks;
+}
+
+void AdmitEndingSignal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, EndingSignal());
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 // --- Ending -------------------------------------------------------------------------------------------------------

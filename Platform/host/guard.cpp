@@ -1,6 +1,6 @@
 // The guard against crashes: a processor fault inside of it jumps back to it, on a stack of its own, since the thread's may
 // be what ran out. Faults outside of every guard go to whoever handled them before.
-#include "Platform/host/call.h"
+#include "Platform/host/thread.h"
 #include "Platform/threads.h"
 
 #include <array>
@@ -105,6 +105,9 @@ __attribute__((noinline)) bool CallCatching(void (*body)(void*), void* context) 
 }
 
 } // namespace
+
+void LeaveGuards() { t_innermost = nullptr; }
+
 } // namespace plat
 
 bool GuardedCall(void (*body)(void*), void* context) {

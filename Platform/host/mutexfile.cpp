@@ -35,18 +35,24 @@ bool Marked(int file) {
     return pread(file, &held, 1, kHeldByte) == 1 && held != 0;
 }
 
-// A folder of the user's own, which nobody else can write to; empty when it can't be had.
+// Made when missing; false unless it is the user's own, which nobody else can write to.
+bool IsOwnFolder(const std::string& folder) {
+    mkdir(folder.c_str(), 0700);
+    struct stat info = {};
+    return lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == getuid() &&
+           (info.st_mode & 022) == 0;
+}
+
+// Empty when it can't be had.
 std::string RuntimeFolder() {
     const char* runtime = getenv("XDG_RUNTIME_DIR");
     std::error_code error;
-    const std::string base =
-        runtime && *runtime ? runtime : std::filesystem::temp_directory_path(error).string();
-    const std::string folder = base + "/quillonary-" + std::to_string(getuid());
-    mkdir(folder.c_str(), 0700);
-    struct stat info = {};
-    const bool own = lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == getuid() &&
-                     (info.st_mode & 022) == 0;
-    return own ? folder : std::string();
+    const std::string temporary = std::filesystem::temp_directory_path(error).string();
+    for (const std::string& base : {std::string(runtime ? runtime : ""), temporary}) {
+        const std::string folder = base + "/quillonary-" + std::to_string(getuid());
+        if (!base.empty() && IsOwnFolder(folder)) return folder;
+    }
+    return {};
 }
 
 // FNV-1a, 64 bits.
@@ -93,8 +99,8 @@ Taken MutexFile::TryHold() {
     return left ? Taken::Abandoned : Taken::Yes;
 }
 
-void MutexFile::LetGo() {
-    Mark(m_file, 0);
+void MutexFile::LetGo(bool abandoned) {
+    if (!abandoned) Mark(m_file, 0);
     Lock(m_file, kHeldByte, F_UNLCK);
 }
 

@@ -88,10 +88,11 @@ Taken Mutex::Take(Thread& self) {
     return abandoned ? Taken::Abandoned : Taken::Yes;
 }
 
-void Mutex::LetGo() {
+void Mutex::LetGo(bool abandoned) {
     m_owner = 0;
     m_depth = 0;
-    if (m_shared) m_shared->LetGo();
+    m_abandoned = abandoned && !m_shared;
+    if (m_shared) m_shared->LetGo(abandoned);
     WakeWaiters();
 }
 
@@ -100,15 +101,14 @@ bool Mutex::Release(Thread& self) {
     if (m_owner != self.threadId) return false;
     if (--m_depth > 0) return true;
     self.DisownMutex(this);
-    LetGo();
+    LetGo(false);
     return true;
 }
 
 void Mutex::Abandon(DWORD owner) {
     std::lock_guard lock(m_lock);
     if (m_owner != owner) return;
-    m_abandoned = true;
-    LetGo();
+    LetGo(true);
 }
 
 namespace {

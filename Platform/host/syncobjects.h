@@ -46,7 +46,8 @@ public:
 
     // Abandoned when the last holder died with it.
     Taken TryHold();
-    void LetGo();
+    // `abandoned`: the next holder, of whatever process, is told.
+    void LetGo(bool abandoned);
 
 private:
     explicit MutexFile(int file) : m_file(file) {}
@@ -68,12 +69,12 @@ private:
     static constexpr unsigned kPollMilliseconds = 5;
 
     Taken Take(Thread& self) override;
-    void LetGo(); // under m_lock
+    void LetGo(bool abandoned); // under m_lock
 
     const std::unique_ptr<MutexFile> m_shared; // of a named one
     DWORD m_owner = 0;
     DWORD m_depth = 0;
-    bool m_abandoned = false;
+    bool m_abandoned = false; // of an unnamed one; a named one has it in its file
 };
 
 } // namespace plat

@@ -82,6 +82,11 @@ void ForgetThread(DWORD threadId);
 // Clears up behind a thread that ran to its end: windows, mutexes, handle. Parks when it was doomed meanwhile.
 void FinishThread(Thread& self, DWORD code);
 
+// The signal that holds a doomed thread gets through to the calling one, whatever mask it inherited (ending.cpp).
+void AdmitEndingSignal();
+// The calling thread has left all its guards by a jump (guard.cpp).
+void LeaveGuards();
+
 // Ends `thread` from outside and clears up behind it (ending.cpp).
 bool EndThread(const std::shared_ptr<Thread>& thread, DWORD code);
 

@@ -232,6 +232,7 @@ void RunThread(Thread& self, LPTHREAD_START_ROUTINE start, void* parameter) {
         code = start(parameter);
     } else {
         self.noKillDepth.store(0, std::memory_order_relaxed);
+        LeaveGuards();
         code = self.askedExitCode;
     }
     FinishThread(self, code);
@@ -249,6 +250,7 @@ void* ThreadMain(void* argument) {
         self.hostThread = pthread_self();
         self.hostId = static_cast<pid_t>(syscall(SYS_gettid));
     }
+    AdmitEndingSignal();
     t_thread = &self;
     RunThread(self, start, parameter);
     // What static objects of this thread still call at its end finds a thread that can't be ended.
@@ -327,7 +329,7 @@ void ExitThread(DWORD code) {
         plat::FinishThread(self, code);
         pthread_exit(nullptr);
     }
-    self.noKillDepth.fetch_add(1, std::memory_order_relaxed); // the jump must not be caught half-way
+    self.EnterNoKill(); // the jump must not be caught half-way
     self.askedExitCode = code;
     longjmp(self.exitPoint, 1);
 }

@@ -95,10 +95,15 @@ DWORD WaitForObjectsOrInput(const std::vector<std::shared_ptr<Waitable>>& object
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
     plat::HostCall call;
-    auto objects = plat::ObjectsOf({&handle, 1});
-    if (objects.empty()) return plat::Fail(ERROR_INVALID_HANDLE);
+    auto object = plat::FindWaitable(handle);
+    if (!object) return plat::Fail(ERROR_INVALID_HANDLE);
+    // Workers ask like this between two records whether they should stop.
+    plat::Thread& self = plat::CurrentThread();
+    const plat::Taken taken = object->TryTake(self);
+    if (taken != plat::Taken::No) return taken == plat::Taken::Abandoned ? WAIT_ABANDONED : WAIT_OBJECT_0;
+    if (milliseconds == 0) return WAIT_TIMEOUT;
     const auto deadline = plat::DeadlineOf(milliseconds);
-    plat::WaitScope scope(plat::CurrentThread(), std::move(objects));
+    plat::WaitScope scope(self, {std::move(object)});
     DWORD result = WAIT_TIMEOUT;
     scope.Hold(deadline, [&](plat::Clock::time_point& next) {
         const auto hit = scope.TakeOne(next);

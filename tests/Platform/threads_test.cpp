@@ -108,6 +108,12 @@ TEST_F(Threads, PriorityIsKept) {
     EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
 }
 
+// Work in own code, without a call.
+void Compute() {
+    volatile unsigned sum = 0;
+    for (unsigned i = 0; i < 1000; ++i) sum = sum * 31 + i;
+}
+
 // --- Ending from outside ------------------------------------------------------------------------------------------
 
 TEST_F(Threads, TerminatesAThreadWhereverItIs) {
@@ -115,7 +121,7 @@ TEST_F(Threads, TerminatesAThreadWhereverItIs) {
     InitializeCriticalSection(&taken);
     EnterCriticalSection(&taken);
     const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    std::atomic<unsigned> alive{0};
+    static std::atomic<unsigned> alive{0}; // outlives a thread that would not end
     struct Place {
         const char* name;
         std::function<void()> stay; // never comes back
@@ -123,7 +129,7 @@ TEST_F(Threads, TerminatesAThreadWhereverItIs) {
     const Place places[] = {
         {"spinning in own code",
          [&] {
-             for (;;) ++alive;
+             for (;; ++alive) Compute();
          }},
         {"a wait", [&] { ++alive, WaitForSingleObject(never, INFINITE); }},
         {"a sliced wait",
@@ -192,19 +198,23 @@ TEST_F(Threads, WhatATerminatedThreadHeldCanBePutRight) {
 
 TEST_F(Threads, AllocatingThreadsCanBeTerminatedWithoutHarm) {
     for (int round = 0; round < 30; ++round) {
-        std::atomic<unsigned> alive{0};
-        TestThread thread([&]() -> DWORD {
+        static std::atomic<unsigned> alive{0};
+        alive = 0;
+        TestThread thread([]() -> DWORD {
             for (;;) {
-                std::vector<int> block(100 + alive % 1000);
+                std::vector<unsigned> block(100 + alive % 1000, 1);
+                for (unsigned& number : block) number += alive;
                 ++alive;
             }
         });
         ASSERT_TRUE(Eventually([&] { return alive > 100; }));
         EXPECT_TRUE(TerminateThread(thread.Handle(), 9));
         EXPECT_EQ(thread.Join(), 9u);
+        const unsigned stopped = alive;
         std::vector<std::vector<int>> more(200,
                                            std::vector<int>(200)); // hangs if the allocator was left locked
         EXPECT_EQ(more.back().size(), 200u);
+        EXPECT_EQ(alive, stopped);
     }
 }
 

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <optional>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,7 +21,21 @@ using namespace qntest;
 
 namespace {
 
-class ThreadsWaits : public DeviceTest {};
+class ThreadsWaits : public DeviceTest {
+protected:
+    // Files of named mutexes go with the test.
+    ThreadsWaits() {
+        if (const char* folder = getenv("XDG_RUNTIME_DIR")) m_runtime = folder;
+        setenv("XDG_RUNTIME_DIR", m_folder.c_str(), 1);
+    }
+    ~ThreadsWaits() override {
+        if (m_runtime)
+            setenv("XDG_RUNTIME_DIR", m_runtime->c_str(), 1);
+        else
+            unsetenv("XDG_RUNTIME_DIR");
+    }
+    std::optional<std::string> m_runtime;
+};
 
 TEST_F(ThreadsWaits, EventsByKind) {
     const HANDLE manual = CreateEventW(nullptr, TRUE, TRUE, nullptr);
