@@ -23,7 +23,7 @@ private:
     CRITICAL_SECTION m_cs;
 };
 
-// Holds a section for a scope.
+// Holds a section for a scope, in which the thread is not ended from outside.
 class CeSectionLock {
 public:
     explicit CeSectionLock(CeCriticalSection& section) : m_section(section) { m_section.Lock(); }
@@ -32,5 +32,6 @@ public:
     CeSectionLock& operator=(const CeSectionLock&) = delete;
 
 private:
+    PlatUnended m_unended; // made before the lock is taken, gone after it is left
     CeCriticalSection& m_section;
 };

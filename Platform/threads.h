@@ -151,6 +151,21 @@ DWORD FormatMessageW(DWORD flags, const void* source, DWORD messageId, DWORD lan
 // To standard error while QN_DEBUG is set in the environment; null is nothing.
 void OutputDebugStringW(LPCWSTR text);
 
+// --- Sections that must finish ------------------------------------------------------------------------------------
+
+// A section in which the calling thread is not ended by TerminateThread: it holds a lock that others need, and nobody
+// could leave it in its place. Sections nest. Keep them short and wait for no other thread inside.
+class PlatUnended {
+public:
+    PlatUnended();
+    ~PlatUnended();
+    PlatUnended(const PlatUnended&) = delete;
+    PlatUnended& operator=(const PlatUnended&) = delete;
+
+private:
+    void* m_thread; // the host's record of the thread; null on one that can't be ended
+};
+
 // --- Guard against crashes ----------------------------------------------------------------------------------------
 
 // Calls `body(context)`. False when it threw, or made a processor fault (bad address, bad instruction, arithmetic): then

@@ -9,6 +9,7 @@
 #include "NorvoTools/registryfunctions.h"
 #include "Platform/registry.h"
 #include "Platform/strings.h"
+#include "Platform/threads.h"
 #include "Platform/windows.h"
 #include "QNWorkerClass/sidestores.h"
 
@@ -56,6 +57,7 @@ void COutlook::Open() {
     const Session session(static_cast<IPOutlookApp2*>(app), [](IPOutlookApp2* made) { made->Release(); });
     // The object stays: a failed logon does not read as no session, later calls give what the platform gives.
     if (FAILED(session->Logon(owner))) ShowError(u"%s", u"Cannot logon to the Pocket Outlook Database.");
+    PlatUnended unended;
     std::lock_guard guard(m_lockApp);
     m_pApp = session;
 }
@@ -63,6 +65,7 @@ void COutlook::Open() {
 void COutlook::Close() {
     Session session;
     {
+        PlatUnended unended;
         std::lock_guard guard(m_lockApp);
         session.swap(m_pApp);
     }
@@ -70,6 +73,7 @@ void COutlook::Close() {
 }
 
 COutlook::Session COutlook::Current() const {
+    PlatUnended unended;
     std::lock_guard guard(m_lockApp);
     return m_pApp;
 }

@@ -5,6 +5,7 @@
 #include "Platform/locale.h"
 #include "Platform/registry.h"
 #include "Platform/strings.h"
+#include "Platform/threads.h"
 #include "QNWorkerClass/sidestores.h"
 
 #include <algorithm>
@@ -27,6 +28,7 @@ CategorySnapshot g_cache; // null until the first read
 // no lock behind.
 CategorySnapshot RefreshCache() {
     auto fresh = std::make_shared<const std::vector<CategoryEntry>>(ReadCategoryStore());
+    PlatUnended unended;
     std::lock_guard guard(g_cacheLock);
     g_cache = fresh;
     return fresh;
@@ -97,6 +99,7 @@ CFullCategory* CFullCategory::Copy() const {
 
 CategorySnapshot TakeCategorySnapshot() {
     {
+        PlatUnended unended;
         std::lock_guard guard(g_cacheLock);
         if (g_cache && !g_cache->empty()) return g_cache;
     }

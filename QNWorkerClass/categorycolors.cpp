@@ -7,6 +7,7 @@
 #include "Platform/files.h"
 #include "Platform/registry.h"
 #include "Platform/strings.h"
+#include "Platform/threads.h"
 #include "QNWorkerClass/categories.h"
 
 #include <memory>
@@ -51,6 +52,7 @@ ColorTable ReadColors() {
 }
 
 ColorTable TakeColors() {
+    PlatUnended unended;
     std::lock_guard guard(g_colorsLock);
     return g_colors;
 }
@@ -67,11 +69,13 @@ bool IconExists(const std::u16string& folder, std::u16string_view category, cons
 void CCategoryColorIcons::InitCategoryColors() {
     if (TakeColors()) return;
     ColorTable fresh = ReadColors();
+    PlatUnended unended;
     std::lock_guard guard(g_colorsLock);
     if (!g_colors) g_colors = std::move(fresh);
 }
 
 void CCategoryColorIcons::ClearInit() {
+    PlatUnended unended;
     std::lock_guard guard(g_colorsLock);
     g_colors.reset();
 }

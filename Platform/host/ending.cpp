@@ -7,6 +7,7 @@
 #include "Platform/host/call.h"
 #include "Platform/host/messages.h"
 #include "Platform/host/thread.h"
+#include "Platform/threads.h"
 
 #include <array>
 #include <atomic>
@@ -256,3 +257,13 @@ bool EndThread(const std::shared_ptr<Thread>& thread, DWORD code) {
 }
 
 } // namespace plat
+
+// A checkpoint like any other: a thread that goes from one section to the next would else never be held.
+PlatUnended::PlatUnended() : m_thread(plat::t_thread) {
+    plat::HostCall call;
+    if (m_thread) static_cast<plat::ThreadState*>(m_thread)->EnterNoKill();
+}
+
+PlatUnended::~PlatUnended() {
+    if (m_thread) static_cast<plat::ThreadState*>(m_thread)->LeaveNoKill();
+}

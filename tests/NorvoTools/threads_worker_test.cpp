@@ -124,6 +124,27 @@ TEST_F(ThreadsTest, AWorkerThatIgnoresTheStopIsTerminated) {
     EXPECT_FALSE(worker.Kill(5)); // nothing left
 }
 
+// A lock that a scope holds is never left behind by a terminated run, wherever in the scope the end finds it.
+TEST_F(ThreadsTest, ATerminatedRunLeavesNoScopeLocked) {
+    CeCriticalSection section;
+    Worker worker([&](Worker&) -> DWORD {
+        for (;;) {
+            CeSectionLock lock(section);
+            for (int i = 0; i < 50; ++i) GetTickCount();
+        }
+    });
+    for (int round = 0; round < 20; ++round) {
+        worker.Start();
+        while (worker.m_runs <= round) Sleep(1);
+        Sleep(static_cast<DWORD>(round % 3));
+        worker.Kill(1);
+        for (int i = 0; i < 3000 && !section.TryLock(); ++i) Sleep(1);
+        EXPECT_TRUE(section.TryLock()); // once more: it is ours
+        section.Leave();
+        section.Leave();
+    }
+}
+
 TEST_F(ThreadsTest, StopAndStartFromInsideTheRun) {
     std::atomic<int> started{-1};
     Worker worker([&](Worker& w) -> DWORD {
