@@ -42,7 +42,7 @@ void Reset() {
 
 template<class H>
 H Add(Gdi& gdi, Object object) {
-    const H handle = HandleOf<H>(gdi.objects.Add(std::move(object)));
+    const H handle = HandleOf<H>(gdi.objects.Add(object));
     if (!handle) SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return handle;
 }
@@ -51,7 +51,7 @@ template<class H>
 H Add(Object object) {
     Gdi& gdi = TheGdi();
     std::lock_guard lock(gdi.lock);
-    return Add<H>(gdi, std::move(object));
+    return Add<H>(gdi, object);
 }
 
 bool IsContext(Gdi& gdi, HDC dc) {
@@ -207,7 +207,7 @@ HGDIOBJ GetStockObject(int index) {
     if (known != gdi.stock.end()) return known->second;
     plat::Object object;
     if (!plat::MakeStock(index, gdi.screen.dotsPerInch, object)) return nullptr;
-    return gdi.stock[index] = plat::Add<HGDIOBJ>(gdi, std::move(object));
+    return gdi.stock[index] = plat::Add<HGDIOBJ>(gdi, object);
 }
 
 bool PlatSetScreen(const PlatScreen& screen) {

@@ -49,7 +49,7 @@ std::string RuntimeFolder() {
     std::error_code error;
     const std::string temporary = std::filesystem::temp_directory_path(error).string();
     for (const std::string& base : {std::string(runtime ? runtime : ""), temporary}) {
-        const std::string folder = base + "/quillonary-" + std::to_string(getuid());
+        std::string folder = base + "/quillonary-" + std::to_string(getuid());
         if (!base.empty() && IsOwnFolder(folder)) return folder;
     }
     return {};
@@ -65,7 +65,7 @@ std::uint64_t Hash(std::string_view bytes) {
 // A name holds for one device: for all processes on the same device folder.
 std::string FileOf(const std::u16string& name) {
     const std::string folder = RuntimeFolder();
-    if (folder.empty()) return folder;
+    if (folder.empty()) return {};
     char file[64];
     std::snprintf(file, sizeof file, "/mutex-%016llx-%016llx",
                   static_cast<unsigned long long>(Hash(DeviceFolder())),

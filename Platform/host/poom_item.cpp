@@ -162,6 +162,7 @@ HRESULT PoomItem::GetProps(const CEPROPID* ids, ULONG flags, WORD count, CEPROPV
             wanted = AllIds();
         for (CEPROPID id : wanted) ForCaller(id); // reads what isn't here yet, so that nothing moves below
         std::vector<const PropValue*> found;
+        found.reserve(wanted.size());
         for (CEPROPID id : wanted) found.push_back(ForCaller(id));
         return GiveBlock(wanted, found, flags, values, size, heap);
     });

@@ -185,6 +185,7 @@ bool Store::KeepForUndo(Side side, CEOID record, std::span<PropValue* const> val
     }
     m_undo.push_back([this, side, record, old]() mutable {
         std::vector<PropValue*> pointers;
+        pointers.reserve(old.size());
         for (PropValue& value : old) pointers.push_back(&value);
         CEOID written;
         return WriteNow(Get(side), record, pointers, &written);

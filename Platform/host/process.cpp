@@ -131,7 +131,8 @@ BOOL CreateProcessW(LPCWSTR image, LPCWSTR arguments, SECURITY_ATTRIBUTES*, SECU
 
 BOOL ShellExecuteEx(SHELLEXECUTEINFO* info) {
     plat::HostCall call;
-    const auto file = info ? plat::TextOf(info->lpFile) : std::u16string_view();
+    if (!info) return plat::Give(ERROR_INVALID_PARAMETER);
+    const auto file = plat::TextOf(info->lpFile);
     if (file.empty()) return plat::Give(ERROR_INVALID_PARAMETER);
     const auto arguments = plat::TextOf(info->lpParameters);
     plat::StartedProgram started;

@@ -165,7 +165,7 @@ std::string FindCommand(const std::string& command) {
     std::string_view rest = path ? path : "/usr/local/bin:/usr/bin:/bin";
     while (!rest.empty()) {
         const auto end = std::min(rest.find(':'), rest.size());
-        const std::string file = std::string(rest.substr(0, end)) + "/" + command;
+        std::string file = std::string(rest.substr(0, end)) + "/" + command;
         if (end > 0 && ::access(file.c_str(), X_OK) == 0) return file;
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }

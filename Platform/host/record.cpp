@@ -217,7 +217,7 @@ public:
         const size_t size = PackedSize(entry.propid, bytes.size());
         BYTE* const at = m_out + m_used;
         m_used += size;
-        if (m_used > m_room) return;
+        if (!m_out || m_used > m_room) return;
         if (!bytes.empty()) std::memcpy(at, bytes.data(), bytes.size());
         if (TypeFromPropID(entry.propid) == CEVT_LPWSTR) {
             std::memset(at + size - sizeof(WCHAR), 0, sizeof(WCHAR));

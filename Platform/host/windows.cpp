@@ -155,8 +155,10 @@ Window* AddWindow(Desktop& desktop, const Creation& creation, const std::shared_
         return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
     auto made = std::make_unique<Window>();
     Window& window = *made;
-    window.handle = HandleOf<HWND>(desktop.windows.Add(std::move(made)));
-    if (!window.handle) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr;
+    const HWND handle = HandleOf<HWND>(desktop.windows.Add(std::move(made)));
+    if (!handle)
+        return SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr; // the window is gone with the failed addition
+    window.handle = handle;
     window.threadId = thread->threadId;
     window.procedure = windowClass->data.lpfnWndProc;
     window.style = static_cast<DWORD>(data.style);

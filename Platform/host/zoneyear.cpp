@@ -5,6 +5,7 @@
 #include "Platform/civil.h"
 #include "Platform/zonerules.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <vector>
@@ -129,13 +130,8 @@ SYSTEMTIME RelativeRule(std::int64_t wall, int year, const Following& following)
     AddCandidates(day, second * 1000, rules);
     // "The last Thursday at 24:00" is a Friday of next month in some years: a weekday alone can't say that.
     if (second == 0) AddCandidates(day - 1, kLastMillisecond, rules);
-    const SYSTEMTIME* best = nullptr;
-    int bestScore = -1;
-    for (const SYSTEMTIME& rule : rules) {
-        const int score = Score(rule, year, following);
-        if (score > bestScore) best = &rule, bestScore = score;
-    }
-    return *best;
+    return *std::ranges::max_element(rules, {},
+                                     [&](const SYSTEMTIME& rule) { return Score(rule, year, following); });
 }
 
 LONG Minutes(int seconds) { return static_cast<LONG>(civil::FloorDiv(seconds + 30, 60)); }
