@@ -212,7 +212,9 @@ CEOID Cursor::SeekValue(Session& session, DWORD seekType, std::span<const CEPROP
     m_index = -1;
     m_bound = prefix;
     if (seekType == CEDB_SEEK_VALUEFIRSTEQUAL) {
+        if (InGap(session, prefix)) return OnlyWhen(false, true, error);
         error = Fetch(session, true, 0, 1);
+        if (!error) KeepGap(prefix);
         return Land(true, error) ? OnlyWhen(BeginsWith(PlaceKey(), prefix), true, error) : 0;
     }
     const bool forward = (seekType == CEDB_SEEK_VALUEGREATER) != m_order.FirstDescends();
@@ -220,6 +222,29 @@ CEOID Cursor::SeekValue(Session& session, DWORD seekType, std::span<const CEPROP
     error = Fetch(session, forward, 0, 1);
     // A record without the property has no value that could be smaller or greater.
     return Land(forward, error) ? OnlyWhen(FirstPresent(PlaceKey()), forward, error) : 0;
+}
+
+// Between a key that was sought and the one that was found there is none, until somebody writes. Loads seek side
+// databases once a record, and most of those are nearly empty: what falls into the known gap costs no query.
+bool Cursor::InGap(Session& session, const Key& prefix) const {
+    if ((m_gapCounter & 1) || m_gapChanges != session.Changes() ||
+        m_gapCounter != session.GetVolume().Counters().Load(m_database))
+        return false;
+    return prefix >= m_gapLow && (m_gapOpen || (prefix < m_gapHigh && !BeginsWith(m_gapHigh, prefix)));
+}
+
+// The batch has just been read from `sought` on.
+void Cursor::KeepGap(const Key& sought) {
+    const bool open = m_rows.empty();
+    const Bytes found = open ? Bytes() : KeyOf(m_rows.front());
+    const bool same = m_gapCounter == m_counter && m_gapChanges == m_changes && m_gapOpen == open &&
+                      std::ranges::equal(found, m_gapHigh);
+    if (!same || sought < m_gapLow) m_gapLow = sought;
+    if (same) return;
+    m_gapHigh.assign(found.begin(), found.end());
+    m_gapOpen = open;
+    m_gapCounter = m_counter;
+    m_gapChanges = m_changes;
 }
 
 Bytes Cursor::PlaceKey() const {

@@ -26,7 +26,8 @@ namespace {
 constexpr char kSchema[] =
     "CREATE TABLE IF NOT EXISTS queue(id INTEGER PRIMARY KEY AUTOINCREMENT, type INTEGER NOT NULL, event "
     "INTEGER NOT "
-    "NULL, application BLOB NOT NULL, arguments BLOB NOT NULL, start INTEGER NOT NULL, finish INTEGER NOT NULL, "
+    "NULL, application BLOB NOT NULL, arguments BLOB NOT NULL, start INTEGER NOT NULL, finish INTEGER NOT "
+    "NULL, "
     "action INTEGER, title BLOB, text BLOB, sound BLOB);"
     "CREATE INDEX IF NOT EXISTS due ON queue(start)";
 
@@ -117,8 +118,9 @@ public:
         SmallWrite write(m_db);
         if (row.id && !Has(row.id)) return write ? ERROR_INVALID_HANDLE : Fail();
         SmallQuery put(
-            m_db, "INSERT OR REPLACE INTO queue(id, type, event, application, arguments, start, finish, action, "
-                  "title, text, sound) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+            m_db,
+            "INSERT OR REPLACE INTO queue(id, type, event, application, arguments, start, finish, action, "
+            "title, text, sound) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
         row.id ? put.Bind(row.id) : put.BindNull();
         put.Bind(std::int64_t{row.type})
             .Bind(std::int64_t{row.event})
@@ -148,7 +150,7 @@ public:
     std::optional<Notification> Find(std::int64_t id) {
         std::lock_guard lock(m_mutex);
         if (!Open()) return std::nullopt;
-        SmallQuery query(m_db, (std::string(kColumns) + "WHERE id=?").c_str());
+        SmallQuery query(m_db, std::string(kColumns).append("WHERE id=?").c_str());
         if (!query.Bind(id).Next()) return std::nullopt;
         return RowOf(query);
     }
@@ -167,7 +169,7 @@ public:
         SmallWrite write(m_db);
         Notification row;
         {
-            SmallQuery query(m_db, (std::string(kColumns) + "WHERE id=? AND start<=?").c_str());
+            SmallQuery query(m_db, std::string(kColumns).append("WHERE id=? AND start<=?").c_str());
             if (!write || !query.Bind(id).Bind(now).Next())
                 return false; // cleared, moved, or delivered elsewhere
             row = RowOf(query);

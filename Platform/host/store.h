@@ -518,6 +518,8 @@ private:
     CEOID StepFromKey(Session& session, LONGLONG n, DWORD& error);
     bool StepInBatch(LONGLONG n);
     CEOID OnlyWhen(bool good, bool forward, DWORD& error);
+    bool InGap(Session& session, const Key& prefix) const;
+    void KeepGap(const Key& sought);
     Bytes PlaceKey() const;
     static CEOID Miss(DWORD& error);
     void MoveIndex(LONGLONG n) {
@@ -539,6 +541,12 @@ private:
     ULONGLONG m_changes = 0; // the session's own
     Key m_bound;
     Key m_keyScratch;
+    // No key lies from here to there (or to the end of the order), as of these two.
+    Key m_gapLow;
+    Key m_gapHigh;
+    bool m_gapOpen = false;
+    DWORD m_gapCounter = 1;
+    ULONGLONG m_gapChanges = 0;
 };
 
 class Database : public KernelObject {

@@ -29,7 +29,6 @@ struct Fault {
 };
 constexpr std::size_t kFaultKinds = static_cast<std::size_t>(PlatFault::Allocate) + 1;
 
-std::atomic<unsigned> g_injected{0}; // a bit a kind
 std::mutex g_mutex;
 std::array<Fault, kFaultKinds> g_faults;
 
@@ -38,11 +37,12 @@ Fault& Of(PlatFault fault) { return g_faults[static_cast<std::size_t>(fault)]; }
 
 } // namespace
 
+std::atomic<unsigned> g_injectedFaults{0};
+
 void AtReset(void (*reset)()) { Resets().push_back(reset); }
 void AtFolderChange(void (*close)()) { FolderChanges().push_back(close); }
 
-bool FaultStrikes(PlatFault fault) {
-    if ((g_injected.load(std::memory_order_relaxed) & Bit(fault)) == 0) return false;
+bool InjectedFaultStrikes(PlatFault fault) {
     std::lock_guard lock(g_mutex);
     Fault& injected = Of(fault);
     if (injected.nth == 0) return false;
@@ -56,9 +56,9 @@ void PlatInjectFault(PlatFault fault, unsigned nth, bool always) {
     std::lock_guard lock(plat::g_mutex);
     plat::Of(fault) = {nth, always, 0};
     if (nth)
-        plat::g_injected.fetch_or(plat::Bit(fault), std::memory_order_relaxed);
+        plat::g_injectedFaults.fetch_or(plat::Bit(fault), std::memory_order_relaxed);
     else
-        plat::g_injected.fetch_and(~plat::Bit(fault), std::memory_order_relaxed);
+        plat::g_injectedFaults.fetch_and(~plat::Bit(fault), std::memory_order_relaxed);
 }
 
 unsigned PlatFaultCount(PlatFault fault) {
@@ -70,7 +70,7 @@ void PlatResetForTests() {
     {
         std::lock_guard lock(plat::g_mutex);
         plat::g_faults = {};
-        plat::g_injected.store(0, std::memory_order_relaxed);
+        plat::g_injectedFaults.store(0, std::memory_order_relaxed);
     }
     for (const auto reset : plat::Resets()) reset();
 }

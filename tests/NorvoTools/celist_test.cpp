@@ -149,12 +149,9 @@ TEST(CeListTest, SortsAnyInput) {
 }
 
 TEST(CeListTest, ACompareThatContradictsItselfLosesNothing) {
-    std::mt19937 random(42);
-    static std::mt19937* s_random;
-    s_random = &random;
+    static std::mt19937 s_random(42);
     for (int round = 0; round < 200; ++round) {
-        IntList list(0,
-                     [](const int&, const int&, CEUSER) { return static_cast<int>((*s_random)() % 3) - 1; });
+        IntList list(0, [](const int&, const int&, CEUSER) { return static_cast<int>(s_random() % 3) - 1; });
         for (int i = 0; i < 50; ++i) list.Add(i);
         list.Sort();
         std::vector<int> values = Values(list);
