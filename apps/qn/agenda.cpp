@@ -129,8 +129,12 @@ public:
     Printer(const Options& options, Store& store)
         : m_json(options.Has("--json")), m_headers(!options.Has("--no-headers")), m_store(store) {}
     void Print(const DATACALENDAR& line) {
+        m_begun = m_begun || line.IsHeader() || !m_headers;
         if (line.IsHeader() && !m_headers) return;
-        m_json ? PrintJson(line) : PrintText(line);
+        if (m_json)
+            PrintJson(line);
+        else if (m_begun) // the days that a longer item has before the first one are no days of this list
+            PrintText(line);
     }
 
 private:
@@ -201,6 +205,7 @@ private:
 
     bool m_json;
     bool m_headers;
+    bool m_begun = false;
     Store& m_store;
 };
 

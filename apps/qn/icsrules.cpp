@@ -12,8 +12,7 @@ namespace qn {
 
 namespace {
 
-constexpr int kProofDates = 150; // as many dates of both walks must agree
-constexpr int kProofYears = 60;  // or all within as many years
+constexpr int kProofYears = 60; // both walks must agree for as many years, or for ProofDates
 constexpr LONG kLargestInterval = 9999;
 constexpr std::size_t kMostSteps = 200'000; // of a rule that is written out
 constexpr LONG kWorkingDays = 62;
@@ -189,32 +188,41 @@ bool CanBeWalked(const icalrecurrencetype& rule) {
            rule.by_minute[0] == kNone && rule.by_second[0] == kNone && rule.by_set_pos[0] == kNone;
 }
 
-std::vector<std::int64_t> RuleDays(icalrecurrencetype rule, const icaltimetype& start, std::int64_t lastDay) {
+// How many dates tell two rules apart: some turns of the week, the months of a leap year and of those around it, the leap
+// years of half a century.
+std::size_t ProofDates(icalrecurrencetype_frequency frequency) {
+    return frequency == ICAL_DAILY_RECURRENCE ? 16 : frequency == ICAL_WEEKLY_RECURRENCE ? 32 : 60;
+}
+
+// Days of a rule without its end, and of a pattern, from the start to the end of the proof.
+std::vector<std::int64_t> RuleDays(icalrecurrencetype rule, const icaltimetype& start, std::size_t most) {
     rule.count = 0;
     rule.until = icaltime_null_time();
+    const std::int64_t last = DayOf(start) + kProofYears * 366;
     std::vector<std::int64_t> days;
     const Walk walk(icalrecur_iterator_new(rule, start));
-    if (!walk) return days;
-    while (days.size() < kProofDates) {
+    while (walk && days.size() < most) {
         const icaltimetype next = icalrecur_iterator_next(walk.get());
-        if (icaltime_is_null_time(next) || DayOf(next) > lastDay) break;
+        if (icaltime_is_null_time(next) || DayOf(next) > last) break;
         days.push_back(DayOf(next));
     }
     return days;
 }
 
-std::vector<std::int64_t> PatternDays(const Pattern& pattern, const icaltimetype& start,
-                                      std::int64_t lastDay) {
-    std::vector<std::int64_t> days;
-    const PlatRule rule = RuleOf(pattern, start);
+std::vector<std::int64_t> PatternDays(const Pattern& pattern, const icaltimetype& start, std::size_t most) {
+    struct Found {
+        std::vector<std::int64_t> days;
+        std::size_t most;
+    } found{{}, most};
     const auto visit = [](void* user, DWORD date) {
-        auto& list = *static_cast<std::vector<std::int64_t>*>(user);
-        list.push_back(date / civil::kMinutesPerDay);
-        return list.size() < kProofDates;
+        auto& to = *static_cast<Found*>(user);
+        to.days.push_back(date / civil::kMinutesPerDay);
+        return to.days.size() < to.most;
     };
-    PlatGetRuleWalk()(rule, rule.dwStartDate, static_cast<DWORD>(lastDay * civil::kMinutesPerDay), visit,
-                      &days);
-    return days;
+    const PlatRule rule = RuleOf(pattern, start);
+    const auto last = static_cast<DWORD>((DayOf(start) + kProofYears * 366) * civil::kMinutesPerDay);
+    PlatGetRuleWalk()(rule, rule.dwStartDate, last, visit, &found);
+    return found.days;
 }
 
 std::string DayNames(LONG mask) {
@@ -280,12 +288,12 @@ void SetEnd(Pattern& pattern, const icalrecurrencetype& rule, const icaltimetype
 } // namespace
 
 std::string RuleTextOf(const Pattern& pattern, const icaltimetype& start) {
-    const std::int64_t lastDay = DayOf(start) + kProofYears * 366;
-    const std::vector<std::int64_t> wanted = PatternDays(pattern, start, lastDay);
     for (const std::string& text : RuleTexts(pattern)) {
         icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
         const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
-        if (rule.freq != ICAL_NO_RECURRENCE && RuleDays(rule, start, lastDay) == wanted) return text;
+        if (rule.freq == ICAL_NO_RECURRENCE) continue;
+        const std::size_t most = ProofDates(rule.freq);
+        if (RuleDays(rule, start, most) == PatternDays(pattern, start, most)) return text;
     }
     return {};
 }
@@ -305,12 +313,12 @@ std::optional<Pattern> PatternOf(const std::string& text, const icaltimetype& st
     if (rule.freq < ICAL_DAILY_RECURRENCE || rule.freq > ICAL_YEARLY_RECURRENCE ||
         !HasOnlyKnownParts(rule, start))
         return std::nullopt;
-    const std::int64_t lastDay = DayOf(start) + kProofYears * 366;
-    const std::vector<std::int64_t> wanted = RuleDays(rule, start, lastDay);
+    const std::size_t most = ProofDates(rule.freq);
+    const std::vector<std::int64_t> wanted = RuleDays(rule, start, most);
     // The start is the first date of any series; a rule that doesn't give it is no pattern.
     if (wanted.empty() || wanted[0] != DayOf(start)) return std::nullopt;
     for (Pattern pattern : Candidates(rule, start)) {
-        if (PatternDays(pattern, start, lastDay) != wanted) continue;
+        if (PatternDays(pattern, start, most) != wanted) continue;
         SetEnd(pattern, rule, start, untilWall);
         return pattern;
     }
@@ -331,6 +339,10 @@ bool ExpandRule(const std::string& text, const Expansion& expansion, std::vector
     const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
     if (!CanBeWalked(rule)) return false;
     if (expansion.untilWall) rule.until = *expansion.untilWall;
+    // A count counts the start, also where the rule doesn't give it.
+    const auto first = FirstDateOf(text, expansion.start);
+    if (rule.count && first && icaltime_compare(*first, expansion.start) != 0 && --rule.count == 0)
+        return true;
     const Walk walk(icalrecur_iterator_new(rule, expansion.start));
     if (!walk) return false;
     bool complete = false;

@@ -26,7 +26,7 @@ struct ImportTally {
         unsigned line;
         std::string subject;
         std::size_t count; // of single appointments
-        bool cut;          // there are more dates than these
+        LONG until;        // day up to which they go where the rule has more; 0: it has no more
         bool ruled;        // by a rule that no pattern can hold
         bool extras;       // of dates beside a rule that is kept
     };
@@ -95,7 +95,7 @@ private:
     void SaveOrphan(const IcsItem& change);
     SingleDates ExtrasOf(const IcsItem& item, const Series& series);
     void SaveDates(const SingleDates& dates, const IcsItem& item, const Series& series, std::size_t index,
-                   bool dropRest, bool cut);
+                   bool dropRest, LONG until);
     void DropParts(const std::string& uid, std::size_t from);
     bool DropPart(const std::string& part);
     void GiveZone(IAppointment* appointment, const Series& series, const Pattern& pattern);

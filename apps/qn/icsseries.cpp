@@ -166,7 +166,7 @@ void IcsSaver::SaveSeries(const IcsGroup& group, const Pattern& pattern, const S
     }
     Finish(target, item, {item.uid, {}});
     RemarkUnkept(item);
-    SaveDates(extras, item, series, 1, !target.isNew, false);
+    SaveDates(extras, item, series, 1, !target.isNew, 0);
 }
 
 void IcsSaver::DeleteOccurrence(IRecurrencePattern* rule, const When& date, const Series& series,
@@ -241,7 +241,9 @@ void IcsSaver::SaveSplit(const IcsGroup& group, const Series& series) {
         expansion.past = ToIcal(ToSystemTime(Today() - kPastDays), false);
         expansion.most = kMostSingles;
         std::vector<icaltimetype> walls;
-        cut = !ExpandRule(rule, expansion, walls) || cut;
+        const bool whole = ExpandRule(rule, expansion, walls);
+        if (!whole && walls.empty()) Remark("rules that can't be followed date by date");
+        cut = cut || !whole;
         for (const icaltimetype& wall : walls) dates.push_back({.wall = wall, .minutes = {}});
     }
     for (SingleDate& extra : ExtrasOf(item, series)) dates.push_back(extra);
@@ -276,13 +278,14 @@ void IcsSaver::SaveSplit(const IcsGroup& group, const Series& series) {
             date->change = change;
         DropPart(PartName(*change));
     }
-    SaveDates(dates, item, series, 0, true, cut);
+    const DATE last = dates.size() >= kMostSingles ? DayOf(dates.back().wall) : m_horizonDay;
+    SaveDates(dates, item, series, 0, true, cut ? static_cast<LONG>(last) : 0);
 }
 
 // Saves the dates as appointments of their own, numbered from `index`; `dropRest` takes out those of an earlier import that
 // the series has no more.
 void IcsSaver::SaveDates(const SingleDates& dates, const IcsItem& item, const Series& series,
-                         std::size_t index, bool dropRest, bool cut) {
+                         std::size_t index, bool dropRest, LONG until) {
     const bool extras = index > 0;
     const std::size_t first = index;
     for (const SingleDate& date : dates) {
@@ -303,7 +306,7 @@ void IcsSaver::SaveDates(const SingleDates& dates, const IcsItem& item, const Se
     }
     const std::size_t count = index - first;
     if (extras ? count > 0 : dates.size() > 1 || !item.rules.empty())
-        m_tally.splits.push_back({item.line, item.summary, count, cut, !item.rules.empty(), extras});
+        m_tally.splits.push_back({item.line, item.summary, count, until, !item.rules.empty(), extras});
     if (count == 0 && !extras) Delete(Find(olFolderCalendar, m_store.UidProperty(true), item.uid));
     if (dropRest) DropParts(item.uid, std::max<std::size_t>(index, 1));
 }
@@ -342,7 +345,10 @@ void IcsSaver::SaveOrphans(const IcsGroup& group) {
     LocalFree(zone);
     Com<IRecurrencePattern> rule;
     Check(stored->GetRecurrencePattern(rule.Out()));
-    for (const IcsItem* change : group.changes) ChangeOccurrence(rule.Get(), *change, nullptr, series);
+    for (const IcsItem* change : group.changes) {
+        DropPart(PartName(*change));
+        ChangeOccurrence(rule.Get(), *change, nullptr, series);
+    }
     Check(stored->Save());
 }
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <algorithm>
 #include <cstring>
@@ -136,7 +137,7 @@ void PrintSplits(const std::string& name, const IcsSaver& saver) {
                                          : "its dates are";
         std::printf("  split %s:%u: %s: %s %zu single appointments%s\n", name.c_str(), split.line,
                     subject.c_str(), what, split.count,
-                    split.cut ? (" up to " + ShortDay(saver.HorizonDay())).c_str() : "");
+                    split.until ? (" up to " + ShortDay(split.until)).c_str() : "");
     });
 }
 
@@ -169,12 +170,30 @@ void PrintSummary(const std::string& name, const IcsSaver& saver, const Complain
     for (const auto& [what, times] : tally.remarks) std::printf("  not kept: %u %s\n", times, what.c_str());
 }
 
+struct ImportWishes {
+    LONG horizonYears;
+    bool quiet;
+    bool timing;
+};
+
+class Stopwatch {
+public:
+    double Seconds() const { return std::chrono::duration<double>(Clock::now() - m_start).count(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point m_start = Clock::now();
+};
+
 // True when nothing was skipped.
-bool ImportFile(Store& store, const std::string& name, LONG horizonYears, Progress& progress, bool quiet) {
+bool ImportFile(Store& store, const std::string& name, const ImportWishes& wishes, Progress& progress) {
+    const Stopwatch reading;
     IcsFile file = ReadFile(name, progress);
+    const double read = reading.Seconds();
+    const Stopwatch saving;
     std::vector<const IcsItem*> doubles;
     const std::vector<IcsGroup> groups = GroupItems(file.items, doubles);
-    IcsSaver saver(store, file.zones, horizonYears);
+    IcsSaver saver(store, file.zones, wishes.horizonYears);
     for (std::size_t first = 0; first < groups.size(); first += kBatch) {
         const std::size_t end = std::min(first + kBatch, groups.size());
         Batch batch(store.App());
@@ -183,8 +202,9 @@ bool ImportFile(Store& store, const std::string& name, LONG horizonYears, Progre
         progress.Show("saving", end, groups.size());
     }
     progress.Clear();
+    const double saved = saving.Seconds();
     const Complaints complaints = AllComplaints(file, saver, doubles);
-    if (!quiet) {
+    if (!wishes.quiet) {
         PrintSummary(name, saver, complaints);
         PrintSome(complaints, "skipped", [&](const IcsSaver::Complaint& complaint) {
             std::printf("  skipped %s:%u: %s\n", name.c_str(), complaint.line, complaint.why.c_str());
@@ -192,22 +212,26 @@ bool ImportFile(Store& store, const std::string& name, LONG horizonYears, Progre
         for (const std::string& zone : file.zones.Unknown())
             std::printf("  time zone \"%s\" is not known: taken as the device's\n", Printable(zone).c_str());
     }
+    if (wishes.timing)
+        std::printf("  read in %.3f s, saved in %.3f s: %.0f events a second\n", read, saved,
+                    saved > 0 ? static_cast<double>(file.items.size()) / saved : 0.0);
     return complaints.empty();
 }
 
 } // namespace
 
 int ImportCommand(const Words& words) {
-    constexpr OptionRule kRules[] = {{"--horizon", true}, {"--quiet", false}};
+    constexpr OptionRule kRules[] = {{"--horizon", true}, {"--quiet", false}, {"--timing", false}};
     const Options options("import", words, kRules);
     if (options.Rest().empty()) Usage("import wants a file");
-    const LONG horizon = static_cast<LONG>(options.Number("--horizon", 5, 1, 100));
+    const ImportWishes wishes{static_cast<LONG>(options.Number("--horizon", 5, 1, 100)),
+                              options.Has("--quiet"), options.Has("--timing")};
     Store store;
-    Progress progress(!options.Has("--quiet"));
+    Progress progress(!wishes.quiet);
     int code = kExitDone;
     for (const std::string& name : options.Rest()) {
         try {
-            if (!ImportFile(store, name, horizon, progress, options.Has("--quiet"))) code = kExitFailed;
+            if (!ImportFile(store, name, wishes, progress)) code = kExitFailed;
         } catch (const Failure& failure) {
             progress.Clear();
             std::fflush(stdout);

@@ -61,7 +61,7 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"import", &qn::ImportCommand,
-     "qn import [--horizon YEARS] [--quiet] FILE.ics ...\n"
+     "qn import [--horizon YEARS] [--quiet] [--timing] FILE.ics ...\n"
      "  Reads iCalendar files (- is standard input) and saves their events and to-dos.\n"
      "  An item that is there already, by its UID, is brought up to date.\n"
      "  A rule that no pattern can hold becomes single appointments, up to the horizon (5 years from "
@@ -77,7 +77,9 @@ constexpr Command kCommands[] = {
      "  DATE is 2026-11-21, today, tomorrow, yesterday, +3, -3, or as your locale writes it.\n"
      "  --category may be given several times: one of them, or with --all-of all of them; --hide turns that "
      "round;\n"
-     "  --no-category shows items without one too.\n"},
+     "  --no-category shows items without one too.\n"
+     "  With a --filter other than all each item stands once, whatever its date, its categories and its "
+     "status.\n"},
     {"list", &qn::ListCommand,
      "qn list [appointments|tasks|contacts] [--json]\n"
      "  Lists what is stored, one line an item, with the number that `qn show` takes.\n"},

@@ -67,9 +67,11 @@ std::optional<std::string> Value(CRegistry& settings, const std::u16string& name
 }
 
 void PrintKey(CRegistry& settings) {
-    for (const WCHAR* name : *settings.ValueNames())
+    const auto names = settings.ValueNames();
+    for (const WCHAR* name : *names)
         std::printf("%s=%s\n", Utf8(name).c_str(), Value(settings, name).value_or("(binary)").c_str());
-    for (const WCHAR* name : *settings.SubKeyNames()) std::printf("%s\\\n", Utf8(name).c_str());
+    const auto keys = settings.SubKeyNames();
+    for (const WCHAR* name : *keys) std::printf("%s\\\n", Utf8(name).c_str());
 }
 
 std::optional<DWORD> ParseNumber(const std::string& text) {
