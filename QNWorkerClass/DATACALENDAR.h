@@ -16,7 +16,6 @@ inline constexpr LONG kLineJournal = 6;
 struct QN_API DATACALENDAR {
     DATACALENDAR() = default;
     virtual ~DATACALENDAR() { NullData(); }
-    DATACALENDAR(const DATACALENDAR&) = delete;
     DATACALENDAR& operator=(const DATACALENDAR&) = delete;
 
     // Frees what the line owns and puts all defaults back.
@@ -55,6 +54,6 @@ struct QN_API DATACALENDAR {
     BYTE m_bListed = 0;
 
 protected:
-    // Fills `line`, which is empty, with a deep copy of this one.
-    void CopyTo(DATACALENDAR& line) const;
+    // The fields as they are: what is owned must be copied behind it.
+    DATACALENDAR(const DATACALENDAR&) = default;
 };
