@@ -22,7 +22,6 @@
 
 // --- Numbers ------------------------------------------------------------------------------------------------------
 
-
 // Default folders.
 inline constexpr int olFolderCalendar = 9;
 inline constexpr int olFolderContacts = 10;

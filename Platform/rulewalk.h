@@ -20,8 +20,8 @@ struct PlatRule {
 
 // Gives the rule's dates (midnights) in ascending order, from `first` through `last`, none before rule.dwStartDate;
 // ends early when `visit` gives false. No deleted or changed occurrence is considered.
-using PlatRuleWalk = void (*)(const PlatRule& rule, DWORD first, DWORD last, bool (*visit)(void* user, DWORD date),
-                              void* user);
+using PlatRuleWalk = void (*)(const PlatRule& rule, DWORD first, DWORD last,
+                              bool (*visit)(void* user, DWORD date), void* user);
 
 void PlatSetRuleWalk(PlatRuleWalk walk);
 PlatRuleWalk PlatGetRuleWalk();

@@ -71,17 +71,17 @@ std::vector<std::u16string> PlatTakeDebugOutput();
 // --- Faults -------------------------------------------------------------------------------------------------------
 
 enum class PlatFault {
-    FileOpen,     // error 5
-    FileWrite,    // error 112, nothing written
-    FileSync,     // error 29
-    FileRename,   // error 5
-    StoreWrite,   // a record write: error 112
-    StoreCommit,  // a commit: error 112
-    StoreLocked,  // the volume is locked by another: error 32
-    RegistryWrite,// error 112
-    ThreadCreate, // error 8
-    EventCreate,  // error 8
-    Allocate,     // LocalAlloc, HeapAlloc and SysAllocString give null, error 8
+    FileOpen,      // error 5
+    FileWrite,     // error 112, nothing written
+    FileSync,      // error 29
+    FileRename,    // error 5
+    StoreWrite,    // a record write: error 112
+    StoreCommit,   // a commit: error 112
+    StoreLocked,   // the volume is locked by another: error 32
+    RegistryWrite, // error 112
+    ThreadCreate,  // error 8
+    EventCreate,   // error 8
+    Allocate,      // LocalAlloc, HeapAlloc and SysAllocString give null, error 8
 };
 // The nth call (1 the next) of that kind fails, and all behind it when `always`; n 0 takes the fault out.
 void PlatInjectFault(PlatFault fault, unsigned nth, bool always = false);

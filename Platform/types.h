@@ -29,9 +29,9 @@ using LRESULT = std::intptr_t;
 using HRESULT = std::int32_t; // negative is failure
 using COLORREF = DWORD;       // 0x00BBGGRR
 using LCID = DWORD;
-using CEOID = DWORD;   // object id in a property store
-using DATE = double;   // days since 30 December 1899, the fraction is the time of day
-using BSTR = WCHAR*;   // SysAllocString family
+using CEOID = DWORD; // object id in a property store
+using DATE = double; // days since 30 December 1899, the fraction is the time of day
+using BSTR = WCHAR*; // SysAllocString family
 using VARIANT_BOOL = std::int16_t;
 using LPWSTR = WCHAR*;
 using LPCWSTR = const WCHAR*;
@@ -144,7 +144,9 @@ struct SECURITY_ATTRIBUTES {
 
 constexpr WORD LOWORD(ULONG_PTR v) { return static_cast<WORD>(v & 0xFFFF); }
 constexpr WORD HIWORD(ULONG_PTR v) { return static_cast<WORD>((v >> 16) & 0xFFFF); }
-constexpr LPARAM MAKELPARAM(WORD low, WORD high) { return static_cast<LPARAM>(low | (static_cast<DWORD>(high) << 16)); }
+constexpr LPARAM MAKELPARAM(WORD low, WORD high) {
+    return static_cast<LPARAM>(low | (static_cast<DWORD>(high) << 16));
+}
 
 // Results of the object model.
 constexpr bool SUCCEEDED(HRESULT hr) { return hr >= 0; }

@@ -9,7 +9,19 @@
 
 namespace plat {
 
-enum class Kind : BYTE { Thread, Event, Semaphore, Mutex, File, Find, Session, Database, Stream, Heap, Process };
+enum class Kind : BYTE {
+    Thread,
+    Event,
+    Semaphore,
+    Mutex,
+    File,
+    Find,
+    Session,
+    Database,
+    Stream,
+    Heap,
+    Process
+};
 
 class KernelObject {
 public:

@@ -189,8 +189,7 @@ std::unique_ptr<Reading> ReadWithChange(const Change& change, std::vector<BYTE> 
     bytes.insert(bytes.end(), before.begin(), before.end());
     blob.changes = {change};
     std::vector<BYTE> whole = blob.Bytes();
-    bytes.insert(bytes.end(), whole.begin() + static_cast<long>(bytes.size() - before.size()),
-                 whole.end());
+    bytes.insert(bytes.end(), whole.begin() + static_cast<long>(bytes.size() - before.size()), whole.end());
     return Read(bytes);
 }
 
