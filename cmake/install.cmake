@@ -15,5 +15,7 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/QNToolsConfigVersion.cmake 
 install(FILES ${CMAKE_BINARY_DIR}/QNToolsConfig.cmake ${CMAKE_BINARY_DIR}/QNToolsConfigVersion.cmake
         DESTINATION ${QN_PACKAGE_DIR})
 
+# Relative, so that the installed tree can be moved.
+file(RELATIVE_PATH QN_PREFIX_FROM_PC /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${CMAKE_SOURCE_DIR}/cmake/qntools.pc.in ${CMAKE_BINARY_DIR}/qntools.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/qntools.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
