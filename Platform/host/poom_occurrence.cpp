@@ -61,8 +61,7 @@ public:
         if (IsNamed(value.id))
             m_item->Put(std::move(value)); // of an unsaved series; else they have been written
         else if (value.id == PIMPR_DURATION)
-            PoomItem::Put(
-                std::move(value)); // NOLINT(bugprone-parent-virtual-call): past the series, on purpose
+            PoomItem::Put(std::move(value)); // NOLINT(bugprone-parent-virtual-call)
         else if (value.id == PIMPR_ALLDAY && !value.absent)
             PutAllDay(std::move(value));
         else
@@ -114,7 +113,7 @@ private:
     }
     void PutAllDay(PropValue value) {
         if (value.number) m_wallStart = DayOf(*m_wallStart);
-        PoomItem::Put(std::move(value)); // NOLINT(bugprone-parent-virtual-call): past the series, on purpose
+        PoomItem::Put(std::move(value)); // NOLINT(bugprone-parent-virtual-call)
     }
     // Only what differs from the series gets a part.
     bool Differs(CEPROPID id) {
