@@ -179,13 +179,19 @@ PlatRule RuleOf(const Pattern& pattern, const icaltimetype& start) {
     return rule;
 }
 
-// The walk over minutes and seconds looks at each one, which may take hours where a month or day must fit, too.
+// The walk over hours, minutes or seconds looks at each one, up to the end of all years where no one fits: hours upon hours.
+// Followed are the plain ones, and single hours of days, weekdays and months, of which each year has some.
 bool CanBeWalked(const icalrecurrencetype& rule) {
     if (rule.freq == ICAL_NO_RECURRENCE) return false;
-    if (rule.freq != ICAL_SECONDLY_RECURRENCE && rule.freq != ICAL_MINUTELY_RECURRENCE) return true;
-    return rule.by_month[0] == kNone && rule.by_month_day[0] == kNone && rule.by_year_day[0] == kNone &&
-           rule.by_week_no[0] == kNone && rule.by_day[0] == kNone && rule.by_hour[0] == kNone &&
-           rule.by_minute[0] == kNone && rule.by_second[0] == kNone && rule.by_set_pos[0] == kNone;
+    if (rule.freq >= ICAL_DAILY_RECURRENCE) return true;
+    const bool days =
+        rule.by_month_day[0] == kNone && rule.by_year_day[0] == kNone && rule.by_week_no[0] == kNone;
+    const bool parts =
+        rule.by_minute[0] == kNone && rule.by_second[0] == kNone && rule.by_set_pos[0] == kNone;
+    if (!days || !parts || rule.rscale) return false;
+    if (rule.by_month[0] == kNone && rule.by_day[0] == kNone && rule.by_hour[0] == kNone) return true;
+    return rule.freq == ICAL_HOURLY_RECURRENCE && rule.interval <= 1 && ByDayOf(rule).uniform &&
+           ByDayOf(rule).nth == 0;
 }
 
 // How many dates tell two rules apart: some turns of the week, the months of a leap year and of those around it, the leap
