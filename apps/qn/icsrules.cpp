@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 namespace qn {
@@ -57,6 +58,11 @@ ByDay ByDayOf(const icalrecurrencetype& rule) {
     return result;
 }
 
+// Of another calendar than ours. The rules of those are slow to walk.
+bool IsForeign(const icalrecurrencetype& rule) {
+    return rule.rscale && strcmp(rule.rscale, "GREGORIAN") != 0;
+}
+
 // Some programs write the time of the start into the rule, too.
 template<std::size_t N>
 bool IsOrAbsent(const short (&list)[N], int value) {
@@ -66,7 +72,7 @@ bool IsOrAbsent(const short (&list)[N], int value) {
 bool HasOnlyKnownParts(const icalrecurrencetype& rule, const icaltimetype& start) {
     return IsOrAbsent(rule.by_second, start.second) && IsOrAbsent(rule.by_minute, start.minute) &&
            IsOrAbsent(rule.by_hour, start.hour) && rule.interval <= kLargestInterval &&
-           rule.by_year_day[0] == kNone && rule.by_week_no[0] == kNone && !rule.rscale &&
+           rule.by_year_day[0] == kNone && rule.by_week_no[0] == kNone && !IsForeign(rule) &&
            Values(rule.by_month).size() <= 1 && Values(rule.by_set_pos).size() <= 1;
 }
 
@@ -183,12 +189,12 @@ PlatRule RuleOf(const Pattern& pattern, const icaltimetype& start) {
 // Followed are the plain ones, and single hours of days, weekdays and months, of which each year has some.
 bool CanBeWalked(const icalrecurrencetype& rule) {
     if (rule.freq == ICAL_NO_RECURRENCE) return false;
-    if (rule.freq >= ICAL_DAILY_RECURRENCE) return true;
+    if (rule.freq >= ICAL_DAILY_RECURRENCE) return rule.freq >= ICAL_MONTHLY_RECURRENCE || !IsForeign(rule);
     const bool days =
         rule.by_month_day[0] == kNone && rule.by_year_day[0] == kNone && rule.by_week_no[0] == kNone;
     const bool parts =
         rule.by_minute[0] == kNone && rule.by_second[0] == kNone && rule.by_set_pos[0] == kNone;
-    if (!days || !parts || rule.rscale) return false;
+    if (!days || !parts || IsForeign(rule)) return false;
     if (rule.by_month[0] == kNone && rule.by_day[0] == kNone && rule.by_hour[0] == kNone) return true;
     return rule.freq == ICAL_HOURLY_RECURRENCE && rule.interval <= 1 && ByDayOf(rule).uniform &&
            ByDayOf(rule).nth == 0;
