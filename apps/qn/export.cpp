@@ -155,7 +155,7 @@ template<class Item>
 std::string NoteOf(Item* item) {
     CEBLOB ink{};
     item->get_BodyInk(&ink);
-    const std::string text = NoteText(ink);
+    std::string text = NoteText(ink);
     LocalFree(ink.lpb);
     return text;
 }
@@ -291,7 +291,8 @@ void Exporter::AddSingleTimes(icalcomponent* component, IAppointment* item) {
     const bool allDay = Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE;
     const LONG minutes = Get(item, &IAppointment::get_Duration);
     const DATE start = Get(item, &IAppointment::get_Start);
-    icaltimetype end = allDay ? FromDate(start + minutes / civil::kMinutesPerDay, true) : Utc(start);
+    const LONG days = minutes / civil::kMinutesPerDay;
+    icaltimetype end = allDay ? FromDate(start + days, true) : Utc(start);
     if (!allDay) icaltime_adjust(&end, 0, 0, minutes, 0);
     icalcomponent_add_property(component,
                                icalproperty_new_dtstart(allDay ? FromDate(start, true) : Utc(start)));
@@ -303,7 +304,7 @@ std::string Exporter::SeriesZone(const Com<IItem>& bag) {
     TIME_ZONE_INFORMATION zone{};
     if (!property.Value() || property.Value()->val.blob.dwCount < sizeof zone) return {};
     std::memcpy(&zone, property.Value()->val.blob.lpb, sizeof zone);
-    const std::string name = ZoneName(zone);
+    std::string name = ZoneName(zone);
     if (m_zonesWritten.insert(name).second) m_output.Write(ZoneDefinition(name, zone));
     return name;
 }

@@ -166,7 +166,7 @@ void Taker::TakeCategories() {
 
 When Taker::TakeWhen(icalproperty_kind kind, const char* name) {
     icalproperty* property = icalcomponent_get_first_property(m_component, kind);
-    const When when = WhenOf(property);
+    When when = WhenOf(property);
     if (property && !when.IsSet()) Unkept(std::string(name) + " that is no date");
     return when;
 }
@@ -363,10 +363,10 @@ void Taker::TakeOthers() {
 
 std::string Taker::Take() {
     m_item.isTodo = icalcomponent_isa(m_component) == ICAL_VTODO_COMPONENT;
-    if (const std::string objection = TakeUnread(); !objection.empty()) return objection;
+    if (std::string objection = TakeUnread(); !objection.empty()) return objection;
     TakeTexts();
     TakeCategories();
-    if (const std::string objection = TakeDates(); !objection.empty()) return objection;
+    if (std::string objection = TakeDates(); !objection.empty()) return objection;
     if (!m_item.isTodo && !m_item.start.IsSet()) return "an event without a date that it starts on";
     TakeAlarms();
     TakePeople();

@@ -19,7 +19,7 @@ constexpr int kLastWeek = 5;
 // Some programs write "/example.org/20050126_1/Europe/Berlin": the IANA name is a tail of it.
 std::string IanaTail(const std::string& tzid) {
     for (std::size_t at = 0; at != std::string::npos; at = tzid.find('/', at + 1)) {
-        const std::string tail = tzid.substr(at && tzid[at] == '/' ? at + 1 : at);
+        std::string tail = tzid.substr(at && tzid[at] == '/' ? at + 1 : at);
         TIME_ZONE_INFORMATION rules;
         if (!tail.empty() && tail[0] != '/' && PlatGetZoneByName(tail.c_str(), 2020, &rules)) return tail;
     }

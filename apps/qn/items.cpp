@@ -181,7 +181,7 @@ template<class Item>
 std::string Note(Item* item) {
     CEBLOB ink{};
     item->get_BodyInk(&ink);
-    const std::string text = NoteText(ink);
+    std::string text = NoteText(ink);
     LocalFree(ink.lpb);
     return text;
 }
