@@ -4,9 +4,6 @@
 // result modulo 54, so the 53 and 54 that some first days of January give must stay what they are.
 namespace {
 
-constexpr int kMonday =
-    3; // a year whose first day is counted at most so far into a week begins with its week 1
-
 int DayCount(int year, int month, int day) {
     int count = month * 31 + year * 365 + (year - 1) / 4 + day - 27;
     if (month <= 2) return count;
