@@ -26,7 +26,9 @@ namespace plat {
 namespace {
 
 using std::chrono::milliseconds;
-constexpr milliseconds kPatience{50};       // of the thread's own time on a processor
+// Of the own time of the thread on a processor. Nearly all are held within a few; one that is given up runs on for a while
+// beside PostKill, so giving up is the last resort.
+constexpr milliseconds kPatience{500};
 constexpr milliseconds kLongPatience{2000}; // for one that waits for something itself, or for a processor
 // Short, since a thread that allocates much is often outside of its own code; not shorter, since it must get on between
 // two signals, or they find it at the same instruction again and again.

@@ -583,7 +583,7 @@ TEST_F(PoomItemsTest, FoldersAndTheRest) {
 
 // Without the engine that walks rules, a rule that has to be counted is refused, and nothing is written.
 TEST_F(PoomItemsTest, CountingNeedsAWalk) {
-    if (PlatGetRuleWalk()) GTEST_SKIP() << "a walk is linked in";
+    ASSERT_EQ(PlatGetRuleWalk(), nullptr); // nothing above the platform is linked in
     auto item = NewAppointment();
     Com<IRecurrencePattern> pattern;
     ASSERT_EQ(item->GetRecurrencePattern(pattern.Out()), S_OK);
