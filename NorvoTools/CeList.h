@@ -45,9 +45,8 @@ public:
     int Count() const { return m_nCount; }
     bool IsEmpty() const { return m_nCount == 0; }
     int GetBase() const { return m_nBase; }
-    int GetLast() const {
-        return m_nBase + m_nCount - 1;
-    } // the index of the last element, base - 1 when empty
+    // The index of the last element, base - 1 when empty.
+    int GetLast() const { return m_nBase + m_nCount - 1; }
     // The index read last, base - 1 when there is none.
     int GetCurrent() const { return m_nBase + m_nCachedPosition - 1; }
     // Makes this the index read last; false and nothing changed outside the list.

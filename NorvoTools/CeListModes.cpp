@@ -32,6 +32,7 @@ int CompareByLocale(const void* a, const void* b, DWORD flags) {
 }
 
 bool IsNarrow(int mode) { return mode == STRLIST_STRDUP; }
+bool OwnsText(int mode) { return mode >= STRLIST_MALLOC && mode <= STRLIST_BSTR && mode != STRLIST_ADDREF; }
 
 DWORD TextBytes(int mode, const void* text) {
     if (IsNarrow(mode)) return static_cast<DWORD>(std::strlen(Narrow(text)) + 1);
@@ -131,6 +132,7 @@ bool CeDescribeForMode(int nCopyMode, void** element, CeElementBytes* bytes) {
         bytes->dwSize = *element ? TextBytes(nCopyMode, *element) : 0;
         return true;
     }
+    if (!OwnsText(nCopyMode)) return false; // nobody would free it
     *element = bytes->dwSize ? TextFromBytes(nCopyMode, *bytes) : nullptr;
     return *element || bytes->dwSize == 0;
 }

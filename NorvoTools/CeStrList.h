@@ -35,7 +35,7 @@ QN_API void* CeCopyForMode(int nCopyMode, const void* element); // null when mem
 QN_API void CeDeleteForMode(int nCopyMode, void* element);
 QN_API int CeCompareForMode(int nCompareMode, const void* a, const void* b);
 // The bytes of a text with its terminator; or a text, copied as the mode says, from bytes, which need not be terminated.
-// An empty run of bytes is a null element. False when memory ran out.
+// An empty run of bytes is a null element. False when memory ran out, and in a mode that would not free the text.
 QN_API bool CeDescribeForMode(int nCopyMode, void** element, CeElementBytes* bytes);
 
 template<class T = WCHAR*>
@@ -85,7 +85,7 @@ private:
     void Own() {
         this->SetCopy(&CopyAs<Mode>);
         this->SetDelete(&DeleteAs<Mode>);
-        this->SetDescribe(&DescribeAs<Mode>);
+        if constexpr (Mode != STRLIST_ADDREF) this->SetDescribe(&DescribeAs<Mode>); // an object is no text
     }
     template<int Mode>
     static void CopyAs(T* place, const T& element, CEUSER) {

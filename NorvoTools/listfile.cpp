@@ -2,7 +2,9 @@
 
 #include "Platform/files.h"
 #include "Platform/threads.h"
+#include "NorvoTools/CeFile.h"
 #include "NorvoTools/errors.h"
+#include "NorvoTools/waitables.h"
 
 #include <memory>
 #include <string>
@@ -14,6 +16,8 @@ constexpr std::size_t kLengthBytes = 4;
 constexpr DWORD kLargestFile = 64u << 20; // more is no list of the suite
 constexpr int kOpenAttempts = 50;         // while another process saves the same list
 constexpr DWORD kAttemptPause = 10;       // ms
+constexpr WCHAR kSaveMutex[] = u"Norvo_ListFile_Save";
+constexpr DWORD kSaveWait = 30000; // ms
 
 // Little-endian fields out of bytes that may end anywhere.
 class Reader {
@@ -145,6 +149,7 @@ int ReadListFileBytes(const WCHAR* path, std::vector<BYTE>& bytes) {
     DWORD high = 0;
     DWORD size = GetFileSize(file.get(), &high);
     if (high != 0 || size > kLargestFile) return LISTFILE_NOMEMORY;
+    if (size == 0) return LISTFILE_SHORT;
     bytes.resize(size);
     DWORD read = 0;
     if (!ReadFile(file.get(), bytes.data(), size, &read, nullptr)) read = 0;
@@ -153,6 +158,10 @@ int ReadListFileBytes(const WCHAR* path, std::vector<BYTE>& bytes) {
 }
 
 int WriteListFileBytes(const WCHAR* path, std::span<const BYTE> bytes) {
+    CeMutex others; // they write beside the file under the same name
+    const DWORD wait = others.Create(kSaveMutex, kSaveWait, false);
+    if (wait != WAIT_OBJECT_0 && wait != WAIT_ABANDONED) return LISTFILE_SHORT;
+    CeFile::CreatePath(path);
     const std::u16string beside = std::u16string(path) + u".new";
     if (WriteWhole(beside.c_str(), bytes) && PlatReplaceFile(beside.c_str(), path)) return LISTFILE_OK;
     DWORD error = GetLastError();

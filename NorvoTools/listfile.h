@@ -20,8 +20,8 @@
 inline constexpr int LISTFILE_OK = 0;
 inline constexpr int LISTFILE_CLOSED = 1; // it is there but can't be opened or read: nothing is wrong with it
 inline constexpr int LISTFILE_NOMEMORY = 2;
-inline constexpr int LISTFILE_SHORT =
-    4; // a field or an element that the file doesn't hold whole; a short write
+// A field or an element that the file doesn't hold whole; a short write.
+inline constexpr int LISTFILE_SHORT = 4;
 inline constexpr int LISTFILE_FORMAT = 5; // another version or magic
 
 // What is saved as the current index.
@@ -44,9 +44,10 @@ QN_API std::vector<BYTE> BuildListFile(std::string_view magic, const CeListFileC
 
 // --- Files of the device ------------------------------------------------------------------------------------------
 
-// The bytes of a file. A missing file is LISTFILE_OK with no bytes, as is a file that is empty.
+// The bytes of a file. A missing file is LISTFILE_OK with no bytes; one that is empty is LISTFILE_SHORT.
 QN_API int ReadListFileBytes(const WCHAR* path, std::vector<BYTE>& bytes);
-// Writes beside the file, flushes, and puts it in place: LISTFILE_OK, or LISTFILE_SHORT with the old file untouched.
+// Writes beside the file, flushes, and puts it in place; a missing folder is made. LISTFILE_OK, or LISTFILE_SHORT with
+// the old file untouched. Of several threads and processes that save at once the last one's list stays.
 QN_API int WriteListFileBytes(const WCHAR* path, std::span<const BYTE> bytes);
 // The last step of an owner that throws a damaged file away: it is kept as "<path>.bad", in place of an older one.
 // False when the file could not be renamed; GetLastError tells.

@@ -236,6 +236,7 @@ TEST(CePtrListTest, DeleteModes) {
         CeStrList<Reference*> counting(0, STRLIST_ADDREF, STRCOMPARE_NUMBER);
         counting.Add(&counted);
         EXPECT_EQ(2, counted.refs);
+        EXPECT_EQ(nullptr, counting.GetDescribe()); // an object is no bytes of a file
     }
     EXPECT_EQ(0, counted.refs);
     // Blocks of the other allocators: the leak checker tells.
@@ -284,6 +285,9 @@ TEST(CeStrListTest, CopyModesOwnWhatTheyHold) {
     CeStrList<> plain(0, STRLIST_POINTER);
     plain.Add(text);
     EXPECT_EQ(text, plain[0]);
+    WCHAR* read = nullptr;
+    CeElementBytes bytes{true, text, sizeof(text)};
+    EXPECT_FALSE(plain.GetDescribe()(&read, &bytes, 0)); // nobody would free it
 
     CeStrList<char*> narrow(0, STRLIST_STRDUP, STRCOMPARE_STRNOCASE);
     narrow.Add("Narrow");

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -100,11 +101,38 @@ TEST_F(ListFileTest, ObjectIdsAndTheCurrentIndexByteByByte) {
     EXPECT_TRUE(read.IsEmpty());
 }
 
-TEST_F(ListFileTest, AMissingFileIsAnEmptyList) {
+TEST_F(ListFileTest, AMissingFileIsAnEmptyListAndItsFolderIsMade) {
+    constexpr const WCHAR* kNowhere = u"\\no\\where\\list.bin";
     CeStrList<> list;
     list.Add(u"old");
-    EXPECT_EQ(LISTFILE_OK, ReadListFile(u"\\nowhere\\list.bin", "CONTEXTS100", list));
+    EXPECT_EQ(LISTFILE_OK, ReadListFile(kNowhere, "CONTEXTS100", list));
     EXPECT_TRUE(list.IsEmpty());
+    list.Add(u"new");
+    EXPECT_EQ(LISTFILE_OK, WriteListFile(kNowhere, "CONTEXTS100", list));
+    EXPECT_EQ(LISTFILE_OK, ReadListFile(kNowhere, "CONTEXTS100", list));
+    EXPECT_EQ(1, list.GetCount());
+}
+
+TEST_F(ListFileTest, AnEmptyFileLacksItsVersion) {
+    PutOnDisk({});
+    CeStrList<> list;
+    list.Add(u"old");
+    EXPECT_EQ(LISTFILE_SHORT, ReadListFile(kPath, "CONTEXTS100", list));
+    EXPECT_TRUE(list.IsEmpty());
+}
+
+TEST_F(ListFileTest, TwoSaversAtOnceBothSucceed) {
+    auto save = [](const WCHAR* text) {
+        CeStrList<> list;
+        list.Add(text);
+        for (int i = 0; i < 30; ++i) EXPECT_EQ(LISTFILE_OK, WriteListFile(kPath, "CONTEXTS100", list));
+    };
+    std::thread other(save, u"other");
+    save(u"mine");
+    other.join();
+    CeStrList<> list;
+    EXPECT_EQ(LISTFILE_OK, ReadListFile(kPath, "CONTEXTS100", list));
+    EXPECT_EQ(1, list.GetCount());
 }
 
 // Wherever the file is cut, it is either whole up to an element or a short one; never more, never a crash.
