@@ -55,7 +55,10 @@ int getdayofyear(const SYSTEMTIME& date) {
 
 // --- Moving a date ------------------------------------------------------------------------------------------------
 
-void incrementday(SYSTEMTIME& date, int nDays) { Move(date, nDays * civil::kTicksPerDay); }
+void incrementday(SYSTEMTIME& date, int nDays) {
+    std::int64_t ticks;
+    if (!__builtin_mul_overflow(nDays, civil::kTicksPerDay, &ticks)) Move(date, ticks);
+}
 void addtime(SYSTEMTIME& date, int nSeconds) { Move(date, nSeconds * civil::kTicksPerSecond); }
 void subtractsec(SYSTEMTIME& date, int nSeconds) { Move(date, -(nSeconds * civil::kTicksPerSecond)); }
 void subtract5sec(SYSTEMTIME& date) { subtractsec(date, 5); }
@@ -99,16 +102,17 @@ int TimeDiffInSeconds(const SYSTEMTIME& a, const SYSTEMTIME& b) {
 }
 
 SYSTEMTIME subtractsystemtime(const SYSTEMTIME& a, const SYSTEMTIME& b) {
-    LONGLONG ticks = SystemTimeDiff(b, a);
+    const LONGLONG ticks = SystemTimeDiff(b, a);
     return ticks < 0 || !civil::IsValid(a) || !civil::IsValid(b) ? SYSTEMTIME{}
                                                                  : civil::SystemTimeFromTicks(ticks);
 }
 
 LONGLONG SystemTimeDiff(const SYSTEMTIME& a, const SYSTEMTIME& b) {
-    return civil::TicksOf(a) - civil::TicksOf(b);
+    return civil::IsValid(a) && civil::IsValid(b) ? civil::TicksOf(a) - civil::TicksOf(b) : 0;
 }
 
-bool IsOneDay(double a, double b, bool bAllDay) { return !bAllDay && std::floor(a) == std::floor(b); }
+// Before day 0 the fraction still counts on from the whole part.
+bool IsOneDay(double a, double b, bool bAllDay) { return !bAllDay && std::trunc(a) == std::trunc(b); }
 
 // --- Texts and habits ---------------------------------------------------------------------------------------------
 

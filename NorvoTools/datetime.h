@@ -38,8 +38,9 @@ QN_API int TimeDiffInMinutes(double a, double b);
 QN_API int TimeDiffInSeconds(const SYSTEMTIME& a, const SYSTEMTIME& b);
 // b - a as a date counted from 1601: its day field is 1 for less than a day. All zero when b is before a.
 QN_API SYSTEMTIME subtractsystemtime(const SYSTEMTIME& a, const SYSTEMTIME& b);
-QN_API LONGLONG SystemTimeDiff(const SYSTEMTIME& a, const SYSTEMTIME& b); // a - b in ticks
-QN_API bool IsOneDay(double a, double b, bool bAllDay);                   // false for all-day items
+// a - b in ticks; 0 when one of them is no date.
+QN_API LONGLONG SystemTimeDiff(const SYSTEMTIME& a, const SYSTEMTIME& b);
+QN_API bool IsOneDay(double a, double b, bool bAllDay); // false for all-day items
 
 // --- Texts --------------------------------------------------------------------------------------------------------
 

@@ -8,6 +8,7 @@
 #include "tests/support/device.h"
 
 #include <array>
+#include <climits>
 #include <cstdio>
 #include <memory>
 #include <set>
@@ -110,6 +111,8 @@ TEST(DateTimeTest, AnImpossibleDateStaysAsItWas) {
     unchanged(june31, [](SYSTEMTIME& t) { incrementday(t, 1); });
     unchanged(june31, [](SYSTEMTIME& t) { subtract5sec(t); });
     unchanged(first, [](SYSTEMTIME& t) { incrementday(t, -1); });
+    unchanged(first, [](SYSTEMTIME& t) { incrementday(t, INT_MAX); });
+    unchanged(last, [](SYSTEMTIME& t) { incrementday(t, INT_MIN); });
     unchanged(last, [](SYSTEMTIME& t) { addtime(t, 1); });
     unchanged(last, [](SYSTEMTIME& t) { SystemTimeIncrement(t, INT64_MAX); });
     unchanged(first, [](SYSTEMTIME& t) { SystemTimeDecrement(t, INT64_MIN); });
@@ -162,9 +165,14 @@ TEST(DateTimeTest, Differences) {
     EXPECT_EQ("1601-01-02 Tue 02:24:40.000", Text(subtractsystemtime(a, b)));
     EXPECT_EQ(1, subtractsystemtime(At(2007, 3, 14, 9), At(2007, 3, 14, 10)).wDay);
     EXPECT_EQ(0, subtractsystemtime(b, a).wYear);
+    const SYSTEMTIME none{65535, 1, 0, 1, 0, 0, 0, 0}; // beyond what ticks can count
+    EXPECT_EQ(0, SystemTimeDiff(none, a));
+    EXPECT_EQ(0, subtractsystemtime(a, none).wYear);
     EXPECT_TRUE(IsOneDay(39155.25, 39155.75, false));
     EXPECT_FALSE(IsOneDay(39155.25, 39155.75, true));
     EXPECT_FALSE(IsOneDay(39155.75, 39156.0, false));
+    EXPECT_TRUE(IsOneDay(-2.0, -2.75, false)); // 28 December 1899, midnight and 18:00
+    EXPECT_FALSE(IsOneDay(-1.25, -2.0, false));
 }
 
 // --- Texts and habits ---------------------------------------------------------------------------------------------
