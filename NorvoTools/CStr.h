@@ -7,7 +7,7 @@
 
 // A copy of s, null counting as empty; null when memory ran out. A null heap means the C heap.
 QN_API WCHAR* AllocCSTR(const WCHAR* s, HANDLE heap = nullptr);
-// A block of n characters of s (fewer when s ends before); a null s gives n zero characters.
+// A block of the n characters at s; a null s gives n zero characters.
 QN_API WCHAR* AllocCSTRLen(const WCHAR* s, int n, HANDLE heap = nullptr);
 // Puts a copy of s in place of *c and frees the old block when the heap is null. 1, or 0 and nothing changed.
 QN_API int ReAllocCSTR(WCHAR** c, const WCHAR* s, HANDLE heap = nullptr);

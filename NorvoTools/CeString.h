@@ -62,7 +62,7 @@ public:
     void SetShort(SHORT n, int nRadix = 10);
     void SetLong(LONG n, int nRadix = 10);
     void SetULong(DWORD n, int nRadix = 10);
-    // Digits behind the point; below 1e-40 and above 1e40 with an exponent.
+    // Digits behind the point; with an exponent where the point would be more than 40 places off.
     void SetDouble(double value, int nDigits = 6);
     explicit operator int() const;
     explicit operator double() const;
@@ -70,7 +70,7 @@ public:
     // --- Compare: by 16-bit units, below, equal to or above 0. A null right side gives -1. -----------------------
     int Compare(const WCHAR* psz) const;
     int CompareNoCase(const WCHAR* psz) const;
-    friend bool operator==(const CeString& a, const CeString& b) { return a.View() == b.View(); }
+    friend bool operator==(const CeString& a, const CeString& b) { return a.Compare(b.m_psz) == 0; }
     friend bool operator==(const CeString& a, const WCHAR* b) { return a.Compare(b) == 0; }
     friend std::strong_ordering operator<=>(const CeString& a, const CeString& b) {
         return a.Compare(b.m_psz) <=> 0;

@@ -21,7 +21,7 @@ namespace {
 constexpr int kFormatBuffer = 1024; // characters of Format, terminator included
 constexpr int kLargestPlace = 40;   // of a decimal point written out
 constexpr WCHAR kByteOrderMark = 0xFEFF;
-constexpr int kLongestResource = 65536;
+constexpr int kLongestResource = 65535;       // characters
 constexpr DWORD kAllocateFromSystem = 0x1100; // FormatMessageW makes the buffer and asks the system
 constexpr DWORD kSystemLanguage = 2048;
 
@@ -142,14 +142,15 @@ bool CeString::SetWindowTextW(HWND hWnd) const { return IsWindow(hWnd) && ::SetW
 
 bool CeString::LoadStringW(UINT nResource, HINSTANCE hModule) {
     if (!hModule) hModule = GetModuleHandleW(nullptr);
-    for (int size = 512; size <= kLongestResource; size *= 4) {
-        std::vector<WCHAR> buffer(static_cast<std::size_t>(size));
-        int length = ::LoadStringW(hModule, nResource, buffer.data(), size);
-        if (length >= size - 1 && size < kLongestResource) continue; // it may have been cut
+    std::array<WCHAR, 512> buffer;
+    int length = ::LoadStringW(hModule, nResource, buffer.data(), static_cast<int>(buffer.size()));
+    if (length < static_cast<int>(buffer.size()) - 1) {
         SetText(buffer.data(), length);
-        return length > 0;
+    } else { // it may have been cut
+        std::vector<WCHAR> whole(kLongestResource + 1);
+        SetText(whole.data(), ::LoadStringW(hModule, nResource, whole.data(), kLongestResource + 1));
     }
-    return false;
+    return !IsEmpty();
 }
 
 // --- Out ----------------------------------------------------------------------------------------------------------

@@ -80,8 +80,8 @@ QN_API WCHAR* JustPath(const WCHAR* path);
 
 // Appends at most n characters (-1: all) of src at dst[pos], moves pos on, terminates. The caller knows the room.
 QN_API void StringBuilder(WCHAR* dst, int* pos, const WCHAR* src, int n = -1);
-QN_API void SafeStringBuilder(WCHAR* dst, int* pos, const WCHAR* src,
-                              int n = -1); // does nothing with null or empty
+// The same; nothing happens with a null or empty text.
+QN_API void SafeStringBuilder(WCHAR* dst, int* pos, const WCHAR* src, int n = -1);
 // Copies at most n characters and always terminates: dst holds n + 1.
 QN_API WCHAR* wstrncpy(WCHAR* dst, const WCHAR* src, int n);
 // Appends src to dst without blank, "-", "(" and ")". The terminator is set at the index of the source's length.

@@ -5,8 +5,8 @@
 #include "Platform/types.h"
 
 extern QN_API HINSTANCE g_hInstance; // this library
-extern QN_API HINSTANCE
-    g_hResources; // every text, dialog and picture comes from here; null: loads yield nothing
+// Every text, dialog and picture comes from here; null: loads yield nothing.
+extern QN_API HINSTANCE g_hResources;
 extern QN_API HINSTANCE g_hInkLibrary; // loaded by the ink control at first use, freed by UnInitQNTools
 
 // The suite directory, without "\Norvo". Read it through GetNorvoDirectory, which settles it when it is null.
@@ -24,8 +24,8 @@ extern QN_API DWORD g_HIDPI_LogPixelsX;
 extern QN_API DWORD g_HIDPI_LogPixelsY;
 extern QN_API DWORD g_HIDPI_IconPixels;
 extern QN_API DWORD g_HIDPI_BorderPixels;
-extern QN_API DWORD
-    g_HIDPI_IconPixels_Special; // of the icons in a line of text: 32 becomes 24, 16 becomes 13
+// Of the icons in a line of text: 32 becomes 24, 16 becomes 13.
+extern QN_API DWORD g_HIDPI_IconPixels_Special;
 extern QN_API DWORD g_bSquareScreen;
 extern QN_API DWORD g_HIDPI_QNFontScale; // dots of a point, times 1000
 

@@ -1,5 +1,7 @@
-// Texts of a user or a file: dates in every order, numbers, narrow bytes, pictures and formats of settings.
+// Texts of a user or a file: dates in every order, numbers, narrow bytes, pictures and formats of settings, fields.
 // The first byte picks the reader, the rest is the text (as UTF-16, or as bytes for the code page).
+#include "NorvoTools/StrFunctions.h"
+#include "NorvoTools/datetime.h"
 #include "Platform/clock.h"
 #include "Platform/locale.h"
 #include "Platform/strings.h"
@@ -7,6 +9,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -62,13 +65,36 @@ void Widen(const char* bytes, int size) {
     if (units > 0) WideCharToMultiByte(CP_1252, 0, wide.data(), units, nullptr, 0, nullptr, nullptr);
 }
 
+// Splitting, counting, replacing and matching must tell the same story of a text.
+void Cut(const std::u16string& bytes, WCHAR delimiter) {
+    if (!delimiter) return;
+    const std::u16string text = bytes.c_str();
+    const std::unique_ptr<CeStrList<>> fields(Split(text.c_str(), delimiter));
+    const int count = SubStrCount(text.c_str(), delimiter);
+    std::u16string joined;
+    for (const WCHAR* field : *fields) (joined += field) += delimiter;
+    if (joined != text + delimiter || fields->GetCount() != count) std::abort();
+    const WCHAR once[] = {delimiter, 0};
+    const WCHAR twice[] = {delimiter, delimiter, 0};
+    const std::unique_ptr<WCHAR, decltype(&std::free)> doubled(ReplaceStr(text.c_str(), once, twice),
+                                                               &std::free);
+    if (wcslen(doubled.get()) != text.size() + static_cast<std::size_t>(count) - 1) std::abort();
+    std::u16string literal;
+    for (const WCHAR c : text) (literal += u'\\') += c;
+    if (!wildmat(text.c_str(), literal.c_str())) std::abort();
+    std::vector<WCHAR> url(text.size() + 2);
+    UrlEncode(text.c_str(), url.data(), static_cast<int>(url.size()));
+    double day = 0;
+    if (NorvoDateFromString(text.c_str(), 1, &day) == S_OK && !(day >= 0 && day < 1)) std::abort();
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     if (size < 2) return 0;
     std::u16string text((size - 2) / 2, u'\0');
     std::memcpy(text.data(), data + 2, text.size() * sizeof(WCHAR));
-    switch (data[0] % 5) {
+    switch (data[0] % 6) {
     case 0:
         ReadDate(text, data[1]);
         break;
@@ -81,8 +107,11 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     case 3:
         Scan(text);
         break;
-    default:
+    case 4:
         Widen(reinterpret_cast<const char*>(data) + 2, static_cast<int>(size - 2));
+        break;
+    default:
+        Cut(text, data[1]);
         break;
     }
     return 0;

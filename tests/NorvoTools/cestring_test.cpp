@@ -4,6 +4,7 @@
 #include "Platform/memory.h"
 #include "Platform/modules.h"
 #include "Platform/strings.h"
+#include "Platform/windows.h"
 #include "tests/support/device.h"
 
 #include <memory>
@@ -165,6 +166,10 @@ TEST(CeStringTest, NullComparesAsMinusOne) {
     EXPECT_FALSE(s == null || s > null || s >= null);
     EXPECT_TRUE(u"a" < s && s < u"c" && u"b" == s && s <= u"b");
     EXPECT_TRUE(CeString(u"b") == s && CeString(u"a") < s);
+    // Every operator looks at the text up to its terminator, even while a buffer is longer.
+    CeString received;
+    wcscpy(received.GetBufferSetLength(9), u"b");
+    EXPECT_TRUE(received == s && received <= s && received == u"b");
     EXPECT_EQ(0, s.CompareNoCase(u"B"));
     // Units are unsigned.
     EXPECT_GT(CeString(u"\xFFE4").Compare(u"z"), 0);
@@ -312,8 +317,8 @@ TEST(CeStringTest, ErrorTexts) {
 class CeStringResourceTest : public DeviceTest {};
 
 TEST_F(CeStringResourceTest, StringsComeFromTheModule) {
-    const std::u16string longText(5000, u'L');
-    const PlatModuleString strings[] = {{7, u"seven", 5}, {8, longText.c_str(), 5000}};
+    const std::u16string longText(65535, u'L');
+    const PlatModuleString strings[] = {{7, u"seven", 5}, {8, longText.c_str(), 65535}};
     const PlatStringTable table[] = {{"en", strings, 2}};
     PlatModule module{u"cestringtest.dll"};
     module.languages = table;
@@ -321,12 +326,33 @@ TEST_F(CeStringResourceTest, StringsComeFromTheModule) {
     module.untilReset = true;
     HINSTANCE handle = PlatRegisterModule(module);
     EXPECT_EQ(u"seven", Text(CeString(7u, handle)));
-    EXPECT_EQ(longText, Text(CeString(8u, handle)));
+    EXPECT_TRUE(longText == Text(CeString(8u, handle)));
     CeString missing(u"old");
     EXPECT_FALSE(missing.LoadStringW(9, handle));
     EXPECT_TRUE(missing.IsEmpty());
     // A small number as a pointer is asked of the application, never followed.
     EXPECT_TRUE(CeString(reinterpret_cast<const WCHAR*>(ULONG_PTR{65535})).IsEmpty());
+}
+
+TEST_F(CeStringResourceTest, WindowTexts) {
+    WNDCLASSW known{};
+    known.lpfnWndProc = &DefWindowProcW;
+    known.lpszClassName = u"CeStringTest";
+    RegisterClassW(&known);
+    const HWND window =
+        CreateWindowExW(0, u"CeStringTest", u"caption", 0, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_EQ(u"caption", Text(CeString(window)));
+    CeString s(u"changed");
+    EXPECT_TRUE(s.SetWindowTextW(window));
+    EXPECT_EQ(u"changed", Text(CeString(window)));
+    CeString().SetWindowTextW(window);
+    EXPECT_TRUE(s.GetWindowTextW(window));
+    EXPECT_TRUE(s.IsEmpty());
+    DestroyWindow(window);
+    s = u"kept";
+    EXPECT_FALSE(s.GetWindowTextW(window));
+    EXPECT_FALSE(s.SetWindowTextW(window));
+    EXPECT_EQ(u"kept", Text(s));
 }
 
 // --- CSTR blocks --------------------------------------------------------------------------------------------------
