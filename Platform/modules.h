@@ -27,7 +27,7 @@ struct PlatModuleString {
 };
 // The texts of one language, in any order. A module may carry several languages; the first is the fall-back.
 struct PlatStringTable {
-    const char* language; // "en", "de"
+    const char* language; // "en", "de"; "pt_BR" for one country's form
     const PlatModuleString* strings;
     std::size_t count;
 };
@@ -77,7 +77,8 @@ inline LPCWSTR MAKEINTRESOURCEW(WORD number) {
 }
 inline const LPCWSTR RT_RCDATA = reinterpret_cast<LPCWSTR>(ULONG_PTR{10});
 
-// Copies the text, cut to `chars` with its terminator; returns its characters. 0 and an empty text on failure: 1814, 6.
+// Copies the text in the language of the device's locale, else in the module's first language, cut to `chars` with its
+// terminator; returns its characters. 0 and an empty text on failure: 1814, 6.
 int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int chars);
 // Numbers only (MAKEINTRESOURCEW). Null, error 1814 when there is none.
 HRSRC FindResourceW(HINSTANCE module, LPCWSTR name, LPCWSTR type);

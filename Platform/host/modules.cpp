@@ -5,6 +5,7 @@
 #include "Platform/host/devicefolder.h"
 #include "Platform/host/faults.h"
 #include "Platform/host/filenames.h"
+#include "Platform/host/localetables.h"
 #include "Platform/host/moduletable.h"
 #include "Platform/host/resolve.h"
 #include "Platform/host/text.h"
@@ -61,17 +62,37 @@ std::u16string ApplicationPath() {
 
 } // namespace
 
+struct ModuleTable::Language {
+    std::string name; // "de", or "pt_BR" for one country's form
+    std::unordered_map<UINT, PlatModuleString> strings;
+
+    const PlatModuleString* Find(UINT id) const {
+        const auto found = strings.find(id);
+        return found == strings.end() ? nullptr : &found->second;
+    }
+};
+
 struct ModuleTable::Module {
     std::u16string key;
     std::u16string name;
     std::vector<PlatModuleEntry> entries;
-    std::vector<PlatStringTable> languages;
     std::vector<PlatModuleResource> resources;
-    std::unordered_map<UINT, PlatModuleString> strings;
-    void* library = nullptr; // of a shared object
+    std::vector<Language> languages; // the first is the one that every text stands in
+    void* library = nullptr;         // of a shared object
     DWORD references = 0;
     bool isRegistered = false;
     bool untilReset = false;
+
+    // In the device's language, as near as there is one.
+    const PlatModuleString* FindText(UINT id) const {
+        if (languages.empty()) return nullptr;
+        if (languages.size() > 1)
+            for (const std::string* wanted : {&CurrentTables().id, &CurrentTables().language})
+                for (const Language& language : languages)
+                    if (const auto* text = language.name == *wanted ? language.Find(id) : nullptr)
+                        return text;
+        return languages.front().Find(id);
+    }
 };
 
 ModuleTable::ModuleTable() {
@@ -111,11 +132,12 @@ HINSTANCE ModuleTable::Register(const PlatModule& source) {
     module->resources.assign(source.resources, source.resources + source.resourceCount);
     module->isRegistered = true;
     module->untilReset = source.untilReset;
-    // The first language is the one that every text stands in.
-    if (source.languageCount) {
-        const PlatStringTable& table = source.languages[0];
-        for (std::size_t i = 0; i < table.count; ++i)
-            module->strings.emplace(table.strings[i].id, table.strings[i]);
+    for (std::size_t i = 0; i < source.languageCount; ++i) {
+        const PlatStringTable& table = source.languages[i];
+        Language& language = module->languages.emplace_back();
+        language.name = table.language;
+        for (std::size_t k = 0; k < table.count; ++k)
+            language.strings.emplace(table.strings[k].id, table.strings[k]);
     }
     std::lock_guard lock(m_mutex);
     m_modules.push_back(std::move(module));
@@ -224,9 +246,9 @@ DWORD ModuleTable::String(HINSTANCE handle, UINT id, std::u16string_view& text) 
     std::lock_guard lock(m_mutex);
     const Module* module = Find(handle);
     if (!module) return ERROR_INVALID_HANDLE;
-    const auto found = module->strings.find(id);
-    if (found == module->strings.end()) return ERROR_RESOURCE_NAME_NOT_FOUND;
-    text = {found->second.text, found->second.length};
+    const PlatModuleString* found = module->FindText(id);
+    if (!found) return ERROR_RESOURCE_NAME_NOT_FOUND;
+    text = {found->text, found->length};
     return 0;
 }
 

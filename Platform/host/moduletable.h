@@ -33,6 +33,7 @@ public:
     const PlatModuleResource* Described(HINSTANCE handle, HRSRC resource);
 
 private:
+    struct Language;
     struct Module;
 
     ModuleTable();

@@ -92,6 +92,31 @@ TEST_F(Modules, TextsAndResources) {
     EXPECT_EQ(SizeofResource(GetModuleHandleW(u"QNResources.dll"), resource), 0u); // another module's
 }
 
+TEST_F(Modules, TextsAreInTheLanguageOfTheLocaleElseInTheFirst) {
+    static constexpr PlatModuleString kEnglish[] = {{1, u"day", 3}, {2, u"week", 4}, {3, u"month", 5}};
+    static constexpr PlatModuleString kPortuguese[] = {{1, u"dia", 3}, {2, u"semana", 6}};
+    static constexpr PlatModuleString kBrazilian[] = {{1, u"dia!", 4}};
+    static constexpr PlatStringTable kTables[] = {
+        {"en", kEnglish, 3}, {"pt", kPortuguese, 2}, {"pt_BR", kBrazilian, 1}};
+    const HINSTANCE module = PlatRegisterModule({u"many.dll", nullptr, 0, kTables, 3, nullptr, 0, true});
+    const struct {
+        const char* locale;
+        const char16_t *one, *two, *three;
+    } cases[] = {
+        {"en_US", u"day", u"week", u"month"},
+        {"pt_PT", u"dia", u"semana", u"month"},
+        {"pt_BR", u"dia!", u"semana", u"month"},
+        {"de_DE", u"day", u"week", u"month"},
+    };
+    for (const auto& c : cases) {
+        PlatSetLocale(c.locale);
+        EXPECT_EQ(Text(module, 1), c.one) << c.locale;
+        EXPECT_EQ(Text(module, 2), c.two) << c.locale;
+        EXPECT_EQ(Text(module, 3), c.three) << c.locale;
+    }
+    EXPECT_EQ(Text(module, 4), u"");
+}
+
 TEST_F(Modules, BuiltInTexts) {
     const HINSTANCE module = LoadLibraryW(u"\\WINDOWS\\QNResources.dll");
     ASSERT_NE(module, nullptr);
