@@ -1,4 +1,7 @@
 // Composing mail. The default provider opens the desktop's mail program; a host or a test may put another in its place.
+//
+// The message stores of the device ("CEMAPI.dll") are not there: LoadLibraryW does not find the library, unless a host
+// registers a module of that name (Platform/modules.h).
 #pragma once
 
 #include "Platform/types.h"

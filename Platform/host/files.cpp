@@ -4,6 +4,7 @@
 #include "Platform/host/call.h"
 #include "Platform/host/faults.h"
 #include "Platform/host/fileobject.h"
+#include "Platform/host/serialport.h"
 #include "Platform/threads.h"
 
 #include <algorithm>
@@ -204,6 +205,7 @@ BOOL Give(DWORD error) {
 // Runs `action` on the open file behind the handle.
 template<class Action>
 BOOL WithFile(HANDLE handle, Action action) {
+    plat::HostCall call;
     const auto file = plat::FindObject<FileObject>(handle);
     return Give(file ? action(*file) : ERROR_INVALID_HANDLE);
 }
@@ -212,6 +214,7 @@ BOOL WithFile(HANDLE handle, Action action) {
 
 HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD creation,
                    DWORD attributes, HANDLE) {
+    if (plat::IsPortName(path)) return plat::OpenPort(path, access);
     plat::HostCall call;
     if (!path || creation < CREATE_NEW || creation > OPEN_ALWAYS) {
         SetLastError(path ? ERROR_INVALID_PARAMETER : ERROR_PATH_NOT_FOUND);
@@ -231,18 +234,19 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES*
 }
 
 BOOL ReadFile(HANDLE handle, void* buffer, DWORD count, DWORD* read, OVERLAPPED*) {
-    plat::HostCall call;
     DWORD got = 0;
-    const BOOL done = WithFile(
-        handle, [&](FileObject& file) { return file.ReadBytes(static_cast<BYTE*>(buffer), count, got); });
+    const auto port = plat::FindPort(handle);
+    const BOOL done = port ? Give(port->Read(buffer, count, got)) : WithFile(handle, [&](FileObject& file) {
+        return file.ReadBytes(static_cast<BYTE*>(buffer), count, got);
+    });
     if (read) *read = got;
     return done;
 }
 
 BOOL WriteFile(HANDLE handle, const void* buffer, DWORD count, DWORD* written, OVERLAPPED*) {
-    plat::HostCall call;
     DWORD put = 0;
-    const BOOL done = WithFile(handle, [&](FileObject& file) {
+    const auto port = plat::FindPort(handle);
+    const BOOL done = port ? Give(port->Write(buffer, count, put)) : WithFile(handle, [&](FileObject& file) {
         return file.WriteBytes(static_cast<const BYTE*>(buffer), count, put);
     });
     if (written) *written = put;
@@ -250,7 +254,6 @@ BOOL WriteFile(HANDLE handle, const void* buffer, DWORD count, DWORD* written, O
 }
 
 DWORD SetFilePointer(HANDLE handle, LONG distance, LONG* high, DWORD method) {
-    plat::HostCall call;
     constexpr int kWhence[] = {SEEK_SET, SEEK_CUR, SEEK_END};
     ULONGLONG position = 0;
     const LONGLONG whole =
@@ -268,7 +271,6 @@ DWORD SetFilePointer(HANDLE handle, LONG distance, LONG* high, DWORD method) {
 }
 
 DWORD GetFileSize(HANDLE handle, DWORD* high) {
-    plat::HostCall call;
     plat::FileFacts facts;
     const BOOL done = WithFile(handle, [&](FileObject& file) -> DWORD {
         return plat::ReadFacts(file.Descriptor(), nullptr, facts) ? 0 : plat::DeviceError(errno);
@@ -280,17 +282,14 @@ DWORD GetFileSize(HANDLE handle, DWORD* high) {
 }
 
 BOOL SetEndOfFile(HANDLE handle) {
-    plat::HostCall call;
     return WithFile(handle, [](FileObject& file) { return file.CutHere(); });
 }
 
 BOOL FlushFileBuffers(HANDLE handle) {
-    plat::HostCall call;
     return WithFile(handle, [](FileObject& file) { return file.Sync(); });
 }
 
 BOOL GetFileInformationByHandle(HANDLE handle, BY_HANDLE_FILE_INFORMATION* information) {
-    plat::HostCall call;
     return WithFile(handle, [&](FileObject& file) -> DWORD {
         plat::FileFacts facts;
         if (!information) return ERROR_INVALID_PARAMETER;
@@ -311,7 +310,6 @@ BOOL GetFileInformationByHandle(HANDLE handle, BY_HANDLE_FILE_INFORMATION* infor
 }
 
 BOOL GetFileTime(HANDLE handle, FILETIME* creation, FILETIME* lastAccess, FILETIME* lastWrite) {
-    plat::HostCall call;
     return WithFile(handle, [&](FileObject& file) -> DWORD {
         plat::FileFacts facts;
         if (!plat::ReadFacts(file.Descriptor(), nullptr, facts)) return plat::DeviceError(errno);

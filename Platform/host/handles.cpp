@@ -54,6 +54,7 @@ bool RemoveHandle(HANDLE handle) {
         if (!removed) return false;
         object = std::move(*removed);
     }
+    object->m_closed.fetch_add(1, std::memory_order_acq_rel);
     // Outside of the lock: an object may close other handles at its end.
     if (object->m_handles.fetch_sub(1, std::memory_order_acq_rel) == 1) object->OnLastClose();
     return true;

@@ -20,7 +20,8 @@ enum class Kind : BYTE {
     Database,
     Stream,
     Heap,
-    Process
+    Process,
+    Port
 };
 
 class KernelObject {
@@ -32,6 +33,8 @@ public:
     Kind ObjectKind() const { return m_kind; }
     // The last handle on the object has been closed; others may still hold the object itself.
     virtual void OnLastClose() {}
+    // Changes with every handle on the object that is closed: who remembers a handle has to look it up again.
+    DWORD ClosedHandles() const { return m_closed.load(std::memory_order_acquire); }
 
 private:
     friend HANDLE AddHandle(std::shared_ptr<KernelObject> object);
@@ -39,6 +42,7 @@ private:
 
     const Kind m_kind;
     std::atomic<int> m_handles{0}; // open on it
+    std::atomic<DWORD> m_closed{0};
 };
 
 // Null when the table is full.
