@@ -14,26 +14,30 @@ std::atomic<PlatContextMenuProvider*> g_provider{nullptr};
     return true;
 }();
 
+PlatContextMenuProvider* Provider() {
+    plat::HostCall call;
+    return g_provider.load();
+}
+
 } // namespace
 
 void PlatSetContextMenuProvider(PlatContextMenuProvider* provider) { g_provider.store(provider); }
 
+// A provider is called outside of host calls: what it invokes shows windows and pumps messages.
+
 HANDLE SHExtendContextMenu(IDataObject* data, const WCHAR* className, const WCHAR* extensionClass,
                            HMENU popup, UINT first, UINT last, IUnknown** context) {
-    plat::HostCall call;
     *context = nullptr;
-    PlatContextMenuProvider* provider = g_provider.load();
+    PlatContextMenuProvider* provider = Provider();
     return provider ? provider->Extend(data, className, extensionClass, popup, first, last, context)
                     : nullptr;
 }
 
 void SHInvokeContextMenu(HANDLE extensions, HWND owner, UINT command) {
-    plat::HostCall call;
-    if (PlatContextMenuProvider* provider = g_provider.load()) provider->Invoke(extensions, owner, command);
+    if (PlatContextMenuProvider* provider = Provider()) provider->Invoke(extensions, owner, command);
 }
 
 void SHFreeContextMenu(HANDLE extensions) {
-    plat::HostCall call;
-    PlatContextMenuProvider* provider = g_provider.load();
+    PlatContextMenuProvider* provider = Provider();
     if (provider && extensions) provider->Free(extensions);
 }

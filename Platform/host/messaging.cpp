@@ -69,10 +69,10 @@ std::u16string Described(const MAILCOMPOSEFIELDS& fields) {
 } // namespace plat
 
 HRESULT MailComposeMessage(const MAILCOMPOSEFIELDS* fields) {
-    plat::HostCall call;
     if (!fields) return E_INVALIDARG;
     const auto [provider, user] = plat::Slot().Get();
     if (provider) return provider(user, *fields);
+    plat::HostCall call;
     DWORD error = 0;
     if (plat::RecordStart(u"mail", plat::Described(*fields), error)) return error ? E_FAIL : S_OK;
     return plat::ComposeOnDesktop(*fields);

@@ -1,6 +1,5 @@
 #include "Platform/phone.h"
 
-#include "Platform/host/call.h"
 #include "Platform/host/provider.h"
 
 namespace plat {
@@ -21,7 +20,6 @@ struct ResetProvider {
 } // namespace plat
 
 LONG PhoneMakeCall(const PHONEMAKECALLINFO* info) {
-    plat::HostCall call;
     if (!info || info->cbSize != kPhoneMakeCallSize || !info->pszDestAddress || !*info->pszDestAddress)
         return E_INVALIDARG;
     const auto [provider, user] = plat::Slot().Get();

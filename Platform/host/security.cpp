@@ -1,6 +1,5 @@
 #include "Platform/security.h"
 
-#include "Platform/host/call.h"
 #include "Platform/host/provider.h"
 
 namespace plat {
@@ -25,13 +24,9 @@ bool MayGoOn(HWND owner, LPCWSTR prompt) {
 } // namespace
 } // namespace plat
 
-HRESULT SHDeviceLockAndPrompt() {
-    plat::HostCall call;
-    return plat::MayGoOn(nullptr, nullptr) ? S_OK : E_ABORT;
-}
+HRESULT SHDeviceLockAndPrompt() { return plat::MayGoOn(nullptr, nullptr) ? S_OK : E_ABORT; }
 
 BOOL VerifyUser(const GUID*, LPCWSTR prompt, HWND owner, DWORD, void*) {
-    plat::HostCall call;
     return plat::MayGoOn(owner, prompt) ? TRUE : FALSE;
 }
 

@@ -1,4 +1,5 @@
 // Threads, their ending, critical sections, slots. Run under the thread sanitizer too.
+#include "Platform/security.h"
 #include "Platform/testing.h"
 #include "Platform/threads.h"
 #include "tests/support/device.h"
@@ -122,6 +123,7 @@ TEST_F(Threads, TerminatesAThreadWhereverItIs) {
     EnterCriticalSection(&taken);
     const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     static std::atomic<unsigned> alive{0}; // outlives a thread that would not end
+    PlatSetLockProvider([](void*, HWND, LPCWSTR) { return ++alive, Sleep(INFINITE), true; }, nullptr);
     struct Place {
         const char* name;
         std::function<void()> stay; // never comes back
@@ -150,6 +152,7 @@ TEST_F(Threads, TerminatesAThreadWhereverItIs) {
              for (;; ++alive) EventModify(never, EVENT_RESET);
          }},
         {"suspension", [&] { ++alive, SuspendThread(GetCurrentThread()); }},
+        {"a prompt of a provider", [] { SHDeviceLockAndPrompt(); }},
     };
     for (const Place& place : places) {
         SCOPED_TRACE(place.name);
