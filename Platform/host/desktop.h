@@ -7,6 +7,7 @@
 #include "Platform/threads.h"
 #include "Platform/windows.h"
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <optional>
@@ -108,6 +109,13 @@ auto WithWindow(HWND window, F read) -> std::optional<decltype(read(std::declval
     return read(*found);
 }
 
+// Places come from settings too: they are kept where no sum of them overflows.
+inline RECT RectAt(LONG x, LONG y, LONG width, LONG height) {
+    static constexpr LONG kFarthest = 1 << 20;
+    const auto near = [](LONG value) { return std::clamp(value, -kFarthest, kFarthest); };
+    const LONG left = near(x), top = near(y);
+    return {left, top, left + near(std::max(width, 0)), top + near(std::max(height, 0))};
+}
 // Frees what notifications among messages carry that nobody will dispatch any more.
 void FreeDropped(const std::vector<MSG>& dropped);
 // A text that may be null.

@@ -175,11 +175,11 @@ std::vector<HWND> TopLevelWindows() {
     return desktop.Find(desktop.root)->children;
 }
 
-bool Enqueue(Desktop& desktop, Queue* queue, const MSG& message, std::shared_ptr<Thread>& receiver) {
-    (void)desktop;
-    if (queue->posted.size() >= kMostPosted) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), false;
-    queue->posted.push_back(message);
-    receiver = queue->thread;
+// Under the desktop's lock.
+bool Enqueue(Queue& queue, const MSG& message, std::shared_ptr<Thread>& receiver) {
+    if (queue.posted.size() >= kMostPosted) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), false;
+    queue.posted.push_back(message);
+    receiver = queue.thread;
     return true;
 }
 
@@ -191,7 +191,7 @@ bool PostToWindow(const MSG& message) {
         const Window* window = desktop.Find(message.hwnd);
         Queue* queue = window ? desktop.FindQueue(window->threadId) : nullptr;
         if (!queue) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), false;
-        if (!Enqueue(desktop, queue, message, receiver)) return false;
+        if (!Enqueue(*queue, message, receiver)) return false;
     }
     receiver->waker.Wake();
     return true;
@@ -202,7 +202,7 @@ bool PostToThread(const std::shared_ptr<Thread>& thread, const MSG& message) {
     {
         Desktop& desktop = TheDesktop();
         std::lock_guard lock(desktop.lock);
-        if (!Enqueue(desktop, &desktop.QueueOf(thread), message, receiver)) return false;
+        if (!Enqueue(desktop.QueueOf(thread), message, receiver)) return false;
     }
     receiver->waker.Wake();
     return true;

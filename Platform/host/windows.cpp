@@ -141,8 +141,7 @@ struct Creation {
 
 RECT PlacedRect(const CREATESTRUCTW& data) {
     const auto given = [](int value) { return value == CW_USEDEFAULT ? 0 : value; };
-    const LONG x = given(data.x), y = given(data.y);
-    return {x, y, x + std::max(given(data.cx), 0), y + std::max(given(data.cy), 0)};
+    return RectAt(given(data.x), given(data.y), given(data.cx), given(data.cy));
 }
 
 // Under the desktop's lock. Null and the error when the class or the parent is none.

@@ -86,6 +86,16 @@ std::optional<bool> ChangeStyle(HWND window, DWORD bit, bool set) {
     });
 }
 
+// `point` of one client area in that of another; false when `asked`, which may not be the screen, is no window.
+bool MovePoint(HWND from, HWND to, HWND asked, POINT* point) {
+    HostCall call;
+    const auto shift = ShiftBetween(from, to);
+    if (!asked) SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    if (!asked || !shift || !point) return false;
+    *point = {point->x + shift->x, point->y + shift->y};
+    return true;
+}
+
 struct Change {
     bool moved = false;
     bool sized = false;
@@ -100,12 +110,12 @@ std::optional<Change> Place(HWND window, HWND after, const RECT& asked, UINT fla
         if (!(flags & SWP_NOZORDER)) PlaceBehind(desktop, *found, after);
         const RECT old = found->rect;
         const bool keepPlace = flags & SWP_NOMOVE, keepSize = flags & SWP_NOSIZE;
-        const LONG x = keepPlace ? old.left : asked.left, y = keepPlace ? old.top : asked.top;
-        const LONG width = keepSize ? old.right - old.left : std::max(asked.right, 0);
-        const LONG height = keepSize ? old.bottom - old.top : std::max(asked.bottom, 0);
-        found->rect = {x, y, x + width, y + height};
-        return Change{x != old.left || y != old.top,
-                      width != old.right - old.left || height != old.bottom - old.top, found->rect};
+        const LONG oldWidth = old.right - old.left, oldHeight = old.bottom - old.top;
+        const RECT now = RectAt(keepPlace ? old.left : asked.left, keepPlace ? old.top : asked.top,
+                                keepSize ? oldWidth : asked.right, keepSize ? oldHeight : asked.bottom);
+        found->rect = now;
+        return Change{now.left != old.left || now.top != old.top,
+                      now.right - now.left != oldWidth || now.bottom - now.top != oldHeight, now};
     });
 }
 
@@ -314,21 +324,8 @@ BOOL GetClientRect(HWND window, RECT* rect) {
     return TRUE;
 }
 
-BOOL ClientToScreen(HWND window, POINT* point) {
-    plat::HostCall call;
-    const auto shift = plat::ShiftBetween(window, nullptr);
-    if (!window || !shift || !point) return FALSE;
-    *point = {point->x + shift->x, point->y + shift->y};
-    return TRUE;
-}
-
-BOOL ScreenToClient(HWND window, POINT* point) {
-    plat::HostCall call;
-    const auto shift = plat::ShiftBetween(nullptr, window);
-    if (!window || !shift || !point) return FALSE;
-    *point = {point->x + shift->x, point->y + shift->y};
-    return TRUE;
-}
+BOOL ClientToScreen(HWND window, POINT* point) { return plat::MovePoint(window, nullptr, window, point); }
+BOOL ScreenToClient(HWND window, POINT* point) { return plat::MovePoint(nullptr, window, window, point); }
 
 int MapWindowPoints(HWND from, HWND to, POINT* points, UINT count) {
     plat::HostCall call;

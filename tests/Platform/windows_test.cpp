@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <limits>
 #include <vector>
 
 using namespace qntest;
@@ -187,6 +188,10 @@ TEST_F(ThreadsWindows, PlacesOrderAndState) {
     POINT points[] = {{0, 0}};
     EXPECT_EQ(MapWindowPoints(b, a, points, 1), MAKELPARAM(10, 10));
     EXPECT_EQ(points[0].x, 10);
+    EXPECT_TRUE(ScreenToClient(b, points));
+    EXPECT_EQ(points[0].y, 10 - 35);
+    EXPECT_FALSE(ClientToScreen(nullptr, points));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_WINDOW_HANDLE);
     EXPECT_EQ(WindowFromPoint({30, 40}), a); // b lies above, but is hidden
     EXPECT_FALSE(ShowWindow(b, SW_SHOW));
     EXPECT_EQ(WindowFromPoint({30, 40}), b);
@@ -210,6 +215,12 @@ TEST_F(ThreadsWindows, PlacesOrderAndState) {
     EXPECT_EQ(t_seen[0].message, WM_ENABLE);
     ShowWindow(top, SW_HIDE);
     EXPECT_FALSE(IsWindowVisible(a));
+    constexpr int kMost = std::numeric_limits<int>::max(); // from a damaged setting
+    EXPECT_TRUE(MoveWindow(top, kMost, -kMost, kMost, kMost, FALSE));
+    EXPECT_TRUE(MoveWindow(a, kMost, kMost, -1, kMost, FALSE));
+    EXPECT_TRUE(GetWindowRect(a, &rect));
+    EXPECT_GT(rect.left, 100'000);
+    EXPECT_EQ(rect.right, rect.left);
     DestroyWindow(top);
 }
 
