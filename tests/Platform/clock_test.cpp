@@ -4,12 +4,14 @@
 #include "Platform/civil.h"
 #include "Platform/host/zonedata.h"
 #include "Platform/modules.h"
+#include "Platform/poom.h"
 #include "Platform/strings.h"
 #include "Platform/testing.h"
 #include "Platform/threads.h"
 #include "Platform/zonerules.h"
 
 #include <gtest/gtest.h>
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -585,9 +587,37 @@ TEST_F(ClockTest, TheCityDatabaseListsZonesFromWestToEast) {
     EXPECT_TRUE(berlin);
     EXPECT_FALSE(byOffset(count(), &row));
     EXPECT_FALSE(byOffset(-1, &row));
+    EXPECT_FALSE(byValue(static_cast<DWORD>(count()), nullptr));
     release();
     EXPECT_EQ(count(), 0);
     FreeLibrary(module);
+}
+
+// The object model numbers the same rows from 1; 0 is the device's own zone.
+TEST_F(ClockTest, ZonesByNumberAreTheRowsOfTheCityDatabase) {
+    PlatSetLocale("en_US");
+    SetUtc(At(2024, 7, 1));
+    PlatSetTimeZoneByName("Asia/Tokyo");
+    void* object = nullptr;
+    ASSERT_EQ(CoCreateInstance(CLSID_Application, nullptr, 0, IID_IPOutlookApp2, &object), S_OK);
+    auto* app = static_cast<IPOutlookApp2*>(object);
+    TIME_ZONE_INFORMATION zone{};
+    EXPECT_EQ(app->GetTimeZoneInformationFromIndex(0, &zone), S_OK);
+    EXPECT_EQ(zone.Bias, -540);
+    std::vector<LONG> biases;
+    int berlin = 0;
+    for (int index = 1; app->GetTimeZoneInformationFromIndex(index, &zone) == S_OK; ++index) {
+        biases.push_back(zone.Bias);
+        const bool named = Narrow(zone.StandardName) == "Central European Standard Time" && zone.Bias == -60;
+        if (named && Rule(zone.DaylightDate) == "3/0.5 2:00:00.000") ++berlin;
+    }
+    EXPECT_GT(biases.size(), 100u);
+    EXPECT_TRUE(std::is_sorted(biases.rbegin(), biases.rend())) << "west first";
+    EXPECT_GT(berlin, 0);
+    PlatRegisterModule({.name = u"citydb.dll", .untilReset = true}); // a database that has no entries
+    EXPECT_EQ(app->GetTimeZoneInformationFromIndex(1, &zone), E_INVALIDARG);
+    EXPECT_TRUE(PlatUnregisterModule(u"citydb.dll"));
+    app->Release();
 }
 
 } // namespace
