@@ -85,8 +85,9 @@ void CRegistry::SetClosed() { m_hKey = kClosed; }
 // memory.
 void CRegistry::ReleaseFile() {
     if (!m_pFile) return;
-    SaveINIFile(false);
+    // Over both: of two objects that go at once one must see that it is the last.
     CeSectionLock lock(s_textStores);
+    SaveINIFile(false);
     if (!m_own) --m_pFile->m_nRefs;
     m_pFile = nullptr;
     m_own.reset();
@@ -355,7 +356,7 @@ LONG CRegistry::QueryValue(const WCHAR* name, WCHAR* buffer, DWORD size, bool bW
     if (m_hKey == kClosed) return kFailure;
     const LONG result =
         OnText() ? QueryTextString(name, buffer, size) : QueryPlatformString(name, buffer, size);
-    if (result < 0 && bWriteBack && buffer && buffer[0]) SetValue(name, buffer);
+    if (result < 0 && bWriteBack && buffer) SetValue(name, buffer);
     return result;
 }
 

@@ -64,7 +64,7 @@ public:
     LONG DeleteKey(HKEY root, const WCHAR* key);
 
     // A null or empty name is the default value of the key. With bWriteBack a read that fails writes what the variable
-    // holds, if it is not 0 or empty.
+    // holds: a number if it is not 0, a text in any case.
     LONG QueryValue(const WCHAR* name, DWORD* value, bool bWriteBack = false);
     LONG QueryValue(const WCHAR* name, LONG* value, bool bWriteBack = false);
     // A string of at most `size` characters, terminator included. Size 0: on the platform registry 200; on the text store

@@ -4,8 +4,11 @@
 #include "tests/support/devicefiles.h"
 
 #include <array>
+#include <atomic>
+#include <cstdio>
 #include <memory>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -109,14 +112,17 @@ TEST_P(BothStores, WriteBackStoresWhatTheVariableHolds) {
     DWORD number = 0;
     std::array<WCHAR, 8> text = {};
     EXPECT_LT(reg->QueryValue(u"n", &number, true), 0);
+    EXPECT_EQ(reg->ValueCount(), 0); // a 0 isn't worth it
     EXPECT_LT(reg->QueryValue(u"s", text.data(), 8, true), 0);
-    EXPECT_EQ(reg->ValueCount(), 0); // 0 and empty aren't worth it
+    EXPECT_EQ(reg->QueryValue(u"s", text.data(), 8), 0); // an empty text is
     number = 3;
     text = {u'x', 0};
     EXPECT_LT(reg->QueryValue(u"n", &number, true), 0);
-    EXPECT_LT(reg->QueryValue(u"s", text.data(), 8, true), 0);
+    EXPECT_LT(reg->QueryValue(u"t", text.data(), 8, true), 0);
+    text = {};
     EXPECT_EQ(reg->QueryValue(u"n", &number), 0);
-    EXPECT_EQ(reg->QueryValue(u"s", text.data(), 8), 0);
+    EXPECT_EQ(reg->QueryValue(u"t", text.data(), 8), 0);
+    EXPECT_EQ(std::u16string(text.data()), u"x");
     EXPECT_EQ(number, 3u);
     DWORD a = 9, b = 9;
     QNREG rows[] = {{u"n", &a, 1}, {u"missing", &b, 2}};
@@ -222,6 +228,29 @@ TEST_F(CRegistryTest, ACachedFileIsSharedAndSavedByTheLast) {
     third.OpenKey(HKEY_CURRENT_USER, u"A");
     EXPECT_EQ(third.QueryValue(u"n", &number), 0);
     EXPECT_EQ(number, 1u); // memory, not disk
+}
+
+// Whoever of two goes last saves, also when they go at once.
+class ThreadsSettings : public CRegistryTest {};
+
+TEST_F(ThreadsSettings, ObjectsThatGoAtOnceLoseNothing) {
+    for (int round = 1; round <= 200; ++round) {
+        std::atomic<int> coming{2};
+        const auto change = [&](const WCHAR* name) {
+            CRegistry settings(kRegistryText, u"\\together.reg");
+            settings.OpenKey(HKEY_CURRENT_USER, kKey);
+            settings.SetValue(name, static_cast<DWORD>(round));
+            for (--coming; coming > 0;) {} // so that both go in the same moment
+        };
+        std::thread other(change, u"a");
+        change(u"b");
+        other.join();
+        char number[16];
+        std::snprintf(number, sizeof number, "dword:%08X", static_cast<unsigned>(round));
+        const std::string saved = Narrow(Get("together.reg"));
+        for (const char* name : {"\"a\"=", "\"b\"="})
+            ASSERT_NE(saved.find(std::string(name) + number), std::string::npos) << round;
+    }
 }
 
 // An open key is a section's index: what other objects delete or merge must not turn it into another key.
