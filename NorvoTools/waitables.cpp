@@ -20,7 +20,10 @@ DWORD CeWaitableHandle::WaitFor(DWORD milliseconds) const {
     if (milliseconds != INFINITE) return WaitForSingleObject(Get(), milliseconds);
     // In slices: the handle is read anew each time, so the waiter goes when another thread has closed it.
     while (HANDLE handle = Get()) {
-        if (WaitForSingleObject(handle, kWaitSlice) == WAIT_OBJECT_0) break;
+        const DWORD result = WaitForSingleObject(handle, kWaitSlice);
+        if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED)
+            return result;                                           // an abandoned mutex is held now
+        if (result == WAIT_FAILED && Get() == handle) return result; // it can't ever be signalled
     }
     return WAIT_OBJECT_0;
 }

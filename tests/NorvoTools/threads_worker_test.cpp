@@ -303,6 +303,22 @@ TEST_F(ThreadsTest, AMutexIsHeldByOneThread) {
     EXPECT_EQ(result, WAIT_OBJECT_0); // one release was enough
 }
 
+TEST_F(ThreadsTest, AMutexThatItsHolderLeftBehindIsHeldOnce) {
+    for (DWORD timeout : {INFINITE, DWORD{10000}}) {
+        CeMutex left;
+        std::thread([&] { EXPECT_EQ(left.Create(u"WorkerTestLeft", 0, false), WAIT_OBJECT_0); }).join();
+        CeMutex mine;
+        EXPECT_EQ(mine.Create(u"WorkerTestLeft", timeout, false), WAIT_ABANDONED);
+        mine.Release();
+        std::thread([] {
+            CeMutex theirs;
+            EXPECT_EQ(theirs.Create(u"WorkerTestLeft", 0, false), WAIT_OBJECT_0);
+        }).join();
+    }
+    const CeWaitableHandle none(INVALID_HANDLE_VALUE);
+    EXPECT_EQ(none.WaitFor(INFINITE), WAIT_FAILED); // and doesn't wait for ever
+}
+
 TEST_F(ThreadsTest, SectionsAreRecursiveAndLeftByAnyone) {
     CeCriticalSection section;
     EXPECT_TRUE(section.TryLock());
