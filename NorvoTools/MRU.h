@@ -18,11 +18,13 @@ extern "C" {
 QN_API void MRUSave(const WCHAR* name, const WCHAR* text);
 
 // Frees the former array and gives a new one of one element: the entry that stands second in the list, or an empty string
-// when the list is empty; the count stays as it was then. Free it with CleanupMRUStrings.
+// when the list is empty; the count stays as it was then. Begin with a null array and the count 0, and free it with
+// CleanupMRUStrings.
 QN_API void MRUStrings(const WCHAR* name, WCHAR*** strings, DWORD* count);
 QN_API void CleanupMRUStrings(WCHAR*** strings, DWORD count);
 
-// Fills a control (the window, or its child `id`), a menu (given as `window`; identifiers from `id` on) or the caller's
-// list. With bCheckFiles the entries are paths, and one whose file is gone leaves the list for good.
+// Fills a list box or combo box (the window, or its child `id`; shown when the list has entries), a menu (given as
+// `window`; the identifiers are `id` plus the place in the list) or the caller's list. With bCheckFiles the entries are
+// paths, and one whose file is gone leaves the list for good.
 QN_API void MRU(HWND window, const WCHAR* name, int id, MruTarget mode, bool bCheckFiles, CeStrList<>* list);
 }

@@ -1,5 +1,6 @@
 #include "NorvoTools/CRegistry.h"
 #include "NorvoTools/MRU.h"
+#include "Platform/windows.h"
 #include "tests/support/devicefiles.h"
 
 #include <string>
@@ -49,6 +50,84 @@ TEST_F(MruTest, FilesThatAreGoneLeaveTheList) {
     MRUSave(u"L", u"\\gone.txt");
     EXPECT_EQ(List(true), "\\here.txt|");
     EXPECT_EQ(List(false), "\\here.txt|");
+}
+
+std::u16string s_lines; // what the control holds
+
+LRESULT ControlProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    const auto* text = reinterpret_cast<const WCHAR*>(lParam);
+    switch (message) {
+    case 384: // LB_ADDSTRING
+        return s_lines += std::u16string(u"list ") + text + u"|", 0;
+    case 323: // CB_ADDSTRING
+        return s_lines += std::u16string(u"combo ") + text + u"|", 0;
+    case 331: // CB_RESETCONTENT
+        return s_lines.clear(), 0;
+    default:
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+}
+
+TEST_F(MruTest, ControlsAreFilledAndShown) {
+    constexpr int kId = 7;
+    WNDCLASSW known = {};
+    known.lpfnWndProc = &ControlProc;
+    known.lpszClassName = u"MruControl";
+    RegisterClassW(&known);
+    const HWND dialog =
+        CreateWindowExW(0, u"MruControl", u"", 0, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
+    const HWND child = CreateWindowExW(0, u"MruControl", u"", WS_CHILD, 0, 0, 9, 9, dialog,
+                                       reinterpret_cast<HMENU>(LONG_PTR{kId}), nullptr, nullptr);
+    const struct {
+        HWND window;
+        int id;
+        MruTarget mode;
+        HWND filled;
+        const WCHAR* lines; // of lists that held "old" before
+    } cases[] = {{dialog, kId, MruTarget::ListBox, child, u"old|list b|list a|"},
+                 {dialog, kId, MruTarget::ComboBox, child, u"combo b|combo a|"},
+                 {dialog, 99, MruTarget::ListBox, dialog, u"old|list b|list a|"}, // no such child
+                 {child, 0, MruTarget::ComboBox, child, u"combo b|combo a|"}};
+    const auto fill = [](const auto& c) {
+        s_lines = u"old|";
+        ShowWindow(c.filled, SW_HIDE);
+        MRU(c.window, u"L", c.id, c.mode, false, nullptr);
+        return (GetWindowLongW(c.filled, GWL_STYLE) & WS_VISIBLE) != 0;
+    };
+    for (const auto& c : cases) { // without entries nothing is shown; a combo box is emptied all the same
+        EXPECT_FALSE(fill(c));
+        EXPECT_EQ(s_lines, c.mode == MruTarget::ComboBox ? u"" : u"old|");
+    }
+    MRUSave(u"L", u"a");
+    MRUSave(u"L", u"b");
+    for (const auto& c : cases) {
+        EXPECT_TRUE(fill(c));
+        EXPECT_EQ(s_lines, c.lines);
+    }
+    DestroyWindow(dialog);
+}
+
+TEST_F(MruTest, MenusGetTheIdentifiersOfTheirPlaces) {
+    Put("a.txt", "x");
+    Put("c.txt", "x");
+    for (const WCHAR* file : {u"\\a.txt", u"\\b.txt", u"\\c.txt"}) MRUSave(u"L", file);
+    const HMENU menu = CreatePopupMenu();
+    AppendMenuW(menu, 0, 5, u"first");
+    MRU(reinterpret_cast<HWND>(menu), u"L", 100, MruTarget::Menu, true, nullptr);
+    ASSERT_EQ(GetMenuItemCount(menu), 3); // b.txt is gone, and keeps its place
+    WCHAR text[20] = {};
+    MENUITEMINFOW info = {};
+    info.cbSize = sizeof info;
+    info.fMask = MIIM_TYPE;
+    info.dwTypeData = text;
+    for (const auto& [position, id, file] :
+         {std::tuple{1, 100U, u"\\c.txt"}, std::tuple{2, 102U, u"\\a.txt"}}) {
+        EXPECT_EQ(GetMenuItemID(menu, position), id);
+        info.cch = 20;
+        EXPECT_TRUE(GetMenuItemInfoW(menu, static_cast<UINT>(position), TRUE, &info));
+        EXPECT_EQ(std::u16string(text), file);
+    }
+    DestroyMenu(menu);
 }
 
 TEST_F(MruTest, StringsReadsTheSecondEntryOnly) {
