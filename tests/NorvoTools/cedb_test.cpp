@@ -4,6 +4,7 @@
 #include "NorvoTools/paths.h"
 #include "NorvoTools/registryfunctions.h"
 #include "Platform/memory.h"
+#include "Platform/strings.h"
 #include "Platform/threads.h"
 #include "tests/support/devicefiles.h"
 
@@ -129,7 +130,7 @@ TEST_F(CeDbTest, MountsOnceAndSharesByCopy) {
     EXPECT_FALSE(db.MountVolume(u"\\none.vol")); // the old form doesn't make one
     EXPECT_FALSE(db.MountVolume(nullptr, nullptr, true));
     MakeDatabase(db);
-    EXPECT_TRUE(db.MountVolumeEDB(u"\\t.vol", false));
+    EXPECT_TRUE(db.MountVolumeEDB(u"\\t.vol", false)); // mounted already: no second reference
     CeDb copy;
     ASSERT_TRUE(copy.MountVolume(&db, nullptr, false));
     EXPECT_TRUE(copy.MatchDatabaseGUID(db.m_guid));
@@ -137,7 +138,9 @@ TEST_F(CeDbTest, MountsOnceAndSharesByCopy) {
     ASSERT_TRUE(copy.Open(u"Things", kNumber)); // closes the shared session; the other database goes on
     EXPECT_EQ(Walk(copy), "1 ");
     EXPECT_EQ(Walk(db), "1 ");
+    CEGUID guid = db.m_guid;
     EXPECT_TRUE(db.UnMountVolume());
+    EXPECT_FALSE(CeUnmountDBVol(&guid));
     EXPECT_FALSE(db.IsMounted());
     EXPECT_FALSE(db.UnMountVolume());
 }
@@ -197,8 +200,43 @@ TEST_F(CeDbTest, MakingAndDeletingDatabases) {
     EXPECT_EQ(db.AddDatabaseProps(0, 1, &prop), 0u); // of the open database, which is closed for it
     EXPECT_FALSE(db.IsOpen());
     ASSERT_TRUE(db.Open(u"Old"));
+    const CEOID oid = db.m_oid;
+    EXPECT_EQ(db.RemoveDatabaseProps(0, 1, &prop.propid), 0u);
+    EXPECT_EQ(db.AddDatabaseProps(999999, 1, &prop), 2u); // none is open: the one that is named
+    CEDBASEINFOEX info = {};
+    info.dwFlags = CEDB_VALIDNAME;
+    wcscpy(info.szDbaseName, u"New");
+    ASSERT_TRUE(db.Open(u"Old"));
+    EXPECT_TRUE(db.SetInfo(0, &info));
+    EXPECT_FALSE(db.IsOpen());
+    wcscpy(info.szDbaseName, u"Newer");
+    EXPECT_TRUE(db.SetInfo(oid, &info));
+    ASSERT_TRUE(db.Open(u"Newer"));
+    EXPECT_EQ(db.m_oid, oid);
     EXPECT_TRUE(db.Delete());
-    EXPECT_FALSE(db.Open(u"Old"));
+    EXPECT_FALSE(db.Open(u"Newer"));
+}
+
+TEST_F(CeDbTest, TheWindowOfTheOpeningIsAskedFor) {
+    const auto window = reinterpret_cast<HWND>(LONG_PTR{0x1234});
+    CeDb db;
+    MakeDatabase(db);
+    EXPECT_EQ(db.GetNotificationRequest(), nullptr);
+    for (bool session : {true, false}) {
+        ASSERT_TRUE(session ? db.OpenEDB(0, u"Things", nullptr, 0, window)
+                            : db.OpenCEDB(0, u"Things", nullptr, 0, window));
+        const CENOTIFYREQUEST* request = db.GetNotificationRequest();
+        ASSERT_NE(request, nullptr);
+        EXPECT_EQ(request->dwSize, 20u);
+        EXPECT_EQ(request->hwnd, window);
+        EXPECT_EQ(request->dwFlags, 1u);
+        EXPECT_EQ(request->dwParam, session ? reinterpret_cast<ULONG_PTR>(&db) : 0);
+    }
+    auto* own = new CENOTIFYREQUEST{20, window, CEDB_EXNOTIFICATION, nullptr, 5};
+    ASSERT_TRUE(db.OpenEDB(0, u"Things", nullptr, 0, window, own)); // the object's from here on
+    EXPECT_EQ(db.GetNotificationRequest(), own);
+    db.Close();
+    EXPECT_EQ(db.GetNotificationRequest(), nullptr);
 }
 
 TEST_F(CeDbTest, TheSuiteVolumeIsChosenOnce) {
