@@ -9,7 +9,8 @@
 #include "QNTools/QNTools.h"
 #include "tests/support/devicefiles.h"
 
-#include <array>
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -80,11 +81,6 @@ protected:
     static void SetValue(const WCHAR* name, const WCHAR* text) {
         SetToRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, name, text);
     }
-    static std::u16string Value(const WCHAR* name) {
-        WCHAR text[kPathValueChars] = {};
-        GetFromRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, name, text, kPathValueChars);
-        return text;
-    }
     static std::u16string Boxes() {
         std::u16string all;
         for (const auto& box : PlatTakeMessageBoxes()) all += box.text + u"|";
@@ -147,6 +143,20 @@ TEST_F(Frame, AGivenSessionIsTheLibrarys) {
     EXPECT_EQ(1, ended);
 }
 
+// The detach takes the library down when the application has forgotten it.
+TEST_F(Frame, TheEndOfTheProcessTakesItDown) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own, attached anew
+    struct Telling final : COutlook {
+        ~Telling() override { std::fputs("session ended", stderr); }
+    };
+    const auto forget = [this] {
+        InitQNTools(new Telling, true);
+        std::filesystem::remove_all(m_folder);
+        std::exit(0);
+    };
+    EXPECT_EXIT(forget(), testing::ExitedWithCode(0), "session ended");
+}
+
 TEST_F(Frame, BringingItUpDoesNotLogOn) {
     static int logons;
     logons = 0;
@@ -158,50 +168,7 @@ TEST_F(Frame, BringingItUpDoesNotLogOn) {
     EXPECT_EQ(0, logons);
 }
 
-// --- Folders --------------------------------------------------------------------------------------------------------
-
-TEST_F(Frame, SuiteDirectory) {
-    const struct {
-        const char* what;
-        const WCHAR* norvoFolder;
-        const WCHAR* installDir;
-        const WCHAR* directory;
-    } cases[] = {
-        {"neither", nullptr, nullptr, kBuiltIn},
-        {"the stored folder is there", u"\\Here", u"\\Card", u"\\Here"},
-        {"the stored folder is gone", u"\\Gone", u"\\Card", u"\\Card"},
-        {"gone, and nothing else", u"\\Gone", nullptr, kBuiltIn},
-        {"empty", u"", u"\\Card", u"\\Card"},
-    };
-    Put("Here/file", "x");
-    for (const auto& c : cases) {
-        for (const WCHAR* name : {u"Norvo_Folder", u"InstallDir"})
-            DeleteRegistryValue(HKEY_CURRENT_USER, kSuiteKey, name);
-        if (c.norvoFolder) SetValue(u"Norvo_Folder", c.norvoFolder);
-        if (c.installDir) SetValue(u"InstallDir", c.installDir);
-        FreeNorvoDirectory();
-        EXPECT_EQ(std::u16string(c.directory), GetNorvoDirectory()) << c.what;
-        EXPECT_EQ(c.directory, Value(u"Norvo_Folder")) << c.what;
-    }
-}
-
-TEST_F(Frame, PathsOfResourcesAndHelpers) {
-    std::array<WCHAR, kPathValueChars> buffer{};
-    EXPECT_EQ(buffer.data(), GetResourcesPath(buffer.data()));
-    EXPECT_EQ(u"\\WINDOWS\\QNResources.dll", std::u16string(buffer.data()));
-    SetValue(u"ResourcesLoc", u"\\Card\\Own.dll");
-    EXPECT_EQ(nullptr, GetResourcesPath(buffer.data())); // the value stands in the buffer all the same
-    EXPECT_EQ(u"\\Card\\Own.dll", std::u16string(buffer.data()));
-    const auto utils = [&] {
-        GetQNUtilsPath(buffer.data());
-        return std::u16string(buffer.data());
-    };
-    EXPECT_EQ(u"\\WINDOWS", utils());
-    SetValue(u"UtilsInstallDir", u"");
-    EXPECT_EQ(u"\\WINDOWS", utils());
-    SetValue(u"UtilsInstallDir", u"\\Card\\Tools");
-    EXPECT_EQ(u"\\Card\\Tools", utils());
-}
+// --- Resources --------------------------------------------------------------------------------------------------------
 
 TEST_F(Frame, MissingResourcesAreToldAndDoNotStopTheStart) {
     SetValue(u"ResourcesLoc", u"\\WINDOWS\\NoSuch.dll");
