@@ -57,7 +57,7 @@ public:
     CEUSER GetUser() const { return m_dwUser; }
     void SetUser(CEUSER user) { m_dwUser = user; }
 
-    // Index ranges that are kept in step with removals: the range that holds a removed position gets shorter, later ones
+    // Index ranges that are kept in step with removals: the range that holds a removed position is shortened, later ones
     // move down. When one becomes empty, the user value of the ranges list is set to 1.
     void SetRanges(std::unique_ptr<CeList<CeIndexRange>> ranges);
     CeList<CeIndexRange>* GetRanges() const { return m_pRanges.get(); }
@@ -173,7 +173,7 @@ public:
     // must not change: middle pivot, copied out, swapping of elements.
     void Sort(bool bAscending = true);
 
-    // --- Walking; adding and removing other elements meanwhile is allowed ---------------------------------------------
+    // --- Walking; adding and removing other elements meanwhile is allowed --------------------------------------------
     template<class Value, class NodeType>
     class Walker {
     public:
@@ -302,7 +302,7 @@ void CeList<T>::Sort(bool bAscending) {
 }
 
 // One pass of the two cursors, which move by links while the elements are swapped between the nodes. Gives what is left
-// of the right cursor and what is right of the left one. A cursor never leaves the partition, whatever the callback says.
+// of the right cursor and what is right of the left one. No cursor leaves the partition, whatever the callback says.
 template<class T>
 auto CeList<T>::Divide(const Partition& whole, bool bAscending) -> std::pair<Partition, Partition> {
     Links* middle = whole.pLow;

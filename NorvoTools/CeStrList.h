@@ -34,7 +34,7 @@ enum CeStrCompareMode {
 QN_API void* CeCopyForMode(int nCopyMode, const void* element); // null when memory ran out
 QN_API void CeDeleteForMode(int nCopyMode, void* element);
 QN_API int CeCompareForMode(int nCompareMode, const void* a, const void* b);
-// The bytes of a text with its terminator; or a text, copied as the mode says, from bytes, which need not be terminated.
+// The bytes of a text with its terminator; or a text, copied as the mode says, from bytes that need no terminator.
 // An empty run of bytes is a null element. False when memory ran out, and in a mode that would not free the text.
 QN_API bool CeDescribeForMode(int nCopyMode, void** element, CeElementBytes* bytes);
 

@@ -1,7 +1,7 @@
 // Free string functions on plain pointers. They keep no state: any thread may call them.
 //
 // A WCHAR* result is a new block of the C heap that the caller frees (free), unless the function says otherwise; null
-// when memory ran out. A null argument is allowed everywhere and gives what is told.
+// when memory ran out. A null argument is allowed everywhere but in StringBuilder, and gives what is told.
 #pragma once
 
 #include "Platform/types.h"
@@ -57,7 +57,7 @@ QN_API int SubStrCount(const WCHAR* s, WCHAR ch);
 // The n-th delimiter, counted from 1, in s; or null.
 QN_API WCHAR* GetDelimeterPtr(const WCHAR* s, int n, WCHAR ch);
 QN_API char* GetDelimeterPtrA(const char* s, int n, char ch);
-// The n-th field, counted from 1. Without any delimiter field 1 is the whole and any other null. Bound n by SubStrCount.
+// The n-th field, counted from 1; null behind the last (bound n by SubStrCount). Without a delimiter 1 is the whole.
 QN_API WCHAR* SubStr(const WCHAR* s, int n, WCHAR ch);
 QN_API char* SubStrA(const char* s, int n, char ch);
 // Every field, empty ones kept, in a new list (delete it) of base 0 that owns its texts and compares without case.

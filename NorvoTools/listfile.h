@@ -6,7 +6,7 @@
 // All numbers are little-endian. A null element has length 0. Elements are read up to the end of the file, whatever the
 // count says. The list needs a describe callback: CeStrList has one, a list of numbers takes CeDescribeNumber.
 //
-// No state; the list belongs to its caller. A file is replaced in one step, so a reader sees the old one or the new one.
+// No state; the list belongs to its caller. A file is replaced in one step, so a reader sees the old or the new one.
 #pragma once
 
 #include "NorvoTools/CeList.h"

@@ -1,5 +1,6 @@
 #include "NorvoTools/CeString.h"
 #include "NorvoTools/CStr.h"
+#include "NorvoTools/CTempString.h"
 
 #include "Platform/memory.h"
 #include "Platform/modules.h"
@@ -7,6 +8,7 @@
 #include "Platform/windows.h"
 #include "tests/support/device.h"
 
+#include <algorithm>
 #include <memory>
 #include <thread>
 
@@ -383,6 +385,13 @@ TEST(CstrTest, BlocksOfAPrivateHeapDieWithIt) {
     EXPECT_EQ(u"second!", std::u16string(c));
     EXPECT_EQ(u"first", std::u16string(old)); // not freed one by one
     EXPECT_TRUE(HeapDestroy(heap));
+}
+
+TEST(CstrTest, ScratchBuffersStartZeroed) {
+    CTempString scratch(6);
+    EXPECT_EQ(0, std::count_if(&scratch[0], &scratch[0] + 6, [](WCHAR c) { return c != 0; }));
+    wcscpy(scratch, u"12345");
+    EXPECT_EQ(u"12345", std::u16string(scratch));
 }
 
 TEST(CstrTest, OwnerSharesTheEmptyBlock) {
