@@ -39,7 +39,7 @@ struct PlatModuleResource {
 };
 // Everything pointed to belongs to the caller and must stay for the life of the process.
 struct PlatModule {
-    const WCHAR* name; // "QNResources.dll"
+    const WCHAR* name; // "QNResources.dll"; null: what the application itself brings
     const PlatModuleEntry* entries = nullptr;
     std::size_t entryCount = 0;
     const PlatStringTable* languages = nullptr;

@@ -83,6 +83,8 @@ struct ModuleTable::Module {
     bool isRegistered = false;
     bool untilReset = false;
 
+    bool IsApplication() const { return key.empty(); }
+
     // In the device's language, as near as there is one.
     const PlatModuleString* FindText(UINT id) const {
         if (languages.empty()) return nullptr;
@@ -98,7 +100,6 @@ struct ModuleTable::Module {
 ModuleTable::ModuleTable() {
     auto application = std::make_unique<Module>();
     application->isRegistered = true;
-    m_application = application.get();
     m_modules.push_back(std::move(application));
 }
 
@@ -124,10 +125,18 @@ ModuleTable::Module* ModuleTable::FindByKey(const std::u16string& key) {
     return key.empty() || found == m_modules.rend() ? nullptr : found->get();
 }
 
+const ModuleTable::Module* ModuleTable::Application() const {
+    const auto found = std::find_if(m_modules.rbegin(), m_modules.rend(),
+                                    [](const auto& module) { return module->IsApplication(); });
+    return found->get(); // the first of all is one
+}
+
 HINSTANCE ModuleTable::Register(const PlatModule& source) {
     auto module = std::make_unique<Module>();
-    module->key = ModuleKey(source.name);
-    module->name = source.name;
+    if (source.name) {
+        module->key = ModuleKey(source.name);
+        module->name = source.name;
+    }
     module->entries.assign(source.entries, source.entries + source.entryCount);
     module->resources.assign(source.resources, source.resources + source.resourceCount);
     module->isRegistered = true;
@@ -212,15 +221,15 @@ bool ModuleTable::Free(HINSTANCE handle) {
 
 HINSTANCE ModuleTable::Loaded(LPCWSTR name) {
     std::lock_guard lock(m_mutex);
-    const Module* module = name ? FindByKey(ModuleKey(name)) : m_application;
+    const Module* module = name ? FindByKey(ModuleKey(name)) : Application();
     return module ? HandleOf(module) : nullptr;
 }
 
 bool ModuleTable::Path(HINSTANCE handle, std::u16string& path) {
     std::lock_guard lock(m_mutex);
-    const Module* module = handle ? Find(handle) : m_application;
+    const Module* module = handle ? Find(handle) : Application();
     if (!module) return false;
-    path = module == m_application ? ApplicationPath() : std::u16string(kModuleFolder) + module->name;
+    path = module->IsApplication() ? ApplicationPath() : std::u16string(kModuleFolder) + module->name;
     return true;
 }
 

@@ -40,11 +40,11 @@ private:
     static HINSTANCE HandleOf(const Module* module);
     Module* Find(HINSTANCE handle);
     Module* FindByKey(const std::u16string& key);
+    const Module* Application() const;
     HINSTANCE AddLibrary(const std::u16string& key, std::u16string name, void* library);
 
     std::mutex m_mutex;
     std::vector<std::unique_ptr<Module>> m_modules; // in the order they came
-    const Module* m_application = nullptr;
 };
 
 } // namespace plat

@@ -333,7 +333,14 @@ TEST_F(CeStringResourceTest, StringsComeFromTheModule) {
     EXPECT_FALSE(missing.LoadStringW(9, handle));
     EXPECT_TRUE(missing.IsEmpty());
     // A small number as a pointer is asked of the application, never followed.
-    EXPECT_TRUE(CeString(reinterpret_cast<const WCHAR*>(ULONG_PTR{65535})).IsEmpty());
+    auto asText = [](ULONG_PTR number) { return Text(CeString(reinterpret_cast<const WCHAR*>(number))); };
+    EXPECT_EQ(u"", asText(7));
+    module.name = nullptr;
+    PlatRegisterModule(module);
+    EXPECT_EQ(u"seven", asText(7));
+    EXPECT_EQ(u"", asText(65535));
+    PlatResetForTests();
+    EXPECT_EQ(u"", asText(7));
 }
 
 TEST_F(CeStringResourceTest, WindowTexts) {
