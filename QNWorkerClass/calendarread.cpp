@@ -17,8 +17,6 @@ constexpr WCHAR kAppointments[] = u"Appointments Database";
 constexpr CEPROPID kStartProperty = 0x10420040;
 constexpr CEPROPID kPatternStream = 0x203F0064;
 constexpr CEPROPID kNoteStream = 0x001E0064;
-constexpr CEPROPID kLinkKey = 0x00010003;
-constexpr CEPROPID kJournalKey = 0x002E0003;
 
 // The properties of a record by their place in the list that is read.
 enum Appointment : int {
@@ -193,6 +191,7 @@ bool CCalendarThread::PassesFirstFilters() {
 }
 
 void CCalendarThread::ReadPattern() {
+    FreePattern(); // what a terminated run left
     if (const CEBLOB* inRow = m_pDbRecord->BlobAt(kPatternInRow)) {
         m_pPattern = inRow->lpb;
         m_cbPattern = inRow->dwCount;
@@ -287,15 +286,14 @@ bool CCalendarThread::fReadRestOfRecord() {
     record.m_szCategories = CategoryFromEDB(record.m_oid);
     record.m_bHasNote = m_bShowHasNote && !IsNoteEmpty(m_pDb.get(), kNoteStream);
     record.m_szIcon = IconStrFromEDB(record.m_oid);
-    bool isFloat = m_szFloatCat[0] && wcscmp(record.m_szCategories, m_szFloatCat) == 0;
-    if (isFloat)
+    if (IsFloat())
         CutFloatText();
     else if (record.m_bAllDay && record.m_wRecurType == kRecurYearly &&
              record.m_wPatternType == kPatternDay && GetCalendarOverlays().pfnRecognise)
         GetCalendarOverlays().pfnRecognise(*this, record);
     if (!PassesSecondFilters()) return false;
-    record.m_bHasLink = m_pDbLinks && SeekKey(m_pDbLinks.get(), kLinkKey, record.m_oid);
-    record.m_bHasJournalLink = m_pDbJournal && SeekKey(m_pDbJournal.get(), kJournalKey, record.m_oid);
+    record.m_bHasLink = HasLink(record.m_oid);
+    record.m_bHasJournalLink = HasJournalLink(record.m_oid);
     return true;
 }
 
@@ -304,9 +302,15 @@ bool CCalendarThread::IsAppointmentToBeDisplayed(const WCHAR* subject) const {
 }
 
 // A floating item carries its rank before the subject: D or W, one more character, then digits and blanks.
+bool CCalendarThread::IsFloat() const {
+    const WCHAR rank = m_pRecord->m_bstrSubject[0];
+    return m_szFloatCat[0] && (rank == u'D' || rank == u'W') &&
+           wcscmp(m_pRecord->m_szCategories, m_szFloatCat) == 0;
+}
+
 void CCalendarThread::CutFloatText() {
     BSTR& subject = m_pRecord->m_bstrSubject;
-    if ((subject[0] != u'D' && subject[0] != u'W') || subject[1] == 0) return;
+    if (subject[1] == 0) return;
     const WCHAR* rest = subject + 2;
     while ((*rest >= u'0' && *rest <= u'9') || *rest == u' ') ++rest;
     if (*rest == 0) return;

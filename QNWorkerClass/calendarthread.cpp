@@ -27,11 +27,14 @@ FILETIME FileTimeOfVariant(double variant) {
 // The load's lock. When the worker holds it, PostKill must know: a terminated thread can't leave it.
 class CCalendarThread::DataHold {
 public:
-    explicit DataHold(CCalendarThread& thread) : m_thread(thread), m_bHeld(thread.m_csData.TryLock()) {
+    explicit DataHold(CCalendarThread& thread) : m_thread(thread) {
+        PlatUnended unended; // held and known to be, or neither
+        m_bHeld = thread.m_csData.TryLock();
         if (m_bHeld && GetCurrentThreadId() == thread.GetId()) thread.m_bHoldsData = true;
     }
     ~DataHold() {
         if (!m_bHeld) return;
+        PlatUnended unended;
         m_thread.m_bHoldsData = false;
         m_thread.m_csData.Leave();
     }

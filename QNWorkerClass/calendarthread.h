@@ -131,6 +131,7 @@ protected:
     bool ReadStart();
     void ReadEventZone();
     LONGLONG AllDayStart(LONGLONG utc);
+    bool IsFloat() const;
     void CutFloatText();
     bool PassesSecondFilters() const;
     void FreePattern();
@@ -245,13 +246,14 @@ protected:
     LONG m_nFilterPrivacy = -1;
     LONG m_bDisplayCompletedAppointments = 1;
     LONG m_bShowInProgressTasksToday = 0;
-    LONG m_nSingleIfEndsEarly =
-        0; // an hour: an overnight item that ends before it has no line on its last morning
-    WCHAR m_szAnnCatName[64] = {}; // lower case, as the next
-    WCHAR m_szBDayCatName[64] = {};
-    WCHAR m_szHolidayCatName[64] = {};
-    WCHAR m_szHolidaySubName[64] = {};
-    WCHAR m_szFloatCat[64] = {};
+    // An hour: an overnight item that ends before it has no line on its last morning.
+    LONG m_nSingleIfEndsEarly = 0;
+    static constexpr std::size_t kSettingText = 200; // a longer one is no setting
+    WCHAR m_szAnnCatName[kSettingText] = {};         // lower case, as the next
+    WCHAR m_szBDayCatName[kSettingText] = {};
+    WCHAR m_szHolidayCatName[kSettingText] = {};
+    WCHAR m_szHolidaySubName[kSettingText] = {};
+    WCHAR m_szFloatCat[kSettingText] = {};
     LONG m_nTaskSort = 6;
     LONG m_bTaskSortDescending = 0;
     LONG m_nTaskSort2 = 3;

@@ -27,17 +27,10 @@ std::u16string NoneText() {
 }
 
 std::vector<std::u16string> KeyNames(const WCHAR* key, bool bSubKeys) {
-    std::vector<std::u16string> names;
     CRegistry settings;
-    if (!settings.Exists(HKEY_CURRENT_USER, key)) return names;
-    const LONG count = bSubKeys ? settings.SubKeyCount() : settings.ValueCount();
-    WCHAR name[MAX_PATH];
-    for (LONG i = 0; i < count; ++i) {
-        const LONG result =
-            bSubKeys ? settings.SubKeyName(i, name, MAX_PATH) : settings.ValueName(i, name, MAX_PATH);
-        if (result == 0) names.emplace_back(name);
-    }
-    return names;
+    if (!settings.Exists(HKEY_CURRENT_USER, key)) return {};
+    const auto names = bSubKeys ? settings.SubKeyNames() : settings.ValueNames();
+    return {names->begin(), names->end()};
 }
 
 bool NameBefore(const std::u16string& a, const std::u16string& b) {

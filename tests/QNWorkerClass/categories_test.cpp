@@ -88,7 +88,7 @@ TEST_F(Categories, UseByKinds) {
     ResetFullCategoryList();
     std::string uses;
     for (const CFullCategory* category : g_FullCategoryList) {
-        uses += NarrowText(category->m_szName) + ":";
+        uses += Narrow(category->m_szName) + ":";
         if (category->m_wUsedByAppointments) uses += 'a';
         if (category->m_wUsedByContacts) uses += 'c';
         if (category->m_wUsedByTasks) uses += 't';
@@ -100,7 +100,7 @@ TEST_F(Categories, UseByKinds) {
     const auto named = [&](DWORD mask) {
         GetCategories(names, false, mask);
         std::string all;
-        for (const WCHAR* name : names) all += NarrowText(name) + " ";
+        for (const WCHAR* name : names) all += Narrow(name) + " ";
         return all;
     };
     EXPECT_EQ("None Appt Contact Task ApptAndContact ", named(0));
@@ -205,8 +205,8 @@ TEST_F(Categories, FilterOnTexts) {
             filter.m_list.Add(category);
         }
         EXPECT_EQ(c.passes, CategoryFilterHighLevel(c.text, &filter))
-            << "'" << NarrowText(c.text) << "' mode " << c.mode << " and " << c.andOr << " none "
-            << c.includeNone << " chosen " << Names(filter.m_list);
+            << "'" << Narrow(c.text) << "' mode " << c.mode << " and " << c.andOr << " none " << c.includeNone
+            << " chosen " << Names(filter.m_list);
     }
     EXPECT_TRUE(CategoryFilterHighLevel(u"Work", nullptr));
 }
@@ -233,7 +233,7 @@ TEST_F(Categories, TextOfAnItemToCategories) {
         CFullCategoryList list(0, PTRLIST_DELETE);
         list.Add(new CFullCategory);
         ConvertCategoryToCFullCategory(c.text, list);
-        EXPECT_EQ(c.categories, Names(list)) << NarrowText(c.text);
+        EXPECT_EQ(c.categories, Names(list)) << Narrow(c.text);
     }
 }
 
@@ -332,8 +332,8 @@ TEST_F(Categories, ColorOfTheLastColoredCategory) {
     CCategoryColorIcons parsed;
     for (const auto& c : cases) {
         parsed.ParseCategory(c.text, true, false);
-        EXPECT_EQ(c.color, parsed.GetCategoryColorCR()) << NarrowText(c.text);
-        EXPECT_EQ(c.html, NarrowText(parsed.GetCategoryColorString())) << NarrowText(c.text);
+        EXPECT_EQ(c.color, parsed.GetCategoryColorCR()) << Narrow(c.text);
+        EXPECT_EQ(c.html, Narrow(parsed.GetCategoryColorString())) << Narrow(c.text);
         EXPECT_EQ(*c.html == 0, parsed.GetCategoryColorString() == nullptr);
     }
     parsed.ParseCategory(u"Work", true, false);
@@ -375,8 +375,8 @@ TEST_F(Categories, IconsOfTheFilesThereAre) {
     WCHAR markup[CCategoryColorIcons::kIconText];
     for (const auto& c : cases) {
         parsed.ParseCategory(c.text, false, true);
-        EXPECT_EQ(c.any, parsed.GetIconString(markup, c.noneIcon)) << NarrowText(c.text);
-        EXPECT_EQ(c.markup, NarrowText(markup));
+        EXPECT_EQ(c.any, parsed.GetIconString(markup, c.noneIcon)) << Narrow(c.text);
+        EXPECT_EQ(c.markup, Narrow(markup));
     }
     // Far more icons than the buffer takes: whole tags, as many as fit 2,248 characters.
     std::u16string many = u"Work";
@@ -395,7 +395,7 @@ TEST_F(Categories, IconFilesOfAFolder) {
     std::filesystem::create_directories(HostPath("Icons/folder.bmp"));
     const auto all = [](CCategoryDisplay& display) {
         std::string names;
-        for (const WCHAR* name : display.GetList()) names += NarrowText(name) + " ";
+        for (const WCHAR* name : display.GetList()) names += Narrow(name) + " ";
         return names;
     };
     CCategoryDisplay display(u"\\Icons");

@@ -51,24 +51,13 @@ protected:
     // Text of the item, freed.
     static std::string Take(WCHAR* text) {
         if (!text) return "(null)";
-        std::string narrow = NarrowText(text);
+        std::string narrow = Narrow(text);
         std::free(text);
         return narrow;
     }
     static bool HasStore(const WCHAR* name, DWORD sort) {
         CeDb db;
         return db.Open(name, sort);
-    }
-    // One record with this one number, in a new database of the suite's volume.
-    static void MakeStore(const WCHAR* name, WORD id, WORD type, DWORD item) {
-        CeDb db;
-        SORTORDERSPECEX sort = Order({{Prop(id, type), 0}});
-        ASSERT_TRUE(db.Create(name, 0, 1, &sort, 0, nullptr));
-        ASSERT_TRUE(db.Open(name, Prop(id, type)));
-        CeDbRecord record;
-        ASSERT_TRUE(record.AddProp(id, type));
-        ASSERT_TRUE(record.SetIndexVal(0, item));
-        ASSERT_TRUE(db.AddRec(record));
     }
 
     COutlook m_outlook;
@@ -156,7 +145,7 @@ TEST_F(DataThread, CategoryTextInTheOrderOfIds) {
     EXPECT_EQ("Work, Away", Take(thread.CategoryFromEDB(kItem))); // the search goes round
     thread.m_hHeap = HeapCreate(0, 0, 0);
     const WCHAR* text = thread.CategoryFromEDB(kOther);
-    EXPECT_EQ("Home", NarrowText(text)); // the heap's; the thread ends the heap
+    EXPECT_EQ("Home", Narrow(text)); // the heap's; the thread ends the heap
 }
 
 TEST_F(DataThread, WithoutAssociationsAllPasses) {

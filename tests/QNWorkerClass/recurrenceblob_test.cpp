@@ -181,7 +181,7 @@ TEST(RecurrenceBlob, SeriesOutsideOfTheWindowAreRefused) {
 }
 
 // One changed occurrence, with bytes put before its record.
-std::unique_ptr<Reading> ReadWithChange(const Change& change, std::vector<BYTE> before = {}) {
+std::unique_ptr<Reading> ReadWithChange(const ChangedOccurrence& change, std::vector<BYTE> before = {}) {
     Blob blob = DailyBlob();
     blob.deleted = {change.original / 1440 * 1440};
     blob.modified = {change.start / 1440 * 1440};
@@ -194,7 +194,7 @@ std::unique_ptr<Reading> ReadWithChange(const Change& change, std::vector<BYTE> 
 }
 
 TEST(RecurrenceBlob, PartsOfAChangedOccurrenceInTheirOrder) {
-    Change change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
+    ChangedOccurrence change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
     change.Subject(u"S");
     change.flags |= 0x000C; // a reminder: its minutes and its flag are passed over
     change.Word(0xAAAA).Word(0xBBBB).Word(0xCCCC).Word(0xDDDD);
@@ -213,7 +213,7 @@ TEST(RecurrenceBlob, PartsOfAChangedOccurrenceInTheirOrder) {
 }
 
 TEST(RecurrenceBlob, BusyStatusBehindAForeignWord) {
-    Change change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
+    ChangedOccurrence change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
     change.flags |= 0x00A0;
     change.Word(0x0103).Word(0).Word(2).Word(0).Word(1).Word(0); // then all-day
     auto reading = ReadWithChange(change);
@@ -222,7 +222,7 @@ TEST(RecurrenceBlob, BusyStatusBehindAForeignWord) {
 }
 
 TEST(RecurrenceBlob, AChangedOccurrenceThatBeginsFourBytesOff) {
-    Change change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:30");
+    ChangedOccurrence change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:30");
     change.Subject(u"S");
     auto reading = ReadWithChange(change, {9, 0, 0, 0});
     const CALENDAREXCEPTION& read = reading->Change(1);
@@ -233,9 +233,9 @@ TEST(RecurrenceBlob, AChangedOccurrenceThatBeginsFourBytesOff) {
 
 // The record before it took four bytes too many: its busy status looked like two words.
 TEST(RecurrenceBlob, AChangedOccurrenceThatBeganFourBytesBefore) {
-    Change first = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
+    ChangedOccurrence first = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
     first.Busy(5); // no status: taken for the foreign word
-    Change second = Moved("2010-03-05 10:00", "2010-03-05 13:00", "2010-03-05 14:00");
+    ChangedOccurrence second = Moved("2010-03-05 10:00", "2010-03-05 13:00", "2010-03-05 14:00");
     Blob blob = DailyBlob();
     blob.deleted = blob.modified = {Minutes("2010-03-04"), Minutes("2010-03-05")};
     blob.changes = {first, second};

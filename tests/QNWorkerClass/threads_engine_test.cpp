@@ -66,7 +66,7 @@ TEST_F(ThreadsEngine, LoadsGoOnWhileCategoriesAreReadAnew) {
             loader.SetupThreadResources();
             CCategoryColorIcons::InitCategoryColors();
             WCHAR* text = loader.CategoryFromEDB(0x40000001);
-            if (NarrowText(text) == "Work" && loader.GtdStarredFromOID(0x40000001)) ++good;
+            if (Narrow(text) == "Work" && loader.GtdStarredFromOID(0x40000001)) ++good;
             std::free(text);
         }
     });

@@ -1,8 +1,7 @@
 // Appointments on a test device, in the words of a calendar:
 //
-//     AddAppointment(u"Standup").On("2010-03-01").At("10:00", 90).Daily(2).Until("2010-03-31").Except("2010-03-09").Save();
-//     EXPECT_DAYS(Days("2010-03-01", "2010-03-07"),
-//                 "Mon 2010-03-01  2010-03-01 10:00..2010-03-01 11:30\n" ...);
+//     AddAppointment(u"Standup").On("2010-03-01 10:00", 90).Daily(2).Until("2010-03-31").Except("2010-03-09").Save();
+//     EXPECT_DAYS(Days("2010-03-01", "2010-03-02"), "Mon 2010-03-01 10:00..11:30 Standup\n" ...);
 //
 // Records are written through CeDb with the blobs of blobs.h.
 #pragma once
@@ -12,19 +11,13 @@
 #include "Platform/clock.h"
 #include "QNWorkerClass/calendarthread.h"
 #include "tests/support/blobs.h"
-#include "tests/support/device.h"
+#include "tests/support/sidestores.h"
 
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
-
-inline std::string Narrow(const WCHAR* text) {
-    std::string narrow;
-    for (; text && *text; ++text) narrow += *text < 128 ? static_cast<char>(*text) : '?';
-    return narrow;
-}
 
 // The appointments database of a device, open for writing.
 class AppointmentStore {
@@ -45,12 +38,10 @@ public:
     Appointment(AppointmentStore& store, std::u16string subject)
         : m_store(store), m_subject(std::move(subject)) {}
 
-    Appointment& On(const char* date) {
-        m_blob.startDate = Minutes(date);
-        return *this;
-    }
-    Appointment& At(const char* clock, DWORD duration) {
-        m_blob.startTime = Clock(clock);
+    // "2010-03-01" or "2010-03-01 10:00", by the item's own clock.
+    Appointment& On(const char* moment, DWORD duration = 60) {
+        m_blob.startDate = Minutes(moment) / 1440 * 1440;
+        m_blob.startTime = Minutes(moment) % 1440;
         m_duration = duration;
         return *this;
     }
@@ -103,7 +94,7 @@ public:
         m_blob.deleted.push_back(Minutes(date));
         return *this;
     }
-    Appointment& Changed(const Change& change) {
+    Appointment& Changed(const ChangedOccurrence& change) {
         m_blob.deleted.push_back(change.original / 1440 * 1440);
         m_blob.modified.push_back(change.start / 1440 * 1440);
         m_blob.changes.push_back(change);
@@ -113,6 +104,15 @@ public:
     Appointment& RawBlob(std::vector<BYTE> bytes) {
         m_raw = std::move(bytes);
         m_recurring = true;
+        return *this;
+    }
+    // The zone's block cut or filled to this size.
+    Appointment& ZoneSize(std::size_t bytes) {
+        m_zoneSize = bytes;
+        return *this;
+    }
+    Appointment& NoStart() {
+        m_hasStart = false;
         return *this;
     }
     // The blob as a plain property of the row instead of a stream.
@@ -129,7 +129,8 @@ public:
             values.back().propid = id;
             return values.back().val;
         };
-        add(0x10420040).filetime = FileTimeFromTicks(static_cast<ULONGLONG>(StartUtc()) * 600000000ULL);
+        if (m_hasStart)
+            add(0x10420040).filetime = FileTimeFromTicks(static_cast<ULONGLONG>(StartUtc()) * 600000000ULL);
         add(0x10400013).ulVal = m_duration;
         add(0x0044000B).boolVal = m_allDay;
         add(0x0022000B).boolVal = m_recurring;
@@ -172,8 +173,18 @@ private:
     LONGLONG StartUtc() const {
         TIME_ZONE_INFORMATION zone = m_zone;
         if (!m_hasZone) GetTimeZoneInformation(&zone);
-        SYSTEMTIME wall = civil::SystemTimeFromMinutes(m_blob.startDate + m_blob.startTime);
+        const LONGLONG wallMinutes = m_blob.startDate + m_blob.startTime;
+        SYSTEMTIME wall = civil::SystemTimeFromMinutes(wallMinutes);
         SYSTEMTIME utc = wall;
+        // The midnight of an all-day item is the moment that shows as one, on the day of a change too.
+        for (LONG bias : {zone.DaylightBias, zone.StandardBias}) {
+            if (!m_allDay || m_recurring) break;
+            utc = civil::SystemTimeFromMinutes(wallMinutes + zone.Bias + bias);
+            SYSTEMTIME shown;
+            bool summer;
+            CeSystemTimeToTzSpecificLocalTime(&zone, &utc, &shown, &summer);
+            if (civil::MinutesOf(shown) == wallMinutes) return civil::MinutesOf(utc);
+        }
         CeTzSpecificLocalTimeToSystemTime(&zone, &wall, IsInDST(wall.wYear, wall.wMonth, wall.wDay, &zone),
                                           &utc);
         return civil::MinutesOf(utc);
@@ -181,11 +192,17 @@ private:
 
     std::vector<BYTE> ZoneBytes() const {
         std::vector<BYTE> bytes(48, 0);
+        if (m_zoneSize >= sizeof m_zone) {
+            bytes.resize(m_zoneSize);
+            std::memcpy(bytes.data(), &m_zone, sizeof m_zone);
+            return bytes;
+        }
         std::memcpy(bytes.data(), &m_zone.Bias, 4);
         std::memcpy(bytes.data() + 4, &m_zone.StandardBias, 4);
         std::memcpy(bytes.data() + 8, &m_zone.DaylightBias, 4);
         std::memcpy(bytes.data() + 14, &m_zone.StandardDate, 16);
         std::memcpy(bytes.data() + 32, &m_zone.DaylightDate, 16);
+        bytes.resize(m_zoneSize);
         return bytes;
     }
 
@@ -197,6 +214,8 @@ private:
     bool m_recurring = false;
     bool m_blobInRow = false;
     bool m_hasZone = false;
+    bool m_hasStart = true;
+    std::size_t m_zoneSize = 48;
     DWORD m_duration = 60;
     LONG m_busy = 2;
     LONG m_sensitivity = 0;
@@ -229,27 +248,42 @@ inline std::string WeekdayText(LONG day) {
     return kNames[civil::WeekdayOfDays(day + civil::kDaysTo1899)];
 }
 
-// "Sat 2010-03-20  2010-03-20 10:00..2010-03-20 11:00 EXC copy early"
+// A moment of a line: the clock alone on the line's own day, with the date on another, with the year in another. Moments
+// of all-day lines have no clock.
+inline std::string MomentOfLine(const DATACALENDAR& line, double variant) {
+    const std::string day = DateText(line.m_lDay);
+    const std::string moment = MomentText(variant);
+    const std::size_t blank = moment.find(' ');
+    const std::string date = moment.substr(0, blank);
+    const std::string shown = date.starts_with(day.substr(0, 5)) ? date.substr(5) : date;
+    if (line.m_bAllDay) return shown;
+    return (date == day ? "" : shown + " ") + moment.substr(blank + 1);
+}
+
+// "Sat 2010-03-20 22:00..03-21 01:00 EXC early", "Sat 2010-03-20 all-day"; a copy of an item of several days carries the
+// item's own start and end.
 inline std::string LineText(const DATACALENDAR& line) {
-    std::string text = WeekdayText(line.m_lDay) + " " + DateText(line.m_lDay);
+    const std::string day = DateText(line.m_lDay);
+    std::string text = WeekdayText(line.m_lDay) + " " + day;
     if (line.IsHeader()) return text + " --";
-    if (line.m_bAllDay)
-        text += "  all-day " + MomentText(line.m_dtStart).substr(0, 10) + ".." +
-                MomentText(line.m_dtEnd).substr(0, 10);
-    else
-        text += "  " + MomentText(line.m_dtStart) + ".." + MomentText(line.m_dtEnd);
+    const std::string start = MomentOfLine(line, line.m_dtStart);
+    const std::string end = MomentOfLine(line, line.m_dtEnd);
+    if (line.m_bAllDay) text += " all-day";
+    if (!line.m_bAllDay || start != end || start != day.substr(5)) text += " " + start + ".." + end;
     if (line.m_bException) text += " EXC";
-    if (line.m_lDay != static_cast<LONG>(line.m_dtStart)) text += " copy";
     if (line.m_bEndsEarlier) text += " early";
     return text;
 }
 
-inline std::string ListText(CePtrList<DATACALENDAR*>& list, bool headers, bool subjects = false) {
+// A line of text a line, with the subjects that were given in the test.
+inline constexpr WCHAR kPlainSubject[] = u"Item";
+inline std::string ListText(CePtrList<DATACALENDAR*>& list, bool headers) {
     std::string text;
     for (const DATACALENDAR* line : list) {
         if (line->IsHeader() && !headers) continue;
         text += LineText(*line);
-        if (subjects) text += " " + Narrow(line->m_bstrSubject);
+        const std::string subject = Narrow(line->m_bstrSubject);
+        if (!subject.empty() && subject != Narrow(kPlainSubject)) text += " " + subject;
         text += "\n";
     }
     return text;
@@ -258,7 +292,7 @@ inline std::string ListText(CePtrList<DATACALENDAR*>& list, bool headers, bool s
 #define EXPECT_DAYS(actual, expected) EXPECT_EQ(std::string(expected), (actual))
 
 // A device without summer time, at universal time, with an empty calendar.
-class AppointmentTest : public DeviceTest {
+class AppointmentTest : public SideStoresTest {
 protected:
     AppointmentTest() {
         TIME_ZONE_INFORMATION zone = {};
@@ -268,23 +302,44 @@ protected:
     void SetUp() override { ASSERT_TRUE(m_store->IsOpen()); }
     ~AppointmentTest() override { m_store.reset(); }
 
-    Appointment AddAppointment(std::u16string subject = u"Item") { return {*m_store, std::move(subject)}; }
+    Appointment AddAppointment(std::u16string subject = kPlainSubject) {
+        return {*m_store, std::move(subject)};
+    }
+    void RemoveAll() {
+        while (CEOID oid = m_store->Db().SeekFirst()) CeDeleteRecord(m_store->Db().m_hDb, oid);
+    }
 
-    // Loads the days, both included, on this thread and gives the lines without the headers.
-    std::string Days(const char* first, const char* last) {
-        CCalendarThread thread;
-        return Days(thread, first, last, false);
-    }
-    std::string Days(CCalendarThread& thread, const char* first, const char* last, bool headers = false,
-                     bool subjects = false) {
-        Load(thread, first, last);
-        return ListText(thread.GetList(), headers, subjects);
-    }
+    // Loads the days, both included, on this thread.
     static void Load(CCalendarThread& thread, const char* first, const char* last) {
         SYSTEMTIME from = Date(first);
         SYSTEMTIME to = Date(last);
         thread.SetRestrict(&from, &to, true);
         thread.CalendarThreadProc(nullptr, 0);
+    }
+    // The loaded lines, with the headers.
+    static std::string List(CCalendarThread& thread, const char* first, const char* last) {
+        Load(thread, first, last);
+        return ListText(thread.GetList(), true);
+    }
+    // Without them.
+    static std::string Days(const char* first, const char* last) {
+        CCalendarThread thread;
+        Load(thread, first, last);
+        return ListText(thread.GetList(), false);
+    }
+    // Of this item alone.
+    std::string DaysOf(Appointment item, const char* first, const char* last) {
+        RemoveAll();
+        EXPECT_NE(0u, item.Save());
+        return Days(first, last);
+    }
+    // The subjects of one day, a star behind those that are private.
+    static std::string Subjects(CCalendarThread& thread, const char* day) {
+        Load(thread, day, day);
+        std::string text;
+        for (const DATACALENDAR* line : thread.GetList())
+            if (!line->IsHeader()) text += Narrow(line->m_bstrSubject) + (line->m_bPrivate ? "*;" : ";");
+        return text;
     }
 
     static void SetNumber(const WCHAR* name, DWORD value,

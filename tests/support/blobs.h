@@ -25,29 +25,29 @@ inline DWORD Clock(const char* text) {
 }
 
 // A changed occurrence, as a blob holds it.
-struct Change {
+struct ChangedOccurrence {
     DWORD start;
     DWORD end;
     DWORD original; // with the series' start time
     WORD flags = 0;
     std::vector<BYTE> parts;
 
-    Change& Subject(const std::u16string& text) { return Text(0x0001, text); }
-    Change& Location(const std::u16string& text) { return Text(0x0010, text); }
-    Change& Busy(WORD status) {
+    ChangedOccurrence& Subject(const std::u16string& text) { return Text(0x0001, text); }
+    ChangedOccurrence& Location(const std::u16string& text) { return Text(0x0010, text); }
+    ChangedOccurrence& Busy(WORD status) {
         flags |= 0x0020;
         return Word(status).Word(0);
     }
-    Change& AllDay(bool allDay) {
+    ChangedOccurrence& AllDay(bool allDay) {
         flags |= 0x0080;
         return Word(allDay ? 1 : 2).Word(0);
     }
-    Change& Word(WORD value) {
+    ChangedOccurrence& Word(WORD value) {
         parts.push_back(static_cast<BYTE>(value));
         parts.push_back(static_cast<BYTE>(value >> 8));
         return *this;
     }
-    Change& Text(WORD flag, const std::u16string& text) {
+    ChangedOccurrence& Text(WORD flag, const std::u16string& text) {
         flags |= flag;
         Word(static_cast<WORD>(text.size() + 1)).Word(static_cast<WORD>(text.size()));
         for (WCHAR c : text) Word(c);
@@ -55,7 +55,7 @@ struct Change {
     }
 };
 
-inline Change Moved(const char* original, const char* start, const char* end) {
+inline ChangedOccurrence Moved(const char* original, const char* start, const char* end) {
     return {Minutes(start), Minutes(end), Minutes(original), 0, {}};
 }
 
@@ -75,7 +75,7 @@ struct Blob {
     DWORD marker = 0x3005;
     DWORD startTime = 0;
     DWORD endTime = 0;
-    std::vector<Change> changes;
+    std::vector<ChangedOccurrence> changes;
 
     std::vector<BYTE> Bytes() const {
         std::vector<BYTE> out;
@@ -103,7 +103,7 @@ struct Blob {
         putAll(modified);
         putAll({startDate, endDate, marker, marker, startTime, endTime});
         put(static_cast<DWORD>(modified.size()), 2);
-        for (const Change& change : changes) {
+        for (const ChangedOccurrence& change : changes) {
             putAll({change.start, change.end, change.original});
             put(change.flags, 2);
             put(0, 2);

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-inline std::string NarrowText(const WCHAR* text) {
+inline std::string Narrow(const WCHAR* text) {
     std::string narrow;
     for (; text && *text; ++text) narrow += *text < 128 ? static_cast<char>(*text) : '?';
     return narrow;
@@ -61,6 +61,15 @@ protected:
         Add(db, Values().UInt(1, item).UInt(2, property).Blob(3, std::move(bytes)));
         Close(db);
     }
+    // One record with this one number, in a new database of the suite's volume.
+    static void MakeStore(const WCHAR* name, WORD id, WORD type, DWORD item) {
+        CeDb db;
+        SORTORDERSPECEX sort = Order({{Prop(id, type), 0}});
+        ASSERT_TRUE(db.Create(name, 0, 1, &sort, 0, nullptr));
+        ASSERT_TRUE(db.Open(name, Prop(id, type)));
+        EXPECT_NE(0u, Add(db.m_hDb, type == CEVT_I4 ? Values().Int(id, static_cast<LONG>(item))
+                                                    : Values().UInt(id, item)));
+    }
     void DeleteDatabase(const WCHAR* name) {
         CEOID oid = 0;
         const HANDLE db = CeOpenDatabaseInSession(nullptr, &m_guid, &oid, name, nullptr, 0, nullptr);
@@ -72,7 +81,7 @@ protected:
     static std::string Names(const CFullCategoryList& list) {
         std::string names;
         for (const CFullCategory* category : list)
-            names += (names.empty() ? "" : ", ") + NarrowText(category->m_szName);
+            names += (names.empty() ? "" : ", ") + Narrow(category->m_szName);
         return names;
     }
     static void Choose(CFullCategoryList& list, std::vector<std::pair<std::u16string, LONG>> chosen) {
