@@ -38,8 +38,9 @@ inline constexpr int THREAD_PRIORITY_ERROR_RETURN = 0x7FFFFFFF;
 // raised. With CREATE_SUSPENDED the routine starts at the first ResumeThread. `threadId` may be null.
 HANDLE CreateThread(const SECURITY_ATTRIBUTES* security, DWORD stackSize, LPTHREAD_START_ROUTINE start,
                     void* parameter, DWORD flags, DWORD* threadId);
-// Ends the calling thread as if its routine had returned `code`. The frames on its stack are dropped without running
-// destructors, as on the device. A mutex that it owns is abandoned, its windows and its queue go.
+// Ends the calling thread as if its routine had returned `code`. A mutex that it owns is abandoned, its windows and its
+// queue go. The frames on its stack are dropped without running destructors, as on the device; only those of a thread
+// that CreateThread did not make are left one by one.
 [[noreturn]] void ExitThread(DWORD code);
 // Ends another thread from outside. It never runs code of this library again: it is held at its next checkpoint, or
 // where it stands in this library's own code; no destructor runs, and critical sections that it holds stay held. Windows,

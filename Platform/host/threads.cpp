@@ -47,11 +47,13 @@ DWORD Enrol(const std::shared_ptr<Thread>& thread) {
 // Clears up when a thread that CreateThread didn't make goes.
 struct ForeignThreadEnd {
     bool armed = false;
-    ~ForeignThreadEnd() {
+    void End(DWORD code) {
         if (!armed || !t_self) return;
-        FinishThread(**t_self, 0);
+        armed = false;
+        FinishThread(**t_self, code);
         delete std::exchange(t_self, nullptr);
     }
+    ~ForeignThreadEnd() { End(0); }
 };
 thread_local ForeignThreadEnd t_foreignEnd;
 
@@ -326,7 +328,7 @@ void ExitThread(DWORD code) {
     { plat::HostCall call; }
     plat::Thread& self = plat::CurrentThread();
     if (!self.Made()) {
-        plat::FinishThread(self, code);
+        plat::t_foreignEnd.End(code);
         pthread_exit(nullptr);
     }
     self.EnterNoKill(); // the jump must not be caught half-way

@@ -38,6 +38,20 @@ TEST_F(Threads, ExitThreadEndsFromDeepDownWithoutDestructors) {
     EXPECT_EQ(destroyed, 0);
 }
 
+TEST_F(Threads, AThreadFromElsewhereLeavesByExitThreadToo) {
+    HANDLE self = nullptr;
+    std::thread foreign([&] {
+        DuplicateHandle(nullptr, GetCurrentThread(), nullptr, &self, 0, FALSE, 0);
+        ExitThread(6);
+    });
+    foreign.join();
+    DWORD code = 0;
+    EXPECT_TRUE(GetExitCodeThread(self, &code));
+    EXPECT_EQ(code, 6u);
+    EXPECT_EQ(WaitForSingleObject(self, 0), WAIT_OBJECT_0);
+    CloseHandle(self);
+}
+
 TEST_F(Threads, CreationFails) {
     EXPECT_EQ(CreateThread(nullptr, 0, nullptr, nullptr, 0, nullptr), nullptr);
     EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
