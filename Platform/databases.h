@@ -90,6 +90,9 @@ inline constexpr DWORD CEDB_SORT_DESCENDING = 1;
 inline constexpr DWORD CEDB_SORT_CASEINSENSITIVE = 2;
 inline constexpr DWORD CEDB_SORT_UNKNOWNFIRST = 4; // records without the property come first, not last
 
+// Flag of opening: each read goes on to the next record. Taken and ignored, since nobody asks for it.
+inline constexpr DWORD CEDB_AUTOINCREMENT = 1;
+
 inline constexpr WORD CEDB_MAXSORTORDER = 16;
 inline constexpr WORD CEDB_MAXSORTPROP = 16;
 inline constexpr WORD CEDB_MAXDBASENAMELEN = 32; // with its terminator

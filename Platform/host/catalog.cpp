@@ -135,10 +135,7 @@ DWORD Writer::CreateDatabase(const DbInfo& wanted, CEOID& oid) {
     const DWORD found = LoadDatabase(m_connection, wanted.name, there);
     if (found != ERROR_FILE_NOT_FOUND) return found ? found : ERROR_ALREADY_EXISTS;
     m_midway = true;
-    Tally* volume = nullptr;
-    if (const DWORD error = TallyOf(0, volume)) return error;
-    if (volume->nextOid > kLastOid) return ERROR_DISK_FULL;
-    oid = static_cast<CEOID>(volume->nextOid++);
+    if (const DWORD error = NextOid(oid)) return error;
     if (const DWORD error = PutDatabase(oid, wanted)) return error;
     if (const DWORD error = AddTally(oid)) return error;
     for (const SortOrder& order : wanted.orders)
@@ -147,10 +144,9 @@ DWORD Writer::CreateDatabase(const DbInfo& wanted, CEOID& oid) {
 }
 
 DWORD Writer::AddOrder(CEOID database, SortOrder order) {
-    Tally* volume = nullptr;
-    if (const DWORD error = TallyOf(0, volume)) return error;
-    order.id = volume->nextOid++; // never used twice, so that no cursor walks an order that isn't its own
-    volume->changed = true;
+    CEOID id = 0; // never used twice, so that no cursor walks an order that isn't its own
+    if (const DWORD error = NextOid(id)) return error;
+    order.id = id;
     ByteBuffer spec;
     for (WORD i = 0; i < order.count; ++i) AppendPair(order.props[i], order.flags[i], spec);
     if (const DWORD error =

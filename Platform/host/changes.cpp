@@ -11,6 +11,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace plat {
@@ -116,7 +117,12 @@ DWORD Volume::Subscribe(Subscription subscription, Connection& connection, DWORD
     if (!m_listener.joinable() && !m_retired) {
         std::unique_ptr<Connection> own;
         if (const DWORD error = Connection::Open(m_path, false, own)) return error;
-        m_listener = std::thread([this, last, c = std::move(own)]() mutable { Listen(std::move(c), last); });
+        try {
+            m_listener =
+                std::thread([this, last, c = std::move(own)]() mutable { Listen(std::move(c), last); });
+        } catch (const std::system_error&) {
+            return ERROR_NOT_ENOUGH_MEMORY;
+        }
     }
     subscription.id = ++m_lastSubscription;
     subscription.since = last;

@@ -28,9 +28,10 @@ constexpr std::array<const char*, static_cast<size_t>(Sql::Count)> kStatements =
     // Key
     "INSERT OR REPLACE INTO ix(ord,key,oid) VALUES(?1,?2,?3)",
     "DELETE FROM ix WHERE ord=?1 AND key=?2",
-    "SELECT i.key,r.data FROM ix i CROSS JOIN rec r ON r.id=(?2|i.oid) WHERE i.ord=?1 AND i.key>?3 "
+    "DELETE FROM ix WHERE ord=?1 AND oid=?2",
+    "SELECT i.key,r.data,i.oid FROM ix i CROSS JOIN rec r ON r.id=(?2|i.oid) WHERE i.ord=?1 AND i.key>?3 "
     "ORDER BY i.key LIMIT ?4 OFFSET ?5",
-    "SELECT i.key,r.data FROM ix i CROSS JOIN rec r ON r.id=(?2|i.oid) WHERE i.ord=?1 AND i.key<?3 "
+    "SELECT i.key,r.data,i.oid FROM ix i CROSS JOIN rec r ON r.id=(?2|i.oid) WHERE i.ord=?1 AND i.key<?3 "
     "ORDER BY i.key DESC LIMIT ?4 OFFSET ?5",
     "SELECT count(*) FROM ix WHERE ord=?1 AND key<?2",
     // Records in the order of creation
@@ -85,15 +86,14 @@ int CountLogPages(void* count, sqlite3* db, const char* name, int pages) {
                : sqlite3_wal_checkpoint_v2(db, name, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
 }
 
-// A volume may come from anywhere: nothing that stands in its schema is run.
+} // namespace
+
 void Distrust(sqlite3* db) {
     sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
 }
-
-} // namespace
 
 DWORD StoreError(int sqliteResult) {
     switch (sqliteResult & 0xFF) {
@@ -144,7 +144,7 @@ Statement& Statement::Bind(int position, Bytes bytes) {
 }
 
 int Statement::Step() {
-    const int result = m_statement ? sqlite3_step(m_statement) : SQLITE_CORRUPT;
+    const int result = m_statement ? sqlite3_step(m_statement) : m_made;
     m_error = StoreError(result);
     return result;
 }
@@ -188,10 +188,11 @@ Connection::~Connection() {
 
 Statement Connection::Use(Sql which) {
     sqlite3_stmt*& statement = m_statements[static_cast<size_t>(which)];
+    int made = SQLITE_OK;
     if (!statement)
-        sqlite3_prepare_v3(m_db, kStatements[static_cast<size_t>(which)], -1, SQLITE_PREPARE_PERSISTENT,
-                           &statement, nullptr);
-    return Statement(statement);
+        made = sqlite3_prepare_v3(m_db, kStatements[static_cast<size_t>(which)], -1,
+                                  SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+    return Statement(statement, made);
 }
 
 DWORD Connection::Execute(const char* sql) {
@@ -227,6 +228,8 @@ void Connection::Interrupt() {
 void Connection::TidyLog() {
     sqlite3_wal_checkpoint_v2(m_db, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
 }
+
+int Connection::Changed() const { return sqlite3_changes(m_db); }
 
 bool Connection::InTransaction() const { return !sqlite3_get_autocommit(m_db); }
 

@@ -36,19 +36,19 @@ void Cursor::KeepKey() {
 
 // The counter is taken before the records are read: whoever commits behind this line changes it.
 void Cursor::StartBatch(Session& session, bool forward) {
+    KeepKey();
     m_rows.clear();
     m_bytes.Clear();
-    m_row = -1;
     m_forward = forward;
     m_changes = session.Changes();
     m_counter = session.GetVolume().Counters().Load(m_database);
 }
 
-void Cursor::AddRow(Bytes key, Bytes data) {
+void Cursor::AddRow(Bytes key, Bytes data, CEOID oid) {
     const size_t at = m_bytes.Size();
     m_bytes.Append(data);
     m_bytes.Append(key);
-    m_rows.push_back({OidOfKey(key), at + data.size(), key.size(), at, data.size()});
+    m_rows.push_back({oid, at + data.size(), key.size(), at, data.size()});
 }
 
 // From m_bound, without it, into the batch.
@@ -60,7 +60,8 @@ DWORD Cursor::Fetch(Session& session, bool forward, LONGLONG skip, DWORD rows) {
 DWORD Cursor::FetchKeys(Session& session, bool forward, LONGLONG skip, DWORD rows) {
     Statement row = session.Conn().Use(forward ? Sql::KeysForward : Sql::KeysBackward);
     row.Bind(1, m_order.id).Bind(2, RecordRow(m_database, 0)).Bind(3, m_bound).Bind(4, rows).Bind(5, skip);
-    while (m_bytes.Size() < kMostBytesAhead && row.Row()) AddRow(row.Blob(0), row.Blob(1));
+    while (m_bytes.Size() < kMostBytesAhead && row.Row())
+        AddRow(row.Blob(0), row.Blob(1), static_cast<CEOID>(row.Number(2)));
     return row.Error();
 }
 
@@ -70,16 +71,16 @@ DWORD Cursor::FetchRecords(Session& session, bool forward, LONGLONG skip, DWORD 
     Statement row = session.Conn().Use(forward ? Sql::RecordsForward : Sql::RecordsBackward);
     row.Bind(1, from).Bind(2, RecordRow(m_database, forward ? 0xFFFFFFFF : 0)).Bind(3, rows).Bind(4, skip);
     while (m_bytes.Size() < kMostBytesAhead && row.Row()) {
+        const auto oid = static_cast<CEOID>(row.Number(0));
         m_keyScratch.clear();
-        AppendOid(static_cast<CEOID>(row.Number(0)), m_keyScratch);
-        AddRow(m_keyScratch, row.Blob(1));
+        AppendOid(oid, m_keyScratch);
+        AddRow(m_keyScratch, row.Blob(1), oid);
     }
     return row.Error();
 }
 
 // One record by its id. `keepPlace` leaves the walked place where it is, whatever key the record has now.
 DWORD Cursor::FetchOne(Session& session, CEOID oid, bool keepPlace) {
-    KeepKey();
     StartBatch(session, true);
     Statement row = session.Conn().Use(Sql::RecordGet);
     if (!row.Bind(1, RecordRow(m_database, oid)).Row()) return row.Error() ? row.Error() : ERROR_NOT_FOUND;
@@ -93,7 +94,7 @@ DWORD Cursor::FetchOne(Session& session, CEOID oid, bool keepPlace) {
         else
             AppendOid(oid, m_key);
     }
-    AddRow(m_key, data);
+    AddRow(m_key, data, oid);
     m_row = 0;
     return 0;
 }

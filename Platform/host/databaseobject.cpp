@@ -38,6 +38,7 @@ struct LastDatabase {
     const DWORD threadId;
     HANDLE handle = nullptr;
     std::shared_ptr<Database> database;
+    DWORD closed = 0; // handles on it, when this one was found open
 };
 
 // A plain pointer, since static objects close their handles when the thread's own objects are gone already.
@@ -68,7 +69,6 @@ Database::Database(std::shared_ptr<Session> session, std::shared_ptr<const DbInf
 }
 
 void Database::OnLastClose() {
-    m_closed.store(true, std::memory_order_release);
     Volume& volume = m_session->GetVolume();
     if (m_subscription) volume.Unsubscribe(m_subscription);
     volume.CountOpen(m_cursor.DatabaseOid(), -1);
@@ -78,9 +78,14 @@ void Database::OnLastClose() {
 
 const std::shared_ptr<Database>& DatabaseOf(HANDLE handle) {
     LastDatabase& last = Last();
-    if (last.handle == handle && last.database && !last.database->IsClosed()) return last.database;
+    if (last.handle == handle && last.database && last.database->ClosedHandles() == last.closed)
+        return last.database;
     last.database = FindObject<Database>(handle);
     last.handle = handle;
+    if (!last.database) return last.database;
+    // Looked up once more behind the count: if it is closed later than this, the count tells.
+    last.closed = last.database->ClosedHandles();
+    if (!FindHandle(handle)) last.database.reset();
     return last.database;
 }
 

@@ -105,8 +105,9 @@ HANDLE HandleOf(DWORD error, std::shared_ptr<KernelObject> object) {
         SetLastError(error);
         return INVALID_HANDLE_VALUE;
     }
-    const HANDLE handle = AddHandle(std::move(object));
+    const HANDLE handle = AddHandle(object);
     if (handle) return handle;
+    object->OnLastClose(); // it counts as open already
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return INVALID_HANDLE_VALUE;
 }

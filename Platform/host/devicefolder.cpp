@@ -67,13 +67,19 @@ std::string FolderOfEnvironment() {
     return HomeFolder() + "/.local/share/quillonary";
 }
 
-std::shared_ptr<const Root> OpenRoot(const std::string& told) {
-    auto root = std::make_shared<Root>();
+std::string RootPath(const std::string& told) {
     std::error_code error;
     auto path = std::filesystem::absolute(told.empty() ? FolderOfEnvironment() : told, error)
                     .lexically_normal()
                     .string();
     while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
+std::shared_ptr<const Root> OpenRoot(const std::string& told) {
+    auto root = std::make_shared<Root>();
+    std::error_code error;
+    const std::string path = RootPath(told);
     root->path = path;
     // What the suite keeps is nobody else's business.
     if (std::filesystem::create_directories(path, error)) ::chmod(path.c_str(), 0700);
@@ -276,6 +282,13 @@ DWORD Resolve(std::u16string_view devicePath, LastLink last, Place& place) {
 }
 
 std::string DeviceFolder() { return CurrentRoot()->path; }
+
+bool HasDeviceFolder() {
+    auto& state = State();
+    std::lock_guard lock(state.mutex);
+    std::error_code error;
+    return (state.root && state.root->fd) || std::filesystem::is_directory(RootPath(state.told), error);
+}
 
 void SetDeviceFolder(const std::string& hostFolder) {
     auto& state = State();

@@ -11,6 +11,8 @@ namespace plat {
 // The host folder: set by PlatSetDeviceFolder, else QN_DEVICE, else $XDG_DATA_HOME/quillonary, else
 // ~/.local/share/quillonary. Made when missing. Without a trailing slash.
 std::string DeviceFolder();
+// Whether there is one already; asking makes none.
+bool HasDeviceFolder();
 
 // Empty goes back to the environment's. What is open in the former folder must have been closed (AtFolderChange).
 void SetDeviceFolder(const std::string& hostFolder);

@@ -104,13 +104,20 @@ DWORD RemoveFile(LPCWSTR path) {
     return 0;
 }
 
+DWORD SyncFile(int fd) {
+    if (FaultStrikes(PlatFault::FileSync)) return ERROR_WRITE_FAULT;
+    return ::fsync(fd) == 0 ? 0 : ERROR_WRITE_FAULT;
+}
+
 DWORD CopyBytes(int from, int to) {
+    // A copy of a file that somebody writes to alone might be of no state that it ever had.
+    if (::flock(from, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK) return ERROR_SHARING_VIOLATION;
     std::vector<char> buffer(std::size_t{1} << 18);
     for (;;) {
         const auto got = ::read(from, buffer.data(), buffer.size());
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return 30; // ERROR_READ_FAULT
-        if (got == 0) return 0;
+        if (got == 0) return SyncFile(to);
         if (FaultStrikes(PlatFault::FileWrite)) return ERROR_DISK_FULL;
         for (ssize_t at = 0; at < got;) {
             const auto put = ::write(to, buffer.data() + at, static_cast<std::size_t>(got - at));

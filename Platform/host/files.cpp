@@ -67,7 +67,7 @@ struct OpenRequest {
 
 // Opens the entry, makes it when that is asked for, and tells whether it was there before.
 DWORD OpenEntry(const Place& place, const OpenRequest& request, Fd& fd, bool& existed) {
-    const bool writes = (request.mode.access & GENERIC_WRITE) != 0;
+    const bool writes = (request.mode.access & GENERIC_WRITE) != 0 || request.creation == CREATE_ALWAYS;
     // Never blocks on a pipe that somebody put there; the kind is looked at afterwards.
     const int flags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | (writes ? O_RDWR : O_RDONLY);
     existed = place.exists;
@@ -229,6 +229,10 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES*
     }
     const bool wasThere = existed && (creation == CREATE_ALWAYS || creation == OPEN_ALWAYS);
     const HANDLE handle = plat::AddHandle(std::move(file));
+    if (!handle) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return INVALID_HANDLE_VALUE;
+    }
     SetLastError(wasThere ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return handle;
 }

@@ -124,8 +124,9 @@ HANDLE FindFirstFileW(LPCWSTR pattern, WIN32_FIND_DATAW* data) {
     std::shared_ptr<plat::Search> search;
     DWORD error = pattern && data ? plat::StartSearch(pattern, search) : ERROR_INVALID_PARAMETER;
     if (!error && !search->Next(*data)) error = ERROR_NO_MORE_FILES;
-    if (!error) return plat::AddHandle(std::move(search));
-    SetLastError(error);
+    const HANDLE found = error ? nullptr : plat::AddHandle(std::move(search));
+    if (found) return found;
+    SetLastError(error ? error : ERROR_NOT_ENOUGH_MEMORY);
     return INVALID_HANDLE_VALUE;
 }
 

@@ -4,6 +4,7 @@
 #include "Platform/host/syncobjects.h"
 #include "Platform/host/text.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -86,6 +87,7 @@ std::unique_ptr<MutexFile> MutexFile::Open(const std::u16string& name, bool hold
         if (!existed) Mark(file, 0);
         if (!existed && hold) Lock(file, kHeldByte, F_WRLCK); // before anybody else can
         if (Lock(file, kExistsByte, F_RDLCK)) return result;
+        if (errno != EAGAIN && errno != EACCES && errno != EINTR) return nullptr; // no such locks here
         std::this_thread::yield();
     }
 }

@@ -98,6 +98,7 @@ std::optional<RecordView> RecordView::Of(Bytes bytes) {
 }
 
 DWORD RecordView::Search(CEPROPID propid) const {
+    if (m_count == 0) return 0;
     const BYTE* table = m_bytes.data() + kHeader;
     DWORD low = 0;
     for (DWORD span = m_count; span > 0;) { // the first entry not below `propid`

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <unistd.h>
 
 namespace plat {
 namespace {
@@ -13,6 +14,7 @@ namespace {
 constexpr CEOID kSlot = 0; // the one counter of the registry's counter file
 constexpr std::size_t kLongestName = 255;
 constexpr std::size_t kDeepestKey = 512;
+constexpr KeyId kIdsOfAFile = KeyId{1} << 40;
 
 // Names that differ only in case are one, by their upper case.
 constexpr char kSchema[] =
@@ -52,27 +54,38 @@ bool RegistryStore::IsFresh() const {
     return m_seen != kNeverFresh && m_counters && m_counters->Load(kSlot) == m_seen;
 }
 
-void RegistryStore::Refresh() {
-    if (IsFresh() || !OpenFiles()) return;
+DWORD RegistryStore::Refresh() {
+    if (IsFresh()) return 0;
+    if (const DWORD error = OpenFiles(Missing::Leave)) return error;
+    if (!m_db.IsOpen()) return 0; // there is none: the copy is empty
     // The counter comes first: a write between the two makes it differ again.
     const DWORD counter = m_counters->Load(kSlot);
-    if (!CatchUp()) {
-        Fail();
-        return;
-    }
+    if (!CatchUp()) return Fail();
     m_seen = counter & 1 ? kNeverFresh : counter;
+    return 0;
 }
 
-bool RegistryStore::OpenFiles() {
-    if (m_db.IsOpen()) return true;
+DWORD RegistryStore::OpenFiles(Missing missing) {
+    if (m_db.IsOpen()) {
+        if (m_db.SameFile()) return 0;
+        ForgetFile();
+        m_db.Close();
+    }
+    if (missing == Missing::Leave && !HasDeviceFolder()) return 0;
     const std::string path = DeviceFolder() + "/registry.db";
-    Clear();
-    if (m_db.Open(path, kSchema, SmallDb::Sync::EveryCommit) != 0) {
+    if (missing == Missing::Leave && ::access(path.c_str(), F_OK) != 0) return 0;
+    if (const DWORD error = m_db.Open(path, kSchema, SmallDb::Sync::EveryCommit)) {
         m_db.Close(); // tried again at the next call
-        return false;
+        return error;
     }
     m_counters = std::make_unique<SharedCounters>(path + "-counter");
-    return true;
+    return 0;
+}
+
+// What is open in a file that has been replaced are keys that are gone.
+void RegistryStore::ForgetFile() {
+    Clear();
+    m_firstId += kIdsOfAFile;
 }
 
 void RegistryStore::Close() {
@@ -108,8 +121,8 @@ bool RegistryStore::Load() {
 bool RegistryStore::LoadKeys() {
     SmallQuery query(m_db, "SELECT id, parent, name FROM keys ORDER BY id");
     while (query.Next()) {
-        const KeyId id = query.Number(0);
-        const KeyId parent = query.Number(1);
+        const KeyId id = IdOf(query.Number(0));
+        const KeyId parent = IdOf(query.Number(1));
         auto name = query.Text(2);
         // A parent is older than its keys, so the tree has no rings; a row that hangs nowhere is passed over.
         RegistryKey* above = parent < id ? KeyOf(parent) : nullptr;
@@ -126,7 +139,7 @@ bool RegistryStore::LoadKeys() {
 bool RegistryStore::LoadValues() {
     SmallQuery query(m_db, "SELECT key, name, type, data FROM vals ORDER BY id");
     while (query.Next()) {
-        RegistryKey* key = KeyOf(query.Number(0));
+        RegistryKey* key = KeyOf(IdOf(query.Number(0)));
         if (!key) continue;
         const auto bytes = query.Bytes(3);
         auto name = query.Text(1);
@@ -150,7 +163,7 @@ DWORD RegistryStore::Fail() {
     m_generation = -1;
     if (m_db.IsDamaged()) {
         m_db.StartAnew();
-        Clear();
+        ForgetFile();
     }
     return error ? error : ERROR_WRITE_FAULT;
 }
@@ -164,7 +177,8 @@ template<class Change, class Apply>
 DWORD RegistryStore::Write(Change change, Apply apply) {
     std::unique_lock lock(m_mutex);
     if (FaultStrikes(PlatFault::RegistryWrite)) return ERROR_DISK_FULL;
-    if (!OpenFiles() || m_db.IsReadOnly()) return ERROR_ACCESS_DENIED;
+    if (const DWORD error = OpenFiles(Missing::Make)) return error;
+    if (m_db.IsReadOnly()) return ERROR_ACCESS_DENIED;
     DWORD busy = kNeverFresh;
     {
         SmallWrite write(m_db);
@@ -233,8 +247,8 @@ DWORD RegistryStore::InsertKeys(KeyId parent, std::span<const std::u16string_vie
                                 std::vector<KeyId>& made) {
     for (const auto name : names) {
         SmallQuery insert(m_db, "INSERT INTO keys(parent, name, folded) VALUES(?, ?, ?)");
-        if (!insert.Bind(parent).Bind(name).Bind(FoldName(name)).Run()) return Fail();
-        parent = m_db.LastRowId();
+        if (!insert.Bind(RowOf(parent)).Bind(name).Bind(FoldName(name)).Run()) return Fail();
+        parent = IdOf(m_db.LastRowId());
         made.push_back(parent);
     }
     return 0;
@@ -266,7 +280,7 @@ DWORD RegistryStore::SetValue(KeyId id, std::u16string_view name, DWORD type, st
         if (!KeyOf(id)) return ERROR_KEY_DELETED;
         SmallQuery put(m_db, "INSERT INTO vals(key, name, folded, type, data) VALUES(?, ?, ?, ?, ?) "
                              "ON CONFLICT(key, folded) DO UPDATE SET type=excluded.type, data=excluded.data");
-        put.Bind(id).Bind(name).Bind(folded).Bind(std::int64_t{type}).Bind(data);
+        put.Bind(RowOf(id)).Bind(name).Bind(folded).Bind(std::int64_t{type}).Bind(data);
         return put.Run() ? 0 : Fail();
     };
     return Write(change, [&] {
@@ -282,13 +296,16 @@ DWORD RegistryStore::SetValue(KeyId id, std::u16string_view name, DWORD type, st
 
 DWORD RegistryStore::RemoveValue(KeyId id, std::u16string_view name) {
     const auto folded = FoldName(name);
+    const auto find = [&](const RegistryKey& key) -> DWORD {
+        return key.values.Find(folded) ? 0 : ERROR_FILE_NOT_FOUND;
+    };
+    if (const DWORD error = ReadKey(id, find)) return error; // what isn't there needs no write
     const auto change = [&]() -> DWORD {
         const RegistryKey* key = KeyOf(id);
         if (!key) return ERROR_KEY_DELETED;
-        if (!key->values.Find(folded)) return ERROR_FILE_NOT_FOUND;
-        return SmallQuery(m_db, "DELETE FROM vals WHERE key=? AND folded=?").Bind(id).Bind(folded).Run()
-                   ? 0
-                   : Fail();
+        if (const DWORD error = find(*key)) return error;
+        SmallQuery remove(m_db, "DELETE FROM vals WHERE key=? AND folded=?");
+        return remove.Bind(RowOf(id)).Bind(folded).Run() ? 0 : Fail();
     };
     return Write(change, [&] { KeyOf(id)->values.Remove(folded); });
 }
@@ -304,14 +321,16 @@ std::vector<KeyId> RegistryStore::Subtree(KeyId top) {
 
 DWORD RegistryStore::DeleteRows(std::span<const KeyId> keys) {
     for (const KeyId id : keys) {
-        const bool done = SmallQuery(m_db, "DELETE FROM vals WHERE key=?").Bind(id).Run() &&
-                          SmallQuery(m_db, "DELETE FROM keys WHERE id=?").Bind(id).Run();
+        const bool done = SmallQuery(m_db, "DELETE FROM vals WHERE key=?").Bind(RowOf(id)).Run() &&
+                          SmallQuery(m_db, "DELETE FROM keys WHERE id=?").Bind(RowOf(id)).Run();
         if (!done) return Fail();
     }
     return 0;
 }
 
 DWORD RegistryStore::RemoveKey(KeyId from, std::u16string_view path) {
+    KeyId found = 0;
+    if (const DWORD error = FindKey(from, path, found)) return error;
     std::vector<KeyId> doomed;
     const auto change = [&]() -> DWORD {
         if (!KeyOf(from)) return ERROR_KEY_DELETED;

@@ -2,7 +2,8 @@
 // process at once when another has written.
 //
 // A reader compares the counter with the one its copy was read at; only when they differ does it go to the file. A
-// writer changes the file in one durable transaction, then the copy. Errors are the device's codes.
+// writer changes the file in one durable transaction, then the copy. The files are made by the first write; until then
+// reading finds an empty registry. Errors are the device's codes.
 #pragma once
 
 #include "Platform/host/smalldb.h"
@@ -19,7 +20,7 @@
 
 namespace plat {
 
-using KeyId = std::int64_t;                // never given twice in one file; the roots are below 0
+using KeyId = std::int64_t;                // never given twice; the roots are below 0
 inline constexpr KeyId kRegistryRoots = 4; // -1 classes, -2 user, -3 machine, -4 users
 
 struct RegistryValue {
@@ -84,6 +85,7 @@ struct RegistryKey {
 class RegistryStore {
 public:
     static RegistryStore& Get();
+    RegistryStore() { Clear(); }
 
     // Calls `read(key)` with the key, or gives 1018 when it is gone. Nothing of it may be kept.
     template<class Read>
@@ -111,8 +113,8 @@ private:
             if (IsFresh()) return read();
         }
         std::unique_lock lock(m_mutex);
-        Refresh();
-        return read();
+        const DWORD error = Refresh();
+        return error ? error : read(); // half a copy would look as if settings had gone
     }
     // One durable change: `change()` writes rows and gives an error, `apply()` does the same to the copy.
     template<class Change, class Apply>
@@ -120,14 +122,18 @@ private:
     DWORD Fail();
 
     bool IsFresh() const;
-    void Refresh();
+    DWORD Refresh();
     bool CatchUp();
-    bool OpenFiles();
+    enum class Missing { Leave, Make };
+    DWORD OpenFiles(Missing missing);
     bool Load();
     bool LoadKeys();
     bool LoadValues();
     void Clear();
+    void ForgetFile();
     std::int64_t FileGeneration();
+    KeyId IdOf(std::int64_t row) const { return row > 0 ? row + m_firstId : row; }
+    std::int64_t RowOf(KeyId id) const { return id > 0 ? id - m_firstId : id; }
 
     RegistryKey* KeyOf(KeyId id);
     // As far along the path as there are keys; `missing` gets the rest.
@@ -141,6 +147,7 @@ private:
     SmallDb m_db;
     std::unique_ptr<SharedCounters> m_counters;
     std::unordered_map<KeyId, RegistryKey> m_keys;
+    KeyId m_firstId = 0;            // before the ids of this file: another file counts its rows from 1 again
     std::int64_t m_generation = -1; // of the file, when the copy was read
     DWORD m_seen = kNeverFresh;     // the counter then
 

@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace plat {
@@ -38,6 +39,11 @@ std::uint64_t FileNumber(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
 }
 
+bool IsLink(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
 bool IsDamage(int code) { return (code & 0xFF) == SQLITE_CORRUPT || (code & 0xFF) == SQLITE_NOTADB; }
 
 } // namespace
@@ -47,6 +53,7 @@ DWORD SmallDb::Open(const std::string& path, const char* schema, Sync sync) {
     m_path = path;
     m_schema = schema;
     m_sync = sync;
+    if (IsLink(m_path)) return ERROR_ACCESS_DENIED;
     const FolderLock lock(m_path);
     const DWORD error = OpenOnce();
     if (!error || !m_damaged) return error;
@@ -57,9 +64,11 @@ DWORD SmallDb::Open(const std::string& path, const char* schema, Sync sync) {
 DWORD SmallDb::StartAnew() {
     const FolderLock lock(m_path);
     // Another process may have done it already; its fresh file must stay.
-    if (FileNumber(m_path) == m_fileNumber) SetAside();
+    if (SameFile()) SetAside();
     return OpenOnce();
 }
+
+bool SmallDb::SameFile() const { return FileNumber(m_path) == m_fileNumber; }
 
 void SmallDb::Close() {
     if (m_db) sqlite3_close_v2(m_db);
@@ -72,20 +81,31 @@ DWORD SmallDb::OpenOnce() {
     if (sqlite3_open_v2(m_path.c_str(), &m_db, flags, nullptr) != SQLITE_OK) return LastError();
     m_readOnly = sqlite3_db_readonly(m_db, "main") == 1;
     m_fileNumber = FileNumber(m_path);
+    Distrust(m_db);
     sqlite3_extended_result_codes(m_db, 1);
     sqlite3_busy_timeout(m_db, kBusyMilliseconds);
-    return Prepare() ? 0 : LastError();
+    if (Prepare()) return 0;
+    const DWORD error = LastError();
+    return error ? error : ERROR_BAD_FORMAT; // a check that found damage is no failure of the database
+}
+
+// Reads every page once, and makes sure that all tables are ours: in a database of somebody else nothing is made.
+bool SmallDb::IsSound() {
+    m_damaged = false;
+    SmallQuery check(*this, "PRAGMA quick_check(1)");
+    const bool answered = check.Next();
+    m_damaged = answered ? check.NarrowText(0) != "ok" : IsDamage(sqlite3_errcode(m_db));
+    if (!answered || m_damaged) return false;
+    SmallQuery foreign(*this,
+                       "SELECT 1 FROM sqlite_schema WHERE type='table' AND name NOT LIKE 'sqlite_%' AND "
+                       "instr(?, 'EXISTS ' || name || '(') = 0");
+    m_damaged =
+        foreign.Bind(std::span(reinterpret_cast<const BYTE*>(m_schema), std::strlen(m_schema))).Next();
+    return !foreign.Failed() && !m_damaged;
 }
 
 bool SmallDb::Prepare() {
-    m_damaged = false;
-    {
-        // A foreign or broken file shows here: the check reads every page once.
-        SmallQuery check(*this, "PRAGMA quick_check(1)");
-        const bool answered = check.Next();
-        m_damaged = answered ? check.NarrowText(0) != "ok" : IsDamage(sqlite3_errcode(m_db));
-        if (!answered || m_damaged) return false;
-    }
+    if (!IsSound()) return false;
     if (m_readOnly) return true;
     return Execute("PRAGMA journal_mode=WAL") &&
            Execute(m_sync == Sync::EveryCommit ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL") &&
@@ -101,8 +121,8 @@ void SmallDb::SetAside() {
     ::unlink((m_path + "-shm").c_str());
     const bool moved = ::rename(m_path.c_str(), bad.c_str()) == 0;
     const std::string line =
-        m_path + (moved ? " is damaged; it stands aside as " + bad + " and a fresh one is begun.\n"
-                        : " is damaged and can't be moved aside.\n");
+        m_path + (moved ? " is damaged or foreign; it stands aside as " + bad + " and a fresh one is begun.\n"
+                        : " is damaged or foreign and can't be moved aside.\n");
     OutputDebugStringW(ToUtf16(line).c_str());
 }
 

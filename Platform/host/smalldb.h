@@ -22,13 +22,16 @@ public:
     SmallDb& operator=(const SmallDb&) = delete;
 
     enum class Sync { EveryCommit, Lazy };
-    // Opens or makes the database and its tables. A damaged file is moved aside to "<path>.bad" (".bad1", ...) with a
-    // line to the debug output, and a fresh one is begun. The error code of the device: 0, 5, 32, 112.
+    // Opens or makes the database and its tables. A damaged file, or one with tables of somebody else, is moved aside to
+    // "<path>.bad" (".bad1", ...) with a line to the debug output, and a fresh one is begun. A link is refused: it may lead
+    // anywhere. The error code of the device: 0, 5, 32, 112.
     DWORD Open(const std::string& path, const char* schema, Sync sync);
     // The same for a database that has been found damaged while it was read.
     DWORD StartAnew();
     void Close();
     bool IsOpen() const { return m_db != nullptr; }
+    // Whether the path still leads to the file that was opened.
+    bool SameFile() const;
     // True when the file could only be opened for reading.
     bool IsReadOnly() const { return m_readOnly; }
 
@@ -44,6 +47,7 @@ private:
     friend class SmallQuery;
     DWORD OpenOnce();
     bool Prepare();
+    bool IsSound();
     void SetAside();
 
     sqlite3* m_db = nullptr;

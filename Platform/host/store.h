@@ -51,6 +51,7 @@ enum class Sql : BYTE {
     RecordDelete,
     KeyAdd,
     KeyDelete,
+    KeyDeleteByOid,
     KeysForward,
     KeysBackward,
     KeysBelow,
@@ -82,7 +83,8 @@ enum class Sql : BYTE {
 // One prepared statement in use: bound by position, stepped, and reset at its end.
 class Statement {
 public:
-    explicit Statement(sqlite3_stmt* statement) : m_statement(statement) {}
+    // `made` is the result of preparing it.
+    Statement(sqlite3_stmt* statement, int made) : m_statement(statement), m_made(made) {}
     ~Statement();
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
@@ -101,10 +103,13 @@ public:
 
 private:
     sqlite3_stmt* m_statement;
+    int m_made;
     DWORD m_error = 0;
 };
 
 DWORD StoreError(int sqliteResult);
+// A file may come from anywhere: nothing that stands in its schema is run.
+void Distrust(sqlite3* db);
 
 class Connection {
 public:
@@ -123,6 +128,8 @@ public:
     void Interrupt();
     bool InTransaction() const;
     sqlite3* Raw() const { return m_db; }
+    // Rows that the last statement changed.
+    int Changed() const;
     // Pages in the write-ahead log after this connection's last commit.
     int LogPages() const { return m_logPages; }
     // Moves the log into the volume's file as far as readers allow, without waiting for anyone.
@@ -245,10 +252,12 @@ public:
     DWORD Subscribe(Subscription subscription, Connection& connection, DWORD& id);
     void Unsubscribe(DWORD id);
 
-    int m_mounts = 0; // guarded by the list of volumes
+    int m_mounts = 0;    // guarded by the list of volumes
+    int m_permanent = 0; // of them the host's own, which nobody can release
 
 private:
     DWORD Examine(Connection& connection, bool& fresh);
+    DWORD ExamineContent(Connection& connection, bool& fresh);
     DWORD Prepare(Connection& connection, bool seed);
     DWORD RenewTextOrders(Connection& connection);
     void Listen(std::unique_ptr<Connection> connection, LONGLONG last);
@@ -334,6 +343,9 @@ public:
     void Spoil(DWORD error) {
         if (m_midway) m_spoiled = error;
     }
+    // What the open transaction has ended by, 0 while it stands. A failing disk ends it behind our back; what is written
+    // then would be a change of its own.
+    DWORD Spoiled();
 
     void StartOperation();
     // `info` is renewed when the database was changed meanwhile; error 2 when it's gone.
@@ -353,6 +365,7 @@ public:
 
 private:
     DWORD TallyOf(CEOID database, Tally*& out);
+    DWORD NextOid(CEOID& out);
     DWORD AddTally(CEOID database);
     DWORD NextAutoNumber(const DbInfo& db, Tally& tally, DWORD& out);
     DWORD LowestFree(const DbInfo& db, LONGLONG from, LONGLONG& out);
@@ -363,6 +376,7 @@ private:
     DWORD Insert(const DbInfo& db, CEOID& oid);
     DWORD Replace(const DbInfo& db, CEOID oid);
     DWORD ReplaceKey(const SortOrder& order, CEOID oid, const RecordView& after);
+    DWORD DropKey(const SortOrder& order, CEOID oid);
     DWORD AddKey(const SortOrder& order, CEOID oid, const RecordView& record);
     DWORD DeleteDroppedStreams();
     // Calls `visit(oid, record)` for all records of a database, until it gives an error.
@@ -434,8 +448,7 @@ public:
     template<class Change>
     DWORD Write(Change change) {
         const bool own = !m_writer.Active();
-        if (own)
-            if (const DWORD error = m_writer.Begin()) return error;
+        if (const DWORD error = own ? m_writer.Begin() : m_writer.Spoiled()) return error;
         m_writer.StartOperation();
         DWORD error = change(m_writer);
         ++m_changes;
@@ -509,7 +522,7 @@ private:
     Bytes DataOf(const Row& row) const { return m_bytes.View().subspan(row.data, row.dataSize); }
     void KeepKey();
     void StartBatch(Session& session, bool forward);
-    void AddRow(Bytes key, Bytes data); // every key ends in the object id
+    void AddRow(Bytes key, Bytes data, CEOID oid);
     DWORD Fetch(Session& session, bool forward, LONGLONG skip, DWORD rows);
     DWORD FetchKeys(Session& session, bool forward, LONGLONG skip, DWORD rows);
     DWORD FetchRecords(Session& session, bool forward, LONGLONG skip, DWORD rows);
@@ -554,7 +567,6 @@ public:
     static constexpr Kind kKind = Kind::Database;
     Database(std::shared_ptr<Session> session, std::shared_ptr<const DbInfo> info, const SortOrder& order);
     void OnLastClose() override;
-    bool IsClosed() const { return m_closed.load(std::memory_order_acquire); }
 
     const std::shared_ptr<Session> m_session;
     std::shared_ptr<const DbInfo> m_info; // guarded by the session's lock, as all below
@@ -562,9 +574,6 @@ public:
     Cursor m_cursor;
     RecordReader m_reader;
     DWORD m_subscription = 0;
-
-private:
-    std::atomic<bool> m_closed{false};
 };
 
 // The database behind a handle, null when there is none. A walk asks for the same one twice a record, so each thread

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <sys/stat.h>
+#include <system_error>
 
 namespace plat {
 
@@ -64,6 +65,8 @@ DWORD UseWriteAheadLog(Connection& connection) {
     return 0;
 }
 
+bool IsReadOnly(const Connection& connection) { return sqlite3_db_readonly(connection.Raw(), "main") == 1; }
+
 } // namespace
 
 // --- Opening ------------------------------------------------------------------------------------------------------
@@ -72,8 +75,16 @@ Volume::Volume(std::string path, const CEGUID& guid) : m_path(std::move(path)), 
 
 Volume::~Volume() { Retire(); }
 
-// Whose file is it? Nothing has been written to it so far. `fresh` is a file without content.
+// Whose file is it? Nothing has been written to it so far. `fresh` is a file without content. All questions are asked of
+// one state of the file: another process may be making it at this moment.
 DWORD Volume::Examine(Connection& connection, bool& fresh) {
+    if (const DWORD error = connection.Execute("SAVEPOINT examine")) return error;
+    const DWORD error = ExamineContent(connection, fresh);
+    connection.Execute("RELEASE examine");
+    return error;
+}
+
+DWORD Volume::ExamineContent(Connection& connection, bool& fresh) {
     if (const DWORD error = connection.Execute("SELECT count(*) FROM sqlite_schema")) return error;
     const LONGLONG application = connection.Ask("PRAGMA application_id", -1);
     fresh = application == 0 && connection.Ask("SELECT count(*) FROM sqlite_schema", -1) == 0;
@@ -117,8 +128,11 @@ DWORD Volume::Open(bool create, bool seed) {
     if (const DWORD error = Examine(*connection, fresh)) return error;
     if (fresh && !create) return ERROR_BAD_FORMAT;
     m_counters = std::make_unique<SharedCounters>(m_path + "-gen");
-    if (fresh)
+    if (fresh) {
         if (const DWORD error = Prepare(*connection, seed)) return error;
+    } else if (!IsReadOnly(*connection)) { // a copy that a tool made may have lost the mode
+        if (const DWORD error = UseWriteAheadLog(*connection)) return error;
+    }
     if (const DWORD error = RenewTextOrders(*connection)) return error;
     if (stat(m_path.c_str(), &info) != 0) return ERROR_FILE_NOT_FOUND;
     m_device = info.st_dev;
@@ -134,6 +148,7 @@ bool Volume::SameFile() const {
 
 DWORD Volume::ReloadCollation(Connection& connection) {
     const std::string id = connection.AskText("SELECT value FROM meta WHERE name='collation'");
+    if (id.empty()) return ERROR_BAD_FORMAT;
     m_collation.store(&CollationOf(id.substr(0, id.find('/'))), std::memory_order_release);
     return 0;
 }
@@ -142,19 +157,16 @@ DWORD Volume::ReloadCollation(Connection& connection) {
 DWORD Volume::RenewTextOrders(Connection& connection) {
     const Collation& current = CurrentCollation();
     if (connection.AskText("SELECT value FROM meta WHERE name='collation'") == current.Id() ||
-        sqlite3_db_readonly(connection.Raw(), "main") == 1)
+        IsReadOnly(connection))
         return ReloadCollation(connection);
     m_collation.store(&current, std::memory_order_release);
     Writer writer(*this, connection);
     if (const DWORD error = writer.Begin()) return error;
-    std::vector<CEOID> databases;
-    for (LONGLONG last = 0;;) {
-        last = connection.Ask(("SELECT min(oid) FROM dbs WHERE oid>" + std::to_string(last)).c_str(), 0);
-        if (last <= 0) break;
-        databases.push_back(static_cast<CEOID>(last));
-    }
-    for (const CEOID oid : databases)
-        if (const DWORD error = writer.RebuildTextOrders(oid)) return error;
+    Statement databases = connection.Use(Sql::DatabaseList);
+    while (databases.Row())
+        if (const DWORD error = writer.RebuildTextOrders(static_cast<CEOID>(databases.Number(0))))
+            return error;
+    if (databases.Error()) return databases.Error();
     if (const DWORD error = StoreCollation(connection, current.Id())) return error;
     return writer.Commit();
 }
@@ -186,8 +198,12 @@ void Volume::TidySoon() {
     std::lock_guard lock(m_tidyMutex);
     if (m_tidying || m_tidyStop) return;
     if (m_tidier.joinable()) m_tidier.join(); // it has ended
-    m_tidying = true;
-    m_tidier = std::thread([this] { Tidy(); });
+    try {
+        m_tidier = std::thread([this] { Tidy(); });
+        m_tidying = true;
+    } catch (const std::system_error&) {
+        // No thread to be had now: the next commit asks again.
+    }
 }
 
 void Volume::Tidy() {
@@ -323,7 +339,8 @@ DWORD MountAt(const std::string& hostPath, bool create, bool pim, std::shared_pt
     if (!out) {
         auto volume = std::make_shared<Volume>(hostPath, GuidOf(hostPath));
         if (const DWORD error = volume->Open(create, pim)) return error;
-        volume->m_mounts = pim ? 1 : 0; // the host's own reference on the volume that everybody uses
+        volume->m_mounts = volume->m_permanent =
+            pim ? 1 : 0; // everybody uses it, and some release it once too often
         List().volumes.push_back(volume);
         out = std::move(volume);
     }
@@ -361,7 +378,7 @@ bool UnmountVolume(const CEGUID& guid) {
     auto& volumes = List().volumes;
     const auto at =
         std::find_if(volumes.begin(), volumes.end(), [&](const auto& v) { return v->Guid() == guid; });
-    if (at == volumes.end() || (*at)->m_mounts == 0) return false;
+    if (at == volumes.end() || (*at)->m_mounts <= (*at)->m_permanent) return false;
     if (--(*at)->m_mounts == 0 && at->use_count() == 1) {
         unused = std::move(*at);
         volumes.erase(at);

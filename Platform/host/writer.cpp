@@ -43,8 +43,13 @@ DWORD Writer::Part() {
     return error;
 }
 
+DWORD Writer::Spoiled() {
+    if (!m_spoiled && !m_connection.InTransaction()) m_spoiled = ERROR_WRITE_FAULT;
+    return m_spoiled;
+}
+
 DWORD Writer::Commit() {
-    DWORD error = m_spoiled;
+    DWORD error = Spoiled();
     if (!error && FaultStrikes(PlatFault::StoreCommit)) error = ERROR_DISK_FULL;
     if (!error) error = WriteTallies();
     if (!error) error = WriteChanges();
@@ -88,6 +93,7 @@ void Writer::StartOperation() {
     m_midway = false;
     m_droppedStreams.clear();
     m_draft.Clear();
+    m_old.Clear();
     m_oldView.reset();
 }
 
@@ -145,6 +151,16 @@ DWORD Writer::TallyOf(CEOID database, Tally*& out) {
     Tally tally;
     if (const DWORD error = LoadTally(m_connection, database, tally)) return error;
     out = &m_tallies.emplace_back(tally);
+    return 0;
+}
+
+DWORD Writer::NextOid(CEOID& out) {
+    Tally* volume = nullptr;
+    if (const DWORD error = TallyOf(0, volume)) return error;
+    if (volume->nextOid < kFirstOid) return ERROR_BAD_FORMAT;
+    if (volume->nextOid > kLastOid) return ERROR_DISK_FULL;
+    out = static_cast<CEOID>(volume->nextOid++);
+    volume->changed = true;
     return 0;
 }
 
@@ -261,36 +277,39 @@ DWORD Writer::AddKey(const SortOrder& order, CEOID oid, const RecordView& record
     return m_connection.Use(Sql::KeyAdd).Bind(1, order.id).Bind(2, m_keyAfter).Bind(3, oid).Run();
 }
 
+// The key of m_keyBefore. Where that isn't the record's key, or the record can't tell it, something was damaged: then the
+// order is searched for it.
+DWORD Writer::DropKey(const SortOrder& order, CEOID oid) {
+    const DWORD error = m_connection.Use(Sql::KeyDelete).Bind(1, order.id).Bind(2, m_keyBefore).Run();
+    if (error || m_connection.Changed() > 0) return error;
+    return m_connection.Use(Sql::KeyDeleteByOid).Bind(1, order.id).Bind(2, oid).Run();
+}
+
 DWORD Writer::ReplaceKey(const SortOrder& order, CEOID oid, const RecordView& after) {
     m_keyBefore.clear();
     AppendRecordKey(order, *m_oldView, oid, m_volume.TextOrder(), m_keyBefore);
     m_keyAfter.clear();
     AppendRecordKey(order, after, oid, m_volume.TextOrder(), m_keyAfter);
     if (m_keyBefore == m_keyAfter) return 0;
-    if (const DWORD error = m_connection.Use(Sql::KeyDelete).Bind(1, order.id).Bind(2, m_keyBefore).Run())
-        return error;
+    if (const DWORD error = DropKey(order, oid)) return error;
     return m_connection.Use(Sql::KeyAdd).Bind(1, order.id).Bind(2, m_keyAfter).Bind(3, oid).Run();
 }
 
 DWORD Writer::Insert(const DbInfo& db, CEOID& oid) {
-    Tally* volume = nullptr;
     Tally* tally = nullptr;
-    if (const DWORD error = TallyOf(0, volume)) return error;
     if (const DWORD error = TallyOf(db.oid, tally)) return error;
-    if (volume->nextOid > kLastOid) return ERROR_DISK_FULL;
     DWORD number = 0;
     if (const DWORD error = NextAutoNumber(db, *tally, number)) return error;
     if (!m_draft.Pack(number, m_new)) return ERROR_BAD_LENGTH;
     m_midway = true;
     const auto record = RecordView::Of(m_new.View());
-    const CEOID added = static_cast<CEOID>(volume->nextOid);
+    CEOID added = 0;
+    if (const DWORD error = NextOid(added)) return error;
     if (const DWORD error =
             m_connection.Use(Sql::RecordAdd).Bind(1, RecordRow(db.oid, added)).Bind(2, m_new.View()).Run())
         return error;
     for (const SortOrder& order : db.orders)
         if (const DWORD error = AddKey(order, added, *record)) return error;
-    ++volume->nextOid;
-    volume->changed = true;
     tally->records += 1;
     tally->bytes += static_cast<LONGLONG>(m_new.Size());
     tally->modified = Now();
@@ -325,14 +344,16 @@ DWORD Writer::Replace(const DbInfo& db, CEOID oid) {
 DWORD Writer::Delete(const DbInfo& db, CEOID oid) {
     StartOperation();
     if (FaultStrikes(PlatFault::StoreWrite)) return ERROR_DISK_FULL;
-    if (const DWORD error = Fetch(db.oid, oid)) return error;
+    const DWORD fetched = Fetch(db.oid, oid);
+    if (fetched && fetched != ERROR_BAD_FORMAT) return fetched;
+    // One that is damaged beyond reading goes, too; its streams and its number are not known any more.
+    const RecordView old = m_oldView.value_or(RecordView());
     m_midway = true;
-    for (DWORD i = 0; i < m_oldView->Count(); ++i) DropStream(m_oldView->At(i).propid);
+    for (DWORD i = 0; i < old.Count(); ++i) DropStream(old.At(i).propid);
     for (const SortOrder& order : db.orders) {
         m_keyBefore.clear();
-        AppendRecordKey(order, *m_oldView, oid, m_volume.TextOrder(), m_keyBefore);
-        const DWORD error = m_connection.Use(Sql::KeyDelete).Bind(1, order.id).Bind(2, m_keyBefore).Run();
-        if (error) return error;
+        AppendRecordKey(order, old, oid, m_volume.TextOrder(), m_keyBefore);
+        if (const DWORD error = DropKey(order, oid)) return error;
     }
     if (const DWORD error = m_connection.Use(Sql::RecordDelete).Bind(1, RecordRow(db.oid, oid)).Run())
         return error;
@@ -341,7 +362,7 @@ DWORD Writer::Delete(const DbInfo& db, CEOID oid) {
     if (const DWORD error = TallyOf(db.oid, tally)) return error;
     tally->records -= 1;
     tally->bytes -= static_cast<LONGLONG>(m_old.Size());
-    tally->freeAuto = std::min<LONGLONG>(tally->freeAuto, m_oldView->AutoNumber());
+    tally->freeAuto = std::min<LONGLONG>(tally->freeAuto, old.AutoNumber());
     tally->modified = Now();
     tally->changed = true;
     Note(db.oid, oid, DB_CEOID_RECORD_DELETED);
@@ -377,7 +398,7 @@ DWORD Writer::LowestFree(const DbInfo& db, LONGLONG from, LONGLONG& out) {
         rows.Bind(1, order.id).Bind(2, RecordRow(db.oid, 0)).Bind(3, bound).Bind(4, -1).Bind(5, 0);
         for (out = from; rows.Row(); ++out) {
             const auto record = RecordView::Of(rows.Blob(1));
-            if (!record || record->AutoNumber() != out) break;
+            if (record && record->AutoNumber() != out) break; // a damaged one may have this number
         }
         return rows.Error();
     }

@@ -393,6 +393,24 @@ TEST_F(Cursors, StayRightWhileAnotherHandleWrites) {
     EXPECT_EQ(At(walker, Next(walker)), "110");
 }
 
+TEST_F(Cursors, ADuplicateSharesTheCursorAndOutlivesTheHandle) {
+    const HANDLE db = Numbers({1, 2});
+    HANDLE twin = nullptr;
+    ASSERT_TRUE(DuplicateHandle(nullptr, db, nullptr, &twin, 0, FALSE, DUPLICATE_SAME_ACCESS));
+    First(db);
+    EXPECT_EQ(At(twin, Next(twin)), "2");
+    EXPECT_EQ(ReadOne(db, kNumber), "2");
+    Close(db);
+    EXPECT_EQ(First(db), 0u);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(At(twin, First(twin)), "1");
+    CEOIDINFO info{};
+    ASSERT_TRUE(CeOidGetInfo(m_oids[0], &info));
+    EXPECT_FALSE(CeDeleteDatabaseEx(&m_guid, info.infRecord.oidParent)); // it is open
+    EXPECT_TRUE(CloseHandle(twin));
+    EXPECT_TRUE(CeDeleteDatabaseEx(&m_guid, info.infRecord.oidParent));
+}
+
 // --- Streams ------------------------------------------------------------------------------------------------------
 
 class Streams : public StoreTest {
@@ -621,6 +639,11 @@ TEST_F(Volumes, MountsCountAndIdsStay) {
     EXPECT_EQ(m_guid, first);
     EXPECT_EQ(Walk(Open(u"a"), kNumber), "1");
     EXPECT_FALSE(Mount(u"\\..\\x.vol"));
+    // Whoever releases this one too often takes it from nobody.
+    ASSERT_TRUE(Mount(u"\\pim.vol"));
+    EXPECT_TRUE(CeUnmountDBVol(&m_guid));
+    EXPECT_FALSE(CeUnmountDBVol(&m_guid));
+    EXPECT_NE(Open(u"Tasks Database"), INVALID_HANDLE_VALUE);
 }
 
 TEST_F(Volumes, AFileReplacedBehindOurBackIsAnother) {

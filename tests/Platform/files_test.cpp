@@ -59,15 +59,17 @@ TEST_F(Files, CreationModes) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.creation) + (c.exists ? " exists" : " missing"));
-        std::filesystem::remove(HostPath("f.txt"));
-        if (c.exists) Put("f.txt", "old");
-        {
-            const Opened file(u"\\F.TXT", GENERIC_WRITE, 0, c.creation);
-            EXPECT_EQ(static_cast<bool>(file), c.opened);
-            EXPECT_EQ(file.error, c.error);
+        for (const DWORD access : {GENERIC_READ, GENERIC_WRITE}) {
+            std::filesystem::remove(HostPath("f.txt"));
+            if (c.exists) Put("f.txt", "old");
+            {
+                const Opened file(u"\\F.TXT", access, 0, c.creation);
+                EXPECT_EQ(static_cast<bool>(file), c.opened);
+                EXPECT_EQ(file.error, c.error);
+            }
+            EXPECT_EQ(Get(OnDisk("f.txt") ? "f.txt" : "F.TXT"), c.content);
+            std::filesystem::remove(HostPath("F.TXT"));
         }
-        EXPECT_EQ(Get(OnDisk("f.txt") ? "f.txt" : "F.TXT"), c.content);
-        std::filesystem::remove(HostPath("F.TXT"));
     }
 }
 
@@ -102,6 +104,11 @@ TEST_F(Files, RefusedOpenLeavesTheContentAlone) {
     EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
     EXPECT_FALSE(MoveFileW(u"\\f.txt", u"\\g.txt"));
     EXPECT_EQ(Get("f.txt"), "precious");
+    EXPECT_TRUE(CopyFileW(u"\\f.txt", u"\\g.txt", FALSE)); // it lets others read
+    const Opened alone(u"\\g.txt", GENERIC_READ, 0, OPEN_EXISTING);
+    EXPECT_FALSE(CopyFileW(u"\\g.txt", u"\\h.txt", FALSE));
+    EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+    EXPECT_FALSE(OnDisk("h.txt"));
 }
 
 TEST_F(Files, ExclusiveFileIsExclusiveForOtherProcesses) {
@@ -382,7 +389,7 @@ TEST_F(Files, SavingFailsWhole) {
 TEST_F(Files, CopyThatFailsLeavesTheOldFileAndNoScraps) {
     Put("f.txt", "old");
     Put("g.txt", std::string(600'000, 'g'));
-    for (const PlatFault fault : {PlatFault::FileWrite, PlatFault::FileRename}) {
+    for (const PlatFault fault : {PlatFault::FileWrite, PlatFault::FileSync, PlatFault::FileRename}) {
         PlatInjectFault(fault, 1);
         EXPECT_FALSE(CopyFileW(u"\\g.txt", u"\\f.txt", FALSE));
         EXPECT_EQ(Get("f.txt"), "old");

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstring>
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -242,8 +243,17 @@ TEST_F(Registry, DamagedFileIsSetAsideAndTold) {
     ASSERT_GT(whole.size(), 8192u);
     std::string broken = whole;
     std::fill(broken.begin() + 4096, broken.end(), '\xAB');
+    std::string miscounted = whole;
+    miscounted[39] = 5; // pages that are free, the last byte of four at 36
+    sqlite3* foreign = nullptr;
+    ASSERT_EQ(sqlite3_open(HostPath("foreign").c_str(), &foreign), SQLITE_OK);
+    ASSERT_EQ(
+        sqlite3_exec(foreign, "CREATE TABLE keys(a); CREATE TABLE letters(b)", nullptr, nullptr, nullptr),
+        SQLITE_OK);
+    sqlite3_close(foreign);
     for (const std::string& damaged :
-         {std::string("this is no database, but it is long enough to be looked at"), broken}) {
+         {std::string("this is no database, but it is long enough to be looked at"), miscounted,
+          Get("foreign"), broken}) {
         Restart();
         for (const auto& entry : std::filesystem::directory_iterator(m_folder))
             std::filesystem::remove_all(entry);
@@ -264,6 +274,47 @@ TEST_F(Registry, DamagedFileIsSetAsideAndTold) {
     const Key key(u"K");
     EXPECT_EQ(Get("registry.db.bad"), broken);
     EXPECT_EQ(Get("registry.db.bad1"), "again");
+}
+
+TEST_F(Registry, ReadingMakesNoFiles) {
+    PlatSetDeviceFolder(HostPath("new"));
+    HKEY opened = nullptr;
+    DWORD keys = 7;
+    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"Software", 0, 0, &opened), 2);
+    EXPECT_EQ(RegQueryValueExW(HKEY_CURRENT_USER, u"v", nullptr, nullptr, nullptr, nullptr), 2);
+    EXPECT_EQ(RegDeleteValueW(HKEY_CURRENT_USER, u"v"), 2);
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, u"Software"), 2);
+    EXPECT_EQ(RegQueryInfoKeyW(HKEY_USERS, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, nullptr, nullptr),
+              0);
+    EXPECT_EQ(keys, 0u);
+    EXPECT_FALSE(OnDisk("new"));
+    const Key key(u"Software");
+    EXPECT_EQ(key.Set(u"v", 1), 0);
+    EXPECT_TRUE(OnDisk("new/registry.db"));
+    EXPECT_EQ(key.Get(u"v"), 1);
+}
+
+// Put there by hand while programs run: the keys that are open in the former file aren't those of the new one.
+TEST_F(Registry, AReplacedFileIsAnother) {
+    const Key old(u"Old");
+    for (const char* file : {"registry.db", "registry.db-wal", "registry.db-shm"})
+        std::filesystem::remove(HostPath(file));
+    const Key fresh(u"Fresh");
+    EXPECT_EQ(fresh.Disposition(), REG_CREATED_NEW_KEY);
+    EXPECT_EQ(old.Set(u"v", 1), 1018);
+    EXPECT_EQ(fresh.Set(u"v", 2), 0);
+    EXPECT_EQ(fresh.Names(), u"v ");
+    Restart();
+    EXPECT_EQ(Key(u"Fresh").Get(u"v"), 2);
+}
+
+TEST_F(Registry, ALinkIsNotFollowed) {
+    std::filesystem::create_symlink("../outside-" + std::filesystem::path(m_folder).filename().string(),
+                                    HostPath("registry.db"));
+    HKEY opened = nullptr;
+    EXPECT_EQ(RegCreateKeyExW(HKEY_USERS, u"k", 0, nullptr, 0, 0, nullptr, &opened, nullptr), 5);
+    EXPECT_FALSE(OnDisk("../outside-" + std::filesystem::path(m_folder).filename().string()));
 }
 
 TEST_F(DISABLED_RegistryOther, Writes) {
