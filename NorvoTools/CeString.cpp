@@ -34,7 +34,7 @@ constinit const WCHAR* const CeStringRep::s_lpszCeEmpty = CeStringRep::s_rgNullD
 
 CeStringRep* CeStringRep::AllocBuf(int n) {
     if (n < 0) n = 0;
-    // The two header words are as long as four characters.
+    static_assert(sizeof(CeStringRep) == 4 * sizeof(WCHAR)); // the text follows the two words at once
     void* block = std::malloc(sizeof(CeStringRep) + Bytes(n) + sizeof(WCHAR));
     if (!block) std::abort(); // strings have no way to tell that memory ran out
     auto* rep = new (block) CeStringRep{1, n};

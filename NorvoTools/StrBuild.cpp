@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
 
 namespace {
@@ -19,14 +20,27 @@ bool StaysInUrl(WCHAR c) {
     return (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
 }
 
+// At most n characters of a text (-1: all), none of which is looked at behind them; null is empty.
+std::u16string_view AtMost(const WCHAR* text, int n) {
+    if (!text) return {};
+    std::size_t length = 0;
+    for (const auto limit = static_cast<std::size_t>(n); length < limit && text[length]; ++length) {}
+    return {text, length};
+}
+
+// The text may overlap its place.
+void Put(WCHAR* to, std::u16string_view text) {
+    if (!text.empty()) std::memmove(to, text.data(), text.size() * sizeof(WCHAR));
+    to[text.size()] = 0;
+}
+
 } // namespace
 
+// The length is taken first, so that a source in the destination does not grow under the copying.
 void StringBuilder(WCHAR* dst, int* pos, const WCHAR* src, int n) {
-    WCHAR* to = dst + *pos;
-    if (src)
-        for (; *src && n != 0; --n) *to++ = *src++;
-    *to = 0;
-    *pos = static_cast<int>(to - dst);
+    const std::u16string_view text = AtMost(src, n);
+    Put(dst + *pos, text);
+    *pos += static_cast<int>(text.size());
 }
 
 void SafeStringBuilder(WCHAR* dst, int* pos, const WCHAR* src, int n) {
@@ -34,11 +48,7 @@ void SafeStringBuilder(WCHAR* dst, int* pos, const WCHAR* src, int n) {
 }
 
 WCHAR* wstrncpy(WCHAR* dst, const WCHAR* src, int n) {
-    if (!dst) return nullptr;
-    WCHAR* to = dst;
-    if (src)
-        for (; *src && n > 0; --n) *to++ = *src++;
-    *to = 0;
+    if (dst) Put(dst, AtMost(src, std::max(n, 0)));
     return dst;
 }
 
@@ -46,17 +56,15 @@ WCHAR* wstrncpy(WCHAR* dst, const WCHAR* src, int n) {
 // zero-filled gets the bare number, any other is cut at the source's length.
 void CopyPhone(WCHAR* dst, const WCHAR* src) {
     if (!dst || !src) return;
-    WCHAR* to = dst + wcslen(dst);
-    int length = 0;
-    for (; src[length]; ++length)
-        if (std::u16string_view(u" -()").find(src[length]) == std::u16string_view::npos) *to++ = src[length];
-    dst[length] = 0;
+    const std::u16string_view phone(src);
+    std::copy_if(phone.begin(), phone.end(), dst + wcslen(dst),
+                 [](WCHAR c) { return std::u16string_view(u" -()").find(c) == std::u16string_view::npos; });
+    dst[phone.size()] = 0;
 }
 
 WCHAR* CleanupStringForPrintable(WCHAR* s, int n) {
     if (!s || n <= 0) return s;
-    std::u16string_view text(s);
-    text = text.substr(0, std::min(text.size(), static_cast<std::size_t>(n)));
+    const std::u16string_view text = AtMost(s, n);
     auto* copy = static_cast<WCHAR*>(std::malloc((text.size() + 1) * sizeof(WCHAR)));
     if (!copy) return nullptr;
     WCHAR* end = std::copy_if(text.begin(), text.end(), copy,

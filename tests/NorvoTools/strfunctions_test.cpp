@@ -217,6 +217,14 @@ TEST(StrFunctionsTest, Building) {
     EXPECT_EQ(6, pos);
     EXPECT_EQ(u"ab", At(wstrncpy(buffer.data(), u"abc", 2)));
     EXPECT_EQ(u"", At(wstrncpy(buffer.data(), nullptr, 2)));
+    // The source may lie in the buffer.
+    buffer = {u'a', u'b'};
+    StringBuilder(buffer.data(), &(pos = 2), buffer.data());
+    EXPECT_EQ(u"abab", At(buffer.data()));
+    wstrncpy(buffer.data() + 1, buffer.data(), 4);
+    EXPECT_EQ(u"aabab", At(buffer.data()));
+    wstrncpy(buffer.data(), buffer.data() + 2, -1);
+    EXPECT_EQ(u"", At(buffer.data()));
 }
 
 TEST(StrFunctionsTest, CopyPhoneEndsAtTheSourcesLength) {
@@ -235,6 +243,8 @@ TEST(StrFunctionsTest, Printable) {
                    u"b\nc\u00E4 d";
     EXPECT_EQ(u"abc\u00E4 d", Taken(CleanupStringForPrintable(text, 100)));
     EXPECT_EQ(u"ab", Taken(CleanupStringForPrintable(text, 4)));
+    std::vector<WCHAR> bare{u'x', 1, u'y'}; // no more than n characters are looked at
+    EXPECT_EQ(u"xy", Taken(CleanupStringForPrintable(bare.data(), 3)));
     EXPECT_EQ(text, CleanupStringForPrintable(text, 0));
     EXPECT_EQ(nullptr, CleanupStringForPrintable(nullptr, 5));
 }
