@@ -349,6 +349,21 @@ TEST_F(Threads, GuardHoldsFaultsAndExceptions) {
     EXPECT_EQ(thread.Join(), 2u);
 }
 
+__attribute__((noinline, no_sanitize("undefined", "address"))) int Descend(const volatile char* above) {
+    volatile char frame[4096];
+    frame[0] = *above;
+    return *above ? 1 : Descend(frame) + frame[0];
+}
+
+TEST_F(Threads, GuardHoldsAnExhaustedStack) {
+    TestThread thread([] {
+        const bool first = GuardedCall([] { Descend(""); });
+        const bool again = GuardedCall([] { Descend(""); });
+        return first || again ? 1u : 2u;
+    });
+    EXPECT_EQ(thread.Join(), 2u);
+}
+
 TEST_F(Threads, GuardLetsThreadsEnd) {
     TestThread leaver([]() -> DWORD {
         GuardedCall([] { ExitThread(3); });
