@@ -1,4 +1,6 @@
 #include "NorvoTools/CeFile.h"
+#include "Platform/clock.h"
+#include "Platform/threads.h"
 #include "tests/support/devicefiles.h"
 
 #include <array>
@@ -211,6 +213,30 @@ TEST_F(CeFileTest, FaultsAreTold) {
         EXPECT_TRUE(file.WriteFailed());
         PlatInjectFault(c.fault, 0);
     }
+}
+
+TEST_F(CeFileTest, InformationIsThatOfTheOpenFile) {
+    Put("a.txt", "x");
+    Put("b.txt", "x");
+    CeFile a, b;
+    EXPECT_EQ(a.GetFileOID(), 0u); // of no file
+    EXPECT_EQ(a.GetAttributes(), 0u);
+    ASSERT_TRUE(a.Open(u"\\a.txt", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, false));
+    ASSERT_TRUE(b.Open(u"\\b.txt", GENERIC_READ, FILE_SHARE_READ, false));
+    EXPECT_EQ(a.GetAttributes(), FILE_ATTRIBUTE_ARCHIVE);
+    const DWORD oid = a.GetFileOID();
+    EXPECT_NE(oid, 0u);
+    EXPECT_NE(oid, b.GetFileOID());
+    EXPECT_NE(a.GetCreationTime().dwHighDateTime, 0u);
+    EXPECT_NE(a.GetLastAccessTime().dwHighDateTime, 0u);
+    const FILETIME before = a.GetLastWriteTime();
+    Sleep(20);
+    a.Write("y", 1);
+    a.Flush();
+    const FILETIME after = a.GetLastWriteTime(); // asked anew each time
+    EXPECT_EQ(CompareFileTime(&before, &after), -1);
+    ASSERT_TRUE(a.Open(u"\\A.TXT", GENERIC_READ, FILE_SHARE_READ, false));
+    EXPECT_EQ(a.GetFileOID(), oid);
 }
 
 TEST_F(CeFileTest, ExistsAndCreatePath) {

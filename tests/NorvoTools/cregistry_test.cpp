@@ -188,6 +188,20 @@ TEST_F(CRegistryTest, PlatformStringsAndBytes) {
     EXPECT_FALSE(reg.QueryValueUpdated(u"b"));
 }
 
+TEST_F(CRegistryTest, TextKeysAreSectionsWithTheirRoot) {
+    CRegistry reg(kRegistryText, u"\\roots.reg", 0);
+    for (HKEY root : {HKEY_CLASSES_ROOT, HKEY_LOCAL_MACHINE, HKEY_USERS, HKEY_CURRENT_USER})
+        EXPECT_EQ(reg.OpenKey(root, u"\\K\\"), 0);
+    EXPECT_TRUE(reg.Exists(reinterpret_cast<HKEY>(LONG_PTR{77}), u"K")); // any other root is the user's
+    const char* names = "HKEY_CLASSES_ROOT\\K|HKEY_LOCAL_MACHINE\\K|HKEY_USERS\\K|HKEY_CURRENT_USER\\K|";
+    EXPECT_EQ(Ascii(*reg.SubKeyNames()), names); // whichever key is open
+    EXPECT_EQ(reg.SubKeyCount(), 4);
+    std::array<WCHAR, 30> name = {};
+    EXPECT_EQ(reg.SubKeyName(2, name.data(), 30), 0);
+    EXPECT_EQ(std::u16string(name.data()), u"HKEY_USERS\\K");
+    EXPECT_EQ(reg.SubKeyName(4, name.data(), 30), -259);
+}
+
 TEST_F(CRegistryTest, TheDefaultFileLiesInTheSuiteDirectory) {
     {
         CRegistry reg(kRegistryText, nullptr, 0);

@@ -37,6 +37,8 @@ public:
     std::atomic<int> m_ended{0};
     std::atomic<int> m_postKills{0};
     std::atomic<int> m_stops{0};
+    DWORD m_codeBeforeKill = 0;
+    DWORD m_codeAfterKill = 0;
     std::atomic<bool>* m_gone = nullptr;
 
 protected:
@@ -47,7 +49,11 @@ protected:
         return code;
     }
     void OnStop() override { ++m_stops; }
-    void PostKill() override { ++m_postKills; }
+    void OnKill() override { m_codeBeforeKill = GetExitCode(); }
+    void PostKill() override {
+        ++m_postKills;
+        m_codeAfterKill = GetExitCode();
+    }
 
 private:
     Body m_body;
@@ -115,6 +121,8 @@ TEST_F(ThreadsTest, AWorkerThatIgnoresTheStopIsTerminated) {
     worker.Stop(false);
     EXPECT_EQ(worker.m_stops, 1);
     EXPECT_EQ(worker.m_postKills, 1);
+    EXPECT_EQ(worker.m_codeBeforeKill, 259u); // still going
+    EXPECT_EQ(worker.m_codeAfterKill, 1u);
     EXPECT_EQ(worker.m_ended, 0);
     EXPECT_FALSE(worker.IsRunning());
     worker.Start(); // and the object works on
@@ -228,7 +236,51 @@ TEST_F(ThreadsTest, ThreadsThatCantBeMade) {
     EXPECT_EQ(worker.m_runs, 1);
 }
 
+TEST_F(ThreadsTest, MessagesToTheThread) {
+    std::atomic<UINT> got{0};
+    Worker worker([&](Worker&) -> DWORD {
+        MSG message = {};
+        GetMessageW(&message, nullptr, 0, 0);
+        got = message.message;
+        return 0;
+    });
+    EXPECT_FALSE(worker.PostThreadMessageW(1500, 0, 0)); // it has never been started
+    worker.Start();
+    while (!worker.PostThreadMessageW(1500, 0, 0)) Sleep(1);
+    EXPECT_TRUE(worker.WaitUntilIdle());
+    EXPECT_EQ(got, 1500u);
+}
+
+// Of a stopped object: the copy runs by itself and ends by itself.
+TEST_F(ThreadsTest, CopiesAreObjectsOfTheirOwn) {
+    struct Plain : CeWorkerThread {
+        explicit Plain(std::atomic<int>& runs) : m_runs(runs) {}
+        DWORD ThreadProc() override {
+            ++m_runs;
+            return m_hStopEvent.WaitFor(10000);
+        }
+        std::atomic<int>& m_runs;
+    };
+    std::atomic<int> runs{0};
+    Plain first(runs);
+    for (int round = 1; round <= 2; ++round) {
+        Plain second(first);
+        if (round == 2) static_cast<CeWorkerThread&>(second) = first;
+        second.Start();
+        while (runs < 2 * round - 1) Sleep(1);
+        EXPECT_FALSE(first.IsRunning());
+        second.Stop(false);
+        EXPECT_FALSE(second.IsRunning());
+        first.Start();
+        while (runs < 2 * round) Sleep(1);
+        first.Stop(false);
+    }
+}
+
+int s_told;
+
 LRESULT ClientProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    s_told += message == kMsgThreadEnded;
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
@@ -246,6 +298,15 @@ TEST_F(ThreadsTest, TheClientIsToldOfTheEnd) {
     ASSERT_TRUE(PeekMessageW(&message, window, kMsgThreadEnded, kMsgThreadEnded, PM_REMOVE));
     EXPECT_EQ(message.wParam, 42u);
     EXPECT_EQ(static_cast<DWORD>(message.lParam), worker.GetId());
+    Worker restarted([](Worker& w) -> DWORD { return w.WaitForStop(); }, window);
+    s_told = 0;
+    for (int runs = 1; runs <= 3; ++runs) {
+        restarted.Start();
+        while (restarted.m_runs < runs) Sleep(1);
+    }
+    restarted.Stop(false);
+    while (PeekMessageW(&message, window, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+    EXPECT_EQ(s_told, 3); // of the runs that a start has ended too
     DestroyWindow(window);
 }
 
