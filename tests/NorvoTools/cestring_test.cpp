@@ -29,7 +29,7 @@ TEST(CeStringTest, AssignmentSharesAndCopyConstructionCopies) {
     EXPECT_EQ(2, first.GetRefs());
     shared = u"Bonn";
     EXPECT_EQ(1, first.GetRefs());
-    first = first;
+    first = *&first; // itself
     EXPECT_EQ(u"Berlin", Text(first));
 }
 
