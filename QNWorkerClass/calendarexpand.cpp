@@ -3,8 +3,11 @@
 #include "QNWorkerClass/calendarthread.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -90,17 +93,41 @@ void CCalendarThread::fFillSeriesOnce() {
 
 // --- The walks ----------------------------------------------------------------------------------------------------
 
+// Sorted by day, as a damaged blob may hold hundreds of thousands.
+struct CCalendarThread::SpecialDays {
+    using Changed = std::pair<LONG, const CALENDAREXCEPTION*>;
+
+    SpecialDays(const CeList<DWORD>& deletedDates, const DATACALENDARDB& record) {
+        for (DWORD date : deletedDates) deleted.push_back(DayOfMinutes(date));
+        std::ranges::sort(deleted);
+        for (const CALENDAREXCEPTION* exception : record.m_listExceptions)
+            changed.emplace_back(exception->RuleDay(), exception);
+        std::ranges::stable_sort(changed, {}, &Changed::first);
+    }
+    bool IsEmpty() const { return deleted.empty() && changed.empty(); }
+    // The changed occurrence of the rule's date, of several the last; null without one.
+    const CALENDAREXCEPTION* FindChanged(LONG day) const {
+        auto behind = std::ranges::upper_bound(changed, day, {}, &Changed::first);
+        return behind != changed.begin() && std::prev(behind)->first == day ? std::prev(behind)->second
+                                                                            : nullptr;
+    }
+
+    std::vector<LONG> deleted;
+    std::vector<Changed> changed;
+};
+
 // The dates of the rule from before the range to its end, without those that `skip` and the deleted list take out.
 template<class Skip>
 void CCalendarThread::WalkEvents(const RecurrenceRule& rule, bool overMidnight, Skip skip) {
     DATACALENDARDB& record = *m_pRecord;
-    const bool isPlain = m_pDeletedDates->IsEmpty() && record.m_listExceptions.IsEmpty();
+    const SpecialDays days(*m_pDeletedDates, record);
+    const bool isPlain = days.IsEmpty();
     RuleWalk walk(rule, m_range.first, m_range.last, overMidnight, RuleWalk::Entry::Calendar);
     for (; walk.InRange(); walk.Step()) {
         LONG day = walk.Day();
-        if (skip(day) || (!isPlain && fCheckDeleteExp(day))) continue;
+        if (skip(day) || (!isPlain && fCheckDeleteExp(days, day))) continue;
         m_occurrence = {day, 0};
-        if (isPlain || !fCheckExp(record, day)) fFillEventInfo(record);
+        if (isPlain || !fCheckExp(record, days, day)) fFillEventInfo(record);
     }
 }
 
@@ -237,18 +264,14 @@ void CCalendarThread::fFillEventInfo(DATACALENDARDB& record) {
     AddCalendarItemToList(std::move(line));
 }
 
-bool CCalendarThread::fCheckDeleteExp(LONG day) {
-    for (DWORD deleted : *m_pDeletedDates)
-        if (DayOfMinutes(deleted) == day) return true;
-    return false;
+bool CCalendarThread::fCheckDeleteExp(const SpecialDays& days, LONG day) {
+    return std::ranges::binary_search(days.deleted, day);
 }
 
 // True when the date is that of a changed occurrence, which then has its line wherever it lands: there is no test of
 // the range here.
-bool CCalendarThread::fCheckExp(DATACALENDARDB& record, LONG day) {
-    const CALENDAREXCEPTION* change = nullptr;
-    for (const CALENDAREXCEPTION* exception : record.m_listExceptions)
-        if (exception->RuleDay() == day) change = exception; // the last one counts
+bool CCalendarThread::fCheckExp(DATACALENDARDB& record, const SpecialDays& days, LONG day) {
+    const CALENDAREXCEPTION* change = days.FindChanged(day);
     if (!change) return false;
     LONGLONG extraMinutes = 0;
     if (change->bMoved) {
@@ -319,4 +342,16 @@ bool CCalendarThread::fCheckNextWeekDay(const CeList<LONG>& days, SYSTEMTIME& da
         return true;
     }
     return false;
+}
+
+bool CCalendarThread::fCheckWeeklyDate(const DATACALENDARDB& record, const SYSTEMTIME& date) const {
+    return record.m_wDaysOfWeek >> WeekdayOf(DayOf(CivilDateOf(date))) & 1;
+}
+
+LONG CCalendarThread::GetDays(const DATACALENDARDB& record, const SYSTEMTIME& date) const {
+    LONG today = WeekdayOf(DayOf(CivilDateOf(date)));
+    LONG next = NextWeekday(record.m_wDaysOfWeek, today);
+    if (next < 7) return next - today;
+    LONG lowest = LowestWeekday(record.m_wDaysOfWeek);
+    return lowest < 7 ? lowest + 7 - today : 0;
 }

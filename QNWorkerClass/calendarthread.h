@@ -96,6 +96,11 @@ public:
     LONG fGetCurrentWeekDayOfEvent(const DATACALENDARDB& record) const {
         return LowestWeekday(record.m_wDaysOfWeek);
     }
+    // The next three are kept for those who know them; the thread calls none of them. Whether the date falls on a day of
+    // the pattern's week; the days from it to the next one that does, 1 to 7, or 0 for a pattern without days; nothing.
+    bool fCheckWeeklyDate(const DATACALENDARDB& record, const SYSTEMTIME& date) const;
+    LONG GetDays(const DATACALENDARDB& record, const SYSTEMTIME& date) const;
+    void fcheckMultidayEvent() const {} // AddCalendarItemToList gives an item its days
 
     HWND m_hClientWnd = nullptr; // is told of a load
 
@@ -155,8 +160,9 @@ protected:
     void WalkEvents(const RecurrenceRule& rule, bool overMidnight, Skip skip);
     bool IsBeforeSeriesMonthly(const RecurrenceRule& rule, LONG day) const;
     void fFillEventInfo(DATACALENDARDB& record);
-    bool fCheckExp(DATACALENDARDB& record, LONG day);
-    bool fCheckDeleteExp(LONG day);
+    struct SpecialDays; // deleted and changed ones of a series
+    bool fCheckExp(DATACALENDARDB& record, const SpecialDays& days, LONG day);
+    static bool fCheckDeleteExp(const SpecialDays& days, LONG day);
     bool OccurrenceIsTooEarly() const { return m_occurrence.day < m_range.first - kReachBack; }
     static LineTimes TimesFromMidnight(LONG startHour, LONG startMinute, LONG endHour, LONG endMinute,
                                        bool bAllDay);

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr std::array<LONG, 12> kMonthLengths{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 constexpr LONGLONG kSecondsPerDay = 86400;
 constexpr LONG kFebruary = 2;
 constexpr LONG kDecember = 12;
@@ -77,16 +76,16 @@ LONGLONG SecondsOfVariant(double variant) {
 }
 
 LONG TableMonthLength(const CivilDate& date) {
+    constexpr int kCommonYear = 2001;
     if (date.month == kFebruary && DividesBy4(date.year)) return 29;
-    return kMonthLengths[static_cast<std::size_t>(date.month - 1)];
+    return civil::DaysInMonth(kCommonYear, date.month);
 }
 
 CivilDate DateAdjust(const CivilDate& firstOfMonth, LONG patternDay) {
     LONG length = TableMonthLength(firstOfMonth);
-    if (patternDay >= 29 && patternDay <= 31 && patternDay > length)
+    if (patternDay >= 29 && patternDay <= 31 && patternDay >= length)
         return {firstOfMonth.year, firstOfMonth.month, length};
-    // Up to the month's length the table and the calendar agree, but for the 29 February of a century.
-    return {firstOfMonth.year, firstOfMonth.month, patternDay};
+    return CivilOf(DayOf(firstOfMonth) + patternDay - 1);
 }
 
 CivilDate IncrementMonth(const CivilDate& date, LONG patternDay) {

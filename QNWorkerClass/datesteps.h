@@ -70,11 +70,13 @@ constexpr CivilDate FirstOfMonth(LONG monthIndex) { return {monthIndex / 12, mon
 
 // --- Steps --------------------------------------------------------------------------------------------------------
 
-// The month's length by the table of the walks: February has 29 days in every year that divides by 4, centuries too.
+// The month's length by the table of the walks: February has 29 days in every year that divides by 4, centuries too. 0
+// for a month that is none.
 LONG TableMonthLength(const CivilDate& date);
 
 // From the first of a month to the pattern's day. 29 to 31 become the month's last day where it is shorter; but a
-// length of 29 is February's by the table, so 1900 and 2100 give a 29 February that doesn't exist.
+// length of 29 is February's by the table, so 1900 and 2100 give a 29 February that doesn't exist. A number that is no
+// day of any month counts on from the first.
 CivilDate DateAdjust(const CivilDate& firstOfMonth, LONG patternDay);
 
 // The step of a series on a day of the month. Not "the same day of the next month": the days that are stepped over are

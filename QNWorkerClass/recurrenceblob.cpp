@@ -140,7 +140,8 @@ int CRecurrenceParser::Parse(const BYTE* blob, DWORD size, DWORD, DATACALENDARDB
     record->m_wNth = static_cast<WORD>(pattern.nth);
     record->m_dwYearOffset = pattern.yearOffset;
     record->m_dwOccurrences = lists.occurrences;
-    record->m_dtStart = DayOfMinutes(startDate) + startDate % civil::kMinutesPerDay / 1440.0;
+    record->m_dtStart =
+        VariantOf({DayOfMinutes(startDate), static_cast<LONG>(startDate % civil::kMinutesPerDay)});
     record->m_dtEnd = endDate;
     record->m_wStartHour = static_cast<WORD>(startTime / 60);
     record->m_wStartMinute = static_cast<WORD>(startTime % 60);

@@ -129,7 +129,9 @@ void RuleWalk::StepOther() {
     case RuleKind::MonthlyNth:
         return StandOnNth(MonthIndex(m_date) + m_rule.period);
     case RuleKind::YearlyDay:
-        return StandOn(IncrementByYear(m_date, m_rule.month, m_rule.day));
+        do m_date = IncrementByYear(m_date, m_rule.month, m_rule.day);
+        while (!DateExists(m_date)); // 29 February 1700, a leap year by the rule of the steps
+        return StandOn(m_date);
     case RuleKind::YearlyNth:
         return StandOnNth(MonthIndex(m_date) + 12);
     }
