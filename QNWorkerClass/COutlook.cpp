@@ -47,19 +47,26 @@ void COutlook::Open() {
         CeCriticalSection& section;
         ~Leave() { section.Leave(); }
     } leave{m_csOpen};
-    if (Current()) return;
+    if (m_bOpening || Current()) return; // a logon may show boxes, and windows that run under them may call
+    m_bOpening = true;
+    const Session session = LogOn();
+    m_bOpening = false;
+    PlatUnended unended;
+    std::lock_guard guard(m_lockApp);
+    m_pApp = session;
+}
+
+COutlook::Session COutlook::LogOn() const {
     const HWND owner = IsWindow(m_hOwner) ? m_hOwner : GetForegroundWindow();
     void* app = nullptr;
     if (FAILED(CoCreateInstance(CLSID_Application, nullptr, 0, IID_IPOutlookApp2, &app))) {
         ShowError(u"%s", u"Cannot create the object");
-        return;
+        return nullptr;
     }
     const Session session(static_cast<IPOutlookApp2*>(app), [](IPOutlookApp2* made) { made->Release(); });
     // The object stays: a failed logon does not read as no session, later calls give what the platform gives.
     if (FAILED(session->Logon(owner))) ShowError(u"%s", u"Cannot logon to the Pocket Outlook Database.");
-    PlatUnended unended;
-    std::lock_guard guard(m_lockApp);
-    m_pApp = session;
+    return session;
 }
 
 void COutlook::Close() {

@@ -60,11 +60,13 @@ private:
     using Session = std::shared_ptr<IPOutlookApp2>;
     Session Current() const;
     Session EnsureOpen(); // null without a session
+    Session LogOn() const;
 
     Session m_pApp;               // null: not logged on
     mutable std::mutex m_lockApp; // of the pointer alone, held for a copy of it
     HWND m_hOwner = nullptr;
     CeCriticalSection m_csOpen;
+    bool m_bOpening = false; // under m_csOpen, which its owner may enter again
 };
 
 // The frame's session; null until InitQNTools.

@@ -8,6 +8,7 @@
 #include "Platform/strings.h"
 #include "QNWorkerClass/sidestores.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -42,6 +43,16 @@ CEPROPVAL Key(CEPROPID propid, DWORD value) {
 }
 
 bool IsListEmpty(const CCategoryFilterInfo* filter) { return !filter || filter->m_list.Count() == 0; }
+
+bool Holds(const std::vector<LONG>& ids, const CFullCategory* category) {
+    return std::find(ids.begin(), ids.end(), category->m_lId) != ids.end();
+}
+bool HoldsAll(const std::vector<LONG>& ids, const CFullCategoryList& list) {
+    return std::all_of(list.begin(), list.end(), [&](const CFullCategory* c) { return Holds(ids, c); });
+}
+bool HoldsAny(const std::vector<LONG>& ids, const CFullCategoryList& list) {
+    return std::any_of(list.begin(), list.end(), [&](const CFullCategory* c) { return Holds(ids, c); });
+}
 
 } // namespace
 
@@ -79,6 +90,7 @@ void CQNDataThread::SetCategoryRestrict(bool bSave) {
 // --- Bringing up the side databases -----------------------------------------------------------------------------------
 
 void CQNDataThread::SetupThreadResources() {
+    CoInitializeEx(nullptr, 0); // each thread for itself
     OpenCategoryAssociations();
     ResolveNamedProperties();
     OpenNamedProperties();
@@ -194,10 +206,10 @@ bool CQNDataThread::CategoryFilterEDB(CEOID oid, CCategoryFilterInfo* filter) {
     const bool noList = IsListEmpty(filter);
     const LONG mode = filter ? filter->bHideCategories : kCategoriesShowChosen;
     if (mode == kCategoriesShowChosen && noList) return true;
-    const bool hasCategory = SeekKey(m_pDbCategoryAssoc.get(), kPropAssocItem, oid);
+    const std::vector<LONG> ids = CategoriesOf(oid);
+    const bool hasCategory = !ids.empty();
     const auto test = [&] {
-        return filter->CategoryANDOR ? CategoryAndFilterEDB(oid, filter->m_list)
-                                     : CategoryOrFilterEDB(oid, filter->m_list);
+        return filter->CategoryANDOR ? HoldsAll(ids, filter->m_list) : HoldsAny(ids, filter->m_list);
     };
     switch (mode) {
     case kCategoriesOnlyWithout:
@@ -213,22 +225,28 @@ bool CQNDataThread::CategoryFilterEDB(CEOID oid, CCategoryFilterInfo* filter) {
     }
 }
 
-bool CQNDataThread::IsInCategory(CEOID oid, LONG category) {
-    CEPROPVAL keys[2] = {Key(kPropAssocItem, oid), Key(kPropAssocCategory, 0)};
-    keys[1].val.lVal = category;
-    return m_pDbCategoryAssoc->SeekRec(keys, 2) != 0;
+// An item has few categories, and a filter may have many: one walk costs less than a seek for each of the filter's.
+std::vector<LONG> CQNDataThread::CategoriesOf(CEOID oid) {
+    std::vector<LONG> ids;
+    if (!m_pDbCategoryAssoc || !m_pCategoryBuffer) return ids;
+    const CEPROPVAL key = Key(kPropAssocItem, oid);
+    CEPROPID wanted = kPropAssocCategory;
+    for (CEOID found = m_pDbCategoryAssoc->SeekRec(&key, 1); found;
+         found = m_pDbCategoryAssoc->SeekNextRec(&key, 1)) {
+        LONG& id = ids.emplace_back(0);
+        if (m_pDbCategoryAssoc->ReadRec(m_recCategory, m_pCategoryBuffer,
+                                        CeRecordBufferSize(kCategoryBuffer, 2), 1, &wanted))
+            m_recCategory.GetIndexVal(0, id);
+    }
+    return ids;
 }
 
 bool CQNDataThread::CategoryAndFilterEDB(CEOID oid, CFullCategoryList& list) {
-    for (const CFullCategory* category : list)
-        if (!IsInCategory(oid, category->m_lId)) return false;
-    return true;
+    return HoldsAll(CategoriesOf(oid), list);
 }
 
 bool CQNDataThread::CategoryOrFilterEDB(CEOID oid, CFullCategoryList& list) {
-    for (const CFullCategory* category : list)
-        if (IsInCategory(oid, category->m_lId)) return true;
-    return false;
+    return HoldsAny(CategoriesOf(oid), list);
 }
 
 bool CQNDataThread::CheckPrivacy(LONG mode, LONG sensitivity) {
@@ -311,21 +329,11 @@ const CategoryEntry* CQNDataThread::FindCategory(LONG id) {
 
 WCHAR* CQNDataThread::CategoryFromEDB(CEOID oid) {
     m_szCategoryBuffer.clear();
-    if (m_pDbCategoryAssoc && m_pCategoryBuffer) {
-        const CEPROPVAL key = Key(kPropAssocItem, oid);
-        const CEPROPID ids[] = {kPropAssocCategory};
-        for (CEOID found = m_pDbCategoryAssoc->SeekRec(&key, 1); found;
-             found = m_pDbCategoryAssoc->SeekNextRec(&key, 1)) {
-            LONG id = 0;
-            if (!m_pDbCategoryAssoc->ReadRec(m_recCategory, m_pCategoryBuffer,
-                                             CeRecordBufferSize(kCategoryBuffer, 2), 1, ids) ||
-                !m_recCategory.GetIndexVal(0, id))
-                continue;
-            const CategoryEntry* category = FindCategory(id);
-            if (!category) continue;
-            if (!m_szCategoryBuffer.empty()) m_szCategoryBuffer += u", ";
-            m_szCategoryBuffer += category->szName;
-        }
+    for (LONG id : CategoriesOf(oid)) {
+        const CategoryEntry* category = FindCategory(id);
+        if (!category) continue;
+        if (!m_szCategoryBuffer.empty()) m_szCategoryBuffer += u", ";
+        m_szCategoryBuffer += category->szName;
     }
     return NewText(m_szCategoryBuffer);
 }
