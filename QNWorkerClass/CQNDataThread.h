@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Messages to the client window of a data thread.
 inline constexpr UINT kMsgLoadBegins = 32802;     // 0, 0
@@ -118,7 +119,7 @@ private:
     std::unique_ptr<CeDb> OpenLinkStore(const WCHAR* name, DWORD sortProp);
     std::unique_ptr<CeDb> OpenPlanningStore(const WCHAR* name, DWORD sortProp);
     bool NoteHeadIsEmpty(HANDLE stream, DWORD size);
-    bool IsInCategory(CEOID oid, LONG category);
+    std::vector<LONG> CategoriesOf(CEOID oid); // ids, ascending; 0 for one that can't be read
     const CategoryEntry* FindCategory(LONG id);
 
     CategorySnapshot m_categories;
