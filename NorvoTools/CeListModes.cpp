@@ -49,9 +49,9 @@ void* TextFromBytes(int mode, const CeElementBytes& bytes) {
     std::size_t unit = IsNarrow(mode) ? 1 : sizeof(WCHAR);
     std::size_t length = bytes.dwSize / unit * unit;
     if (mode == STRLIST_BSTR) {
-        BSTR text = SysAllocStringLen(nullptr, static_cast<UINT>(length / unit));
-        CopyBytes(text, bytes.pData, length);
-        return text;
+        std::u16string text(length / unit, u'\0'); // its own length must not count the terminator
+        std::memcpy(text.data(), bytes.pData, length);
+        return CeCopyForMode(mode, text.c_str());
     }
     auto* text = static_cast<BYTE*>(NewBlockFor(mode, length + unit));
     if (!text) return nullptr;

@@ -3,6 +3,7 @@
 #include "NorvoTools/CeStrList.h"
 
 #include "Platform/files.h"
+#include "Platform/memory.h"
 #include "tests/support/device.h"
 
 #include <fstream>
@@ -190,6 +191,28 @@ TEST_F(ListFileTest, TextsNeedNoTerminatorAndNoWholeCharacter) {
     CeStrList<> list;
     ASSERT_EQ(LISTFILE_OK, ReadListFile(kPath, "CONTEXTS100", list));
     EXPECT_EQ(u"ab", std::u16string(list[0]));
+}
+
+TEST_F(ListFileTest, EveryKindOfTextComesBackAsItself) {
+    CeStrList<char*> narrow(0, STRLIST_STRDUP, STRCOMPARE_STR);
+    narrow.Add("ab");
+    ASSERT_EQ(LISTFILE_OK, WriteListFile(kPath, "CONTEXTS100", narrow));
+    const Bytes onDisk = OnDisk();
+    EXPECT_EQ((Bytes{3, 0, 0, 0, 'a', 'b', 0}), Bytes(onDisk.begin() + 33, onDisk.end()));
+    ASSERT_EQ(LISTFILE_OK, ReadListFile(kPath, "CONTEXTS100", narrow));
+    EXPECT_STREQ("ab", narrow[0]);
+
+    PutOnDisk(kContexts);
+    for (int mode : {STRLIST_MALLOC, STRLIST_LOCAL, STRLIST_WCSDUP, STRLIST_BSTR}) {
+        CeStrList<> list(0, mode);
+        ASSERT_EQ(LISTFILE_OK, ReadListFile(kPath, "CONTEXTS100", list)) << mode;
+        EXPECT_EQ(u"ab", std::u16string(list[0])) << mode;
+        EXPECT_EQ(nullptr, list[1]) << mode;
+        EXPECT_EQ(u"", std::u16string(list[2])) << mode;
+        EXPECT_TRUE(mode != STRLIST_BSTR || SysStringLen(list[0]) == 2);
+        ASSERT_EQ(LISTFILE_OK, WriteListFile(kPath, "CONTEXTS100", list)) << mode;
+        EXPECT_EQ(kContexts, OnDisk()) << mode;
+    }
 }
 
 TEST_F(ListFileTest, ADamagedFileIsKeptAside) {
