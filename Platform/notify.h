@@ -2,7 +2,7 @@
 //
 // The queue is one for all processes of a device folder. Each notification is delivered once, by the pump of whichever
 // process comes first: one with a dialog goes to the desktop's notifications, one without a user block starts its
-// application. What came due while nothing ran is delivered at the next start of a pump.
+// application (by Platform/process.h). What came due while nothing ran is delivered at the next start of a pump.
 // Any thread may call anything here. Handles are numbers below 2^31 that stay the same across restarts; they are
 // not handles of CloseHandle.
 #pragma once
@@ -60,5 +60,10 @@ DWORD PlatRunDueNotifications(const SYSTEMTIME& now);
 // The pump: a thread that delivers at the time. Starting or stopping it twice does nothing; the stop waits for it.
 void PlatStartNotificationPump();
 void PlatStopNotificationPump();
+
+// Host side: whoever shows reminders in place of the desktop. Called on the thread that delivers: it must not block nor
+// use notifications. Null puts the desktop back.
+using PlatReminderProvider = void (*)(void* user, LPCWSTR title, LPCWSTR text);
+void PlatSetReminderProvider(PlatReminderProvider provider, void* user);
 
 #pragma GCC visibility pop

@@ -3,7 +3,7 @@
 // A device program is a row of the host program table: the key "Software\Norvo\HostPrograms" of HKEY_LOCAL_MACHINE
 // maps its name (a device path or a bare file name) to a host command. The command and the arguments are cut at blanks,
 // with double quotes holding a piece together; no shell ever reads them. What is started lives on by itself.
-// Nothing here waits for a program. Any thread may call.
+// Nothing here waits for a program. Any thread may call. A host may take all of it over (PlatSetProgramProvider).
 #pragma once
 
 #include "Platform/types.h"
@@ -53,6 +53,12 @@ BOOL ShellExecuteEx(SHELLEXECUTEINFO* info);
 BOOL SHCreateShortcut(LPCWSTR shortcut, LPCWSTR target);
 // Reads it back, cut to `chars`. FALSE: 2, 3, 11 (not a shortcut).
 BOOL SHGetShortcutTarget(LPCWSTR shortcut, LPWSTR target, int chars);
+
+// Host side: whoever starts programs and opens documents in place of this host. Gives 0 when it did, else the error of the
+// call. Called on the thread that asks, or that delivers a notification: it must not block nor use notifications.
+using PlatProgramProvider = DWORD (*)(void* user, LPCWSTR file, LPCWSTR arguments);
+// Null puts the host's own way back.
+void PlatSetProgramProvider(PlatProgramProvider provider, void* user);
 
 // The message that the store is full.
 int SHShowOutOfMemory(HWND owner, UINT flags);

@@ -6,6 +6,7 @@
 #include "Platform/host/devicefolder.h"
 #include "Platform/host/faults.h"
 #include "Platform/host/programs.h"
+#include "Platform/host/provider.h"
 #include "Platform/host/smalldb.h"
 #include "Platform/host/text.h"
 #include "Platform/threads.h"
@@ -217,6 +218,11 @@ private:
 
 // --- Delivery -----------------------------------------------------------------------------------------------------
 
+ProviderSlot<PlatReminderProvider>& Slot() {
+    static auto* slot = new ProviderSlot<PlatReminderProvider>;
+    return *slot;
+}
+
 // The body of a desktop notification may be read as mark-up.
 std::string EscapeMarkup(std::string_view text) {
     std::string escaped;
@@ -251,6 +257,8 @@ void ShowDialog(const Dialog& dialog) {
     DWORD error = 0;
     StartedProgram started;
     if (RecordStart(u"notify-send", title + u"\n" + body, error)) return;
+    const auto [provider, user] = Slot().Get();
+    if (provider) return provider(user, title.c_str(), body.c_str());
     // "--": a title may begin with a dash.
     const std::vector<std::string> arguments{"--app-name=Quillonary", "--", ToUtf8(title),
                                              EscapeMarkup(ToUtf8(body))};
@@ -261,7 +269,7 @@ void ShowDialog(const Dialog& dialog) {
 void StartApplication(const Notification& row) {
     DWORD error = 0;
     StartedProgram started;
-    if (RecordStart(row.application, row.arguments, error)) return;
+    if (StartedElsewhere(row.application, row.arguments, error)) return;
     if (StartDeviceProgram(row.application, row.arguments, started) == 0) return;
     OutputDebugStringW(
         (u"Due, but nothing runs it: " + row.application + u" " + row.arguments + u"\n").c_str());
@@ -347,7 +355,10 @@ private:
 
 struct Hooks {
     Hooks() {
-        AtReset([] { Pump::Get().Stop(); });
+        AtReset([] {
+            Pump::Get().Stop();
+            PlatSetReminderProvider(nullptr, nullptr);
+        });
         AtFolderChange([] {
             Pump::Get().Stop();
             Queue::Get().Close();
@@ -451,6 +462,8 @@ BOOL CeGetUserNotification(HANDLE notification, DWORD size, DWORD* needed, BYTE*
     plat::LayOut(*row, buffer);
     return TRUE;
 }
+
+void PlatSetReminderProvider(PlatReminderProvider provider, void* user) { plat::Slot().Set(provider, user); }
 
 DWORD PlatRunDueNotifications(const SYSTEMTIME& now) {
     plat::HostCall call;

@@ -116,13 +116,13 @@ BOOL Give(DWORD error) {
 
 BOOL CreateProcessW(LPCWSTR image, LPCWSTR arguments, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD,
                     void*, LPWSTR, STARTUPINFOW*, PROCESS_INFORMATION* information) {
-    plat::HostCall call;
     const auto file = plat::TextOf(image);
     if (file.empty()) return plat::Give(ERROR_INVALID_PARAMETER);
     plat::StartedProgram started;
     DWORD error = 0;
-    if (!plat::RecordStart(file, plat::TextOf(arguments), error))
-        error = plat::StartDeviceProgram(file, plat::TextOf(arguments), started);
+    const bool elsewhere = plat::StartedElsewhere(file, plat::TextOf(arguments), error);
+    plat::HostCall call;
+    if (!elsewhere) error = plat::StartDeviceProgram(file, plat::TextOf(arguments), started);
     if (!error && information)
         *information = {plat::NewProcessHandle(), plat::NewProcessHandle(),
                         static_cast<DWORD>(started.processId), 0};
@@ -130,14 +130,15 @@ BOOL CreateProcessW(LPCWSTR image, LPCWSTR arguments, SECURITY_ATTRIBUTES*, SECU
 }
 
 BOOL ShellExecuteEx(SHELLEXECUTEINFO* info) {
-    plat::HostCall call;
     if (!info) return plat::Give(ERROR_INVALID_PARAMETER);
     const auto file = plat::TextOf(info->lpFile);
     if (file.empty()) return plat::Give(ERROR_INVALID_PARAMETER);
     const auto arguments = plat::TextOf(info->lpParameters);
     plat::StartedProgram started;
     DWORD error = 0;
-    if (!plat::RecordStart(file, arguments, error)) error = plat::Execute(file, arguments, true, started);
+    const bool elsewhere = plat::StartedElsewhere(file, arguments, error);
+    plat::HostCall call;
+    if (!elsewhere) error = plat::Execute(file, arguments, true, started);
     if (!error && (info->fMask & SEE_MASK_NOCLOSEPROCESS)) info->hProcess = plat::NewProcessHandle();
     return plat::Give(error);
 }

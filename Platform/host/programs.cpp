@@ -2,9 +2,11 @@
 
 #include "Platform/host/faults.h"
 #include "Platform/host/filenames.h"
+#include "Platform/host/provider.h"
 #include "Platform/host/registrystore.h"
 #include "Platform/host/resolve.h"
 #include "Platform/host/text.h"
+#include "Platform/process.h"
 
 #include <algorithm>
 #include <array>
@@ -38,9 +40,15 @@ Recorder& TheRecorder() {
     return *recorder;
 }
 
+ProviderSlot<PlatProgramProvider>& Slot() {
+    static auto* slot = new ProviderSlot<PlatProgramProvider>;
+    return *slot;
+}
+
 struct ResetRecorder {
     ResetRecorder() {
         AtReset([] {
+            PlatSetProgramProvider(nullptr, nullptr);
             PlatRecordPrograms(false);
             PlatTakePrograms();
         });
@@ -207,6 +215,7 @@ DWORD StartDeviceProgram(std::u16string_view image, std::u16string_view argument
 }
 
 bool RecordStart(std::u16string_view file, std::u16string_view arguments, DWORD& error) {
+    HostCall call;
     auto& recorder = TheRecorder();
     std::lock_guard lock(recorder.mutex);
     if (!recorder.on) return false;
@@ -215,7 +224,16 @@ bool RecordStart(std::u16string_view file, std::u16string_view arguments, DWORD&
     return true;
 }
 
+bool StartedElsewhere(std::u16string_view file, std::u16string_view arguments, DWORD& error) {
+    if (RecordStart(file, arguments, error)) return true;
+    const auto [provider, user] = Slot().Get();
+    if (provider) error = provider(user, std::u16string(file).c_str(), std::u16string(arguments).c_str());
+    return provider != nullptr;
+}
+
 } // namespace plat
+
+void PlatSetProgramProvider(PlatProgramProvider provider, void* user) { plat::Slot().Set(provider, user); }
 
 void PlatRecordPrograms(bool record, DWORD error) {
     auto& recorder = plat::TheRecorder();

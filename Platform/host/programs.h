@@ -30,4 +30,7 @@ DWORD StartDeviceProgram(std::u16string_view image, std::u16string_view argument
 // While tests record, true: the start is noted in place of being done, and `error` is its result.
 bool RecordStart(std::u16string_view file, std::u16string_view arguments, DWORD& error);
 
+// True when it was recorded, or is the business of a provider, and `error` its result. Outside of every host call.
+bool StartedElsewhere(std::u16string_view file, std::u16string_view arguments, DWORD& error);
+
 } // namespace plat

@@ -326,6 +326,30 @@ TEST_F(Notifications, ThePumpDelivers) {
     EXPECT_EQ(Handles().size(), 1u);
 }
 
+TEST_F(Notifications, ProvidersShowRemindersAndStartPrograms) {
+    std::u16string seen;
+    PlatSetReminderProvider(
+        [](void* user, LPCWSTR title, LPCWSTR text) {
+            *static_cast<std::u16string*>(user) += std::u16string(title) + u"/" + text + u";";
+        },
+        &seen);
+    PlatSetProgramProvider(
+        [](void* user, LPCWSTR file, LPCWSTR arguments) -> DWORD {
+            *static_cast<std::u16string*>(user) += std::u16string(file) + u"(" + arguments + u");";
+            return file[0] == u'x' ? 8 : 0;
+        },
+        &seen);
+    const CE_NOTIFICATION_TRIGGER trigger{52, CNT_TIME, 0, u"\\Note.exe", u"a b", At(21, 9), {}};
+    EXPECT_NE(CeSetUserNotificationEx(nullptr, &trigger, nullptr), nullptr);
+    Set(At(21, 10), u"POOM: 1 ", u"Dentist\r\nMain Street");
+    EXPECT_EQ(PlatRunDueNotifications(At(21, 10)), 2u);
+    EXPECT_EQ(Open(u"http://a.b/"), 0u);
+    EXPECT_EQ(Start(u"x.exe", nullptr), 8u);
+    EXPECT_EQ(seen, u"\\Note.exe(a b);Dentist/Main Street;http://a.b/();x.exe();");
+    PlatResetForTests();
+    EXPECT_EQ(Start(u"x.exe", nullptr), 2u);
+}
+
 // --- Services that others provide ---------------------------------------------------------------------------------
 
 TEST_F(Host, MailIsComposedOnTheDesktop) {
