@@ -85,7 +85,8 @@ bool INIFile::KeepCopy() const {
         wsprintfW(number, u"%d", i);
         copy = m_fileName + u".bad" + number;
     }
-    return CopyFileW(m_fileName.c_str(), copy.c_str(), TRUE) != FALSE;
+    // With all names taken the last copy gives way: a file that loses a line at every save must not end the saving.
+    return CopyFileW(m_fileName.c_str(), copy.c_str(), FALSE) != FALSE;
 }
 
 bool INIFile::Write() const {
