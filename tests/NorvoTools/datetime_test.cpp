@@ -97,6 +97,11 @@ TEST(DateTimeTest, DaysAndSecondsCarryThroughEveryField) {
     SystemTimeIncrement(t, 10'000);
     SystemTimeDecrement(t, 80'000);
     EXPECT_EQ("1939-02-11 Sat 20:45:52.000", Text(t));
+    t = At(9999, 12, 30, 23, 59, 59);
+    incrementday(t, 1);
+    EXPECT_EQ("9999-12-31 Fri 23:59:59.000", Text(t));
+    incrementday(t, -3'067'670);
+    EXPECT_EQ("1601-01-01 Mon 23:59:59.000", Text(t));
 }
 
 TEST(DateTimeTest, AnImpossibleDateStaysAsItWas) {
@@ -141,6 +146,9 @@ TEST(DateTimeTest, MonthsKeepTheDayWhileTheyCan) {
         {At(2008, 2, 29), 12, "2009-02-28 Sat 00:00:00.000"},
         {At(2007, 12, 31), 26, "2010-02-28 Sun 00:00:00.000"},
         {At(2007, 12, 31), 0, "2007-12-31 Mon 00:00:00.000"},
+        {At(1900, 1, 30), -1, "1899-12-30 Sat 00:00:00.000"},
+        {At(100, 2, 15), -1, "0100-01-15 Fri 00:00:00.000"},
+        {At(9999, 10, 31), 2, "9999-12-31 Fri 00:00:00.000"},
     };
     for (const Case& c : cases) {
         SYSTEMTIME t = c.from;
