@@ -368,6 +368,11 @@ TEST_F(Frame, TopWindowOfTheApplication) {
         CreateWindowExW(0, u"Frame", u"", WS_VISIBLE, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
     SetActiveWindow(top);
     EXPECT_EQ(top, CeGetAppWindow());
+    const HWND prompt =
+        CreateWindowExW(0, u"Frame", u"", WS_VISIBLE | WS_POPUP, 0, 0, 5, 5, top, nullptr, nullptr, nullptr);
+    SetActiveWindow(prompt);
+    EXPECT_EQ(prompt, GetActiveWindow());
+    EXPECT_EQ(top, CeGetAppWindow());
     DestroyWindow(top);
 }
 
