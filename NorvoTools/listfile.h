@@ -121,5 +121,6 @@ int ReadListFile(const WCHAR* path, std::string_view magic, CeList<T>& list) {
 template<class T>
 int WriteListFile(const WCHAR* path, std::string_view magic, CeList<T>& list,
                   CeListFileIndex index = CeListFileIndex::Last) {
+    if (!list.GetDescribe()) return LISTFILE_SHORT; // it would be a file of nulls
     return WriteListFileBytes(path, BuildListFile(magic, DescribeList(list, index)));
 }

@@ -5,9 +5,7 @@
 #include "Platform/citydb.h"
 #include "Platform/modules.h"
 
-#include <array>
 #include <memory>
-#include <type_traits>
 
 namespace {
 

@@ -88,6 +88,9 @@ TEST_F(ListFileTest, ObjectIdsAndTheCurrentIndexByteByByte) {
     list.MoveTo(1);
     ASSERT_EQ(LISTFILE_OK, WriteListFile(kPath, "RECENT101", list, CeListFileIndex::Current));
     EXPECT_EQ(kRecent, OnDisk());
+    list.SetDescribe(nullptr);
+    EXPECT_EQ(LISTFILE_SHORT, WriteListFile(kPath, "RECENT101", list));
+    EXPECT_EQ(kRecent, OnDisk());
 
     CePtrList<CEOID> read(1);
     read.SetDescribe(&CeDescribeNumber<CEOID>);
