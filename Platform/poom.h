@@ -81,7 +81,7 @@ inline constexpr CEPROPID PIMPR_RECURRING = 0x0022000B;
 inline constexpr CEPROPID PIMPR_REMINDER_SET = 0x0028000B;
 inline constexpr CEPROPID PIMPR_REMINDER_MINUTES = 0x00290013;
 inline constexpr CEPROPID PIMPR_CATEGORIES = 0x101D001F; // in no record: CategoryAssocDB
-inline constexpr CEPROPID PIMPR_NOTE = 0x001E0064;       // BodyInk
+inline constexpr CEPROPID PIMPR_NOTE = 0x001E0064;       // BodyInk, Body
 inline constexpr CEPROPID PIMPR_RECURRENCE = 0x203F0064; // of an appointment
 inline constexpr CEPROPID PIMPR_RECIPIENTS = 0x60010064;
 inline constexpr CEPROPID PIMPR_TASK_RECURRENCE =
@@ -290,13 +290,19 @@ struct IRecurrencePattern : IDispatch {
     virtual HRESULT put_MonthOfYear(LONG month) = 0;
     // The occurrence that the rule has on this day, as it stands now. E_NOTFOUND: no date of the rule, or deleted.
     // Its Save writes a changed occurrence into the series, its Delete takes the day out; both are written at once when
-    // the series is in the store. Only Subject, Location, Start, Duration, End, AllDayEvent, BusyStatus and BodyInk can be
-    // set on it, the rest are refused with E_FAIL.
+    // the series is in the store and its rule has no unsaved change. Only Subject, Location, Start, Duration, End,
+    // AllDayEvent, BusyStatus, Body and BodyInk can be set on it (a text of 65,534 characters, a note of 65,535 bytes at
+    // most), the rest are refused with E_FAIL.
     virtual HRESULT GetOccurrence(DATE date, IAppointment** occurrence) = 0;
 
 protected:
     ~IRecurrencePattern() = default;
 };
+
+// The note of an item has two faces. BodyInk is its bytes: lpb of get_BodyInk is the caller's, by LocalFree, and null when there
+// is none. Body is a text, kept as UTF-16 with a byte-order mark; null or empty takes the note out, and it replaces rich
+// text or ink. get_Body reads any note that is a text by bytes (the code page) or by UTF-16, and gives E_NOTIMPL for rich
+// text and ink, of which only BodyInk tells.
 
 // Start, Duration and End of a series are those of its first occurrence, in the wall clock of the series' zone.
 struct IAppointment : IDispatch {
@@ -325,8 +331,9 @@ struct IAppointment : IDispatch {
     virtual HRESULT get_IsRecurring(VARIANT_BOOL* recurring) = 0;
     virtual HRESULT get_MeetingStatus(LONG* status) = 0;
     virtual HRESULT put_MeetingStatus(LONG status) = 0;
-    virtual HRESULT
-    get_BodyInk(CEBLOB* ink) = 0; // lpb is the caller's, by LocalFree; null when there is none
+    virtual HRESULT get_Body(BSTR* text) = 0;
+    virtual HRESULT put_Body(BSTR text) = 0;
+    virtual HRESULT get_BodyInk(CEBLOB* ink) = 0;
     virtual HRESULT put_BodyInk(const CEBLOB* ink) = 0;
     virtual HRESULT get_Recipients(IRecipients** recipients) = 0;
     virtual HRESULT get_Oid(LONG* oid) = 0;
@@ -364,6 +371,8 @@ struct ITask : IDispatch {
     virtual HRESULT put_ReminderTime(DATE date) = 0;
     virtual HRESULT get_IsRecurring(VARIANT_BOOL* recurring) = 0;
     virtual HRESULT get_TeamTask(VARIANT_BOOL* team) = 0; // always FALSE
+    virtual HRESULT get_Body(BSTR* text) = 0;
+    virtual HRESULT put_Body(BSTR text) = 0;
     virtual HRESULT get_BodyInk(CEBLOB* ink) = 0;
     virtual HRESULT put_BodyInk(const CEBLOB* ink) = 0;
     virtual HRESULT get_Oid(LONG* oid) = 0;
@@ -390,6 +399,8 @@ struct IContact : IDispatch {
     virtual HRESULT put_FileAs(BSTR text) = 0;
     virtual HRESULT get_Categories(BSTR* text) = 0;
     virtual HRESULT put_Categories(BSTR text) = 0;
+    virtual HRESULT get_Body(BSTR* text) = 0;
+    virtual HRESULT put_Body(BSTR text) = 0;
     virtual HRESULT get_BodyInk(CEBLOB* ink) = 0;
     virtual HRESULT put_BodyInk(const CEBLOB* ink) = 0;
     virtual HRESULT get_Oid(LONG* oid) = 0;
@@ -414,8 +425,9 @@ struct IPOutlookItemCollection : IDispatch {
     virtual HRESULT FindNext(IDispatch** item) = 0;
     virtual HRESULT Restrict(BSTR restriction, IPOutlookItemCollection** items) = 0;
     virtual HRESULT Sort(BSTR property, VARIANT_BOOL descending) = 0; // "[Prop]"; equal ones keep their order
-    // With recurrences a series stands as its occurrences, sorted by start with the rest, from the date that the restriction
-    // sets for Start (else the first) and for 400 days at most. For a calendar only.
+    // With recurrences a series stands as its occurrences, each with its own values, sorted by start with the rest: from the
+    // date that the restriction sets for Start, or the first when that is later, and for 400 days at most. For a
+    // calendar only.
     virtual HRESULT get_IncludeRecurrences(VARIANT_BOOL* include) = 0;
     virtual HRESULT put_IncludeRecurrences(VARIANT_BOOL include) = 0;
 

@@ -13,10 +13,21 @@ namespace plat::poom {
 
 namespace {
 
+constexpr DefaultValue kAppointmentAlways[] = {
+    {PIMPR_ALLDAY, 0},      {PIMPR_REMINDER_SET, 0},    {PIMPR_RECURRING, 0},
+    {PIMPR_SENSITIVITY, 0}, {PIMPR_BUSYSTATUS, olBusy}, {PIMPR_MEETINGSTATUS, 0},
+};
+constexpr DefaultValue kTaskAlways[] = {
+    {PIMPR_SENSITIVITY, 0},
+    {PIMPR_REMINDER_SET, 0},
+    {PIMPR_RECURRING, 0},
+    {PIMPR_IMPORTANCE, olImportanceNormal},
+};
+
 constexpr ItemKind kKinds[] = {
-    {olAppointmentItem, olFolderCalendar, kOidAppointment, Side::Appointments},
-    {olContactItem, olFolderContacts, kOidContact, Side::Contacts},
-    {olTaskItem, olFolderTasks, kOidTask, Side::Tasks},
+    {olAppointmentItem, olFolderCalendar, kOidAppointment, Side::Appointments, kAppointmentAlways},
+    {olContactItem, olFolderContacts, kOidContact, Side::Contacts, {}},
+    {olTaskItem, olFolderTasks, kOidTask, Side::Tasks, kTaskAlways},
 };
 
 template<class M>
@@ -49,21 +60,6 @@ const ItemKind* KindOf(int kind) { return FindKind(&ItemKind::kind, kind); }
 const ItemKind* KindOfFolder(int folder) { return FindKind(&ItemKind::folder, folder); }
 const ItemKind* KindOfOid(CEOID oid) { return FindKind(&ItemKind::bits, oid & kOidKindMask); }
 
-HRESULT PoomApplication::QueryInterface(const IID& iid, void** object) {
-    if (!object) return E_POINTER;
-    *object = nullptr;
-    if (iid != IID_IPOutlookApp2 && iid != IID_IDispatch && iid != IID_IUnknown) return E_NOINTERFACE;
-    AddRef();
-    *object = static_cast<IPOutlookApp2*>(this);
-    return S_OK;
-}
-
-ULONG PoomApplication::Release() {
-    const ULONG left = m_count.Down();
-    if (left == 0) delete this;
-    return left;
-}
-
 HRESULT PoomApplication::Logon(HWND) {
     return Call([this] { return m_store.Open(); });
 }
@@ -77,9 +73,7 @@ HRESULT PoomApplication::Logoff() {
 }
 
 HRESULT PoomApplication::GetDefaultFolder(int folder, IFolder** out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    return Call([&]() -> HRESULT {
+    return Give(out, [&]() -> HRESULT {
         const ItemKind* kind = KindOfFolder(folder);
         if (!kind && folder != olFolderInfrared) return E_INVALIDARG;
         // A dead session shows here, where the caller can still open another.
@@ -89,38 +83,31 @@ HRESULT PoomApplication::GetDefaultFolder(int folder, IFolder** out) {
 }
 
 HRESULT PoomApplication::CreateItem(int kind, IDispatch** item) {
-    if (!item) return E_POINTER;
-    *item = nullptr;
-    return Call([&]() -> HRESULT {
+    return Give(item, [&]() -> HRESULT {
         const ItemKind* found = KindOf(kind);
         if (!found) return E_INVALIDARG;
         Ref<PoomItem> made = MakeItem(*found);
         made->InitNew();
-        *item = made->AsDispatch();
-        made.Give();
+        *item = made.Give()->AsDispatch();
         return S_OK;
     });
 }
 
 HRESULT PoomApplication::GetItemFromOid(LONG oid, IDispatch** item) {
-    if (!item) return E_POINTER;
-    *item = nullptr;
-    return Call([&] {
+    return Give(item, [&]() -> HRESULT {
         Ref<PoomItem> found;
         if (HRESULT hr = OpenItem(static_cast<CEOID>(oid), found); FAILED(hr)) return hr;
-        *item = found->AsDispatch();
-        found.Give();
+        *item = found.Give()->AsDispatch();
         return S_OK;
     });
 }
 
 HRESULT PoomApplication::GetItemFromOidEx(CEOID oid, DWORD, IItem** item) {
-    if (!item) return E_POINTER;
-    *item = nullptr;
-    return Call([&] {
+    return Give(item, [&]() -> HRESULT {
         Ref<PoomItem> found;
         if (HRESULT hr = OpenItem(oid, found); FAILED(hr)) return hr;
-        return GiveRef(std::move(found), item);
+        *item = found.Give();
+        return S_OK;
     });
 }
 
@@ -177,11 +164,7 @@ HRESULT PoomApplication::GetTimeZoneInformationFromIndex(int index, TIME_ZONE_IN
 }
 
 HRESULT PoomApplication::get_OutlookCompatible(VARIANT_BOOL* compatible) {
-    if (!compatible) return E_POINTER;
-    return Call([&] {
-        *compatible = m_outlookCompatible;
-        return S_OK;
-    });
+    return Tell(compatible, [this] { return m_outlookCompatible; });
 }
 
 HRESULT PoomApplication::put_OutlookCompatible(VARIANT_BOOL compatible) {

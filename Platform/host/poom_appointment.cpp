@@ -1,5 +1,7 @@
 #include "Platform/host/poom_appointment.h"
 
+#include "Platform/civil.h"
+
 #include <algorithm>
 #include <cstring>
 #include <random>
@@ -13,16 +15,7 @@ std::atomic<PlatMeetingTransport> g_meetingTransport{nullptr};
 constexpr std::size_t kMeetingIdSize = 28;
 constexpr DWORD kDefaultMinutes = 60;
 
-// What every appointment's record has, so that a deletion of one sets it back.
-constexpr struct {
-    CEPROPID id;
-    DWORD value;
-} kAlways[] = {
-    {PIMPR_ALLDAY, 0},      {PIMPR_REMINDER_SET, 0},    {PIMPR_RECURRING, 0},
-    {PIMPR_SENSITIVITY, 0}, {PIMPR_BUSYSTATUS, olBusy}, {PIMPR_MEETINGSTATUS, 0},
-};
-
-constexpr LONG kLargestDuration = 1'440 * 3'660;
+constexpr Seconds kEndOfDates = (949'998 + civil::kDaysTo1899) * kDay; // where "no date" begins
 
 std::vector<BYTE> RandomBytes(std::size_t count) {
     std::random_device source;
@@ -48,21 +41,8 @@ std::optional<TIME_ZONE_INFORMATION> ZoneOf(const PropValue* blob) {
     return zone;
 }
 
-HRESULT AppointmentItem::QueryInterface(const IID& iid, void** object) {
-    if (!object) return E_POINTER;
-    *object = nullptr;
-    if (iid == IID_IAppointment || iid == IID_IDispatch || iid == IID_IUnknown)
-        *object = static_cast<IAppointment*>(this);
-    else if (iid == IID_IItem)
-        *object = static_cast<IItem*>(this);
-    else
-        return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-}
-
 void AppointmentItem::InitNew() {
-    for (const auto& value : kAlways) m_changed.Set(PropValue::Number(value.id, value.value));
+    PoomItem::InitNew();
     m_changed.Set(PropValue::Number(PIMPR_DURATION, kDefaultMinutes));
     m_wallStart = NextHalfHour();
     m_timesTouched = true;
@@ -79,9 +59,7 @@ TIME_ZONE_INFORMATION AppointmentItem::Zone() {
 Seconds AppointmentItem::WallStart() {
     if (!m_wallStart) {
         const PropValue* start = Get(PIMPR_START);
-        const Seconds utc = start ? SecondsFromTicks(start->number) : 0;
-        const bool singleAllDay = IsAllDay() && IsSingle();
-        m_wallStart = singleAllDay ? AllDayFromUtc(DeviceZone(), utc) : WallFromUtc(Zone(), utc);
+        m_wallStart = WallOf(start ? SecondsFromTicks(start->number) : 0);
     }
     return IsAllDay() ? DayOf(*m_wallStart) : *m_wallStart;
 }
@@ -93,6 +71,10 @@ DWORD AppointmentItem::Minutes() {
 
 Seconds AppointmentItem::StoredMoment(Seconds wall) {
     return IsAllDay() && IsSingle() ? UtcFromAllDay(DeviceZone(), wall) : UtcFromWall(Zone(), wall);
+}
+
+Seconds AppointmentItem::WallOf(Seconds stored) {
+    return IsAllDay() && IsSingle() ? AllDayFromUtc(DeviceZone(), stored) : WallFromUtc(Zone(), stored);
 }
 
 void AppointmentItem::StoreTimes() {
@@ -114,7 +96,7 @@ HRESULT AppointmentItem::SetWallStart(Seconds wall) {
     if (IsRecurring()) {
         const bool otherDay = DayOf(wall) != DayOf(WallStart());
         const HRESULT hr = EditSeries([&](Series& series) {
-            series.startTime = MinutesFromSeconds(wall % kDay);
+            series.SetStartTime(MinutesFromSeconds(wall % kDay));
             if (otherDay) series.startDate = MinutesFromSeconds(DayOf(wall));
         });
         if (FAILED(hr)) return hr;
@@ -125,11 +107,7 @@ HRESULT AppointmentItem::SetWallStart(Seconds wall) {
 }
 
 HRESULT AppointmentItem::get_Start(DATE* date) {
-    if (!date) return E_POINTER;
-    return Call([&] {
-        *date = DateFromSeconds(WallStart());
-        return S_OK;
-    });
+    return Tell(date, [this] { return DateFromSeconds(WallStart()); });
 }
 
 HRESULT AppointmentItem::put_Start(DATE date) {
@@ -139,11 +117,7 @@ HRESULT AppointmentItem::put_Start(DATE date) {
 }
 
 HRESULT AppointmentItem::get_End(DATE* date) {
-    if (!date) return E_POINTER;
-    return Call([&] {
-        *date = DateFromSeconds(WallStart() + SecondsFromMinutes(Minutes()));
-        return S_OK;
-    });
+    return Tell(date, [this] { return DateFromSeconds(WallStart() + SecondsFromMinutes(Minutes())); });
 }
 
 HRESULT AppointmentItem::put_End(DATE date) {
@@ -151,17 +125,13 @@ HRESULT AppointmentItem::put_End(DATE date) {
     if (!wall || date >= kNoDate) return E_INVALIDARG;
     return Call([&]() -> HRESULT {
         const Seconds minutes = (*wall - WallStart()) / kMinute;
-        if (minutes < 0 || minutes > kLargestDuration) return E_INVALIDARG;
+        if (minutes < 0) return E_INVALIDARG;
         return CheckAndPut(PropValue::Number(PIMPR_DURATION, static_cast<ULONGLONG>(minutes)));
     });
 }
 
 HRESULT AppointmentItem::get_Duration(LONG* minutes) {
-    if (!minutes) return E_POINTER;
-    return Call([&] {
-        *minutes = static_cast<LONG>(Minutes());
-        return S_OK;
-    });
+    return Tell(minutes, [this] { return static_cast<LONG>(Minutes()); });
 }
 
 HRESULT AppointmentItem::put_Duration(LONG minutes) {
@@ -188,9 +158,11 @@ HRESULT AppointmentItem::CanPut(const PropValue& value) {
     switch (value.id) {
     case PIMPR_START:
     case PIMPR_END:
-        return value.absent ? E_INVALIDARG : S_OK;
+        return value.absent || SecondsFromTicks(value.number) >= kEndOfDates ? E_INVALIDARG : CanPutTimes();
     case PIMPR_DURATION:
-        return value.absent || value.number > static_cast<ULONGLONG>(kLargestDuration) ? E_INVALIDARG : S_OK;
+        return value.absent || value.number > kLargestDuration ? E_INVALIDARG : CanPutTimes();
+    case PIMPR_ALLDAY:
+        return CanPutTimes();
     case PIMPR_TIMEZONE:
         return value.absent || ZoneOf(&value) ? S_OK : E_INVALIDARG;
     default:
@@ -198,22 +170,19 @@ HRESULT AppointmentItem::CanPut(const PropValue& value) {
     }
 }
 
+// The times of a series stand in its block, too: one that can't be read isn't left behind with others.
+HRESULT AppointmentItem::CanPutTimes() {
+    Series series;
+    return IsRecurring() ? CurrentSeries(series) : S_OK;
+}
+
 void AppointmentItem::Put(PropValue value) {
-    if (value.absent)
-        for (const auto& always : kAlways)
-            if (always.id == value.id) value = PropValue::Number(value.id, always.value);
     switch (value.id) {
-    case PIMPR_START: {
-        const Seconds utc = SecondsFromTicks(value.number);
-        SetWallStart(IsAllDay() && IsSingle() ? AllDayFromUtc(DeviceZone(), utc) : WallFromUtc(Zone(), utc));
+    case PIMPR_START:
+        SetWallStart(WallOf(SecondsFromTicks(value.number)));
         return;
-    }
-    case PIMPR_END: {
-        const Seconds end = WallFromUtc(Zone(), SecondsFromTicks(value.number));
-        Put(PropValue::Number(PIMPR_DURATION,
-                              static_cast<ULONGLONG>(std::max<Seconds>(end - WallStart(), 0) / kMinute)));
-        return;
-    }
+    case PIMPR_END:
+        return PutEnd(WallOf(SecondsFromTicks(value.number)));
     case PIMPR_DURATION:
         WallStart();
         if (IsRecurring() && value.number != Minutes())
@@ -221,30 +190,38 @@ void AppointmentItem::Put(PropValue value) {
         m_timesTouched = true;
         break;
     case PIMPR_ALLDAY:
-        m_wallStart = WallStart(); // by the rule in force until now
-        if (value.number) m_wallStart = DayOf(*m_wallStart);
-        m_timesTouched = true;
-        if (IsRecurring() && BoolOf(PIMPR_ALLDAY) != (value.number != 0)) {
-            const auto time = MinutesFromSeconds(*m_wallStart % kDay);
-            m_changed.Set(value);
-            EditSeries([time](Series& series) { series.startTime = time; });
-        }
+        PutAllDay(value);
         break;
-    case PIMPR_TIMEZONE: {
+    case PIMPR_TIMEZONE:
         // The wall clock stays, and with it what a series shows in its own zone.
         m_wallStart = WallStart();
         m_timesTouched = true;
-        const auto zone = ZoneOf(&value);
-        if (!value.absent && zone) {
+        if (const auto zone = ZoneOf(&value); zone && !value.absent) {
             const PackedZone packed = PackZone(*zone);
             value = PropValue::Bytes(PIMPR_TIMEZONE, packed);
         }
         break;
-    }
     default:
         break;
     }
     PoomItem::Put(std::move(value));
+}
+
+void AppointmentItem::PutEnd(Seconds wall) {
+    // The stored end of a day near a change of the clock may lie an hour beside its midnight.
+    if (IsAllDay()) wall = DayOf(wall + kDay / 2);
+    const Seconds minutes = std::clamp<Seconds>((wall - WallStart()) / kMinute, 0, kLargestDuration);
+    Put(PropValue::Number(PIMPR_DURATION, static_cast<DWORD>(minutes)));
+}
+
+void AppointmentItem::PutAllDay(const PropValue& value) {
+    m_wallStart = WallStart(); // by the rule in force until now
+    if (value.number) m_wallStart = DayOf(*m_wallStart);
+    m_timesTouched = true;
+    if (!IsRecurring() || IsAllDay() == (value.number != 0)) return;
+    const auto time = MinutesFromSeconds(*m_wallStart % kDay);
+    m_changed.Set(value);
+    EditSeries([time](Series& series) { series.SetStartTime(time); });
 }
 
 const PropValue* AppointmentItem::ForCaller(CEPROPID id) {
@@ -290,11 +267,7 @@ HRESULT AppointmentItem::ClearSeries() {
     return S_OK;
 }
 
-HRESULT AppointmentItem::ClearRecurrencePattern() {
-    return Call([this] { return ClearSeries(); });
-}
-
-HRESULT AppointmentItem::GiveOccurrence(DWORD day, IAppointment** occurrence) {
+HRESULT AppointmentItem::OpenOccurrence(DWORD day, Ref<PoomItem>& occurrence) {
     if (!IsRecurring()) return E_NOTFOUND;
     if (HRESULT hr = LoadSeries(); FAILED(hr)) return hr;
     if (HRESULT hr = CountEnd(*m_series); FAILED(hr)) return hr;
@@ -302,21 +275,29 @@ HRESULT AppointmentItem::GiveOccurrence(DWORD day, IAppointment** occurrence) {
     if (!changed && m_series->IsDeleted(day)) return E_NOTFOUND;
     if (!changed && !PlatGetRuleWalk()) return E_UNEXPECTED;
     if (!changed && !HasRuleDate(*m_series, day)) return E_NOTFOUND;
-    return MakeOccurrence(*this, *m_series, day, occurrence);
+    occurrence = MakeOccurrence(*this, *m_series, day);
+    return S_OK;
 }
 
-HRESULT OccurrencesOf(PoomItem& item, Seconds from, Seconds to, std::vector<OccurrenceStart>& starts) {
-    auto& appointment = static_cast<AppointmentItem&>(item);
+HRESULT OccurrencesOf(PoomItem& item, Seconds from, Seconds span, std::vector<OccurrenceTimes>& times) {
     Series series;
-    if (HRESULT hr = appointment.CurrentSeries(series); FAILED(hr)) return hr;
+    if (HRESULT hr = static_cast<AppointmentItem&>(item).CurrentSeries(series); FAILED(hr)) return hr;
     if (HRESULT hr = CountEnd(series); FAILED(hr)) return hr;
-    for (DWORD day : RuleDates(series, MinutesFromSeconds(DayOf(from)), MinutesFromSeconds(DayOf(to))))
-        if (!series.IsDeleted(day)) starts.push_back({day, SecondsFromMinutes(day + series.startTime)});
+    Seconds first = SecondsFromMinutes(series.startDate + series.startTime);
+    if (!series.changed.empty()) first = std::min(first, SecondsFromMinutes(series.changed.front().start));
+    from = std::max(from, first);
+    for (DWORD day :
+         RuleDates(series, MinutesFromSeconds(DayOf(from)), MinutesFromSeconds(DayOf(from + span)))) {
+        const Seconds start = SecondsFromMinutes(day + series.startTime);
+        if (!series.IsDeleted(day))
+            times.push_back({day, start, start + SecondsFromMinutes(series.duration), false});
+    }
     for (const ChangedOccurrence& changed : series.changed)
-        starts.push_back({changed.OriginalDay(), SecondsFromMinutes(changed.start)});
-    std::erase_if(starts,
-                  [&](const OccurrenceStart& start) { return start.start < from || start.start > to; });
-    std::ranges::stable_sort(starts, {}, &OccurrenceStart::start);
+        times.push_back({changed.OriginalDay(), SecondsFromMinutes(changed.start),
+                         SecondsFromMinutes(changed.end), true});
+    std::erase_if(times,
+                  [&](const OccurrenceTimes& one) { return one.start < from || one.start > from + span; });
+    std::ranges::stable_sort(times, {}, &OccurrenceTimes::start);
     return S_OK;
 }
 
@@ -337,17 +318,6 @@ void AppointmentItem::Saved() {
     m_timesTouched = false;
     m_seriesDirty = false;
     if (!IsRecurring()) m_series.reset();
-}
-
-HRESULT AppointmentItem::Copy(IAppointment** copy) {
-    if (!copy) return E_POINTER;
-    *copy = nullptr;
-    return Call([&] {
-        Ref<PoomItem> twin;
-        if (HRESULT hr = CopyItem(twin); FAILED(hr)) return hr;
-        *copy = static_cast<AppointmentItem*>(twin.Give());
-        return S_OK;
-    });
 }
 
 HRESULT AppointmentItem::Transport(bool cancel) {

@@ -16,22 +16,12 @@ struct Recipient {
 std::vector<std::shared_ptr<Recipient>> DecodeRecipients(std::span<const BYTE> block);
 std::vector<BYTE> EncodeRecipients(const std::vector<std::shared_ptr<Recipient>>& recipients);
 
-class AppointmentItem : public SeriesItem, public IAppointment {
+class AppointmentItem : public SeriesObject<IAppointment> {
 public:
-    using PoomItem::Copy;
-    using PoomItem::get_Oid;
-    using SeriesItem::SeriesItem;
+    using SeriesObject::SeriesObject;
 
-    HRESULT QueryInterface(const IID& iid, void** object) override;
-    ULONG AddRef() final { return PoomItem::AddRef(); }
-    ULONG Release() final { return PoomItem::Release(); }
-
-    HRESULT get_Subject(BSTR* text) override { return GiveText(PIMPR_SUBJECT, text); }
-    HRESULT put_Subject(BSTR text) override { return TakeText(PIMPR_SUBJECT, text); }
     HRESULT get_Location(BSTR* text) override { return GiveText(PIMPR_LOCATION, text); }
     HRESULT put_Location(BSTR text) override { return TakeText(PIMPR_LOCATION, text); }
-    HRESULT get_Categories(BSTR* text) override { return GiveText(PIMPR_CATEGORIES, text); }
-    HRESULT put_Categories(BSTR text) override { return TakeText(PIMPR_CATEGORIES, text); }
     HRESULT get_Start(DATE* date) override;
     HRESULT put_Start(DATE date) override;
     HRESULT get_End(DATE* date) override;
@@ -42,38 +32,24 @@ public:
     HRESULT put_AllDayEvent(VARIANT_BOOL allDay) override { return TakeBool(PIMPR_ALLDAY, allDay); }
     HRESULT get_BusyStatus(LONG* status) override { return GiveLong(PIMPR_BUSYSTATUS, status); }
     HRESULT put_BusyStatus(LONG status) override { return TakeLong(PIMPR_BUSYSTATUS, status); }
-    HRESULT get_Sensitivity(LONG* sensitivity) override { return GiveLong(PIMPR_SENSITIVITY, sensitivity); }
-    HRESULT put_Sensitivity(LONG sensitivity) override { return TakeLong(PIMPR_SENSITIVITY, sensitivity); }
-    HRESULT get_ReminderSet(VARIANT_BOOL* set) override { return GiveBool(PIMPR_REMINDER_SET, set); }
-    HRESULT put_ReminderSet(VARIANT_BOOL set) override { return TakeBool(PIMPR_REMINDER_SET, set); }
     HRESULT get_ReminderMinutesBeforeStart(LONG* minutes) override {
         return GiveLong(PIMPR_REMINDER_MINUTES, minutes);
     }
     HRESULT put_ReminderMinutesBeforeStart(LONG minutes) override {
         return minutes < 0 ? E_INVALIDARG : TakeLong(PIMPR_REMINDER_MINUTES, minutes);
     }
-    HRESULT get_IsRecurring(VARIANT_BOOL* recurring) override { return GiveBool(PIMPR_RECURRING, recurring); }
     HRESULT get_MeetingStatus(LONG* status) override { return GiveLong(PIMPR_MEETINGSTATUS, status); }
     HRESULT put_MeetingStatus(LONG status) override { return TakeLong(PIMPR_MEETINGSTATUS, status); }
-    HRESULT get_BodyInk(CEBLOB* ink) override { return GiveInk(ink); }
-    HRESULT put_BodyInk(const CEBLOB* ink) override { return TakeInk(ink); }
     HRESULT get_Recipients(IRecipients** recipients) override;
-    HRESULT get_Oid(LONG* oid) override { return GiveOid(oid); }
-    HRESULT Save() override { return PoomItem::Save(); }
-    HRESULT Delete() override { return PoomItem::Delete(); }
-    HRESULT Copy(IAppointment** copy) override;
     HRESULT Send() override { return Transport(false); }
     HRESULT Cancel() override { return Transport(true); }
-    HRESULT GetRecurrencePattern(IRecurrencePattern** pattern) override { return GivePattern(pattern); }
-    HRESULT ClearRecurrencePattern() override;
 
     // --- with the lock held ---
-    IDispatch* AsDispatch() override { return static_cast<IAppointment*>(this); }
     void InitNew() override;
     HRESULT CanPut(const PropValue& value) override;
     void Put(PropValue value) override;
     bool Field(std::u16string_view name, FieldValue& value) override;
-    HRESULT GiveOccurrence(DWORD day, IAppointment** occurrence) override;
+    HRESULT OpenOccurrence(DWORD day, Ref<PoomItem>& occurrence) override;
     HRESULT ClearSeries() override;
 
     // Of the wall clock of Zone(); all-day: a midnight.
@@ -82,7 +58,7 @@ public:
     virtual TIME_ZONE_INFORMATION Zone();
     virtual HRESULT SetWallStart(Seconds wall);
     // A single appointment with the values of one of this series' occurrences.
-    Ref<PoomItem> CopyAsSingle(AppointmentItem& occurrence, const PropBag& own);
+    HRESULT CopyAsSingle(AppointmentItem& occurrence, const PropBag& own, Ref<PoomItem>& copy);
 
     std::vector<std::shared_ptr<Recipient>>& Recipients();
     void RecipientsChanged();
@@ -100,6 +76,8 @@ protected:
     // A single all-day item is stored by a rule of its own.
     virtual bool IsSingle() { return !IsRecurring(); }
     Seconds StoredMoment(Seconds wall);
+    Seconds WallOf(Seconds stored);
+    virtual void PutAllDay(const PropValue& value);
 
     std::optional<Seconds> m_wallStart; // unsaved, or as read
     bool m_timesTouched = false;
@@ -107,6 +85,8 @@ protected:
 private:
     HRESULT Transport(bool cancel);
     void StoreTimes();
+    HRESULT CanPutTimes();
+    void PutEnd(Seconds wall);
 
     std::optional<std::vector<std::shared_ptr<Recipient>>> m_recipients;
     PropValue m_wideZone; // what ForCaller gave out last
@@ -115,6 +95,6 @@ private:
 // The record's zone blob, of either size; null for none.
 std::optional<TIME_ZONE_INFORMATION> ZoneOf(const PropValue* blob);
 
-HRESULT MakeOccurrence(AppointmentItem& series, const Series& rule, DWORD day, IAppointment** out);
+Ref<PoomItem> MakeOccurrence(AppointmentItem& series, const Series& rule, DWORD day);
 
 } // namespace plat::poom

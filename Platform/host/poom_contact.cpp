@@ -18,26 +18,9 @@ constexpr CEPROPID kTelephones[] = {
     PIMPR_CAR_TEL,    PIMPR_RADIO_TEL,    PIMPR_COMPANY_TEL,   PIMPR_ASSISTANT_TEL,
 };
 
-class ContactItem final : public PoomItem, public IContact {
+class ContactItem final : public ItemObject<PoomItem, IContact> {
 public:
-    using PoomItem::Copy;
-    using PoomItem::get_Oid;
-    using PoomItem::PoomItem;
-
-    HRESULT QueryInterface(const IID& iid, void** object) override {
-        if (!object) return E_POINTER;
-        *object = nullptr;
-        if (iid == IID_IContact || iid == IID_IDispatch || iid == IID_IUnknown)
-            *object = static_cast<IContact*>(this);
-        else if (iid == IID_IItem)
-            *object = static_cast<IItem*>(this);
-        else
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG AddRef() override { return PoomItem::AddRef(); }
-    ULONG Release() override { return PoomItem::Release(); }
+    using ItemObject::ItemObject;
 
     HRESULT get_Birthday(DATE* date) override { return GiveDay(PIMPR_BIRTHDAY, date); }
     HRESULT put_Birthday(DATE date) override { return TakeDay(PIMPR_BIRTHDAY, date); }
@@ -45,29 +28,6 @@ public:
     HRESULT put_Anniversary(DATE date) override { return TakeDay(PIMPR_ANNIVERSARY, date); }
     HRESULT get_FileAs(BSTR* text) override { return GiveText(PIMPR_FILEAS, text); }
     HRESULT put_FileAs(BSTR text) override { return TakeText(PIMPR_FILEAS, text); }
-    HRESULT get_Categories(BSTR* text) override { return GiveText(PIMPR_CATEGORIES, text); }
-    HRESULT put_Categories(BSTR text) override { return TakeText(PIMPR_CATEGORIES, text); }
-    HRESULT get_BodyInk(CEBLOB* ink) override { return GiveInk(ink); }
-    HRESULT put_BodyInk(const CEBLOB* ink) override { return TakeInk(ink); }
-    HRESULT get_Oid(LONG* oid) override { return GiveOid(oid); }
-    HRESULT Save() override { return PoomItem::Save(); }
-    HRESULT Delete() override { return PoomItem::Delete(); }
-    HRESULT Copy(IContact** copy) override {
-        if (!copy) return E_POINTER;
-        *copy = nullptr;
-        return Call([&] {
-            Ref<PoomItem> twin;
-            if (HRESULT hr = CopyItem(twin); FAILED(hr)) return hr;
-            *copy = static_cast<ContactItem*>(twin.Give());
-            return S_OK;
-        });
-    }
-
-    IDispatch* AsDispatch() override { return static_cast<IContact*>(this); }
-    void Put(PropValue value) override {
-        if ((value.id == PIMPR_BIRTHDAY || value.id == PIMPR_ANNIVERSARY) && !value.absent) PutDay(value);
-        PoomItem::Put(std::move(value));
-    }
 
 protected:
     HRESULT PrepareSave() override {
@@ -78,12 +38,6 @@ protected:
     }
 
 private:
-    // Whole days, whoever sets them; the date that means none deletes the property.
-    static void PutDay(PropValue& value) {
-        const Seconds day = DayOf(SecondsFromTicks(value.number));
-        value.number = TicksFromSeconds(day);
-        if (DateFromSeconds(day) >= kNoDate) value = PropValue::Absent(value.id);
-    }
     std::u16string MadeFileAs() {
         const std::u16string first = TextOf(PIMPR_FIRST_NAME);
         const std::u16string last = TextOf(PIMPR_LAST_NAME);
@@ -136,7 +90,8 @@ HRESULT Find(PoomApplication& app, std::u16string_view text, IItem** contact, CE
     Ref<PoomItem> item;
     if (!store.SeekRecord(Side::Contacts, match.record)) return LastFailure();
     if (HRESULT hr = app.ItemAtCursor(*KindOf(olContactItem), item); FAILED(hr)) return hr;
-    return GiveRef(std::move(item), contact);
+    *contact = item.Give();
+    return S_OK;
 }
 
 } // namespace

@@ -6,39 +6,17 @@ namespace plat::poom {
 
 namespace {
 
-class Folder final : public IFolder, public IItem {
+class Folder final : public Object<IFolder, IItem> {
 public:
     Folder(PoomApplication& app, int folder) : m_app(Ref<PoomApplication>::Of(app)), m_folder(folder) {}
 
-    HRESULT QueryInterface(const IID& iid, void** object) override {
-        if (!object) return E_POINTER;
-        *object = nullptr;
-        if (iid == IID_IFolder || iid == IID_IDispatch || iid == IID_IUnknown)
-            *object = static_cast<IFolder*>(this);
-        else if (iid == IID_IItem)
-            *object = static_cast<IItem*>(this);
-        else
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG AddRef() override { return m_count.Up(); }
-    ULONG Release() override {
-        const ULONG left = m_count.Down();
-        if (left == 0) delete this;
-        return left;
-    }
-
     HRESULT get_Items(IPOutlookItemCollection** items) override {
-        if (!items) return E_POINTER;
-        *items = nullptr;
-        return m_app->Call([&] { return MakeCollection(*m_app, m_folder, items); });
+        return m_app->Give(items, [&] { return MakeCollection(*m_app, m_folder, items); });
     }
     HRESULT get_DefaultItemType(int* kind) override {
-        if (!kind) return E_POINTER;
         const ItemKind* found = KindOfFolder(m_folder);
-        *kind = found ? found->kind : 0;
-        return found ? S_OK : E_FAIL;
+        const HRESULT hr = m_app->Tell(kind, [&] { return found ? found->kind : 0; });
+        return found || FAILED(hr) ? hr : E_FAIL;
     }
     HRESULT AddItemToInfraredFolder(int, IDispatch*) override { return E_FAIL; }
     HRESULT SendToInfrared() override { return E_FAIL; }
@@ -67,16 +45,13 @@ public:
         return E_NOTIMPL;
     }
     HRESULT get_Oid(CEOID* oid) override {
-        if (!oid) return E_POINTER;
-        *oid = 0;
-        return S_OK;
+        return m_app->Tell(oid, [] { return CEOID{0}; });
     }
     HRESULT Display(HWND) override { return E_NOTIMPL; }
 
 private:
-    ~Folder() = default;
+    ~Folder() override = default;
 
-    Counted m_count;
     Ref<PoomApplication> m_app;
     const int m_folder;
 };

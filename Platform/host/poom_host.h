@@ -7,77 +7,38 @@
 #pragma once
 
 #include "Platform/host/call.h"
+#include "Platform/host/poom_object.h"
 #include "Platform/host/poom_series.h"
 #include "Platform/host/poom_store.h"
 
-#include <atomic>
 #include <map>
 #include <mutex>
 #include <new>
 #include <unordered_map>
-#include <utility>
 
 namespace plat::poom {
 
 class PoomItem;
 class AppointmentItem;
 
-// A counted pointer to an interface or to an object of these files.
-template<class T>
-class Ref {
-public:
-    Ref() = default;
-    explicit Ref(T* adopted) : m_object(adopted) {} // takes the caller's reference
-    Ref(const Ref& other) : m_object(other.m_object) {
-        if (m_object) m_object->AddRef();
-    }
-    Ref(Ref&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
-    Ref& operator=(Ref other) noexcept {
-        std::swap(m_object, other.m_object);
-        return *this;
-    }
-    ~Ref() {
-        if (m_object) m_object->Release();
-    }
-    static Ref Of(T& object) {
-        object.AddRef();
-        return Ref(&object);
-    }
-    T* Get() const { return m_object; }
-    T* Give() { return std::exchange(m_object, nullptr); }
-    T* operator->() const { return m_object; }
-    T& operator*() const { return *m_object; }
-    explicit operator bool() const { return m_object != nullptr; }
-
-private:
-    T* m_object = nullptr;
+// What every record of a kind has; a deletion of it sets it back.
+struct DefaultValue {
+    CEPROPID id;
+    DWORD value;
 };
-
-class Counted {
-public:
-    ULONG Up() { return m_count.fetch_add(1, std::memory_order_relaxed) + 1; }
-    ULONG Down() { return m_count.fetch_sub(1, std::memory_order_acq_rel) - 1; }
-
-private:
-    std::atomic<ULONG> m_count{1};
-};
-
 struct ItemKind {
     int kind; // of CreateItem
     int folder;
     CEOID bits;
     Side side;
+    std::span<const DefaultValue> always;
 };
 const ItemKind* KindOf(int kind);
 const ItemKind* KindOfFolder(int folder);
 const ItemKind* KindOfOid(CEOID oid);
 
-class PoomApplication final : public IPOutlookApp2 {
+class PoomApplication final : public Object<IPOutlookApp2> {
 public:
-    HRESULT QueryInterface(const IID& iid, void** object) override;
-    ULONG AddRef() override { return m_count.Up(); }
-    ULONG Release() override;
-
     HRESULT Logon(HWND owner) override;
     HRESULT Logoff() override;
     HRESULT GetDefaultFolder(int folder, IFolder** out) override;
@@ -118,9 +79,25 @@ public:
             return E_UNEXPECTED;
         }
     }
+    // A getter: E_POINTER without a place for what `value` gives.
+    template<class T, class F>
+    HRESULT Tell(T* out, F&& value) noexcept {
+        if (!out) return E_POINTER;
+        return Call([&] {
+            *out = value();
+            return S_OK;
+        });
+    }
+    // An object or a text given out: null unless `work` puts it there.
+    template<class T, class F>
+    HRESULT Give(T** out, F&& work) noexcept {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        return Call(std::forward<F>(work));
+    }
 
 private:
-    ~PoomApplication() = default;
+    ~PoomApplication() override = default;
     struct TextIndex {
         using Texts = std::multimap<std::u16string, CEOID, std::less<>>;
         void Put(CEOID oid, std::u16string_view text);
@@ -131,7 +108,6 @@ private:
     };
     TextIndex& IndexOf(CEPROPID id);
 
-    Counted m_count;
     std::recursive_mutex m_lock;
     Store m_store;
     std::map<CEPROPID, TextIndex> m_indexes; // of the open batch
@@ -145,7 +121,7 @@ struct FieldValue {
     double number = 0;
     std::u16string text;
 };
-enum class FieldForm { Text, Number, Bool, DayDate, UtcDate };
+enum class FieldForm { Text, Number, Bool, Present, DayDate, OwnDate };
 struct FieldName {
     std::u16string_view name;
     CEPROPID id;
@@ -177,15 +153,17 @@ public:
     CEOID Record() const { return m_record; }
     virtual CEOID Oid() const { return m_record ? m_kind.bits | m_number : 0; }
     // Starts as a new item of its kind.
-    virtual void InitNew() {}
+    virtual void InitNew();
     // Takes the record over that has just been read.
     void Adopt(CEOID record, PropBag values);
 
     // The value as it stands, unsaved changes first; null when absent. Valid until the next Get, Put or Save.
     virtual const PropValue* Get(CEPROPID id);
+    // Before a Get of a stream: one that can't be read is told, and not taken for none.
+    virtual HRESULT LoadStream(CEPROPID id);
     // E_INVALIDARG, or another refusal, for what can't be set.
     virtual HRESULT CanPut(const PropValue& value);
-    // A value that CanPut has let through.
+    // A value that CanPut has let through, in its proper form.
     virtual void Put(PropValue value);
     virtual HRESULT SaveItem();
     virtual HRESULT DeleteItem();
@@ -198,6 +176,10 @@ public:
     LONG LongOf(CEPROPID id, LONG otherwise = 0);
     bool BoolOf(CEPROPID id) { return LongOf(id) != 0; }
     std::u16string TextOf(CEPROPID id);
+    // Of a property of whole days; null for none, which a date from the year 4500 on means, too.
+    std::optional<Seconds> DayAt(CEPROPID id);
+    // The ids of what the item has, ascending, streams left out.
+    virtual std::vector<CEPROPID> AllIds();
 
     HRESULT GiveText(CEPROPID id, BSTR* out);
     HRESULT TakeText(CEPROPID id, BSTR text);
@@ -209,11 +191,20 @@ public:
     HRESULT TakeDay(CEPROPID id, DATE date);
     HRESULT GiveInk(CEBLOB* out);
     HRESULT TakeInk(const CEBLOB* ink);
-    HRESULT GiveOid(LONG* out);
+    HRESULT GiveBody(BSTR* out);
+    HRESULT TakeBody(BSTR text);
 
     template<class F>
     HRESULT Call(F&& work) noexcept {
         return m_app->Call(std::forward<F>(work));
+    }
+    template<class T, class F>
+    HRESULT Tell(T* out, F&& value) noexcept {
+        return m_app->Tell(out, std::forward<F>(value));
+    }
+    template<class T, class F>
+    HRESULT Give(T** out, F&& work) noexcept {
+        return m_app->Give(out, std::forward<F>(work));
     }
 
 protected:
@@ -226,8 +217,10 @@ protected:
     virtual void Refresh() {}
     // A value in the form in which GetProps hands it out.
     virtual const PropValue* ForCaller(CEPROPID id) { return Get(id); }
+    // Whose named properties are meant.
+    virtual PoomItem& NamedOwner() { return *this; }
     // Everything that the item has, into an unsaved twin.
-    void CopyInto(PoomItem& twin);
+    HRESULT CopyInto(PoomItem& twin);
     Store& Records() const { return m_app->Records(); }
 
     PropBag m_changed;  // unsaved
@@ -237,9 +230,10 @@ protected:
 
 private:
     PropValue ReadBeside(CEPROPID id);
-    std::vector<CEPROPID> AllIds();
+    PropValue Proper(PropValue value) const;
     HRESULT WriteRecord(CEOID& record, DWORD& number);
     HRESULT WriteBesides(CEOID oid);
+    HRESULT SetNamed(std::span<PropValue> values);
     HRESULT WriteNamedNow(std::span<const PropValue> values);
 
     Ref<PoomApplication> m_app;
@@ -260,7 +254,8 @@ public:
     virtual HRESULT EditSeries(const std::function<void(Series&)>& edit);
     virtual HRESULT ClearSeries();
     HRESULT CopyItem(Ref<PoomItem>& copy) override;
-    virtual HRESULT GiveOccurrence(DWORD day, IAppointment** occurrence) = 0;
+    // The occurrence that the rule has on this day.
+    virtual HRESULT OpenOccurrence(DWORD day, Ref<PoomItem>& occurrence) = 0;
     virtual HRESULT GivePattern(IRecurrencePattern** pattern);
     // Changes occurrences alone. Written at once when the series is in the store and has no unsaved rule.
     HRESULT EditOccurrences(const std::function<void(Series&)>& edit);
@@ -278,20 +273,79 @@ protected:
     bool m_seriesDirty = false;
 };
 
+// An item (Base) with the interface of its kind: what the interfaces of several kinds have in common.
+template<class Base, class Face>
+class ItemObject : public Base, public Face {
+public:
+    using Base::Base;
+    using Base::Copy;
+    using Base::get_Oid;
+
+    HRESULT QueryInterface(const IID& iid, void** object) final {
+        return AnswerQuery<Face, IItem>(*this, iid, object);
+    }
+    ULONG AddRef() final { return Base::AddRef(); }
+    ULONG Release() final { return Base::Release(); }
+
+    HRESULT get_Categories(BSTR* text) final { return this->GiveText(PIMPR_CATEGORIES, text); }
+    HRESULT put_Categories(BSTR text) final { return this->TakeText(PIMPR_CATEGORIES, text); }
+    HRESULT get_Body(BSTR* text) final { return this->GiveBody(text); }
+    HRESULT put_Body(BSTR text) final { return this->TakeBody(text); }
+    HRESULT get_BodyInk(CEBLOB* ink) final { return this->GiveInk(ink); }
+    HRESULT put_BodyInk(const CEBLOB* ink) final { return this->TakeInk(ink); }
+    HRESULT get_Oid(LONG* oid) final {
+        return this->Tell(oid, [this] { return static_cast<LONG>(this->Oid()); });
+    }
+    HRESULT Save() final { return Base::Save(); }
+    HRESULT Delete() final { return Base::Delete(); }
+    HRESULT Copy(Face** copy) final {
+        return this->Give(copy, [&]() -> HRESULT {
+            Ref<PoomItem> twin;
+            if (HRESULT hr = this->CopyItem(twin); FAILED(hr)) return hr;
+            *copy = static_cast<Face*>(twin.Give()->AsDispatch());
+            return S_OK;
+        });
+    }
+    IDispatch* AsDispatch() final { return static_cast<Face*>(this); }
+};
+
+// The same of an item that may have a rule.
+template<class Face>
+class SeriesObject : public ItemObject<SeriesItem, Face> {
+public:
+    using ItemObject<SeriesItem, Face>::ItemObject;
+
+    HRESULT get_Subject(BSTR* text) final { return this->GiveText(PIMPR_SUBJECT, text); }
+    HRESULT put_Subject(BSTR text) final { return this->TakeText(PIMPR_SUBJECT, text); }
+    HRESULT get_Sensitivity(LONG* value) final { return this->GiveLong(PIMPR_SENSITIVITY, value); }
+    HRESULT put_Sensitivity(LONG value) final { return this->TakeLong(PIMPR_SENSITIVITY, value); }
+    HRESULT get_ReminderSet(VARIANT_BOOL* set) final { return this->GiveBool(PIMPR_REMINDER_SET, set); }
+    HRESULT put_ReminderSet(VARIANT_BOOL set) final { return this->TakeBool(PIMPR_REMINDER_SET, set); }
+    HRESULT get_IsRecurring(VARIANT_BOOL* recurring) final {
+        return this->GiveBool(PIMPR_RECURRING, recurring);
+    }
+    HRESULT GetRecurrencePattern(IRecurrencePattern** pattern) final { return this->GivePattern(pattern); }
+    HRESULT ClearRecurrencePattern() final {
+        return this->Call([this] { return this->ClearSeries(); });
+    }
+};
+
 Ref<PoomItem> MakeAppointment(PoomApplication& app, const ItemKind& kind);
 Ref<PoomItem> MakeTask(PoomApplication& app, const ItemKind& kind);
 Ref<PoomItem> MakeContact(PoomApplication& app, const ItemKind& kind);
 
-// The series' occurrences that start in [from, to], as (rule day, start), changed ones with their new times.
-struct OccurrenceStart {
-    DWORD day;
+// An occurrence of a series with its times, in the wall clock of the series' zone.
+struct OccurrenceTimes {
+    DWORD day; // by the rule
     Seconds start;
+    Seconds end;
+    bool changed;
 };
-HRESULT OccurrencesOf(PoomItem& series, Seconds from, Seconds to, std::vector<OccurrenceStart>& starts);
+// Those that start at `from` or later and within `span` of it, or of the first one when that is later; ascending.
+HRESULT OccurrencesOf(PoomItem& series, Seconds from, Seconds span, std::vector<OccurrenceTimes>& times);
 
 HRESULT MakeFolder(PoomApplication& app, int folder, IFolder** out);
 HRESULT MakeCollection(PoomApplication& app, int folder, IPOutlookItemCollection** out);
-HRESULT MakeItemStream(PoomItem& item, CEPROPID id, bool writable, IStream** out);
 
 // --- Small change ---------------------------------------------------------------------------------------------------
 
@@ -305,13 +359,6 @@ HRESULT GiveBlock(std::span<const CEPROPID> ids, std::span<const PropValue* cons
 int CompareWithoutCase(std::u16string_view a, std::u16string_view b);
 inline bool SameWithoutCase(std::u16string_view a, std::u16string_view b) {
     return CompareWithoutCase(a, b) == 0;
-}
-
-// Hands a reference of an object out as one of its interfaces.
-template<class I, class T>
-HRESULT GiveRef(Ref<T> object, I** out) {
-    *out = object.Give();
-    return S_OK;
 }
 
 } // namespace plat::poom

@@ -1,10 +1,8 @@
-// The item as a bag of properties: reading, setting, saving, and the streams of its properties.
+// The item as a bag of properties: reading, setting, saving.
 #include "Platform/host/poom_host.h"
 
-#include "Platform/files.h"
 #include "Platform/host/text.h"
 #include "Platform/memory.h"
-#include "Platform/threads.h"
 
 #include <algorithm>
 #include <cstring>
@@ -20,12 +18,12 @@ constexpr CEPROPID kStreams[] = {PIMPR_NOTE, PIMPR_PICTURE,    0x00370064,      
 // What a copy doesn't take over: it is another item, and another meeting.
 bool IsOwnAlone(CEPROPID id) { return id == PIMPR_NUMBER || id == PIMPR_MEETING_ID; }
 
-// Written by the object model from the rule and the people alone.
-bool IsModelStream(CEPROPID id) {
-    return id == PIMPR_RECURRENCE || id == PIMPR_TASK_RECURRENCE || id == PIMPR_RECIPIENTS;
-}
-
 bool IsBeside(CEPROPID id) { return id == PIMPR_CATEGORIES || IsNamed(id); }
+
+// Local whole days.
+constexpr CEPROPID kDays[] = {PIMPR_TASK_START, PIMPR_TASK_DUE, PIMPR_TASK_COMPLETED, PIMPR_BIRTHDAY,
+                              PIMPR_ANNIVERSARY};
+constexpr Seconds kFirstNoDay = SecondsFromMinutes(kFirstEndless);
 
 constexpr struct {
     CEPROPID id;
@@ -95,6 +93,10 @@ ULONG PoomItem::Release() {
     return left;
 }
 
+void PoomItem::InitNew() {
+    for (const DefaultValue& value : m_kind.always) m_changed.Set(PropValue::Number(value.id, value.value));
+}
+
 void PoomItem::Adopt(CEOID record, PropBag values) {
     m_loaded = std::move(values);
     m_record = record;
@@ -104,25 +106,29 @@ void PoomItem::Adopt(CEOID record, PropBag values) {
 
 // --- Reading --------------------------------------------------------------------------------------------------------
 
-// A stream or a value of a side table, from the store.
+// A value of a side table, from the store.
 PropValue PoomItem::ReadBeside(CEPROPID id) {
-    PropValue value = PropValue::Absent(id);
-    if (id == PIMPR_CATEGORIES)
-        value = PropValue::Text(id, ReadCategories(Records(), m_kind.bits | m_number));
-    else if (IsNamed(id))
-        value = ReadNamed(Records(), m_kind.bits | m_number, id);
-    else if (Records().SeekRecord(m_kind.side, m_record))
-        Records().ReadStream(m_kind.side, id, value);
-    return value;
+    const CEOID oid = m_kind.bits | m_number;
+    return id == PIMPR_CATEGORIES ? PropValue::Text(id, ReadCategories(Records(), oid))
+                                  : ReadNamed(Records(), oid, id);
+}
+
+HRESULT PoomItem::LoadStream(CEPROPID id) {
+    if (!m_record || m_changed.Find(id) || m_loaded.Find(id)) return S_OK;
+    PropValue value;
+    if (HRESULT hr = Records().ReadStream(m_kind.side, m_record, id, value); FAILED(hr)) return hr;
+    m_loaded.Set(std::move(value));
+    return S_OK;
 }
 
 const PropValue* PoomItem::Get(CEPROPID id) {
     const PropValue* value = m_changed.Find(id);
-    if (!value) value = m_loaded.Find(id);
-    if (!value && m_record && (IsStream(id) || IsBeside(id))) {
+    if (value) return value->absent ? nullptr : value;
+    if (IsStream(id))
+        LoadStream(id);
+    else if (m_record && IsBeside(id) && !m_loaded.Find(id))
         m_loaded.Set(ReadBeside(id));
-        value = m_loaded.Find(id);
-    }
+    value = m_loaded.Find(id);
     return value && !value->absent ? value : nullptr;
 }
 
@@ -134,6 +140,12 @@ LONG PoomItem::LongOf(CEPROPID id, LONG otherwise) {
 std::u16string PoomItem::TextOf(CEPROPID id) {
     const PropValue* value = Get(id);
     return value ? value->text : std::u16string();
+}
+
+std::optional<Seconds> PoomItem::DayAt(CEPROPID id) {
+    const PropValue* value = Get(id);
+    const Seconds day = value ? DayOf(SecondsFromTicks(value->number)) : kFirstNoDay;
+    return day < kFirstNoDay ? std::optional(day) : std::nullopt;
 }
 
 std::vector<CEPROPID> PoomItem::AllIds() {
@@ -179,7 +191,22 @@ HRESULT PoomItem::CanPut(const PropValue& value) {
 
 void PoomItem::Put(PropValue value) { m_changed.Set(std::move(value)); }
 
+// As it is kept: what every record has falls back, days are whole, the date that means none and an empty text are absent.
+PropValue PoomItem::Proper(PropValue value) const {
+    if (IsNamed(value.id)) return value; // an empty one was told to be there
+    if (TypeFromPropID(value.id) == CEVT_LPWSTR && value.text.empty()) value.absent = true;
+    if (!value.absent && std::ranges::find(kDays, value.id) != std::end(kDays)) {
+        const Seconds day = DayOf(SecondsFromTicks(value.number));
+        value.number = TicksFromSeconds(day);
+        value.absent = DateFromSeconds(day) >= kNoDate;
+    }
+    for (const DefaultValue& always : m_kind.always)
+        if (value.absent && always.id == value.id) return PropValue::Number(value.id, always.value);
+    return value;
+}
+
 HRESULT PoomItem::CheckAndPut(PropValue value) {
+    value = Proper(std::move(value));
     if (HRESULT hr = CanPut(value); FAILED(hr)) return hr;
     Put(std::move(value));
     return S_OK;
@@ -193,23 +220,23 @@ HRESULT PoomItem::SetProps(ULONG, ULONG count, const CEPROPVAL* values) {
         for (const CEPROPVAL& given : std::span(values, count)) {
             if (!IsSettableType(given.propid)) return E_INVALIDARG;
             PropValue value =
-                given.wFlags & CEDB_PROPDELETE ? PropValue::Absent(given.propid) : FromPropVal(given);
-            // An empty text is no text; but a named one was told to be there.
-            if (!IsNamed(value.id) && TypeFromPropID(value.id) == CEVT_LPWSTR && value.text.empty())
-                value.absent = true;
+                Proper(given.wFlags & CEDB_PROPDELETE ? PropValue::Absent(given.propid) : FromPropVal(given));
             if (HRESULT hr = CanPut(value); FAILED(hr)) return hr;
             (IsNamed(value.id) ? named : others).push_back(std::move(value));
         }
-        if (Oid() && !named.empty())
-            if (HRESULT hr = WriteNamedNow(named); FAILED(hr)) return hr;
-        if (!Oid())
-            for (PropValue& value : named) Put(std::move(value));
+        if (HRESULT hr = NamedOwner().SetNamed(named); FAILED(hr)) return hr;
         for (PropValue& value : others) Put(std::move(value));
         return S_OK;
     });
 }
 
-// Named properties of a saved item are written at once: callers set them behind the save.
+// Those of a saved item are written at once: callers set them behind the save.
+HRESULT PoomItem::SetNamed(std::span<PropValue> values) {
+    if (m_record && !values.empty()) return WriteNamedNow(values);
+    for (PropValue& value : values) m_changed.Set(std::move(value));
+    return S_OK;
+}
+
 HRESULT PoomItem::WriteNamedNow(std::span<const PropValue> values) {
     SaveScope scope(Records());
     if (HRESULT hr = scope.Begin(); FAILED(hr)) return hr;
@@ -222,21 +249,6 @@ HRESULT PoomItem::WriteNamedNow(std::span<const PropValue> values) {
         App().NamedTextSaved(oid, value);
     }
     return S_OK;
-}
-
-HRESULT PoomItem::OpenProperty(CEPROPID id, DWORD access, IStream** stream) {
-    if (!stream) return E_POINTER;
-    *stream = nullptr;
-    if (!IsStream(id)) return E_INVALIDARG;
-    return Call([&] {
-        const bool writable = (access & GENERIC_WRITE) != 0;
-        if (writable && IsModelStream(id)) return E_INVALIDARG;
-        Refresh();
-        if (writable)
-            if (HRESULT hr = CanPut(PropValue::Absent(id)); FAILED(hr)) return hr;
-        if (!writable && !Get(id)) return E_NOTFOUND;
-        return MakeItemStream(*this, id, writable, stream);
-    });
 }
 
 // --- Saving ---------------------------------------------------------------------------------------------------------
@@ -321,46 +333,39 @@ HRESULT PoomItem::DeleteItem() {
 }
 
 HRESULT PoomItem::Copy(IItem** copy) {
-    if (!copy) return E_POINTER;
-    *copy = nullptr;
-    return Call([&] {
+    return Give(copy, [&]() -> HRESULT {
         Ref<PoomItem> twin;
         if (HRESULT hr = CopyItem(twin); FAILED(hr)) return hr;
-        return GiveRef(std::move(twin), copy);
+        *copy = twin.Give();
+        return S_OK;
     });
 }
 
 HRESULT PoomItem::CopyItem(Ref<PoomItem>& copy) {
     copy = App().MakeItem(m_kind);
-    CopyInto(*copy);
+    return CopyInto(*copy);
+}
+
+HRESULT PoomItem::CopyInto(PoomItem& twin) {
+    Refresh();
+    std::vector<CEPROPID> ids = AllIds();
+    for (CEPROPID id : kStreams) {
+        if (HRESULT hr = LoadStream(id); FAILED(hr)) return hr;
+        ids.push_back(id);
+    }
+    for (CEPROPID id : ids)
+        if (const PropValue* value = Get(id); value && !IsOwnAlone(id)) twin.m_changed.Set(*value);
     return S_OK;
 }
 
-void PoomItem::CopyInto(PoomItem& twin) {
-    Refresh();
-    std::vector<CEPROPID> ids = AllIds();
-    ids.insert(ids.end(), std::begin(kStreams), std::end(kStreams));
-    for (CEPROPID id : ids)
-        if (const PropValue* value = Get(id); value && !IsOwnAlone(id)) twin.m_changed.Set(*value);
-}
-
 HRESULT PoomItem::get_Oid(CEOID* oid) {
-    if (!oid) return E_POINTER;
-    return Call([&] {
-        *oid = Oid();
-        return S_OK;
-    });
+    return Tell(oid, [this] { return Oid(); });
 }
 
 // --- The named getters ----------------------------------------------------------------------------------------------
 
 HRESULT PoomItem::GiveText(CEPROPID id, BSTR* out) {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    return Call([&] {
-        const PropValue* value = Get(id);
-        return GiveBstr(value ? std::u16string_view(value->text) : std::u16string_view(), out);
-    });
+    return Give(out, [&] { return GiveBstr(TextOf(id), out); });
 }
 
 HRESULT PoomItem::TakeText(CEPROPID id, BSTR text) {
@@ -368,11 +373,7 @@ HRESULT PoomItem::TakeText(CEPROPID id, BSTR text) {
 }
 
 HRESULT PoomItem::GiveLong(CEPROPID id, LONG* out, LONG otherwise) {
-    if (!out) return E_POINTER;
-    return Call([&] {
-        *out = LongOf(id, otherwise);
-        return S_OK;
-    });
+    return Tell(out, [&] { return LongOf(id, otherwise); });
 }
 
 HRESULT PoomItem::TakeLong(CEPROPID id, LONG value) {
@@ -380,11 +381,7 @@ HRESULT PoomItem::TakeLong(CEPROPID id, LONG value) {
 }
 
 HRESULT PoomItem::GiveBool(CEPROPID id, VARIANT_BOOL* out) {
-    if (!out) return E_POINTER;
-    return Call([&] {
-        *out = BoolOf(id) ? VARIANT_TRUE : VARIANT_FALSE;
-        return S_OK;
-    });
+    return Tell(out, [&] { return BoolOf(id) ? VARIANT_TRUE : VARIANT_FALSE; });
 }
 
 HRESULT PoomItem::TakeBool(CEPROPID id, VARIANT_BOOL value) {
@@ -392,11 +389,9 @@ HRESULT PoomItem::TakeBool(CEPROPID id, VARIANT_BOOL value) {
 }
 
 HRESULT PoomItem::GiveDay(CEPROPID id, DATE* out) {
-    if (!out) return E_POINTER;
-    return Call([&] {
-        const PropValue* value = Get(id);
-        *out = value ? DateFromSeconds(DayOf(SecondsFromTicks(value->number))) : kNoDate;
-        return S_OK;
+    return Tell(out, [&] {
+        const auto day = DayAt(id);
+        return day ? DateFromSeconds(*day) : kNoDate;
     });
 }
 
@@ -405,142 +400,8 @@ HRESULT PoomItem::TakeDay(CEPROPID id, DATE date) {
         if (date >= kNoDate) return CheckAndPut(PropValue::Absent(id));
         const auto day = SecondsFromDate(date);
         if (!day) return E_INVALIDARG;
-        return CheckAndPut(PropValue::Number(id, TicksFromSeconds(DayOf(*day))));
+        return CheckAndPut(PropValue::Number(id, TicksFromSeconds(*day)));
     });
-}
-
-HRESULT PoomItem::GiveInk(CEBLOB* out) {
-    if (!out) return E_POINTER;
-    *out = {};
-    return Call([&] {
-        const PropValue* note = Get(PIMPR_NOTE);
-        if (!note) return S_OK;
-        auto* bytes = static_cast<BYTE*>(LocalAlloc(LMEM_FIXED, note->bytes.size()));
-        if (!bytes) return E_OUTOFMEMORY;
-        std::memcpy(bytes, note->bytes.data(), note->bytes.size());
-        *out = {static_cast<DWORD>(note->bytes.size()), bytes};
-        return S_OK;
-    });
-}
-
-HRESULT PoomItem::TakeInk(const CEBLOB* ink) {
-    const bool some = ink && ink->lpb;
-    return Call([&] {
-        return CheckAndPut(
-            PropValue::Bytes(PIMPR_NOTE, {some ? ink->lpb : nullptr, some ? ink->dwCount : 0u}));
-    });
-}
-
-HRESULT PoomItem::GiveOid(LONG* out) {
-    if (!out) return E_POINTER;
-    return Call([&] {
-        *out = static_cast<LONG>(Oid());
-        return S_OK;
-    });
-}
-
-// --- Streams --------------------------------------------------------------------------------------------------------
-
-namespace {
-
-constexpr ULONGLONG kLargestStream = 16u << 20;
-
-class ItemStream final : public IStream {
-public:
-    ItemStream(PoomItem& item, CEPROPID id, bool writable)
-        : m_item(Ref<PoomItem>::Of(item)), m_id(id), m_writable(writable) {
-        Load();
-    }
-    HRESULT QueryInterface(const IID& iid, void** object) override {
-        if (!object) return E_POINTER;
-        *object = nullptr;
-        if (iid != IID_IStream && iid != IID_IUnknown) return E_NOINTERFACE;
-        AddRef();
-        *object = static_cast<IStream*>(this);
-        return S_OK;
-    }
-    ULONG AddRef() override { return m_count.Up(); }
-    ULONG Release() override {
-        const ULONG left = m_count.Down();
-        if (left == 0) delete this;
-        return left;
-    }
-
-    HRESULT Read(void* buffer, ULONG count, ULONG* read) override {
-        if (!buffer && count) return E_POINTER;
-        const auto taken = static_cast<ULONG>(std::min<std::size_t>(count, m_bytes.size() - m_position));
-        if (taken) std::memcpy(buffer, m_bytes.data() + m_position, taken);
-        m_position += taken;
-        if (read) *read = taken;
-        return S_OK;
-    }
-    HRESULT Write(const void* buffer, ULONG count, ULONG* written) override {
-        if (written) *written = 0;
-        if (!buffer && count) return E_POINTER;
-        if (m_position + count > m_bytes.size())
-            if (HRESULT hr = SetSize(m_position + count); FAILED(hr)) return hr;
-        if (!m_writable) return STG_E_ACCESSDENIED;
-        if (count) std::memcpy(m_bytes.data() + m_position, buffer, count);
-        m_position += count;
-        if (written) *written = count;
-        return S_OK;
-    }
-    HRESULT Seek(LONGLONG move, DWORD origin, ULONGLONG* position) override {
-        const auto size = static_cast<LONGLONG>(m_bytes.size());
-        const LONGLONG from = origin == STREAM_SEEK_FROM_HERE  ? static_cast<LONGLONG>(m_position)
-                              : origin == STREAM_SEEK_FROM_END ? size
-                                                               : 0;
-        if (origin > STREAM_SEEK_FROM_END || move < -from || move > size - from) return STG_E_INVALIDFUNCTION;
-        m_position = static_cast<std::size_t>(from + move);
-        if (position) *position = m_position;
-        return S_OK;
-    }
-    HRESULT SetSize(ULONGLONG size) override {
-        if (!m_writable) return STG_E_ACCESSDENIED;
-        if (size > kLargestStream) return E_OUTOFMEMORY;
-        return m_item->Call([&] {
-            m_bytes.resize(size);
-            m_position = std::min(m_position, m_bytes.size());
-            return S_OK;
-        });
-    }
-    HRESULT GetSize(ULONGLONG* size) override {
-        if (!size) return E_POINTER;
-        *size = m_bytes.size();
-        return S_OK;
-    }
-    HRESULT Commit(DWORD) override {
-        if (!m_writable) return S_OK;
-        return m_item->Call([&] { return m_item->CheckAndPut(PropValue::Bytes(m_id, m_bytes)); });
-    }
-    HRESULT Revert() override {
-        return m_item->Call([&] {
-            Load();
-            return S_OK;
-        });
-    }
-
-private:
-    ~ItemStream() = default;
-    void Load() {
-        const PropValue* value = m_item->Get(m_id);
-        m_bytes = value ? value->bytes : std::vector<BYTE>();
-        m_position = 0;
-    }
-
-    Counted m_count;
-    Ref<PoomItem> m_item;
-    const CEPROPID m_id;
-    const bool m_writable;
-    std::vector<BYTE> m_bytes;
-    std::size_t m_position = 0;
-};
-
-} // namespace
-
-HRESULT MakeItemStream(PoomItem& item, CEPROPID id, bool writable, IStream** out) {
-    *out = new ItemStream(item, id, writable);
-    return S_OK;
 }
 
 } // namespace plat::poom

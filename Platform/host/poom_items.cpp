@@ -23,8 +23,8 @@ constexpr FieldName kCommonFields[] = {
 };
 constexpr FieldName kAppointmentFields[] = {
     {u"Location", PIMPR_LOCATION, Text},
-    {u"Start", PIMPR_START, UtcDate},
-    {u"End", PIMPR_END, UtcDate},
+    {u"Start", PIMPR_START, OwnDate},
+    {u"End", PIMPR_END, OwnDate},
     {u"Duration", PIMPR_DURATION, Number},
     {u"AllDayEvent", PIMPR_ALLDAY, Bool},
     {u"BusyStatus", PIMPR_BUSYSTATUS, Number},
@@ -33,8 +33,8 @@ constexpr FieldName kAppointmentFields[] = {
 };
 constexpr FieldName kTaskFields[] = {
     {u"StartDate", PIMPR_TASK_START, DayDate},         {u"DueDate", PIMPR_TASK_DUE, DayDate},
-    {u"DateCompleted", PIMPR_TASK_COMPLETED, DayDate}, {u"Complete", PIMPR_TASK_COMPLETED, Bool},
-    {u"Importance", PIMPR_IMPORTANCE, Number},         {u"ReminderTime", PIMPR_REMINDER_TIME, UtcDate},
+    {u"DateCompleted", PIMPR_TASK_COMPLETED, DayDate}, {u"Complete", PIMPR_TASK_COMPLETED, Present},
+    {u"Importance", PIMPR_IMPORTANCE, Number},         {u"ReminderTime", PIMPR_REMINDER_TIME, OwnDate},
 };
 constexpr FieldName kContactFields[] = {
     {u"FileAs", PIMPR_FILEAS, Text},
@@ -78,7 +78,7 @@ const FieldName* FindField(int kind, std::u16string_view name) {
     return nullptr;
 }
 
-bool IsDate(const FieldName* field) { return field && (field->form == DayDate || field->form == UtcDate); }
+bool IsDate(const FieldName* field) { return field && (field->form == DayDate || field->form == OwnDate); }
 
 } // namespace
 
@@ -93,23 +93,26 @@ bool PoomItem::Field(std::u16string_view name, FieldValue& value) {
     }
     const FieldName* field = FindField(m_kind.kind, name);
     if (!field) return false;
-    const PropValue* found = Get(field->id);
-    if (field->form == Bool) {
-        const bool present = field->id == PIMPR_TASK_COMPLETED ? found != nullptr : found && found->number;
-        value = {false, present ? 1.0 : 0.0, {}};
-        return true;
+    value = {};
+    switch (field->form) {
+    case Text:
+        value = {true, 0, TextOf(field->id)};
+        break;
+    case Number:
+        value.number = LongOf(field->id);
+        break;
+    case Bool:
+        value.number = BoolOf(field->id);
+        break;
+    case Present:
+        value.number = DayAt(field->id).has_value();
+        break;
+    case DayDate:
+        value.number = DayAt(field->id) ? DateFromSeconds(*DayAt(field->id)) : kNoDate;
+        break;
+    case OwnDate: // filled in by the kind of item
+        break;
     }
-    if (field->form == Text) {
-        value = {true, 0, found ? found->text : std::u16string()};
-        return true;
-    }
-    if (!found) {
-        value = {false, IsDate(field) ? kNoDate : 0, {}};
-        return true;
-    }
-    Seconds seconds = SecondsFromTicks(found->number);
-    if (field->form == UtcDate) seconds = WallFromUtc(DeviceZone(), seconds);
-    value = {false, IsDate(field) ? DateFromSeconds(seconds) : static_cast<double>(found->Long()), {}};
     return true;
 }
 
@@ -255,7 +258,9 @@ bool Passes(PoomItem& item, const Condition& condition) {
 }
 
 constexpr std::u16string_view kStartField = u"Start";
-bool IsStartCondition(const Condition& condition) { return SameWithoutCase(condition.field, kStartField); }
+bool IsOfTime(const Condition& condition) {
+    return SameWithoutCase(condition.field, kStartField) || SameWithoutCase(condition.field, u"End");
+}
 
 // --- The collection -------------------------------------------------------------------------------------------------
 
@@ -268,27 +273,11 @@ struct Row {
     FieldValue key;           // of the sort
 };
 
-class Collection final : public IPOutlookItemCollection {
+class Collection final : public Object<IPOutlookItemCollection> {
 public:
     Collection(PoomApplication& app, const ItemKind& kind, Filter filter, bool occurrences)
         : m_app(Ref<PoomApplication>::Of(app)), m_kind(kind), m_filter(std::move(filter)),
           m_occurrences(occurrences) {}
-
-    HRESULT QueryInterface(const IID& iid, void** object) override {
-        if (!object) return E_POINTER;
-        *object = nullptr;
-        if (iid != IID_IPOutlookItemCollection && iid != IID_IDispatch && iid != IID_IUnknown)
-            return E_NOINTERFACE;
-        AddRef();
-        *object = static_cast<IPOutlookItemCollection*>(this);
-        return S_OK;
-    }
-    ULONG AddRef() override { return m_count.Up(); }
-    ULONG Release() override {
-        const ULONG left = m_count.Down();
-        if (left == 0) delete this;
-        return left;
-    }
 
     HRESULT get_Count(int* count) override {
         if (!count) return E_POINTER;
@@ -299,18 +288,14 @@ public:
         });
     }
     HRESULT Item(int index, IDispatch** item) override {
-        if (!item) return E_POINTER;
-        *item = nullptr;
-        return m_app->Call([&]() -> HRESULT {
+        return m_app->Give(item, [&]() -> HRESULT {
             if (HRESULT hr = Load(); FAILED(hr)) return hr;
             if (index < 1 || static_cast<std::size_t>(index) > m_rows->size()) return E_INVALIDARG;
-            return Give((*m_rows)[static_cast<std::size_t>(index) - 1], item);
+            return Open((*m_rows)[static_cast<std::size_t>(index) - 1], item);
         });
     }
     HRESULT Find(BSTR restriction, IDispatch** item) override {
-        if (!item) return E_POINTER;
-        *item = nullptr;
-        return m_app->Call([&]() -> HRESULT {
+        return m_app->Give(item, [&]() -> HRESULT {
             Filter filter;
             if (!FilterReader(m_kind, ViewOf(restriction)).Read(filter)) return E_INVALIDARG;
             filter.insert(filter.end(), m_filter.begin(), m_filter.end());
@@ -321,14 +306,10 @@ public:
         });
     }
     HRESULT FindNext(IDispatch** item) override {
-        if (!item) return E_POINTER;
-        *item = nullptr;
-        return m_app->Call([&] { return GiveNext(item); });
+        return m_app->Give(item, [&] { return GiveNext(item); });
     }
     HRESULT Restrict(BSTR restriction, IPOutlookItemCollection** items) override {
-        if (!items) return E_POINTER;
-        *items = nullptr;
-        return m_app->Call([&]() -> HRESULT {
+        return m_app->Give(items, [&]() -> HRESULT {
             Filter filter = m_filter;
             if (!FilterReader(m_kind, ViewOf(restriction)).Read(filter)) return E_INVALIDARG;
             *items = new Collection(*m_app, m_kind, std::move(filter), m_occurrences);
@@ -347,9 +328,7 @@ public:
         });
     }
     HRESULT get_IncludeRecurrences(VARIANT_BOOL* include) override {
-        if (!include) return E_POINTER;
-        *include = m_occurrences ? VARIANT_TRUE : VARIANT_FALSE;
-        return S_OK;
+        return m_app->Tell(include, [this] { return m_occurrences ? VARIANT_TRUE : VARIANT_FALSE; });
     }
     HRESULT put_IncludeRecurrences(VARIANT_BOOL include) override {
         return m_app->Call([&]() -> HRESULT {
@@ -361,7 +340,7 @@ public:
     }
 
 private:
-    ~Collection() = default;
+    ~Collection() override = default;
 
     HRESULT Load() {
         if (m_rows) return S_OK;
@@ -379,7 +358,9 @@ private:
         HRESULT hr = S_OK;
         if (oid != filter.end()) {
             Ref<PoomItem> item;
-            hr = m_app->OpenItem(static_cast<CEOID>(oid->value.number), item);
+            const double number = oid->value.number;
+            if (number < 0 || number > std::numeric_limits<CEOID>::max()) return S_OK;
+            hr = m_app->OpenItem(static_cast<CEOID>(number), item);
             if (hr == E_NOTFOUND) return S_OK;
             if (SUCCEEDED(hr) && &item->Kind() == &m_kind) hr = AddRows(*item, filter, rows);
         } else {
@@ -413,32 +394,45 @@ private:
         rows.push_back(std::move(row));
         return S_OK;
     }
+    // A damaged or uncountable series has no occurrences; the others are to be seen.
     HRESULT AddOccurrences(PoomItem& series, const Filter& filter, std::vector<Row>& rows) {
-        FieldValue first;
-        series.Field(kStartField, first);
-        double from = first.number;
-        for (const Condition& condition : filter) {
-            if (!IsStartCondition(condition)) {
-                if (!Passes(series, condition)) return S_OK;
-            } else if (condition.op == Op::Greater || condition.op == Op::GreaterOrEqual ||
-                       condition.op == Op::Equal) {
-                from = std::max(from, condition.value.number);
-            }
-        }
-        const auto start = SecondsFromDate(from);
-        std::vector<OccurrenceStart> occurrences;
-        if (!start) return S_OK;
-        // A damaged or uncountable series has no occurrences; the others are to be seen.
-        if (FAILED(OccurrencesOf(series, *start, *start + kOccurrenceSpan, occurrences))) return S_OK;
-        for (const OccurrenceStart& occurrence : occurrences) AddOccurrence(series, occurrence, filter, rows);
+        std::vector<OccurrenceTimes> times;
+        if (FAILED(OccurrencesOf(series, FirstStart(filter), kOccurrenceSpan, times))) return S_OK;
+        const bool passes = std::ranges::all_of(filter, [&](const Condition& condition) {
+            return IsOfTime(condition) || Passes(series, condition);
+        });
+        for (const OccurrenceTimes& one : times)
+            if (one.changed ? ChangedPasses(series, one.day, filter) : passes && InTime(one, filter))
+                AddOccurrence(series, one, rows);
         return S_OK;
     }
-    void AddOccurrence(PoomItem& series, const OccurrenceStart& occurrence, const Filter& filter,
-                       std::vector<Row>& rows) {
-        const FieldValue start{false, DateFromSeconds(occurrence.start), {}};
-        for (const Condition& condition : filter)
-            if (IsStartCondition(condition) && !Holds(condition.op, Order(start, condition.value))) return;
-        Row row{series.Oid(), occurrence.day, start};
+    // The latest of the dates from which a filter wants them.
+    static Seconds FirstStart(const Filter& filter) {
+        Seconds from = 0;
+        for (const Condition& condition : filter) {
+            const bool bound = condition.op == Op::Greater || condition.op == Op::GreaterOrEqual ||
+                               condition.op == Op::Equal;
+            if (bound && SameWithoutCase(condition.field, kStartField))
+                from = std::max(from, SecondsFromDate(condition.value.number).value_or(0));
+        }
+        return from;
+    }
+    static bool InTime(const OccurrenceTimes& one, const Filter& filter) {
+        return std::ranges::all_of(filter, [&](const Condition& condition) {
+            const bool start = SameWithoutCase(condition.field, kStartField);
+            const FieldValue time{false, DateFromSeconds(start ? one.start : one.end), {}};
+            return !IsOfTime(condition) || Holds(condition.op, Order(time, condition.value));
+        });
+    }
+    // It may differ from the series in any of its fields.
+    static bool ChangedPasses(PoomItem& series, DWORD day, const Filter& filter) {
+        Ref<PoomItem> occurrence;
+        if (FAILED(static_cast<SeriesItem&>(series).OpenOccurrence(day, occurrence))) return false;
+        return std::ranges::all_of(
+            filter, [&](const Condition& condition) { return Passes(*occurrence, condition); });
+    }
+    void AddOccurrence(PoomItem& series, const OccurrenceTimes& one, std::vector<Row>& rows) {
+        Row row{series.Oid(), one.day, {false, DateFromSeconds(one.start), {}}};
         if (!SameWithoutCase(SortField(), kStartField)) series.Field(SortField(), row.key);
         rows.push_back(std::move(row));
     }
@@ -454,25 +448,24 @@ private:
         });
     }
 
-    HRESULT Give(const Row& row, IDispatch** out) {
+    HRESULT Open(const Row& row, IDispatch** out) {
         Ref<PoomItem> item;
         if (HRESULT hr = m_app->OpenItem(row.oid, item); FAILED(hr)) return hr;
-        if (!row.day) {
-            *out = item->AsDispatch();
-            item.Give();
-            return S_OK;
+        if (row.day) {
+            const Ref<PoomItem> series = item;
+            const HRESULT hr = static_cast<SeriesItem&>(*series).OpenOccurrence(*row.day, item);
+            if (FAILED(hr)) return hr;
         }
-        IAppointment* occurrence = nullptr;
-        const HRESULT hr = static_cast<SeriesItem&>(*item).GiveOccurrence(*row.day, &occurrence);
-        *out = occurrence;
+        *out = item.Give()->AsDispatch();
+        return S_OK;
+    }
+    // What has been deleted since it was found is left out.
+    HRESULT GiveNext(IDispatch** item) {
+        HRESULT hr = E_NOTFOUND;
+        while (hr == E_NOTFOUND && m_next < m_found.size()) hr = Open(m_found[m_next++], item);
         return hr;
     }
-    HRESULT GiveNext(IDispatch** item) {
-        if (m_next >= m_found.size()) return E_NOTFOUND;
-        return Give(m_found[m_next++], item);
-    }
 
-    Counted m_count;
     Ref<PoomApplication> m_app;
     const ItemKind& m_kind;
     Filter m_filter;

@@ -10,6 +10,9 @@ namespace {
 // The values that an occurrence can have of its own; Start is apart, in m_wallStart.
 constexpr CEPROPID kOwn[] = {PIMPR_SUBJECT, PIMPR_LOCATION, PIMPR_BUSYSTATUS,
                              PIMPR_ALLDAY,  PIMPR_DURATION, PIMPR_NOTE};
+// What the 16-bit counts of its record can tell.
+constexpr std::size_t kLongestText = 0xFFFE;
+constexpr std::size_t kLargestNote = 0xFFFF;
 
 class Occurrence final : public AppointmentItem {
 public:
@@ -39,8 +42,8 @@ public:
     HRESULT EditSeries(const std::function<void(Series&)>&) override { return E_FAIL; }
     HRESULT ClearSeries() override { return E_FAIL; }
     HRESULT GivePattern(IRecurrencePattern** pattern) override { return m_item->GivePattern(pattern); }
-    HRESULT GiveOccurrence(DWORD day, IAppointment** out) override {
-        return m_item->GiveOccurrence(day, out);
+    HRESULT OpenOccurrence(DWORD day, Ref<PoomItem>& occurrence) override {
+        return m_item->OpenOccurrence(day, occurrence);
     }
     TIME_ZONE_INFORMATION Zone() override { return m_item->Zone(); }
 
@@ -50,20 +53,29 @@ public:
         return m_item->Get(id);
     }
 
+    std::vector<CEPROPID> AllIds() override {
+        std::vector<CEPROPID> ids = m_item->AllIds();
+        for (const PropValue& own : m_changed)
+            if (!IsStream(own.id)) ids.push_back(own.id);
+        std::ranges::sort(ids);
+        ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+        std::erase_if(ids, [this](CEPROPID id) { return !Get(id); });
+        return ids;
+    }
+
+    HRESULT LoadStream(CEPROPID id) override { return m_changed.Find(id) ? S_OK : m_item->LoadStream(id); }
+
     // The fields of the series are set on the series; its named properties may be set from here.
     HRESULT CanPut(const PropValue& value) override {
         const bool time = value.id == PIMPR_START || value.id == PIMPR_END;
         if (IsNamed(value.id)) return S_OK;
         if (!time && std::ranges::find(kOwn, value.id) == std::end(kOwn)) return E_FAIL;
+        if (value.text.size() > kLongestText || value.bytes.size() > kLargestNote) return E_INVALIDARG;
         return AppointmentItem::CanPut(value);
     }
     void Put(PropValue value) override {
-        if (IsNamed(value.id))
-            m_item->Put(std::move(value)); // of an unsaved series; else they have been written
-        else if (value.id == PIMPR_DURATION)
+        if (value.id == PIMPR_DURATION)
             PoomItem::Put(std::move(value)); // NOLINT(bugprone-parent-virtual-call)
-        else if (value.id == PIMPR_ALLDAY && !value.absent)
-            PutAllDay(std::move(value));
         else
             AppointmentItem::Put(std::move(value));
     }
@@ -85,13 +97,14 @@ public:
     HRESULT DeleteItem() override {
         return m_item->EditOccurrences([this](Series& series) { series.DeleteOccurrence(m_day); });
     }
-    HRESULT CopyItem(Ref<PoomItem>& copy) override {
-        copy = m_item->CopyAsSingle(*this, m_changed);
-        return S_OK;
-    }
+    HRESULT CopyItem(Ref<PoomItem>& copy) override { return m_item->CopyAsSingle(*this, m_changed, copy); }
 
 protected:
     bool IsSingle() override { return false; }
+    PoomItem& NamedOwner() override { return *m_item; }
+    void PutAllDay(const PropValue& value) override {
+        if (value.number) m_wallStart = DayOf(*m_wallStart);
+    }
     void Refresh() override {
         const Seconds start = WallStart();
         m_computed.Set(PropValue::Number(PIMPR_START, TicksFromSeconds(StoredMoment(start))));
@@ -110,10 +123,6 @@ private:
         if (changed.busyStatus) m_changed.Set(PropValue::Number(PIMPR_BUSYSTATUS, *changed.busyStatus));
         if (changed.allDay) m_changed.Set(PropValue::Number(PIMPR_ALLDAY, *changed.allDay));
         if (changed.note) m_changed.Set(PropValue::Bytes(PIMPR_NOTE, *changed.note));
-    }
-    void PutAllDay(PropValue value) {
-        if (value.number) m_wallStart = DayOf(*m_wallStart);
-        PoomItem::Put(std::move(value)); // NOLINT(bugprone-parent-virtual-call)
     }
     // Only what differs from the series gets a part.
     bool Differs(CEPROPID id) {
@@ -153,10 +162,10 @@ private:
 
 } // namespace
 
-Ref<PoomItem> AppointmentItem::CopyAsSingle(AppointmentItem& occurrence, const PropBag& own) {
+HRESULT AppointmentItem::CopyAsSingle(AppointmentItem& occurrence, const PropBag& own, Ref<PoomItem>& copy) {
     const Seconds wall = occurrence.WallStart();
-    Ref<PoomItem> copy = App().MakeItem(Kind());
-    CopyInto(*copy);
+    copy = App().MakeItem(Kind());
+    if (HRESULT hr = CopyInto(*copy); FAILED(hr)) return hr;
     auto& twin = static_cast<AppointmentItem&>(*copy);
     twin.SeriesItem::ClearSeries();
     twin.m_changed.Erase(PIMPR_TIMEZONE);
@@ -164,12 +173,11 @@ Ref<PoomItem> AppointmentItem::CopyAsSingle(AppointmentItem& occurrence, const P
     for (const PropValue& value : own) twin.m_changed.Set(value);
     twin.m_wallStart = occurrence.IsAllDay() ? wall : WallFromUtc(DeviceZone(), UtcFromWall(Zone(), wall));
     twin.m_timesTouched = true;
-    return copy;
+    return S_OK;
 }
 
-HRESULT MakeOccurrence(AppointmentItem& series, const Series& rule, DWORD day, IAppointment** out) {
-    *out = new Occurrence(series, rule, day);
-    return S_OK;
+Ref<PoomItem> MakeOccurrence(AppointmentItem& series, const Series& rule, DWORD day) {
+    return Ref<PoomItem>(new Occurrence(series, rule, day));
 }
 
 } // namespace plat::poom

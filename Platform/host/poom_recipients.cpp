@@ -21,46 +21,29 @@ std::u16string ReadText(ByteReader& in) {
 }
 
 // Both interfaces of one recipient.
-class RecipientObject final : public IRecipient, public IRecipient2 {
+class RecipientObject final : public Object<IRecipient, IRecipient2> {
 public:
     RecipientObject(AppointmentItem& item, std::shared_ptr<Recipient> recipient)
         : m_item(Ref<AppointmentItem>::Of(item)), m_recipient(std::move(recipient)) {}
 
-    HRESULT QueryInterface(const IID& iid, void** object) override {
-        if (!object) return E_POINTER;
-        *object = nullptr;
-        if (iid == IID_IRecipient || iid == IID_IDispatch || iid == IID_IUnknown)
-            *object = static_cast<IRecipient*>(this);
-        else if (iid == IID_IRecipient2)
-            *object = static_cast<IRecipient2*>(this);
-        else
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG AddRef() override { return m_count.Up(); }
-    ULONG Release() override {
-        const ULONG left = m_count.Down();
-        if (left == 0) delete this;
-        return left;
-    }
-
     HRESULT get_Name(BSTR* name) override {
-        return Tell(name, [this] { return std::u16string_view(m_recipient->name); });
+        return m_item->Give(name, [&] { return GiveBstr(m_recipient->name, name); });
     }
     HRESULT get_Address(BSTR* address) override {
-        return Tell(address, [this] { return std::u16string_view(m_recipient->address); });
+        return m_item->Give(address, [&] { return GiveBstr(m_recipient->address, address); });
     }
     HRESULT put_Address(BSTR address) override {
         return Change([&] { m_recipient->address = ViewOf(address); });
     }
-    HRESULT get_Type(LONG* type) override { return TellLong(type, m_recipient->type); }
+    HRESULT get_Type(LONG* type) override {
+        return m_item->Tell(type, [this] { return m_recipient->type; });
+    }
     HRESULT put_Type(LONG type) override {
         if (type < olRequired || type > olResource) return E_INVALIDARG;
         return Change([&] { m_recipient->type = type; });
     }
     HRESULT get_MeetingResponseStatus(LONG* status) override {
-        return TellLong(status, m_recipient->response);
+        return m_item->Tell(status, [this] { return m_recipient->response; });
     }
     HRESULT put_MeetingResponseStatus(LONG status) override {
         if (status < olResponseNone || status > olResponseTentative) return E_INVALIDARG;
@@ -68,21 +51,8 @@ public:
     }
 
 private:
-    ~RecipientObject() = default;
+    ~RecipientObject() override = default;
 
-    template<class F>
-    HRESULT Tell(BSTR* out, F text) {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        return m_item->Call([&] { return GiveBstr(text(), out); });
-    }
-    HRESULT TellLong(LONG* out, const LONG& value) {
-        if (!out) return E_POINTER;
-        return m_item->Call([&] {
-            *out = value;
-            return S_OK;
-        });
-    }
     template<class F>
     HRESULT Change(F change) {
         return m_item->Call([&] {
@@ -92,41 +62,19 @@ private:
         });
     }
 
-    Counted m_count;
     Ref<AppointmentItem> m_item;
     std::shared_ptr<Recipient> m_recipient;
 };
 
-class RecipientsObject final : public IRecipients {
+class RecipientsObject final : public Object<IRecipients> {
 public:
     explicit RecipientsObject(AppointmentItem& item) : m_item(Ref<AppointmentItem>::Of(item)) {}
 
-    HRESULT QueryInterface(const IID& iid, void** object) override {
-        if (!object) return E_POINTER;
-        *object = nullptr;
-        if (iid != IID_IRecipients && iid != IID_IDispatch && iid != IID_IUnknown) return E_NOINTERFACE;
-        AddRef();
-        *object = static_cast<IRecipients*>(this);
-        return S_OK;
-    }
-    ULONG AddRef() override { return m_count.Up(); }
-    ULONG Release() override {
-        const ULONG left = m_count.Down();
-        if (left == 0) delete this;
-        return left;
-    }
-
     HRESULT get_Count(int* count) override {
-        if (!count) return E_POINTER;
-        return m_item->Call([&] {
-            *count = static_cast<int>(m_item->Recipients().size());
-            return S_OK;
-        });
+        return m_item->Tell(count, [this] { return static_cast<int>(m_item->Recipients().size()); });
     }
     HRESULT Item(int index, IRecipient** recipient) override {
-        if (!recipient) return E_POINTER;
-        *recipient = nullptr;
-        return m_item->Call([&]() -> HRESULT {
+        return m_item->Give(recipient, [&]() -> HRESULT {
             if (!Has(index)) return E_INVALIDARG;
             *recipient =
                 new RecipientObject(*m_item, m_item->Recipients()[static_cast<std::size_t>(index) - 1]);
@@ -154,12 +102,11 @@ public:
     }
 
 private:
-    ~RecipientsObject() = default;
+    ~RecipientsObject() override = default;
     bool Has(int index) {
         return index >= 1 && static_cast<std::size_t>(index) <= m_item->Recipients().size();
     }
 
-    Counted m_count;
     Ref<AppointmentItem> m_item;
 };
 
@@ -210,9 +157,8 @@ void AppointmentItem::RecipientsChanged() {
 }
 
 HRESULT AppointmentItem::get_Recipients(IRecipients** recipients) {
-    if (!recipients) return E_POINTER;
-    *recipients = nullptr;
-    return Call([&] {
+    return Give(recipients, [&]() -> HRESULT {
+        if (HRESULT hr = LoadStream(PIMPR_RECIPIENTS); FAILED(hr)) return hr;
         *recipients = new RecipientsObject(*this);
         return S_OK;
     });

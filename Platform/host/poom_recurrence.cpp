@@ -11,6 +11,7 @@ bool SeriesItem::IsRecurring() { return BoolOf(PIMPR_RECURRING); }
 
 HRESULT SeriesItem::LoadSeries() {
     if (m_series) return S_OK;
+    if (HRESULT hr = LoadStream(SeriesStream()); FAILED(hr)) return hr;
     const PropValue* block = Get(SeriesStream());
     Series series;
     if (!block || !DecodeSeries(block->bytes, series)) return E_FAIL;
@@ -55,6 +56,7 @@ HRESULT SeriesItem::EditSeries(const std::function<void(Series&)>& edit) {
 }
 
 HRESULT SeriesItem::ClearSeries() {
+    if (!IsRecurring()) return S_OK;
     m_series.reset();
     m_seriesDirty = false;
     m_changed.Set(PropValue::Absent(SeriesStream()));
@@ -65,12 +67,16 @@ HRESULT SeriesItem::ClearSeries() {
 HRESULT SeriesItem::PackSeries() {
     if (!m_seriesDirty) return S_OK;
     if (HRESULT hr = CountEnd(*m_series); FAILED(hr)) return hr;
-    m_changed.Set(PropValue::Bytes(SeriesStream(), EncodeSeries(*m_series, IsAllDay())));
+    if (IsAllDay()) {
+        m_series->SetStartTime(0);
+        m_series->duration = WholeDays(m_series->duration);
+    }
+    m_changed.Set(PropValue::Bytes(SeriesStream(), EncodeSeries(*m_series)));
     return S_OK;
 }
 
 HRESULT SeriesItem::CopyItem(Ref<PoomItem>& copy) {
-    if (HRESULT hr = PackSeries(); FAILED(hr)) return hr;
+    if (HRESULT hr = PrepareSave(); FAILED(hr)) return hr;
     return PoomItem::CopyItem(copy);
 }
 
@@ -86,12 +92,12 @@ HRESULT SeriesItem::EditOccurrences(const std::function<void(Series&)>& edit) {
     // As it stands in the store, so that two occurrences changed through two objects both stay.
     PropValue block;
     Series stored;
-    if (!Records().SeekRecord(Kind().side, m_record)) return LastFailure();
-    if (HRESULT hr = Records().ReadStream(Kind().side, SeriesStream(), block); FAILED(hr)) return hr;
+    if (HRESULT hr = Records().ReadStream(Kind().side, m_record, SeriesStream(), block); FAILED(hr))
+        return hr;
     if (!DecodeSeries(block.bytes, stored)) return E_FAIL;
     edit(stored);
     if (HRESULT hr = CountEnd(stored); FAILED(hr)) return hr;
-    block = PropValue::Bytes(SeriesStream(), EncodeSeries(stored, false));
+    block = PropValue::Bytes(SeriesStream(), EncodeSeries(stored));
     PropValue* const values[] = {&block};
     if (!Records().Write(Kind().side, m_record, values)) return LastFailure();
     if (HRESULT hr = scope.Commit(); FAILED(hr)) return hr;
@@ -106,30 +112,13 @@ namespace {
 
 constexpr LONG kLargestInterval = 9999;
 constexpr LONG kLargestCount = 999'999;
-constexpr LONG kLargestDuration = 1'440 * 3'660;
 
 // Zero says that the value isn't given: editors write it for what they don't show.
 std::optional<LONG> Given(LONG value) { return value ? std::optional(value) : std::nullopt; }
 
-class Pattern final : public IRecurrencePattern {
+class Pattern final : public Object<IRecurrencePattern> {
 public:
     explicit Pattern(SeriesItem& item) : m_item(Ref<SeriesItem>::Of(item)) {}
-
-    HRESULT QueryInterface(const IID& iid, void** object) override {
-        if (!object) return E_POINTER;
-        *object = nullptr;
-        if (iid != IID_IRecurrencePattern && iid != IID_IDispatch && iid != IID_IUnknown)
-            return E_NOINTERFACE;
-        AddRef();
-        *object = static_cast<IRecurrencePattern*>(this);
-        return S_OK;
-    }
-    ULONG AddRef() override { return m_count.Up(); }
-    ULONG Release() override {
-        const ULONG left = m_count.Down();
-        if (left == 0) delete this;
-        return left;
-    }
 
     HRESULT get_RecurrenceType(LONG* type) override {
         return Tell(type, [](const Series& series) { return series.type; });
@@ -188,7 +177,7 @@ public:
     HRESULT put_StartTime(DATE time) override {
         const auto minutes = MinutesOfTime(time);
         if (!minutes) return E_INVALIDARG;
-        return Edit([minutes](Series& series) { series.startTime = *minutes; });
+        return Edit([minutes](Series& series) { series.SetStartTime(*minutes); });
     }
     HRESULT get_EndTime(DATE* time) override {
         return Tell(time, [](const Series& series) {
@@ -206,7 +195,7 @@ public:
         return Tell(minutes, [](const Series& series) { return static_cast<LONG>(series.duration); });
     }
     HRESULT put_Duration(LONG minutes) override {
-        if (minutes < 0 || minutes > kLargestDuration) return E_INVALIDARG;
+        if (minutes < 0 || minutes > static_cast<LONG>(kLargestDuration)) return E_INVALIDARG;
         return Edit([minutes](Series& series) { series.duration = static_cast<DWORD>(minutes); });
     }
     HRESULT get_Interval(LONG* interval) override {
@@ -254,16 +243,18 @@ public:
         return Edit([month](Series& series) { series.month = Given(month); });
     }
     HRESULT GetOccurrence(DATE date, IAppointment** occurrence) override {
-        if (!occurrence) return E_POINTER;
-        *occurrence = nullptr;
-        const auto seconds = SecondsFromDate(date);
-        if (!seconds || date >= kNoDate) return E_INVALIDARG;
-        return m_item->Call(
-            [&] { return m_item->GiveOccurrence(MinutesFromSeconds(DayOf(*seconds)), occurrence); });
+        return m_item->Give(occurrence, [&]() -> HRESULT {
+            const auto seconds = SecondsFromDate(date);
+            if (!seconds || date >= kNoDate) return E_INVALIDARG;
+            Ref<PoomItem> item;
+            const HRESULT hr = m_item->OpenOccurrence(MinutesFromSeconds(DayOf(*seconds)), item);
+            if (SUCCEEDED(hr)) *occurrence = static_cast<IAppointment*>(item.Give()->AsDispatch());
+            return hr;
+        });
     }
 
 private:
-    ~Pattern() = default;
+    ~Pattern() override = default;
 
     static DATE Day(DWORD minutes) { return DateFromSeconds(SecondsFromMinutes(minutes)); }
     static LONG MonthOf(DWORD minutes) { return civil::CivilFromDays(minutes / kMinutesOfDay).month; }
@@ -274,25 +265,19 @@ private:
     }
 
     template<class T, class F>
-    HRESULT Tell(T* out, F value) {
+    HRESULT Tell(T* out, F value, bool counted = false) {
         if (!out) return E_POINTER;
         return m_item->Call([&] {
             Series series;
             if (HRESULT hr = m_item->CurrentSeries(series); FAILED(hr)) return hr;
+            if (HRESULT hr = counted ? CountEnd(series) : S_OK; FAILED(hr)) return hr;
             *out = value(series);
             return S_OK;
         });
     }
     template<class T, class F>
     HRESULT TellCounted(T* out, F value) {
-        if (!out) return E_POINTER;
-        return m_item->Call([&] {
-            Series series;
-            if (HRESULT hr = m_item->CurrentSeries(series); FAILED(hr)) return hr;
-            if (HRESULT hr = CountEnd(series); FAILED(hr)) return hr;
-            *out = value(series);
-            return S_OK;
-        });
+        return Tell(out, value, true);
     }
     HRESULT Edit(const std::function<void(Series&)>& edit) {
         return m_item->Call([&] { return m_item->EditSeries(edit); });
@@ -304,16 +289,13 @@ private:
         });
     }
 
-    Counted m_count;
     Ref<SeriesItem> m_item;
 };
 
 } // namespace
 
 HRESULT SeriesItem::GivePattern(IRecurrencePattern** pattern) {
-    if (!pattern) return E_POINTER;
-    *pattern = nullptr;
-    return Call([&] {
+    return Give(pattern, [&] {
         Series series; // a damaged block is told here, and stays as it is
         if (HRESULT hr = CurrentSeries(series); FAILED(hr)) return hr;
         *pattern = new Pattern(*this);

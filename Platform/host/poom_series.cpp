@@ -111,6 +111,11 @@ PlatRule Series::Rule() const {
     return rule;
 }
 
+void Series::SetStartTime(DWORD minutes) {
+    startTime = minutes;
+    for (ChangedOccurrence& occurrence : changed) occurrence.original = occurrence.OriginalDay() + minutes;
+}
+
 void Series::ForgetOccurrences() {
     deleted.clear();
     changed.clear();
@@ -339,7 +344,7 @@ bool DecodeSeries(std::span<const BYTE> block, Series& series) {
     return in.Ok() && series.startTime < kMinutesOfDay;
 }
 
-std::vector<BYTE> EncodeSeries(const Series& series, bool allDay) {
+std::vector<BYTE> EncodeSeries(const Series& series) {
     ByteWriter out;
     WritePattern(out, series.Rule());
     out.Write32(EndType(series.end));
@@ -353,9 +358,8 @@ std::vector<BYTE> EncodeSeries(const Series& series, bool allDay) {
     out.Write32(series.endDate);
     out.Write32(kMarker);
     out.Write32(kMarker);
-    const DWORD startTime = allDay ? 0 : series.startTime;
-    out.Write32(startTime);
-    out.Write32(startTime + (allDay ? WholeDays(series.duration) : series.duration));
+    out.Write32(series.startTime);
+    out.Write32(series.startTime + series.duration);
     out.Write16(static_cast<DWORD>(series.changed.size()));
     for (const auto& occurrence : series.changed) WriteOccurrence(out, occurrence);
     return out.Take();

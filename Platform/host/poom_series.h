@@ -7,6 +7,7 @@
 namespace plat::poom {
 
 inline constexpr DWORD kMinutesOfDay = 1440;
+inline constexpr DWORD kLargestDuration = kMinutesOfDay * 3660;
 inline constexpr DWORD kEndOfEndless = 1525252319; // 31 December 4500 23:59
 inline constexpr DWORD kFirstEndless = 1524726720; // 1 January 4500: an end from here on is none
 
@@ -51,6 +52,8 @@ struct Series {
     // As the walks know it, with the values that were not set.
     PlatRule Rule() const;
     bool EveryWeekday() const { return type == 0 && interval == 0 && weekMask.value_or(0) != 0; }
+    // Changed occurrences keep their own times, and go on naming the rule's date with the series' time.
+    void SetStartTime(DWORD minutes);
     // The rule has changed: no occurrence is what it was.
     void ForgetOccurrences();
     const ChangedOccurrence* FindChanged(DWORD originalDay) const;
@@ -75,8 +78,8 @@ std::vector<DWORD> RuleDates(const Series& series, DWORD first, DWORD last);
 
 // False for a block that is no series or ends in the middle; `series` is then not to be used.
 bool DecodeSeries(std::span<const BYTE> block, Series& series);
-// CountEnd first. An all-day series runs from midnight in whole days.
-std::vector<BYTE> EncodeSeries(const Series& series, bool allDay);
+// CountEnd first.
+std::vector<BYTE> EncodeSeries(const Series& series);
 
 constexpr DWORD WholeDays(DWORD minutes) {
     return minutes <= kMinutesOfDay ? kMinutesOfDay

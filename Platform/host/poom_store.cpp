@@ -12,6 +12,7 @@ namespace {
 
 constexpr CEPROPID kNameOfProperty = 0x0001001F;
 constexpr CEPROPID kNoKey = 0;
+constexpr int kTries = 50; // of a read between the writes of others
 
 struct Table {
     const WCHAR* name;
@@ -47,9 +48,10 @@ HRESULT Store::Open() {
     m_mounted = true;
     const HANDLE session = CeCreateSession(&m_volume);
     if (session == INVALID_HANDLE_VALUE || !session) {
-        const HRESULT failure = LastFailure();
+        const DWORD error = GetLastError();
         Close();
-        return failure;
+        SetLastError(error); // also for those who ask for it
+        return LastFailure();
     }
     m_session = session;
     return S_OK;
@@ -91,7 +93,9 @@ HRESULT Store::MakeNames() {
     std::u16string_view(table.name).copy(info.szDbaseName, CEDB_MAXDBASENAMELEN - 1);
     info.wNumSortOrder = 1;
     info.rgSortSpecs[0] = SortOf(table);
-    return CeCreateDatabaseEx2(&m_volume, &info) ? S_OK : LastFailure();
+    // Another process may have been faster.
+    return CeCreateDatabaseEx2(&m_volume, &info) || GetLastError() == ERROR_ALREADY_EXISTS ? S_OK
+                                                                                           : LastFailure();
 }
 
 // --- Reads ----------------------------------------------------------------------------------------------------------
@@ -140,23 +144,38 @@ const CEPROPVAL* Store::Read(Side side, std::span<const CEPROPID> ids, CEOID* re
     return read ? reinterpret_cast<const CEPROPVAL*>(m_buffer) : nullptr;
 }
 
-HRESULT Store::ReadStream(Side side, CEPROPID id, PropValue& stream) {
+HRESULT Store::ReadStream(Side side, CEOID record, CEPROPID id, PropValue& stream) {
     stream = PropValue::Absent(id);
+    for (int i = 0; i < kTries; ++i) {
+        if (!SeekRecord(side, record)) return LastFailure();
+        if (TryReadStream(side, id, stream.bytes)) {
+            stream.absent = stream.bytes.empty();
+            return S_OK;
+        }
+        if (GetLastError() == ERROR_NOT_FOUND) return S_OK;
+        if (GetLastError() != ERROR_KEY_DELETED) break; // else another process has replaced it in the middle
+    }
+    return LastFailure();
+}
+
+// The stream of the current record.
+bool Store::TryReadStream(Side side, CEPROPID id, std::vector<BYTE>& bytes) {
+    bytes.clear();
     const HANDLE handle = CeOpenStream(Get(side), id, STREAM_READ);
-    if (handle == INVALID_HANDLE_VALUE || !handle)
-        return GetLastError() == ERROR_NOT_FOUND ? S_OK : LastFailure();
+    if (handle == INVALID_HANDLE_VALUE || !handle) return false;
     DWORD size = 0;
     DWORD read = 0;
     bool ok =
         CeStreamSeek(handle, 0, STREAM_SEEK_END, &size) && CeStreamSeek(handle, 0, STREAM_SEEK_SET, nullptr);
     if (ok && size) {
-        stream.bytes.resize(size);
-        ok = CeStreamRead(handle, stream.bytes.data(), size, &read) && read == size;
+        bytes.resize(size);
+        ok = CeStreamRead(handle, bytes.data(), size, &read) && read == size;
     }
-    const HRESULT result = ok ? S_OK : LastFailure();
+    const DWORD error = GetLastError();
     CloseHandle(handle);
-    stream.absent = !ok || stream.bytes.empty();
-    return result;
+    SetLastError(error);
+    if (!ok) bytes.clear();
+    return ok;
 }
 
 // --- Writes ---------------------------------------------------------------------------------------------------------
@@ -177,7 +196,7 @@ bool Store::KeepForUndo(Side side, CEOID record, std::span<PropValue* const> val
     for (const PropValue* value : values) {
         PropValue before = PropValue::Absent(value->id);
         if (IsStream(value->id)) {
-            if (FAILED(ReadStream(side, value->id, before))) return false;
+            if (FAILED(ReadStream(side, record, value->id, before))) return false;
         } else if (const PropValue* found = present.Find(value->id)) {
             before = *found;
         }

@@ -46,8 +46,8 @@ public:
     CEOID Read(Side side, PropBag& values);
     // Some of its properties; null when it can't be read. Valid until the next read.
     const CEPROPVAL* Read(Side side, std::span<const CEPROPID> ids, CEOID* record = nullptr);
-    // A stream of the current record; absent when it has none.
-    HRESULT ReadStream(Side side, CEPROPID id, PropValue& stream);
+    // A stream of a record as it stands at one moment; absent when it has none. Moves to the record.
+    HRESULT ReadStream(Side side, CEOID record, CEPROPID id, PropValue& stream);
 
     // --- Writes, inside a SaveScope ---
     // Adds (record 0) or changes; 0 on failure.
@@ -61,6 +61,7 @@ public:
 
 private:
     friend class SaveScope;
+    bool TryReadStream(Side side, CEPROPID id, std::vector<BYTE>& bytes);
     bool KeepForUndo(Side side, CEOID record, std::span<PropValue* const> values);
     void Undo(std::size_t mark);
     bool WriteNow(HANDLE db, CEOID record, std::span<PropValue* const> values, CEOID* written);

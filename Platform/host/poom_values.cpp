@@ -63,7 +63,10 @@ DATE DateFromSeconds(Seconds seconds) {
     return day < 0 ? static_cast<double>(day) - fraction : static_cast<double>(day) + fraction;
 }
 
-Seconds SecondsFromTicks(ULONGLONG ticks) { return static_cast<Seconds>(ticks / civil::kTicksPerSecond); }
+// A number that is no date, as a damaged record may hold one, is the last there is.
+Seconds SecondsFromTicks(ULONGLONG ticks) {
+    return std::min(static_cast<Seconds>(ticks / civil::kTicksPerSecond), kEndOfTime - 1);
+}
 
 ULONGLONG TicksFromSeconds(Seconds seconds) {
     return static_cast<ULONGLONG>(std::max<Seconds>(seconds, 0)) * civil::kTicksPerSecond;
