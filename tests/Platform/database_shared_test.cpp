@@ -1,19 +1,14 @@
 // One volume, many users: threads, processes, killed writers, ended threads, notification.
 #include "Platform/windows.h"
+#include "tests/support/helperprocess.h"
 #include "tests/support/store.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <fcntl.h>
 #include <random>
-#include <csignal>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace {
 
@@ -36,77 +31,40 @@ bool IsWhole(HANDLE db, LONG n) {
            ReadStream(db, kStream) == Pattern(2000, static_cast<BYTE>(n));
 }
 
-// --- The other process: this very program, in its one test that is not for itself ---------------------------------
+// --- The other process ---------------------------------------------------------------------------------------------
 
-constexpr int kTold = 3; // the descriptor on which it says what is done
-
-class Child {
+class Child : public HelperProcess {
 public:
-    Child(const std::string& folder, const std::string& job, LONG first) {
-        int pipes[2];
-        if (pipe2(pipes, O_CLOEXEC)) return;
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, pipes[1], kTold);
-        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-        setenv("QN_TEST_STORE_CHILD", (job + " " + std::to_string(first) + " " + folder).c_str(), 1);
-        std::string name = "/proc/self/exe", filter = "--gtest_filter=StoreChild.DISABLED_Run",
-                    disabled = "--gtest_also_run_disabled_tests";
-        char* arguments[] = {name.data(), filter.data(), disabled.data(), nullptr};
-        posix_spawn(&m_pid, "/proc/self/exe", &actions, nullptr, arguments, environ);
-        unsetenv("QN_TEST_STORE_CHILD");
-        posix_spawn_file_actions_destroy(&actions);
-        close(pipes[1]);
-        m_told = pipes[0];
-    }
-    ~Child() {
-        Kill();
-        close(m_told);
-    }
-    // The next number that it says, false when it has ended.
-    bool Hear(LONG& n) { return read(m_told, &n, sizeof n) == static_cast<ssize_t>(sizeof n); }
-    void Kill() {
-        if (m_pid > 0) kill(m_pid, SIGKILL);
-        Wait();
-    }
-    void Wait() {
-        if (m_pid > 0) waitpid(m_pid, nullptr, 0);
-        m_pid = -1;
-    }
-
-private:
-    pid_t m_pid = -1;
-    int m_told = -1;
+    Child(const std::string& folder, const std::string& job, LONG first)
+        : HelperProcess("StoreChild.DISABLED_Run", job + " " + std::to_string(first) + " " + folder) {}
 };
 
-void Say(LONG n) {
-    if (write(kTold, &n, sizeof n) < 0) _exit(1);
-}
-
 TEST(StoreChild, DISABLED_Run) {
-    const char* given = getenv("QN_TEST_STORE_CHILD");
-    ASSERT_TRUE(given);
+    const std::string given = HelperProcess::Job();
     char job[20], folder[300];
     LONG first = 0;
-    ASSERT_EQ(sscanf(given, "%19s %d %299s", job, &first, folder), 3);
+    ASSERT_EQ(sscanf(given.c_str(), "%19s %d %299s", job, &first, folder), 3);
     PlatSetDeviceFolder(folder);
     CEGUID guid{};
     CEOID oid = 0;
-    ASSERT_TRUE(CeMountDBVolEx(&guid, u"\\test.vol", nullptr, DBVOL_OPEN_ALWAYS));
+    const bool mounted = CeMountDBVolEx(&guid, u"\\test.vol", nullptr, DBVOL_OPEN_ALWAYS) != FALSE;
+    if (job == std::string("mounts"))
+        return HelperProcess::Say(mounted ? 0 : static_cast<LONG>(GetLastError()));
+    ASSERT_TRUE(mounted);
     const HANDLE db = CeOpenDatabaseEx2(&guid, &oid, u"shared", &kByNumber, 0, nullptr);
     ASSERT_NE(db, INVALID_HANDLE_VALUE);
     const std::string what = job;
     if (what == "saves") {
         for (LONG n = first;; ++n) {
             if (!Save(db, n)) _exit(1);
-            Say(n);
+            HelperProcess::Say(n);
         }
     }
     if (what == "hundred")
-        for (LONG n = first; n < first + 100; ++n) Say(Save(db, n) ? n : -1);
+        for (LONG n = first; n < first + 100; ++n) HelperProcess::Say(Save(db, n) ? n : -1);
     if (what == "change") {
         ASSERT_TRUE(SeekValues(db, CEDB_SEEK_VALUEFIRSTEQUAL, Values().Int(1, first)));
-        Say(Change(db, Read(db, {kNumber}).Oid(), Values().Text(2, u"changed")) ? 1 : -1);
+        HelperProcess::Say(Change(db, Read(db, {kNumber}).Oid(), Values().Text(2, u"changed")) ? 1 : -1);
     }
 }
 
@@ -163,6 +121,21 @@ TEST_F(Shared, TwoProcessesWriteAtOnce) {
     EXPECT_EQ(numbers.size(), 300u);
     std::sort(numbers.begin(), numbers.end());
     EXPECT_EQ(std::unique(numbers.begin(), numbers.end()), numbers.end()); // each its own
+}
+
+TEST_F(Shared, ProcessesThatComeAtOnceFindOneVolume) {
+    for (int round = 0; round < 8; ++round) {
+        std::deque<Child> children;
+        for (int i = 0; i < 4; ++i) children.emplace_back(m_folder, "mounts", 0);
+        for (Child& child : children) {
+            LONG error = -1;
+            EXPECT_TRUE(child.Hear(error));
+            EXPECT_EQ(error, 0);
+            child.Wait();
+        }
+        for (const char* file : {"test.vol", "test.vol-wal", "test.vol-shm", "test.vol-gen"})
+            std::filesystem::remove(HostPath(file));
+    }
 }
 
 TEST_F(Shared, AnotherProcessEndsWhatWasReadAhead) {
