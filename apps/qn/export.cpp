@@ -122,7 +122,7 @@ void Exporter::ForEach(int kind, Visit visit) {
     Com<IPOutlookItemCollection> items;
     HRESULT result = m_store.App()->GetDefaultFolder(kind, folder.Out());
     if (SUCCEEDED(result)) result = folder->get_Items(items.Out());
-    if (FAILED(result)) throw Failure("the store can't be read: " + Reason(result));
+    if (FAILED(result)) throw StoreFailure("the store can't be read: " + Reason(result));
     int count = 0;
     items->get_Count(&count);
     for (int i = 1; i <= count; ++i) {
@@ -229,7 +229,7 @@ void Exporter::AddOrganizer(icalcomponent* component, const Com<IItem>& bag, IAp
     const Property property(bag, PIMPR_ORGANIZER_NAME);
     const std::string name = property.Value() ? Utf8(property.Value()->val.lpwstr) : std::string();
     if (name.empty()) return;
-    std::string address = name.find('@') == std::string::npos ? "invalid:nomail" : "mailto:" + name;
+    std::string address = name.find('@') == std::string::npos ? std::string(kNoAddress) : "mailto:" + name;
     Com<IRecipients> people;
     int count = 0;
     if (SUCCEEDED(item->get_Recipients(people.Out()))) people->get_Count(&count);

@@ -21,8 +21,8 @@ struct FreeComponent {
 };
 using Component = std::unique_ptr<icalcomponent, FreeComponent>;
 
-// Physical lines with their numbers, any line end, byte-order mark dropped. What a line has beyond the size of a component
-// is not kept.
+// Physical lines with their numbers, byte-order mark dropped. A carriage return alone ends a line where the first line has
+// it so; elsewhere it is text. What a line has beyond the size of a component is not kept.
 class Lines {
 public:
     explicit Lines(std::istream& in) : m_in(*in.rdbuf()) {}
@@ -38,6 +38,7 @@ public:
         if (c == kEnd) return false;
         for (; c != kEnd && c != '\n'; c = m_in.sbumpc()) {
             ++m_bytes;
+            if (c == '\r' && EndsHere()) break;
             if (line.size() >= kLargestComponent) continue;
             if (c) // a zero would end the text for all who read it
                 line += static_cast<char>(c);
@@ -59,7 +60,15 @@ public:
     std::size_t Bytes() const { return m_bytes; }
 
 private:
+    bool EndsHere() {
+        const int next = m_in.sgetc();
+        if (m_number == 0)
+            m_returns = next != '\n' && next != '\r' && next != std::istream::traits_type::eof();
+        return m_returns;
+    }
+
     std::streambuf& m_in;
+    bool m_returns = false;
     unsigned m_number = 0;
     std::size_t m_bytes = 0;
     bool m_again = false;
@@ -88,6 +97,13 @@ bool StandsAlone(const std::string& kind) {
     return false;
 }
 
+// What answers an invitation says nothing of the event but who comes to it.
+bool IsAnswer(const std::string& method) {
+    for (const char* one : {"REPLY", "REFRESH", "COUNTER", "DECLINECOUNTER"})
+        if (method == one) return true;
+    return false;
+}
+
 // FNV-1a.
 std::uint64_t Hash(std::string_view text) {
     std::uint64_t hash = 0xCBF29CE484222325;
@@ -110,9 +126,11 @@ public:
                 throw Failure(Place() + "not an iCalendar file");
             any = true;
             if (tag.kind == "VCALENDAR")
-                m_inCalendar = tag.begins;
+                m_inCalendar = tag.begins, m_method.clear();
             else if (tag.begins && !tag.kind.empty())
                 ReadComponent(line, tag.kind);
+            else if (Upper(std::string_view(line).substr(0, 7)) == "METHOD:")
+                m_method = Upper(std::string_view(line).substr(7));
         }
         if (!any) throw Failure(m_name + ": the file is empty");
         if (m_inCalendar && !m_cut)
@@ -182,6 +200,11 @@ private:
             Skip(line, objection);
             return;
         }
+        if (IsAnswer(m_method)) {
+            Skip(line, "an answer to an invitation (METHOD:" + m_method + ")");
+            return;
+        }
+        item.cancelled = item.cancelled || m_method == "CANCEL";
         if (item.uid.empty()) item.uid = MadeUid(item);
         m_file.items.push_back(std::move(item));
     }
@@ -201,6 +224,7 @@ private:
     const std::string& m_name;
     const std::function<void(std::size_t)>& m_progress;
     bool m_inCalendar = false;
+    std::string m_method; // of the present calendar
     bool m_cut = false;
     std::unordered_map<std::string, unsigned> m_made; // UIDs made, and how often
     IcsFile m_file;

@@ -88,6 +88,9 @@ IcsFile ReadIcs(std::istream& in, const std::string& name, const std::function<v
 // One VEVENT or VTODO. Returns why it can't be taken, empty when it can.
 std::string TakeItem(icalcomponent* component, IcsItem& item);
 
+// The address of an organizer of whom only the name is known, as iCalendar says it.
+inline constexpr std::string_view kNoAddress = "invalid:nomail";
+
 // In capitals, ASCII only.
 std::string Upper(std::string_view text);
 

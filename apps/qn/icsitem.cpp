@@ -214,7 +214,8 @@ void Taker::TakeAlarm(icalcomponent* alarm) {
     icalparameter* related = icalproperty_get_first_parameter(property, ICAL_RELATED_PARAMETER);
     const bool fromEnd = related && icalparameter_get_related(related) == ICAL_RELATED_END;
     const LONG minutes = MinutesOf(trigger.duration);
-    if (minutes > 0 || (fromEnd && !m_item.isTodo)) return Unkept("alarms behind the start");
+    if (fromEnd && !m_item.isTodo) return Unkept("alarms by the end");
+    if (minutes > 0) return Unkept("alarms behind the start");
     m_item.reminderMinutes = -minutes;
     m_item.reminderFromEnd = fromEnd;
 }
@@ -258,13 +259,19 @@ Attendee AttendeeOf(icalproperty* property) {
 }
 
 void Taker::TakePeople() {
+    std::string address;
     if (icalproperty* p = icalcomponent_get_first_property(m_component, ICAL_ORGANIZER_PROPERTY)) {
         m_item.organizer = Parameter(p, ICAL_CN_PARAMETER, &icalparameter_get_cn);
-        const char* address = icalproperty_get_organizer(p);
-        if (m_item.organizer.empty()) m_item.organizer = WithoutMailto(address ? address : "");
+        const char* value = icalproperty_get_organizer(p);
+        address = WithoutMailto(value ? value : "");
+        if (m_item.organizer.empty()) m_item.organizer = address;
     }
     ForEach(m_component, ICAL_ATTENDEE_PROPERTY,
             [&](icalproperty* p) { m_item.attendees.push_back(AttendeeOf(p)); });
+    // The store has the name alone, and the addresses of those who come.
+    const bool told = address != m_item.organizer && address != kNoAddress;
+    if (told && std::ranges::find(m_item.attendees, address, &Attendee::address) == m_item.attendees.end())
+        Unkept("addresses of organizers");
 }
 
 // The busy status: as a calendar program wrote it in words, else by transparency and status.
@@ -307,6 +314,8 @@ std::string Taker::TakeUnread() {
     ForEach(m_component, ICAL_XLICERROR_PROPERTY, [&](icalproperty* p) {
         const char* text = icalproperty_get_xlicerror(p);
         const std::string error = text ? text : "";
+        if (error.starts_with("Got a data line")) return Unkept("lines that make no sense");
+        if (error.starts_with("Parse error in property name")) return Unkept("values of a kind not known");
         const auto begin = error.find(" in ");
         const auto end = error.find(" property", begin);
         if (!error.starts_with("Can't parse") || end == std::string::npos) return;
@@ -318,47 +327,49 @@ std::string Taker::TakeUnread() {
     return objection;
 }
 
-// Properties that have no place in the store. Those that only say where the item comes from are not missed.
+// Properties that are taken, say the same as others, or only where the item comes from: not missed.
+bool IsTakenOrSpare(icalproperty* property, bool isTodo) {
+    constexpr icalproperty_kind kBoth[] = {
+        ICAL_UID_PROPERTY,         ICAL_SUMMARY_PROPERTY,      ICAL_LOCATION_PROPERTY,
+        ICAL_DESCRIPTION_PROPERTY, ICAL_URL_PROPERTY,          ICAL_SEQUENCE_PROPERTY,
+        ICAL_CATEGORIES_PROPERTY,  ICAL_DTSTART_PROPERTY,      ICAL_DURATION_PROPERTY,
+        ICAL_RRULE_PROPERTY,       ICAL_RECURRENCEID_PROPERTY, ICAL_STATUS_PROPERTY,
+        ICAL_CLASS_PROPERTY,       ICAL_TRANSP_PROPERTY,       ICAL_ORGANIZER_PROPERTY,
+        ICAL_ATTENDEE_PROPERTY,    ICAL_XLICERROR_PROPERTY,    ICAL_DTSTAMP_PROPERTY,
+        ICAL_CREATED_PROPERTY,     ICAL_LASTMODIFIED_PROPERTY, ICAL_REQUESTSTATUS_PROPERTY};
+    constexpr icalproperty_kind kEvent[] = {ICAL_DTEND_PROPERTY, ICAL_EXDATE_PROPERTY, ICAL_RDATE_PROPERTY};
+    constexpr icalproperty_kind kTodo[] = {ICAL_DUE_PROPERTY, ICAL_COMPLETED_PROPERTY, ICAL_PRIORITY_PROPERTY,
+                                           ICAL_PERCENTCOMPLETE_PROPERTY};
+    const auto kind = icalproperty_isa(property);
+    const auto isKind = [&](icalproperty_kind one) { return one == kind; };
+    if (kind == ICAL_X_PROPERTY) {
+        const char* name = icalproperty_get_x_name(property);
+        return name && !strcmp(name, "X-MICROSOFT-CDO-BUSYSTATUS");
+    }
+    return std::ranges::any_of(kBoth, isKind) ||
+           (isTodo ? std::ranges::any_of(kTodo, isKind) : std::ranges::any_of(kEvent, isKind));
+}
+
+// Properties that have no place in the store.
 void Taker::TakeOthers() {
-    unsigned attachments = 0;
-    unsigned foreign = 0;
+    constexpr struct {
+        icalproperty_kind kind;
+        const char* words;
+    } kWords[] = {{ICAL_ATTACH_PROPERTY, "attachments"},
+                  {ICAL_COMMENT_PROPERTY, "comments"},
+                  {ICAL_CONTACT_PROPERTY, "contacts"},
+                  {ICAL_CONFERENCE_PROPERTY, "conferences"},
+                  {ICAL_GEO_PROPERTY, "positions on earth"},
+                  {ICAL_PRIORITY_PROPERTY, "priorities of events"},
+                  {ICAL_RESOURCES_PROPERTY, "resources"},
+                  {ICAL_RELATEDTO_PROPERTY, "relations to other items"},
+                  {ICAL_X_PROPERTY, "values private to other programs (X-...)"}};
     ForEach(m_component, ICAL_ANY_PROPERTY, [&](icalproperty* p) {
-        switch (icalproperty_isa(p)) {
-        case ICAL_ATTACH_PROPERTY:
-            ++attachments;
-            break;
-        case ICAL_COMMENT_PROPERTY:
-            Unkept("comments");
-            break;
-        case ICAL_CONTACT_PROPERTY:
-            Unkept("contacts");
-            break;
-        case ICAL_CONFERENCE_PROPERTY:
-            Unkept("conferences");
-            break;
-        case ICAL_EXRULE_PROPERTY:
-            Unkept("EXRULE");
-            break;
-        case ICAL_GEO_PROPERTY:
-            Unkept("positions on earth");
-            break;
-        case ICAL_RESOURCES_PROPERTY:
-            Unkept("resources");
-            break;
-        case ICAL_RELATEDTO_PROPERTY:
-            Unkept("relations to other items");
-            break;
-        case ICAL_X_PROPERTY: {
-            const char* name = icalproperty_get_x_name(p);
-            foreign += !name || strcmp(name, "X-MICROSOFT-CDO-BUSYSTATUS") != 0;
-            break;
-        }
-        default:
-            break;
-        }
+        if (IsTakenOrSpare(p, m_item.isTodo)) return;
+        const auto words =
+            std::ranges::find(kWords, icalproperty_isa(p), [](const auto& one) { return one.kind; });
+        Unkept(words != std::end(kWords) ? words->words : icalproperty_get_property_name(p));
     });
-    for (; attachments; --attachments) Unkept("attachments");
-    for (; foreign; --foreign) Unkept("values private to other programs (X-...)");
 }
 
 std::string Taker::Take() {

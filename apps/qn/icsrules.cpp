@@ -3,11 +3,9 @@
 #include "Platform/civil.h"
 #include "Platform/poom.h"
 #include "Platform/rulewalk.h"
+#include "apps/qn/icswalk.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 
 namespace qn {
 
@@ -23,20 +21,6 @@ constexpr LONG kLast = 5;
 constexpr short kNone = ICAL_RECURRENCE_ARRAY_MAX;
 constexpr std::int64_t kDaysToVariant = civil::kDaysTo1899;
 
-struct FreeIterator {
-    void operator()(icalrecur_iterator* walk) const { icalrecur_iterator_free(walk); }
-};
-using Walk = std::unique_ptr<icalrecur_iterator, FreeIterator>;
-
-std::int64_t DayOf(const icaltimetype& time) { return civil::DaysFromCivil(time.year, time.month, time.day); }
-
-template<std::size_t N>
-std::vector<int> Values(const short (&list)[N]) {
-    std::vector<int> values;
-    for (std::size_t i = 0; i < N && list[i] != kNone; ++i) values.push_back(list[i]);
-    return values;
-}
-
 // BYDAY with one ordinal for all its days, which is how patterns know it.
 struct ByDay {
     LONG mask = 0;
@@ -47,20 +31,13 @@ struct ByDay {
 
 ByDay ByDayOf(const icalrecurrencetype& rule) {
     ByDay result;
-    for (const int value : Values(rule.by_day)) {
-        const int weekday = icalrecurrencetype_day_day_of_week(static_cast<short>(value)); // 1 Sunday
-        const int nth = icalrecurrencetype_day_position(static_cast<short>(value));
-        if (result.count && nth != result.nth) result.uniform = false;
-        result.nth = nth;
-        result.mask |= 1 << (weekday - 1);
+    for (const OrdinalDay& day : DaysOf(rule)) {
+        if (result.count && day.nth != result.nth) result.uniform = false;
+        result.nth = day.nth;
+        result.mask |= 1 << day.weekday;
         ++result.count;
     }
     return result;
-}
-
-// Of another calendar than ours. The rules of those are slow to walk.
-bool IsForeign(const icalrecurrencetype& rule) {
-    return rule.rscale && strcmp(rule.rscale, "GREGORIAN") != 0;
 }
 
 // Some programs write the time of the start into the rule, too.
@@ -72,8 +49,8 @@ bool IsOrAbsent(const short (&list)[N], int value) {
 bool HasOnlyKnownParts(const icalrecurrencetype& rule, const icaltimetype& start) {
     return IsOrAbsent(rule.by_second, start.second) && IsOrAbsent(rule.by_minute, start.minute) &&
            IsOrAbsent(rule.by_hour, start.hour) && rule.interval <= kLargestInterval &&
-           rule.by_year_day[0] == kNone && rule.by_week_no[0] == kNone && !IsForeign(rule) &&
-           Values(rule.by_month).size() <= 1 && Values(rule.by_set_pos).size() <= 1;
+           rule.by_year_day[0] == kNone && rule.by_week_no[0] == kNone && Values(rule.by_month).size() <= 1 &&
+           Values(rule.by_set_pos).size() <= 1;
 }
 
 // The day of the month that a rule names. "The last of 28, 29 ... d" may be day d of a pattern. 0 when no one day says it.
@@ -185,21 +162,6 @@ PlatRule RuleOf(const Pattern& pattern, const icaltimetype& start) {
     return rule;
 }
 
-// The walk over hours, minutes or seconds looks at each one, up to the end of all years where no one fits: hours upon hours.
-// Followed are the plain ones, and single hours of days, weekdays and months, of which each year has some.
-bool CanBeWalked(const icalrecurrencetype& rule) {
-    if (rule.freq == ICAL_NO_RECURRENCE) return false;
-    if (rule.freq >= ICAL_DAILY_RECURRENCE) return rule.freq >= ICAL_MONTHLY_RECURRENCE || !IsForeign(rule);
-    const bool days =
-        rule.by_month_day[0] == kNone && rule.by_year_day[0] == kNone && rule.by_week_no[0] == kNone;
-    const bool parts =
-        rule.by_minute[0] == kNone && rule.by_second[0] == kNone && rule.by_set_pos[0] == kNone;
-    if (!days || !parts || IsForeign(rule)) return false;
-    if (rule.by_month[0] == kNone && rule.by_day[0] == kNone && rule.by_hour[0] == kNone) return true;
-    return rule.freq == ICAL_HOURLY_RECURRENCE && rule.interval <= 1 && ByDayOf(rule).uniform &&
-           ByDayOf(rule).nth == 0;
-}
-
 // How many dates tell two rules apart: some turns of the week, the months of a leap year and of those around it, the leap
 // years of half a century.
 std::size_t ProofDates(icalrecurrencetype_frequency frequency) {
@@ -207,16 +169,14 @@ std::size_t ProofDates(icalrecurrencetype_frequency frequency) {
 }
 
 // Days of a rule without its end, and of a pattern, from the start to the end of the proof.
-std::vector<std::int64_t> RuleDays(icalrecurrencetype rule, const icaltimetype& start, std::size_t most) {
-    rule.count = 0;
-    rule.until = icaltime_null_time();
-    const std::int64_t last = DayOf(start) + kProofYears * 366;
+std::vector<std::int64_t> RuleDays(const icalrecurrencetype& rule, const icaltimetype& start,
+                                   std::size_t most) {
     std::vector<std::int64_t> days;
-    const Walk walk(icalrecur_iterator_new(rule, start));
-    while (walk && days.size() < most) {
-        const icaltimetype next = icalrecur_iterator_next(walk.get());
-        if (icaltime_is_null_time(next) || DayOf(next) > last) break;
-        days.push_back(DayOf(next));
+    DateWalk walk(rule, start, DayOf(start) + kProofYears * 366);
+    while (days.size() < most) {
+        const auto next = walk.Next();
+        if (!next) break;
+        days.push_back(DayOf(*next));
     }
     return days;
 }
@@ -301,70 +261,75 @@ void SetEnd(Pattern& pattern, const icalrecurrencetype& rule, const icaltimetype
 
 std::string RuleTextOf(const Pattern& pattern, const icaltimetype& start) {
     for (const std::string& text : RuleTexts(pattern)) {
-        icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
-        const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
-        if (rule.freq == ICAL_NO_RECURRENCE) continue;
-        const std::size_t most = ProofDates(rule.freq);
-        if (RuleDays(rule, start, most) == PatternDays(pattern, start, most)) return text;
+        const Rule rule(text);
+        if (!rule.IsRead()) continue;
+        const std::size_t most = ProofDates(rule->freq);
+        if (RuleDays(*rule, start, most) == PatternDays(pattern, start, most)) return text;
     }
     return {};
 }
 
 std::optional<icaltimetype> UntilOf(const std::string& text) {
-    icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
-    std::optional<icaltimetype> until;
-    if (rule.freq != ICAL_NO_RECURRENCE && !icaltime_is_null_time(rule.until)) until = rule.until;
-    free(rule.rscale);
-    return until;
+    const Rule rule(text);
+    return rule.IsRead() && !icaltime_is_null_time(rule->until) ? std::optional(rule->until) : std::nullopt;
 }
 
 std::optional<Pattern> PatternOf(const std::string& text, const icaltimetype& start,
                                  const std::optional<icaltimetype>& untilWall) {
-    icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
-    const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
-    if (rule.freq < ICAL_DAILY_RECURRENCE || rule.freq > ICAL_YEARLY_RECURRENCE ||
-        !HasOnlyKnownParts(rule, start))
+    const Rule rule(text);
+    if (!rule.IsRead() || rule->freq < ICAL_DAILY_RECURRENCE || !HasOnlyKnownParts(*rule, start))
         return std::nullopt;
-    const std::size_t most = ProofDates(rule.freq);
-    const std::vector<std::int64_t> wanted = RuleDays(rule, start, most);
+    const std::size_t most = ProofDates(rule->freq);
+    const std::vector<std::int64_t> wanted = RuleDays(*rule, start, most);
     // The start is the first date of any series; a rule that doesn't give it is no pattern.
     if (wanted.empty() || wanted[0] != DayOf(start)) return std::nullopt;
-    for (Pattern pattern : Candidates(rule, start)) {
+    for (Pattern pattern : Candidates(*rule, start)) {
         if (PatternDays(pattern, start, most) != wanted) continue;
-        SetEnd(pattern, rule, start, untilWall);
+        SetEnd(pattern, *rule, start, untilWall);
         return pattern;
     }
     return std::nullopt;
 }
 
-std::optional<icaltimetype> FirstDateOf(const std::string& text, const icaltimetype& start) {
-    icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
-    const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
-    if (!CanBeWalked(rule)) return std::nullopt;
-    const Walk walk(icalrecur_iterator_new(rule, start));
-    const icaltimetype first = walk ? icalrecur_iterator_next(walk.get()) : icaltime_null_time();
-    return icaltime_is_null_time(first) ? std::nullopt : std::optional(first);
+namespace {
+
+// A day is the whole day.
+bool IsBehind(const icaltimetype& date, const icaltimetype& until) {
+    return until.is_date ? DayOf(date) > DayOf(until) : icaltime_compare(date, until) > 0;
+}
+
+} // namespace
+
+std::optional<icaltimetype> FirstDateOf(const std::string& text, const icaltimetype& start,
+                                        const std::optional<icaltimetype>& untilWall) {
+    const Rule rule(text);
+    const auto first = DateWalk(*rule, start, DayOf(start) + kProofYears * 366).Next();
+    return first && untilWall && IsBehind(*first, *untilWall) ? std::nullopt : first;
 }
 
 bool ExpandRule(const std::string& text, const Expansion& expansion, std::vector<icaltimetype>& dates) {
-    icalrecurrencetype rule = icalrecurrencetype_from_string(text.c_str());
-    const std::unique_ptr<char, decltype(&free)> scale(rule.rscale, &free);
-    if (!CanBeWalked(rule)) return false;
-    if (expansion.untilWall) rule.until = *expansion.untilWall;
-    // A count counts the start, also where the rule doesn't give it.
-    const auto first = FirstDateOf(text, expansion.start);
-    if (rule.count && first && icaltime_compare(*first, expansion.start) != 0 && --rule.count == 0)
-        return true;
-    const Walk walk(icalrecur_iterator_new(rule, expansion.start));
-    if (!walk) return false;
+    const Rule rule(text);
+    const std::int64_t lastDay = DayOf(expansion.horizon);
+    DateWalk walk(*rule, expansion.start, lastDay);
+    const auto& until = expansion.untilWall;
+    const bool counted = rule->count > 0;
+    int left = rule->count;
     bool complete = false;
-    for (std::size_t i = 0; i < kMostSteps && !complete; ++i) {
-        const icaltimetype next = icalrecur_iterator_next(walk.get());
-        complete = icaltime_is_null_time(next);
-        if (complete) break;
-        if (icaltime_compare(next, expansion.horizon) > 0) break;
-        dates.push_back(next);
+    for (std::size_t i = 0; i < kMostSteps; ++i) {
+        const auto next = walk.Next();
+        if (!next) {
+            complete = walk.CanGo() && until && DayOf(*until) <= lastDay;
+            break;
+        }
+        // A count counts the start, also where the rule doesn't give it.
+        if (i == 0 && icaltime_compare(*next, expansion.start) != 0) --left;
+        if ((counted && left-- <= 0) || (until && IsBehind(*next, *until))) {
+            complete = true;
+            break;
+        }
+        dates.push_back(*next);
     }
+    complete = complete || (counted && left == 0);
     if (dates.size() <= expansion.most) return complete;
     std::erase_if(dates,
                   [&](const icaltimetype& date) { return icaltime_compare(date, expansion.past) < 0; });

@@ -36,14 +36,15 @@ std::string RuleTextOf(const Pattern& pattern, const icaltimetype& start);
 // UNTIL of a rule; none when it has none.
 std::optional<icaltimetype> UntilOf(const std::string& rule);
 
-// The first date of a rule on or behind `start`, with its time; none when there is none.
-std::optional<icaltimetype> FirstDateOf(const std::string& rule, const icaltimetype& start);
+// The first date of a rule on or behind `start`, with its time; none when there is none before its end.
+std::optional<icaltimetype> FirstDateOf(const std::string& rule, const icaltimetype& start,
+                                        const std::optional<icaltimetype>& untilWall);
 
 // What the dates of a rule are wanted for.
 struct Expansion {
     icaltimetype start = icaltime_null_time();   // on the wall clock of the series
     std::optional<icaltimetype> untilWall;       // the rule's UNTIL there
-    icaltimetype horizon = icaltime_null_time(); // no date behind it
+    icaltimetype horizon = icaltime_null_time(); // no date behind this day
     icaltimetype past = icaltime_null_time();    // where there are too many, those before it go first
     std::size_t most = 4000;
 };

@@ -60,13 +60,13 @@ void IcsSaver::Save(const IcsGroup& group) {
     const IcsItem& first = group.master ? *group.master : *group.changes.front();
     try {
         if (first.isTodo)
-            SaveTask(first);
+            SaveTodo(group);
         else
             SaveAppointment(group);
     } catch (const SaveFailed& failed) {
         // Nothing that follows can be saved either.
         if (failed.result == static_cast<HRESULT>(0x80070000 | ERROR_DISK_FULL))
-            throw Failure("the disk is full; what was saved before is safe");
+            throw StoreFailure("the disk is full");
         Complain(first.line, "can't be saved: " + Reason(failed.result));
     }
 }
@@ -97,6 +97,11 @@ CEOID IcsSaver::Find(LONG folder, DWORD property, const std::string& text) {
     return SUCCEEDED(found) ? oid : 0;
 }
 
+CEOID IcsSaver::FindItem(const Identity& identity) {
+    return identity.part.empty() ? Find(olFolderCalendar, m_store.UidProperty(true), identity.uid)
+                                 : Find(olFolderCalendar, m_store.PartProperty(true), identity.part);
+}
+
 bool IcsSaver::Delete(CEOID oid) {
     Com<IItem> item;
     if (!oid || FAILED(m_store.App()->GetItemFromOidEx(oid, 0, item.Out()))) return false;
@@ -107,10 +112,7 @@ bool IcsSaver::Delete(CEOID oid) {
 auto IcsSaver::Open(const Identity& identity) -> Target {
     Target target;
     Com<IDispatch> item;
-    const CEOID oid = identity.part.empty()
-                          ? Find(olFolderCalendar, m_store.UidProperty(true), identity.uid)
-                          : Find(olFolderCalendar, m_store.PartProperty(true), identity.part);
-    if (oid) {
+    if (const CEOID oid = FindItem(identity)) {
         Check(m_store.App()->GetItemFromOid(static_cast<LONG>(oid), item.Out()));
         target.appointment = item.As<IAppointment>(IID_IAppointment);
         target.isNew = false;
@@ -135,7 +137,7 @@ void IcsSaver::Finish(Target& target, const IcsItem& item, const Identity& ident
         SetText(bag, m_store.UidProperty(true), identity.uid);
     else
         SetText(bag, m_store.PartProperty(true), identity.part);
-    Check(target.appointment->Save());
+    SaveItem(target.appointment.Get(), target.isNew);
     ++(target.isNew ? m_tally.newAppointments : m_tally.updatedAppointments);
 }
 

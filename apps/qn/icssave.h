@@ -39,6 +39,11 @@ struct IcsGroup {
     std::vector<const IcsItem*> changes;
 };
 
+// A call of the object model that failed: the item is told of and the next one goes on.
+struct SaveFailed {
+    HRESULT result;
+};
+
 class IcsSaver {
 public:
     IcsSaver(Store& store, ZoneTable& zones, LONG horizonYears);
@@ -93,6 +98,9 @@ private:
     void SaveSplit(const IcsGroup& group, const Series& series);
     void SaveOrphans(const IcsGroup& group);
     void SaveOrphan(const IcsItem& change);
+    static Identity DateIdentity(const std::string& uid, std::size_t index);
+    std::optional<std::size_t> FindSplitDate(const IcsItem& change);
+    void CloseGap(const std::string& uid, std::size_t gap);
     SingleDates ExtrasOf(const IcsItem& item, const Series& series);
     void SaveDates(const SingleDates& dates, const IcsItem& item, const Series& series, std::size_t index,
                    bool dropRest, LONG until);
@@ -103,9 +111,11 @@ private:
     void DeleteOccurrence(IRecurrencePattern* rule, const When& date, const Series& series, unsigned line);
     void ChangeOccurrence(IRecurrencePattern* rule, const IcsItem& change, const IcsItem* master,
                           const Series& series);
+    void SaveStrayChange(const IcsItem& change);
     void RemarkDifferences(const IcsItem& change, const IcsItem& master);
 
     // Tasks (icstasks.cpp)
+    void SaveTodo(const IcsGroup& group);
     void SaveTask(const IcsItem& item);
     void FillTask(ITask* task, const IcsItem& item, const Com<IItem>& properties, bool isNew);
     void FillTaskDates(ITask* task, const IcsItem& item, const Com<IItem>& properties);
@@ -115,6 +125,7 @@ private:
 
     Target Open(const Identity& identity);
     CEOID Find(LONG folder, DWORD property, const std::string& text);
+    CEOID FindItem(const Identity& identity);
     bool Delete(CEOID oid);
     void Finish(Target& target, const IcsItem& item, const Identity& identity);
     void FillTexts(IAppointment* appointment, const IcsItem& item);
@@ -124,6 +135,17 @@ private:
     void SetText(const Com<IItem>& item, DWORD property, const std::string& text);
     LONG DurationMinutes(const IcsItem& item);
 
+    // Saves an appointment or a task. One that the store has no short number for would be taken for another in lists: it
+    // is not kept.
+    template<class Item>
+    static void SaveItem(Item* item, bool isNew) {
+        Check(item->Save());
+        LONG oid = 0;
+        Check(item->get_Oid(&oid));
+        if (!isNew || (static_cast<CEOID>(oid) & ~kOidKindMask) <= kMostItems) return;
+        Check(item->Delete());
+        throw SaveFailed{kFolderFull};
+    }
     void Remark(const std::string& what, unsigned times = 1);
     void RemarkUnkept(const IcsItem& item);
     void Complain(unsigned line, std::string why);
@@ -135,11 +157,6 @@ private:
     int m_thisYear;
     ImportTally m_tally;
     std::vector<Complaint> m_complaints;
-};
-
-// A call of the object model that failed: the item is told of and the next one goes on.
-struct SaveFailed {
-    HRESULT result;
 };
 
 std::string JoinCategories(const std::vector<std::string>& names);

@@ -5,14 +5,18 @@
 #include "apps/qn/icssave.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace qn {
 
 namespace {
 
-constexpr std::size_t kMostSingles = 4000; // of one series
-constexpr std::size_t kMostChanges = 5000; // of one series
-constexpr LONG kPastDays = 366;            // of a series with too many dates, these at least are kept
+constexpr std::size_t kMostSingles = 4000;   // of one series
+constexpr std::size_t kMostChanges = 5000;   // of one series
+constexpr LONG kPastDays = 366;              // of a series with too many dates, these at least are kept
+constexpr double kHalfASecond = 0.5 / 86400; // of dates
+constexpr const char* kNotAndFollowing =
+    "changes an occurrence and all that follow, which a series can't hold";
 
 auto MomentOf(const icaltimetype& t) {
     return civil::DaysFromCivil(t.year, t.month, t.day) * civil::kMinutesPerDay * 60 +
@@ -47,6 +51,10 @@ auto* FindDate(Dates& dates, const icaltimetype& wall, bool exact) {
 }
 
 } // namespace
+
+auto IcsSaver::DateIdentity(const std::string& uid, std::size_t index) -> Identity {
+    return {uid, index ? PartName(uid, index) : std::string()};
+}
 
 // --- The clock ----------------------------------------------------------------------------------------------------
 
@@ -99,7 +107,7 @@ void IcsSaver::SaveRepeating(const IcsGroup& group) {
     if (const auto pattern = PatternOf(item.rules[0], series.start, until))
         return SaveSeries(group, *pattern, series, std::move(extras));
     // A start that the rule doesn't give is a date beside it, and the first that a count counts.
-    const auto first = FirstDateOf(item.rules[0], series.start);
+    const auto first = FirstDateOf(item.rules[0], series.start, until);
     auto pattern = first ? PatternOf(item.rules[0], *first, until) : std::nullopt;
     if (!pattern || SameDay(*first, series.start) || pattern->occurrences == 1)
         return SaveSplit(group, series);
@@ -159,10 +167,9 @@ void IcsSaver::SaveSeries(const IcsGroup& group, const Pattern& pattern, const S
         }
         if (SingleDate* extra =
                 FindDate(extras, Wall(change->recurrenceId, series), !change->recurrenceId.IsDate()))
-            extra->change = change;
+            extra->change = change, DropPart(PartName(*change));
         else
             ChangeOccurrence(rule.Get(), *change, &item, series);
-        DropPart(PartName(*change));
     }
     Finish(target, item, {item.uid, {}});
     RemarkUnkept(item);
@@ -182,12 +189,12 @@ void IcsSaver::DeleteOccurrence(IRecurrencePattern* rule, const When& date, cons
 
 void IcsSaver::ChangeOccurrence(IRecurrencePattern* rule, const IcsItem& change, const IcsItem* master,
                                 const Series& series) {
-    if (change.cancelled) return DeleteOccurrence(rule, change.recurrenceId, series, change.line);
-    if (change.thisAndFuture)
-        return Complain(change.line, "changes an occurrence and all that follow, which a series can't hold");
     Com<IAppointment> occurrence;
     if (FAILED(rule->GetOccurrence(DayOf(Wall(change.recurrenceId, series)), occurrence.Out())))
-        return Complain(change.line, "changes an occurrence that the series doesn't have");
+        return SaveStrayChange(change);
+    DropPart(PartName(change));
+    if (change.cancelled) return DeleteOccurrence(rule, change.recurrenceId, series, change.line);
+    if (change.thisAndFuture) return Complain(change.line, kNotAndFollowing);
     // What equals the series' own is not written by the store.
     if (!change.summary.empty()) Check(occurrence->put_Subject(Bstr(Utf16(change.summary))));
     Check(occurrence->put_Location(Bstr(Utf16(change.location))));
@@ -204,6 +211,17 @@ void IcsSaver::ChangeOccurrence(IRecurrencePattern* rule, const IcsItem& change,
     if (master) RemarkDifferences(change, *master);
 }
 
+// A change of a date that its series doesn't have, or has taken out. It is an appointment for whoever wrote it.
+void IcsSaver::SaveStrayChange(const IcsItem& change) {
+    if (change.cancelled) {
+        DropPart(PartName(change));
+        return Remark("cancelled dates that their series doesn't have");
+    }
+    Remark("changed dates that their series doesn't have (single appointments now)");
+    SaveSingle(change, change.start, {}, {change.uid, PartName(change)});
+    RemarkUnkept(change);
+}
+
 void IcsSaver::RemarkDifferences(const IcsItem& change, const IcsItem& master) {
     Remark("categories of changed occurrences", change.categories != master.categories);
     Remark("privacy of changed occurrences", change.sensitivity != master.sensitivity);
@@ -216,8 +234,16 @@ void IcsSaver::RemarkDifferences(const IcsItem& change, const IcsItem& master) {
 
 auto IcsSaver::ExtrasOf(const IcsItem& item, const Series& series) -> SingleDates {
     SingleDates extras;
-    for (const ExtraDate& extra : item.extraDates)
-        extras.push_back({.wall = Wall(extra.start, series), .minutes = extra.minutes});
+    for (const ExtraDate& extra : item.extraDates) {
+        icaltimetype wall = Wall(extra.start, series);
+        if (wall.is_date && !series.start.is_date) { // at the time of the others
+            const icaltimetype day = wall;
+            wall = series.start;
+            wall.year = day.year, wall.month = day.month, wall.day = day.day;
+        }
+        wall.is_date = series.start.is_date;
+        extras.push_back({.wall = wall, .minutes = extra.minutes});
+    }
     const auto less = [](const SingleDate& a, const SingleDate& b) {
         return MomentOf(a.wall) < MomentOf(b.wall);
     };
@@ -237,7 +263,7 @@ void IcsSaver::SaveSplit(const IcsGroup& group, const Series& series) {
         Expansion expansion;
         expansion.start = series.start;
         expansion.untilWall = UntilWall(rule, item, series);
-        expansion.horizon = ToIcal(ToSystemTime(m_horizonDay + 1), false);
+        expansion.horizon = ToIcal(ToSystemTime(m_horizonDay), true);
         expansion.past = ToIcal(ToSystemTime(Today() - kPastDays), false);
         expansion.most = kMostSingles;
         std::vector<icaltimetype> walls;
@@ -270,13 +296,15 @@ void IcsSaver::SaveSplit(const IcsGroup& group, const Series& series) {
     }
     for (const IcsItem* change : group.changes) {
         SingleDate* date = find(change->recurrenceId);
-        if (!date)
-            Complain(change->line, "changes an occurrence that the series doesn't have");
-        else if (change->thisAndFuture)
-            Complain(change->line, "changes an occurrence and all that follow, which a series can't hold");
+        if (!date) {
+            SaveStrayChange(*change);
+            continue;
+        }
+        DropPart(PartName(*change));
+        if (change->thisAndFuture)
+            Complain(change->line, kNotAndFollowing);
         else
             date->change = change;
-        DropPart(PartName(*change));
     }
     const DATE last = dates.size() >= kMostSingles ? DayOf(dates.back().wall) : m_horizonDay;
     SaveDates(dates, item, series, 0, true, cut ? static_cast<LONG>(last) : 0);
@@ -296,7 +324,7 @@ void IcsSaver::SaveDates(const SingleDates& dates, const IcsItem& item, const Se
         When start{date.wall, series.tzid};
         if (series.tzid == "UTC") start = {date.wall, {}};
         if (series.tzid == "UTC" && !date.wall.is_date) start.time.zone = icaltimezone_get_utc_timezone();
-        const Identity identity{item.uid, index ? PartName(item.uid, index) : std::string()};
+        const Identity identity = DateIdentity(item.uid, index);
         if (date.change)
             SaveSingle(*date.change, date.change->start, {}, identity);
         else
@@ -346,20 +374,57 @@ void IcsSaver::SaveOrphans(const IcsGroup& group) {
     Com<IRecurrencePattern> rule;
     Check(stored->GetRecurrencePattern(rule.Out()));
     for (const IcsItem* change : group.changes) {
-        DropPart(PartName(*change));
         ChangeOccurrence(rule.Get(), *change, nullptr, series);
     }
     Check(stored->Save());
 }
 
+// One date of a series that was split is changed in its place; of another series the change stands for itself.
 void IcsSaver::SaveOrphan(const IcsItem& change) {
-    const Identity identity{change.uid, PartName(change)};
-    if (!change.cancelled)
-        SaveSingle(change, change.start, {}, identity), RemarkUnkept(change);
-    else if (DropPart(identity.part))
-        ++m_tally.cancelled;
-    else
-        Complain(change.line, "cancels an occurrence of a series that is not there");
+    const auto split = FindSplitDate(change);
+    const Identity identity =
+        split ? DateIdentity(change.uid, *split) : Identity{change.uid, PartName(change)};
+    if (!change.cancelled) {
+        SaveSingle(change, change.start, {}, identity);
+        if (!identity.part.empty()) RemarkUnkept(change);
+        return;
+    }
+    if (!Delete(FindItem(identity)))
+        return Complain(change.line, "cancels an occurrence of a series that is not there");
+    ++m_tally.cancelled;
+    if (split) CloseGap(change.uid, *split);
+}
+
+// Which single appointment of a split series stands for the date that this is a change of: the one that begins then, or
+// the one that has been changed so before.
+std::optional<std::size_t> IcsSaver::FindSplitDate(const IcsItem& change) {
+    const auto same = [&](DATE start, const When& when) {
+        const DATE wanted = m_zones.ToDevice(when);
+        return when.IsDate() ? WholeDay(start) == WholeDay(wanted) : std::abs(start - wanted) < kHalfASecond;
+    };
+    std::optional<std::size_t> before;
+    for (std::size_t index = 0; const CEOID oid = FindItem(DateIdentity(change.uid, index)); ++index) {
+        Com<IDispatch> item;
+        Check(m_store.App()->GetItemFromOid(static_cast<LONG>(oid), item.Out()));
+        DATE start = kNoDate;
+        Check(item.As<IAppointment>(IID_IAppointment)->get_Start(&start));
+        if (same(start, change.recurrenceId)) return index;
+        if (same(start, change.start)) before = index;
+    }
+    return before;
+}
+
+// The last single appointment of a series takes the place of one that is gone: they are counted without a gap.
+void IcsSaver::CloseGap(const std::string& uid, std::size_t gap) {
+    std::size_t last = gap;
+    while (FindItem(DateIdentity(uid, last + 1))) ++last;
+    if (last == gap) return;
+    const Identity identity = DateIdentity(uid, gap);
+    Com<IItem> item;
+    Check(m_store.App()->GetItemFromOidEx(FindItem(DateIdentity(uid, last)), 0, item.Out()));
+    SetText(item, m_store.PartProperty(true), identity.part);
+    if (identity.part.empty()) SetText(item, m_store.UidProperty(true), uid);
+    Check(item->Save());
 }
 
 } // namespace qn

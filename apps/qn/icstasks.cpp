@@ -15,6 +15,12 @@ LONG ImportanceOf(int priority) { return priority == 0 || priority == 5 ? 1 : pr
 
 } // namespace
 
+void IcsSaver::SaveTodo(const IcsGroup& group) {
+    for (const IcsItem* change : group.changes)
+        Complain(change->line, "changes one date of a to-do that repeats");
+    if (group.master) SaveTask(*group.master);
+}
+
 void IcsSaver::SaveTask(const IcsItem& item) {
     if (item.cancelled) return Cancel(item);
     const CEOID oid = Find(olFolderTasks, m_store.UidProperty(true), item.uid);
@@ -25,7 +31,7 @@ void IcsSaver::SaveTask(const IcsItem& item) {
     const Com<IItem> properties = task.As<IItem>(IID_IItem);
     FillTask(task.Get(), item, properties, oid == 0);
     SetText(properties, m_store.UidProperty(true), item.uid);
-    Check(task->Save());
+    SaveItem(task.Get(), oid == 0);
     ++(oid ? m_tally.updatedTasks : m_tally.newTasks);
     RemarkUnkept(item);
 }

@@ -21,6 +21,7 @@ std::string IanaTail(const std::string& tzid) {
     for (std::size_t at = 0; at != std::string::npos; at = tzid.find('/', at + 1)) {
         std::string tail = tzid.substr(at && tzid[at] == '/' ? at + 1 : at);
         TIME_ZONE_INFORMATION rules;
+        if (Upper(tail) == "UTC") return "UTC";
         if (!tail.empty() && tail[0] != '/' && PlatGetZoneByName(tail.c_str(), 2020, &rules)) return tail;
     }
     return {};
@@ -105,6 +106,13 @@ TIME_ZONE_INFORMATION RulesFromDefinition(icaltimezone* zone, int year) {
     return rules;
 }
 
+bool HasOffset(icalcomponent* definition) {
+    for (icalcomponent* part = icalcomponent_get_first_component(definition, ICAL_ANY_COMPONENT); part;
+         part = icalcomponent_get_next_component(definition, ICAL_ANY_COMPONENT))
+        if (icalcomponent_get_first_property(part, ICAL_TZOFFSETTO_PROPERTY)) return true;
+    return false;
+}
+
 } // namespace
 
 SYSTEMTIME FromIcal(const icaltimetype& time) {
@@ -143,7 +151,8 @@ bool ZoneTable::AddDefinition(const std::string& text) {
     }
     const char* tzid = icaltimezone_get_tzid(zone.get());
     if (!tzid) return false;
-    m_definitions.try_emplace(tzid, std::move(zone));
+    // One that defines nothing would count as UTC: its name must say what it is.
+    if (HasOffset(component)) m_definitions.try_emplace(tzid, std::move(zone));
     return true;
 }
 

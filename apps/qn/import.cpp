@@ -54,7 +54,7 @@ class Batch {
 public:
     explicit Batch(IPOutlookApp2* app) : m_app(app) {
         const HRESULT begun = PlatBeginItemBatch(app);
-        if (FAILED(begun)) throw Failure("the store can't be written: " + Reason(begun));
+        if (FAILED(begun)) throw StoreFailure("the store can't be written: " + Reason(begun));
         m_open = true;
     }
     ~Batch() {
@@ -65,8 +65,7 @@ public:
     void Commit() {
         m_open = false;
         const HRESULT done = PlatEndItemBatch(m_app, true);
-        if (FAILED(done))
-            throw Failure("the store can't be written: " + Reason(done) + "; what was saved before is safe");
+        if (FAILED(done)) throw StoreFailure("the store can't be written: " + Reason(done));
     }
 
 private:
@@ -92,7 +91,7 @@ std::vector<IcsGroup> GroupItems(const std::vector<IcsItem>& items, std::vector<
         const std::size_t place =
             places.try_emplace((item.isTodo ? "T" : "E") + item.uid, groups.size()).first->second;
         if (place == groups.size()) groups.emplace_back();
-        if (item.recurrenceId.IsSet() && !item.isTodo)
+        if (item.recurrenceId.IsSet())
             groups[place].changes.push_back(&item);
         else
             TakeMaster(groups[place], item, doubles);
@@ -110,15 +109,20 @@ IcsFile ReadFile(const std::string& name, Progress& progress) {
     std::ifstream in(name, std::ios::binary);
     if (!in) throw Failure(name + ": " + std::strerror(errno));
     const auto size = std::filesystem::file_size(name, error); // a pipe has none
-    return ReadIcs(in, name, [&, known = !error](std::size_t bytes) {
-        if (known) progress.Show("reading", std::min<std::uintmax_t>(bytes, size), size);
-    });
+    try {
+        return ReadIcs(in, name, [&, known = !error](std::size_t bytes) {
+            if (known) progress.Show("reading", std::min<std::uintmax_t>(bytes, size), size);
+        });
+    } catch (const std::ios_base::failure& failed) {
+        throw Failure(name + ": can't be read: " + failed.code().message());
+    }
 }
 
 // --- The summary --------------------------------------------------------------------------------------------------
 
-void Count(const char* what, unsigned number) {
-    if (number) std::printf("  %u %s\n", number, what);
+// "  3 tasks were there", "  1 task was there": the noun, and what follows for one and for many.
+void Count(unsigned number, const char* noun, const char* one, const char* many) {
+    if (number) std::printf("  %s\n", Plural(number, noun, number == 1 ? one : many).c_str());
 }
 
 // The first of many, and how many more there are.
@@ -132,11 +136,11 @@ void PrintSome(const List& list, const char* what, Print print) {
 void PrintSplits(const std::string& name, const IcsSaver& saver) {
     PrintSome(saver.Tally().splits, "split", [&](const ImportTally::Split& split) {
         const std::string subject = Printable(split.subject);
-        const char* what = split.extras  ? "dates beside the rule are"
-                           : split.ruled ? "no pattern can hold the rule, these are"
-                                         : "its dates are";
-        std::printf("  split %s:%u: %s: %s %zu single appointments%s\n", name.c_str(), split.line,
-                    subject.c_str(), what, split.count,
+        const char* why = split.extras  ? "dates beside the rule"
+                          : split.ruled ? "no pattern can hold the rule"
+                                        : "dates without a rule";
+        std::printf("  split %s:%u: %s: %s: %s%s\n", name.c_str(), split.line, subject.c_str(), why,
+                    Plural(split.count, "single appointment").c_str(),
                     split.until ? (" up to " + ShortDay(split.until)).c_str() : "");
     });
 }
@@ -147,9 +151,7 @@ Complaints AllComplaints(const IcsFile& file, IcsSaver& saver, const std::vector
     Complaints complaints = saver.TakeComplaints();
     for (const auto& skipped : file.skipped) complaints.push_back({skipped.line, skipped.why});
     for (const IcsItem* item : doubles)
-        complaints.push_back({item->line, item->recurrenceId.IsSet()
-                                              ? "changes one date of a to-do that repeats"
-                                              : "its UID stands in the file once more"});
+        complaints.push_back({item->line, "its UID stands in the file once more"});
     std::stable_sort(complaints.begin(), complaints.end(),
                      [](const auto& a, const auto& b) { return a.line < b.line; });
     return complaints;
@@ -157,15 +159,19 @@ Complaints AllComplaints(const IcsFile& file, IcsSaver& saver, const std::vector
 
 void PrintSummary(const std::string& name, const IcsSaver& saver, const Complaints& complaints) {
     const ImportTally& tally = saver.Tally();
-    std::printf("%s: %u appointments and %u tasks imported, %zu skipped\n", name.c_str(),
-                tally.newAppointments + tally.updatedAppointments, tally.newTasks + tally.updatedTasks,
+    std::printf("%s: %s and %s imported, %zu split, %zu skipped\n", name.c_str(),
+                Plural(tally.newAppointments + tally.updatedAppointments, "appointment").c_str(),
+                Plural(tally.newTasks + tally.updatedTasks, "task").c_str(), tally.splits.size(),
                 complaints.size());
-    Count("appointments were there and are up to date", tally.updatedAppointments);
-    Count("tasks were there and are up to date", tally.updatedTasks);
-    Count("occurrences changed", tally.changedOccurrences);
-    Count("occurrences taken out", tally.deletedOccurrences);
-    Count("cancelled, and not in the store", tally.cancelled);
-    Count("single appointments taken out that their series has no more", tally.leftovers);
+    constexpr const char* kWas = " was there and is up to date";
+    constexpr const char* kWere = " were there and are up to date";
+    Count(tally.updatedAppointments, "appointment", kWas, kWere);
+    Count(tally.updatedTasks, "task", kWas, kWere);
+    Count(tally.changedOccurrences, "occurrence", " changed", " changed");
+    Count(tally.deletedOccurrences, "occurrence", " taken out", " taken out");
+    Count(tally.cancelled, "item", " cancelled, and not in the store", " cancelled, and not in the store");
+    Count(tally.leftovers, "single appointment", " taken out that its series has no more",
+          " taken out that their series have no more");
     PrintSplits(name, saver);
     for (const auto& [what, times] : tally.remarks) std::printf("  not kept: %u %s\n", times, what.c_str());
 }
@@ -185,6 +191,25 @@ private:
     Clock::time_point m_start = Clock::now();
 };
 
+// Saves the groups, some in one transaction. A store that fails tells how far it came.
+void SaveGroups(Store& store, const std::vector<IcsGroup>& groups, IcsSaver& saver, const std::string& name,
+                Progress& progress) {
+    std::size_t end = 0;
+    for (std::size_t first = 0; first < groups.size(); first = end) {
+        try {
+            Batch batch(store.App());
+            const std::size_t last = std::min(first + kBatch, groups.size());
+            for (std::size_t i = first; i < last; ++i) saver.Save(groups[i]);
+            batch.Commit();
+            end = last;
+        } catch (const StoreFailure& failure) {
+            throw StoreFailure(name + ": " + failure.what() + "; stored: " + std::to_string(first) + " of " +
+                               Plural(groups.size(), "item") + ", import again for the rest");
+        }
+        progress.Show("saving", end, groups.size());
+    }
+}
+
 // True when nothing was skipped.
 bool ImportFile(Store& store, const std::string& name, const ImportWishes& wishes, Progress& progress) {
     const Stopwatch reading;
@@ -194,13 +219,7 @@ bool ImportFile(Store& store, const std::string& name, const ImportWishes& wishe
     std::vector<const IcsItem*> doubles;
     const std::vector<IcsGroup> groups = GroupItems(file.items, doubles);
     IcsSaver saver(store, file.zones, wishes.horizonYears);
-    for (std::size_t first = 0; first < groups.size(); first += kBatch) {
-        const std::size_t end = std::min(first + kBatch, groups.size());
-        Batch batch(store.App());
-        for (std::size_t i = first; i < end; ++i) saver.Save(groups[i]);
-        batch.Commit();
-        progress.Show("saving", end, groups.size());
-    }
+    SaveGroups(store, groups, saver, name, progress);
     progress.Clear();
     const double saved = saving.Seconds();
     const Complaints complaints = AllComplaints(file, saver, doubles);
@@ -232,6 +251,8 @@ int ImportCommand(const Words& words) {
     for (const std::string& name : options.Rest()) {
         try {
             if (!ImportFile(store, name, wishes, progress)) code = kExitFailed;
+        } catch (const StoreFailure&) {
+            throw; // no other file can be stored either
         } catch (const Failure& failure) {
             progress.Clear();
             std::fflush(stdout);

@@ -104,7 +104,7 @@ void ListFolder(Store& store, int kind, bool json) {
     Com<IPOutlookItemCollection> items;
     HRESULT result = store.App()->GetDefaultFolder(kind, folder.Out());
     if (SUCCEEDED(result)) result = folder->get_Items(items.Out());
-    if (FAILED(result)) throw Failure("the store can't be read: " + Reason(result));
+    if (FAILED(result)) throw StoreFailure("the store can't be read: " + Reason(result));
     int count = 0;
     items->get_Count(&count);
     for (int i = 1; i <= count; ++i) {

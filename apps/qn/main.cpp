@@ -113,7 +113,7 @@ void PrintHelp() {
               "`qn COMMAND --help` tells more.\n"
               "The device folder is DIR, else $QN_DEVICE, else ~/.local/share/quillonary.\n"
               "TZ and the locale variables are the device's zone and locale.\n"
-              "Exit codes: 0 done, 1 failed or not all done, 2 wrong usage.");
+              "Exit codes: 0 done, 1 failed or not all done, 2 wrong usage or a store that can't be used.");
 }
 
 const Command* FindCommand(std::string_view name) {
@@ -128,7 +128,8 @@ void CheckDevice(int argc, char** argv) {
     if (!folder) return;
     if (!*folder) qn::Usage("--device wants a folder");
     const char* taken = std::getenv("QN_DEVICE");
-    if (!taken || std::string_view(taken) != folder) throw qn::Failure("--device: this folder can't be used");
+    if (!taken || std::string_view(taken) != folder)
+        throw qn::StoreFailure("--device: this folder can't be used");
 }
 
 // The words without --device and its value, which has been heard.
@@ -179,7 +180,7 @@ int Run(int argc, char** argv) {
             return PrintText(command->help);
         }
         PrintHelp();
-        return words.empty() ? qn::kExitUsage : qn::kExitDone;
+        return words.empty() ? qn::kExitBroken : qn::kExitDone;
     }
     if (words[0] == "--version") {
         std::puts("qn " QN_VERSION);
@@ -207,7 +208,6 @@ int main(int argc, char** argv) {
     } catch (const qn::Failure& failure) {
         std::fflush(stdout);
         std::fprintf(stderr, "qn: %s\n", failure.what());
-        if (failure.Code() == qn::kExitUsage) std::fputs("Try `qn --help`.\n", stderr);
         return failure.Code();
     } catch (const std::exception& error) {
         std::fflush(stdout);

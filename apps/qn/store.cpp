@@ -17,10 +17,10 @@ constexpr DWORD kEmptyRichNote = 476; // a note of this size counts as empty whe
 Store::Store() {
     void* app = nullptr;
     const HRESULT made = CoCreateInstance(CLSID_Application, nullptr, 0, IID_IPOutlookApp2, &app);
-    if (FAILED(made)) throw Failure("the store can't be opened: " + Reason(made));
+    if (FAILED(made)) throw StoreFailure("the store can't be opened: " + Reason(made));
     m_app = Com<IPOutlookApp2>(static_cast<IPOutlookApp2*>(app));
     const HRESULT logon = m_app->Logon(nullptr);
-    if (FAILED(logon)) throw Failure("the store can't be opened: " + Reason(logon));
+    if (FAILED(logon)) throw StoreFailure("the store can't be opened: " + Reason(logon));
 }
 
 DWORD Store::NamedText(const WCHAR* name, DWORD& property, bool create) {
@@ -29,7 +29,7 @@ DWORD Store::NamedText(const WCHAR* name, DWORD& property, bool create) {
     const ULONG flags = create ? CEVT_LPWSTR | kCreateNamedProperty : 0;
     const HRESULT result = m_app->GetIDsFromNames(1, &name, flags, &id);
     if (FAILED(result) || id == kUnknownNamedProperty) {
-        if (create) throw Failure("the store takes no UIDs: " + Reason(result));
+        if (create) throw StoreFailure("the store takes no UIDs: " + Reason(result));
         return 0;
     }
     return property = id;
@@ -54,12 +54,16 @@ std::string Reason(HRESULT result) {
     switch (code & 0xFFFF) {
     case ERROR_DISK_FULL:
         return "the disk is full";
+    case ERROR_WRITE_FAULT:
+        return "writing to the disk failed";
     case ERROR_ACCESS_DENIED:
         return "access is denied";
     case ERROR_BAD_FORMAT:
         return "the volume is damaged or of another kind";
     case ERROR_SHARING_VIOLATION:
         return "another program holds the store";
+    case ERROR_NO_MORE_ITEMS:
+        return "the folder is full, it holds " + std::to_string(kMostItems) + " items";
     case ERROR_INVALID_PARAMETER:
         return "a value is out of range";
     case ERROR_FILE_NOT_FOUND:

@@ -31,6 +31,10 @@ private:
     DWORD m_partProperty = 0;
 };
 
+// Items of a folder; one more has no short number, and lists would take it for another. The result that says so.
+inline constexpr DWORD kMostItems = 65535;
+inline constexpr auto kFolderFull = static_cast<HRESULT>(0x80070000 | ERROR_NO_MORE_ITEMS);
+
 // What failed, in words, of a result of the object model.
 std::string Reason(HRESULT result);
 

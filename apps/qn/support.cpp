@@ -12,7 +12,11 @@
 
 namespace qn {
 
-void Usage(const std::string& text) { throw Failure(text, kExitUsage); }
+void Usage(const std::string& text) { throw Failure(text + "\nTry `qn --help`.", kExitBroken); }
+
+std::string Plural(std::size_t count, std::string_view noun, std::string_view rest) {
+    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s") + std::string(rest);
+}
 
 std::string Utf8(std::u16string_view text) {
     const int length = static_cast<int>(text.size());

@@ -15,7 +15,7 @@ namespace qn {
 // Exit codes.
 inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1; // nothing, or not all, could be done
-inline constexpr int kExitUsage = 2;  // the command line makes no sense
+inline constexpr int kExitBroken = 2; // the command line makes no sense, or the store can't be used
 
 // What ends a command with a message on stderr.
 class Failure : public std::runtime_error {
@@ -28,6 +28,15 @@ private:
     int m_code;
 };
 [[noreturn]] void Usage(const std::string& text);
+
+// The store can't be opened or written: nothing that follows could be done either.
+class StoreFailure : public Failure {
+public:
+    explicit StoreFailure(const std::string& text) : Failure(text, kExitBroken) {}
+};
+
+// "1 task", "2 tasks".
+std::string Plural(std::size_t count, std::string_view noun, std::string_view rest = {});
 
 std::string Utf8(std::u16string_view text);
 std::u16string Utf16(std::string_view text);

@@ -78,7 +78,7 @@ TEST_F(QnCommands, TheDeviceFolderIsTheOptions) {
     EXPECT_EQ(Qn({"--device=" + m_folder + "/Ein anderes Gerät", "list"}).out, "");
     EXPECT_TRUE(std::filesystem::exists(m_folder + "/Ein anderes Gerät/pim.vol"));
     EXPECT_EQ(Qn({"--device", "", "list"}).code, 2);
-    EXPECT_EQ(Qn({"--device", std::string(5000, 'x'), "list"}).code, 1);
+    EXPECT_EQ(Qn({"--device", std::string(5000, 'x'), "list"}).code, 2);
 }
 
 TEST_F(QnCommands, SettingsAreReadAndWritten) {

@@ -9,8 +9,9 @@
 
 namespace {
 
-constexpr const char* kFrom = "2026-01-01";
-constexpr int kDays = 900;
+// A range that begins in January would meet yearly series of February a day late, as the walks of the list are told.
+constexpr const char* kFrom = "2025-12-30";
+constexpr int kDays = 902;
 
 std::string Day(const icaltimetype& t) {
     char text[16];
@@ -32,7 +33,7 @@ std::set<std::string> Reference(const std::string& text, const std::string& star
         days.insert(Day(t));
     }
     icalrecur_iterator_free(walk);
-    std::erase_if(days, [](const std::string& day) { return day < "2026-01-01" || day >= "2028-06-19"; });
+    std::erase_if(days, [](const std::string& day) { return day < kFrom || day >= "2028-06-19"; });
     return days;
 }
 
@@ -110,6 +111,43 @@ TEST_F(QnRules, DatesAreThoseOfTheReference) {
     for (const int told : {4, 9, 16, 18, 23, 24, 25, 29, 30}) EXPECT_TRUE(split(told)) << told;
 }
 
+// Where the library's walk goes astray: worked out by hand.
+TEST_F(QnRules, DatesWorkedOutByHand) {
+    const struct {
+        const char* start;
+        const char* rule;
+        LineList days;
+    } cases[] = {
+        {"20260103", "FREQ=WEEKLY;INTERVAL=5;BYDAY=SU;COUNT=3", {"2026-01-03", "2026-01-04", "2026-02-08"}},
+        {"20260107",
+         "FREQ=WEEKLY;INTERVAL=2;BYDAY=MO;WKST=TH;COUNT=3",
+         {"2026-01-07", "2026-01-19", "2026-02-02"}},
+        {"20260105",
+         "FREQ=WEEKLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=1,-1;COUNT=4",
+         {"2026-01-05", "2026-01-09", "2026-01-12", "2026-01-16"}},
+        {"20260131", "FREQ=DAILY;BYMONTHDAY=-1;COUNT=3", {"2026-01-31", "2026-02-28", "2026-03-31"}},
+        {"20260213",
+         "FREQ=YEARLY;BYMONTHDAY=13;BYDAY=FR;COUNT=3",
+         {"2026-02-13", "2026-03-13", "2026-11-13"}},
+        {"20260610", "FREQ=YEARLY;BYMONTH=5;BYDAY=2SU;UNTIL=20261204", {"2026-06-10"}},
+        {"20260131", "FREQ=YEARLY;BYMONTHDAY=31;COUNT=3", {"2026-01-31", "2026-03-31", "2026-05-31"}},
+        {"20260105", "FREQ=YEARLY;BYWEEKNO=-1;COUNT=2", {"2026-01-05", "2026-12-28"}},
+        {"20260105",
+         "RSCALE=GREGORIAN;FREQ=DAILY;BYMONTHDAY=31;COUNT=3",
+         {"2026-01-05", "2026-01-31", "2026-03-31"}},
+    };
+    std::string components;
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        components += Event("r" + std::to_string(i), std::string("DTSTART;VALUE=DATE:") + cases[i].start +
+                                                         "\r\nRRULE:" + cases[i].rule + "\r\nSUMMARY:x");
+    EXPECT_EQ(Import(components).code, 0);
+    std::map<std::string, LineList> days;
+    for (JsonRecord& line : Agenda(kFrom, 365))
+        days[line["uid"].substr(0, line["uid"].find('#'))].push_back(line["day"]);
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        EXPECT_EQ(days["r" + std::to_string(i)], cases[i].days) << cases[i].rule;
+}
+
 TEST_F(QnRules, RandomRules) {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
@@ -131,6 +169,10 @@ TEST_F(QnRules, RandomRules) {
             daily ? pick({"", ";BYDAY=MO", ";BYDAY=TU,TH", ";BYDAY=SA,SU", ";BYDAY=MO,TU,WE,TH,FR;WKST=SU"})
                   : pick({"", ";BYDAY=1MO", ";BYDAY=-1FR", ";BYMONTHDAY=31", ";BYMONTHDAY=-1",
                           ";BYDAY=MO,TU,WE,TH,FR;BYSETPOS=2", ";BYMONTH=3;BYMONTHDAY=15"});
+        // Alone, the library takes the start's month for it; the format means all of them.
+        if (rule.text.starts_with("FREQ=YEARLY") && rule.text.find(";BYMONTHDAY") != std::string::npos &&
+            rule.text.find(";BYMONTH=") == std::string::npos)
+            rule.text += ";BYMONTH=3";
         rule.text += pick({"", ";COUNT=7", ";UNTIL=20270615T090000"});
         rules.push_back(rule);
     }

@@ -39,7 +39,7 @@ protected:
                               " LC_ALL=" + Quoted(m_locale) + " " + Quoted(QN_PROGRAM);
         if (!m_device.empty()) command += " --device " + Quoted(m_device);
         for (const std::string& word : words) command += " " + Quoted(word);
-        return Shell(command + m_redirect);
+        return Shell(m_before + command + m_redirect);
     }
     // Writes the components into a calendar file and imports it.
     Ran Import(const std::string& components, const std::string& name = "in.ics") const {
@@ -97,6 +97,7 @@ protected:
     std::string m_device;
     std::string m_zone = "Europe/Berlin";
     std::string m_locale = "en_US.UTF-8";
+    std::string m_before; // of the shell, before the program starts
     std::string m_redirect;
 
 private:
