@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Platform/host/slots.h"
+#include "Platform/host/text.h"
 #include "Platform/host/thread.h"
 #include "Platform/threads.h"
 #include "Platform/windows.h"
@@ -118,8 +119,6 @@ inline RECT RectAt(LONG x, LONG y, LONG width, LONG height) {
 }
 // Frees what notifications among messages carry that nobody will dispatch any more.
 void FreeDropped(const std::vector<MSG>& dropped);
-// A text that may be null.
-inline std::u16string TextOf(LPCWSTR text) { return text ? std::u16string(text) : std::u16string(); }
 // Copies with a terminator, cut to `count` units with it; gives the units without it.
 int CopyText(const std::u16string& text, LPWSTR buffer, int count);
 // The first timer of a thread: how long from `now` (0 when due), nothing without timers.

@@ -13,7 +13,6 @@
 namespace plat {
 namespace {
 
-constexpr DWORD kErrorInvalidMenu = 1401;
 constexpr UINT kStateFlags = MF_GRAYED | MF_DISABLED | MF_CHECKED;
 constexpr UINT kTypeFlags = MF_MENUBREAK | MF_OWNERDRAW | MF_SEPARATOR | MFT_RADIOCHECK;
 constexpr UINT kNothing = 0xFFFFFFFF;

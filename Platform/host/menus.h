@@ -8,6 +8,8 @@
 
 namespace plat {
 
+inline constexpr DWORD kErrorInvalidMenu = 1401;
+
 struct MenuRow {
     int depth; // 0 in the menu itself, 1 in its sub-menus ...
     UINT flags;

@@ -53,7 +53,7 @@ HRESULT ComposeOnDesktop(const MAILCOMPOSEFIELDS& fields) {
     AddOption(arguments, "--subject", fields.pszSubject);
     AddOption(arguments, "--body", fields.pszBody);
     if (!AddAttachments(arguments, fields)) return E_INVALIDARG;
-    const std::string to = fields.pszTo ? ToUtf8(fields.pszTo) : std::string();
+    const std::string to = ToUtf8(TextOf(fields.pszTo));
     if (to.starts_with('-')) return E_INVALIDARG; // it would be read as an option
     if (!to.empty()) arguments.push_back(to);
     StartedProgram started;
@@ -61,8 +61,9 @@ HRESULT ComposeOnDesktop(const MAILCOMPOSEFIELDS& fields) {
 }
 
 std::u16string Described(const MAILCOMPOSEFIELDS& fields) {
-    const auto text = [](LPCWSTR value) { return value ? std::u16string(value) : std::u16string(); };
-    return text(fields.pszTo) + u"\n" + text(fields.pszSubject) + u"\n" + text(fields.pszBody);
+    std::u16string all(TextOf(fields.pszTo));
+    for (const LPCWSTR text : {fields.pszSubject, fields.pszBody}) all.append(u"\n").append(TextOf(text));
+    return all;
 }
 
 } // namespace

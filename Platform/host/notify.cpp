@@ -50,8 +50,6 @@ struct Notification {
     std::optional<Dialog> dialog;
 };
 
-std::u16string TextOf(LPCWSTR text) { return text ? std::u16string(text) : std::u16string(); }
-
 bool IsNone(const SYSTEMTIME& time) { return time.wYear == 0 && time.wMonth == 0 && time.wDay == 0; }
 
 // False for a date that can't be.
@@ -81,8 +79,8 @@ bool FromCaller(const CE_NOTIFICATION_TRIGGER& trigger, const CE_USER_NOTIFICATI
     row.application = TextOf(trigger.lpszApplication);
     row.arguments = TextOf(trigger.lpszArguments);
     if (user)
-        row.dialog = {user->ActionFlags, TextOf(user->pwszDialogTitle), TextOf(user->pwszDialogText),
-                      TextOf(user->pwszSound)};
+        row.dialog = {user->ActionFlags, std::u16string(TextOf(user->pwszDialogTitle)),
+                      std::u16string(TextOf(user->pwszDialogText)), std::u16string(TextOf(user->pwszSound))};
     return true;
 }
 

@@ -31,8 +31,6 @@ public:
 };
 HANDLE NewProcessHandle() { return AddHandle(std::make_shared<StartedProcess>()); }
 
-std::u16string_view TextOf(LPCWSTR text) { return text ? std::u16string_view(text) : std::u16string_view(); }
-
 bool EndsWith(std::u16string_view text, std::u16string_view lowerEnd) {
     if (text.size() < lowerEnd.size()) return false;
     return std::ranges::equal(text.substr(text.size() - lowerEnd.size()), lowerEnd, {}, LowerUnit);

@@ -151,8 +151,7 @@ BOOL MessageBeep(UINT type) {
 }
 
 BOOL TrackPopupMenuEx(HMENU menu, UINT flags, int x, int y, HWND window, void*) {
-    constexpr DWORD kErrorInvalidMenu = 1401;
-    if (!plat::IsMenu(menu)) return SetLastError(kErrorInvalidMenu), FALSE;
+    if (!plat::IsMenu(menu)) return SetLastError(plat::kErrorInvalidMenu), FALSE;
     if (window) SendMessageW(window, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(menu), 0);
     const UINT chosen = plat::Choose(menu, window, x, y);
     if (flags & TPM_RETURNCMD) return static_cast<BOOL>(chosen);

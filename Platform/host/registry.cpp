@@ -4,6 +4,7 @@
 #include "Platform/host/call.h"
 #include "Platform/host/filenames.h"
 #include "Platform/host/registrystore.h"
+#include "Platform/host/text.h"
 
 #include <cstring>
 #include <mutex>
@@ -52,8 +53,6 @@ KeyHandles& Handles() {
     static auto* handles = new KeyHandles;
     return *handles;
 }
-
-std::u16string_view TextOf(LPCWSTR text) { return text ? std::u16string_view(text) : std::u16string_view(); }
 
 // Bytes into a caller's buffer by the rules of the registry: only the size without a buffer, 234 with the size needed.
 DWORD GiveData(const std::vector<BYTE>& value, BYTE* data, DWORD* size) {

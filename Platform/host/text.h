@@ -8,6 +8,10 @@
 
 namespace plat {
 
+// A caller's text, which may be null.
+inline std::u16string_view TextOf(LPCWSTR text) {
+    return text ? std::u16string_view(text) : std::u16string_view();
+}
 // An unpaired surrogate becomes "?".
 std::string ToUtf8(std::u16string_view text);
 // A byte that is not valid UTF-8 is taken by windows-1252, so nothing is lost and nothing fails.

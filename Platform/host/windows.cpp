@@ -3,7 +3,6 @@
 #include "Platform/host/desktop.h"
 #include "Platform/host/messages.h"
 #include "Platform/host/store.h"
-#include "Platform/host/text.h"
 #include "Platform/databases.h"
 #include "Platform/threads.h"
 
@@ -19,7 +18,7 @@ constexpr DWORD kErrorNoClass = 1411;
 constexpr DWORD kErrorClassHasWindows = 1412;
 
 std::u16string ClassKey(LPCWSTR name) {
-    std::u16string key = TextOf(name);
+    std::u16string key(TextOf(name));
     std::ranges::transform(key, key.begin(), LowerUnit);
     return key;
 }
@@ -328,7 +327,7 @@ LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) 
     plat::HostCall call;
     switch (message) {
     case WM_SETTEXT: {
-        auto text = plat::TextOf(reinterpret_cast<LPCWSTR>(lParam));
+        std::u16string text(plat::TextOf(reinterpret_cast<LPCWSTR>(lParam)));
         return plat::WithWindow(window,
                                 [&](plat::Window& found) { return found.text.swap(text), LRESULT{1}; })
             .value_or(0);

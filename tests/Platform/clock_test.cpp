@@ -9,6 +9,7 @@
 #include "Platform/testing.h"
 #include "Platform/threads.h"
 #include "Platform/zonerules.h"
+#include "tests/support/narrow.h"
 
 #include <gtest/gtest.h>
 #include <cmath>
@@ -24,12 +25,6 @@
 #include <vector>
 
 namespace {
-
-std::string Narrow(const WCHAR* text) {
-    std::string narrow(wcstombs(nullptr, text, 0), '\0');
-    wcstombs(narrow.data(), text, narrow.size());
-    return narrow;
-}
 
 std::string Text(const SYSTEMTIME& t) {
     char text[64];

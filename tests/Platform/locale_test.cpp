@@ -5,6 +5,7 @@
 #include "Platform/strings.h"
 #include "Platform/testing.h"
 #include "Platform/threads.h"
+#include "tests/support/narrow.h"
 
 #include <gtest/gtest.h>
 #include <cstdlib>
@@ -13,12 +14,6 @@
 #include <vector>
 
 namespace {
-
-std::string Narrow(const WCHAR* text) {
-    std::string narrow(wcstombs(nullptr, text, 0), '\0');
-    wcstombs(narrow.data(), text, narrow.size());
-    return narrow;
-}
 
 constexpr SYSTEMTIME kAfternoon{2007, 3, 3, 14, 15, 5, 9, 0}; // a Wednesday
 constexpr SYSTEMTIME kMidnight{2010, 12, 0, 5, 0, 7, 0, 0};

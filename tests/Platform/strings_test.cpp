@@ -1,4 +1,5 @@
 #include "Platform/strings.h"
+#include "tests/support/narrow.h"
 
 #include <gtest/gtest.h>
 #include <clocale>
@@ -8,12 +9,6 @@
 #include <string>
 
 namespace {
-
-std::string Narrow(const WCHAR* text) {
-    std::string narrow(wcstombs(nullptr, text, 0), '\0');
-    wcstombs(narrow.data(), text, narrow.size());
-    return narrow;
-}
 
 template<class... Args>
 std::string Formatted(const WCHAR* format, Args... args) {
