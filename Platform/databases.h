@@ -227,7 +227,7 @@ struct CEVOLUMEOPTIONS; // none is known; the argument is null
 // Errors: 2 no such file, 11 not a volume or a damaged one (its file is left as it is), 123 not a device path.
 BOOL CeMountDBVol(CEGUID* guid, LPCWSTR path, DWORD flags);
 BOOL CeMountDBVolEx(CEGUID* guid, LPCWSTR path, CEVOLUMEOPTIONS* options, DWORD flags);
-// Releases one mount. Open handles stay usable. Error 2 when it isn't mounted.
+// Releases one mount. Open handles stay usable. Error 2 when it isn't mounted; `\pim.vol` stays mounted then.
 BOOL CeUnmountDBVol(const CEGUID* guid);
 
 // --- Sessions and transactions ------------------------------------------------------------------------------------
@@ -303,7 +303,7 @@ CEOID CeReadRecordPropsEx(HANDLE db, DWORD flags, WORD* count, const CEPROPID* i
 // automatic number are passed over, a blob for a stream property becomes the stream. Returns the object id, 0 on
 // failure: 2 or 1018 no such record, 24 the record is too large. The cursor stays where it is.
 CEOID CeWriteRecordProps(HANDLE db, CEOID oid, WORD count, const CEPROPVAL* values);
-// Errors: 2 no such record.
+// One that is damaged beyond reading goes, too. Errors: 2 no such record.
 BOOL CeDeleteRecord(HANDLE db, CEOID oid);
 
 // --- Streams ------------------------------------------------------------------------------------------------------

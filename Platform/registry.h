@@ -2,11 +2,13 @@
 //
 // Names match without regard to case and keep the case they were made with. Keys and values are enumerated in the order
 // they were made; a value that is set again keeps its place. Leading and trailing backslashes of a key path don't
-// count. Reads come from memory and see what other processes wrote; a write that returned 0 is on disk.
+// count. Reads come from memory and see what other processes wrote; a write that returned 0 is on disk. The first write
+// makes the files; reading makes none. A damaged or foreign file is moved aside (".bad"), and the registry begun anew.
 //
 // Any thread may call anything here, from before main until the process ends. Results are error codes: 0, 2 (no such
-// key or value), 6 (not an open key), 87, 112 (no room), 234 (buffer too small, the size needed is given), 259 (no
-// more items), 1018 (the key was deleted meanwhile). An open key belongs to the caller until RegCloseKey.
+// key or value), 5 (the files can't be opened or written), 6 (not an open key), 11 (the file was found damaged just now),
+// 29 (the disk failed), 32 (other processes kept it locked), 87, 112 (no room), 234 (buffer too small, the size needed is
+// given), 259 (no more items), 1018 (the key was deleted meanwhile). An open key belongs to the caller until RegCloseKey.
 #pragma once
 
 #include "Platform/types.h"

@@ -6,6 +6,7 @@
 #include "Platform/host/filenames.h"
 #include "Platform/host/filetable.h"
 #include "Platform/host/resolve.h"
+#include "Platform/host/storefiles.h"
 #include "Platform/threads.h"
 
 #include <array>
@@ -32,11 +33,22 @@ DWORD ResolveExisting(LPCWSTR path, LastLink last, Place& place) {
     return error ? error : place.exists ? 0 : ERROR_FILE_NOT_FOUND;
 }
 
-// The entry, opened for asking and marking; files of other kinds than ours are refused.
-DWORD OpenForMarks(const Place& place, Fd& fd, FileFacts& facts) {
+// Files of other kinds than ours are refused.
+DWORD OpenEntry(const Place& place, int flags, Fd& fd, FileFacts& facts) {
     if (!S_ISREG(place.status.st_mode) && !S_ISDIR(place.status.st_mode)) return ERROR_ACCESS_DENIED;
-    fd = Fd(::openat(place.folder.Get(), place.name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    fd = Fd(::openat(place.folder.Get(), place.name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC));
     return fd && ReadFacts(fd.Get(), nullptr, facts) ? 0 : DeviceError(errno);
+}
+
+// For asking and marking alone: that doesn't count as having it open.
+DWORD OpenForMarks(const Place& place, Fd& fd, FileFacts& facts) {
+    return OpenEntry(place, O_PATH, fd, facts);
+}
+
+// For reading and locking.
+DWORD OpenForUse(const Place& place, Fd& fd, FileFacts& facts) {
+    if (IsStoreFile(place.hostPath)) return ERROR_SHARING_VIOLATION;
+    return OpenEntry(place, O_RDONLY | O_NONBLOCK, fd, facts);
 }
 
 DWORD AttributesOf(LPCWSTR path, DWORD& attributes) {
@@ -88,7 +100,7 @@ DWORD CheckNotOpen(int fd) {
 DWORD CheckRemovable(const Place& place, bool readOnlyMatters, FileFacts& facts) {
     if (!S_ISREG(place.status.st_mode)) return 0;
     Fd fd;
-    if (const DWORD error = OpenForMarks(place, fd, facts)) return error;
+    if (const DWORD error = OpenForUse(place, fd, facts)) return error;
     const bool readOnly = (ReadAttributes(fd.Get(), facts) & FILE_ATTRIBUTE_READONLY) != 0;
     return readOnlyMatters && readOnly ? ERROR_ACCESS_DENIED : CheckNotOpen(fd.Get());
 }
@@ -163,7 +175,7 @@ private:
 DWORD CopyContent(const Place& source, const Place& target, bool failIfExists) {
     Fd from;
     FileFacts facts;
-    if (const DWORD error = OpenForMarks(source, from, facts)) return error;
+    if (const DWORD error = OpenForUse(source, from, facts)) return error;
     ScratchFile scratch(target.folder.Get());
     if (!scratch) return DeviceError(errno);
     if (const DWORD error = CopyBytes(from.Get(), scratch.Descriptor())) return error;
@@ -244,6 +256,7 @@ DWORD Replace(LPCWSTR temporary, LPCWSTR replaced) {
     if (const DWORD error = Resolve(replaced, LastLink::Follow, target)) return error;
     if (!S_ISREG(source.status.st_mode)) return ERROR_ACCESS_DENIED;
     if (target.exists && !S_ISREG(target.status.st_mode)) return ERROR_ACCESS_DENIED;
+    if (IsStoreFile(source.hostPath) || IsStoreFile(target.hostPath)) return ERROR_SHARING_VIOLATION;
     FileFacts old;
     FileFacts fresh;
     InheritMarks(source, target, old, fresh);

@@ -5,6 +5,7 @@
 #include "Platform/host/faults.h"
 #include "Platform/host/fileobject.h"
 #include "Platform/host/serialport.h"
+#include "Platform/host/storefiles.h"
 #include "Platform/threads.h"
 
 #include <algorithm>
@@ -110,6 +111,7 @@ DWORD OpenFile(std::u16string_view path, const OpenRequest& request, std::shared
     Place place;
     if (const DWORD error = Resolve(path, LastLink::Follow, place)) return error;
     if (place.exists && !S_ISREG(place.status.st_mode)) return ERROR_ACCESS_DENIED;
+    if (IsStoreFile(place.hostPath)) return ERROR_SHARING_VIOLATION;
     Fd fd;
     if (const DWORD error = OpenEntry(place, request, fd, existed)) return error;
     file = std::make_shared<FileObject>(std::move(fd), request.mode);

@@ -139,6 +139,7 @@ struct CloseWithFolder {
     CloseWithFolder() {
         AtFolderChange([] { Table().Close(); });
     }
+    ~CloseWithFolder() { Table().Close(); }
 } const g_closeWithFolder;
 
 FILETIME ToFileTime(const statx_timestamp& time) {
@@ -175,10 +176,17 @@ DWORD ObjectId(const FileKey& key) { return Table().Id(key); }
 void ForgetFile(const FileKey& key) { Table().Forget(key); }
 void HandOverFile(const FileKey& from, const FileKey& to) { Table().HandOver(from, to); }
 
+namespace {
+
+// An attribute of a file that was opened by O_PATH is reached by its name in /proc alone.
+std::string NameOf(int fd) { return "/proc/self/fd/" + std::to_string(fd); }
+
+} // namespace
+
 DWORD ReadAttributes(int fd, const FileFacts& facts) {
     const DWORD otherwise = facts.isFolder ? 0 : FILE_ATTRIBUTE_ARCHIVE;
     std::array<char, 16> text{};
-    const auto length = ::fgetxattr(fd, kAttributeName, text.data(), text.size());
+    const auto length = ::getxattr(NameOf(fd).c_str(), kAttributeName, text.data(), text.size());
     if (length > 0) {
         DWORD kept = 0;
         const auto parsed = std::from_chars(text.data(), text.data() + length, kept);
@@ -191,7 +199,7 @@ DWORD ReadAttributes(int fd, const FileFacts& facts) {
 
 DWORD WriteAttributes(int fd, const FileFacts& facts, DWORD attributes) {
     const std::string text = std::to_string(attributes & kKeptAttributes);
-    if (::fsetxattr(fd, kAttributeName, text.data(), text.size(), 0) == 0) return 0;
+    if (::setxattr(NameOf(fd).c_str(), kAttributeName, text.data(), text.size(), 0) == 0) return 0;
     if (errno != ENOTSUP) return DeviceError(errno);
     return Table().SetAttributes(facts.key, attributes & kKeptAttributes) ? 0 : ERROR_ACCESS_DENIED;
 }

@@ -41,7 +41,7 @@ DWORD ObjectId(const FileKey& key);
 void ForgetFile(const FileKey& key);
 void HandOverFile(const FileKey& from, const FileKey& to);
 
-// The device's attributes of an open file or folder (not an O_PATH descriptor).
+// The device's attributes of an open file or folder; O_PATH will do.
 DWORD ReadAttributes(int fd, const FileFacts& facts);
 DWORD WriteAttributes(int fd, const FileFacts& facts, DWORD attributes);
 

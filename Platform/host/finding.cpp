@@ -61,8 +61,7 @@ private:
         Place place;
         FileFacts facts;
         if (Resolve(m_folder + u"\\" + name, LastLink::Follow, place) != 0 || !place.exists) return false;
-        const Fd fd(
-            ::openat(place.folder.Get(), place.name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        const Fd fd(::openat(place.folder.Get(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
         if (!fd || !ReadFacts(fd.Get(), nullptr, facts)) return false;
         data = {};
         data.dwFileAttributes = ReadAttributes(fd.Get(), facts);

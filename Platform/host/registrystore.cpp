@@ -34,10 +34,12 @@ std::vector<std::u16string_view> Cut(std::u16string_view path) {
     return names;
 }
 
+// At the end of the process, too: then all of it is in the one file, and whoever copies that has the settings.
 struct CloseWithFolder {
     CloseWithFolder() {
         AtFolderChange([] { RegistryStore::Get().Close(); });
     }
+    ~CloseWithFolder() { RegistryStore::Get().Close(); }
 } const g_closeWithFolder;
 
 } // namespace
@@ -74,10 +76,7 @@ DWORD RegistryStore::OpenFiles(Missing missing) {
     if (missing == Missing::Leave && !HasDeviceFolder()) return 0;
     const std::string path = DeviceFolder() + "/registry.db";
     if (missing == Missing::Leave && ::access(path.c_str(), F_OK) != 0) return 0;
-    if (const DWORD error = m_db.Open(path, kSchema, SmallDb::Sync::EveryCommit)) {
-        m_db.Close(); // tried again at the next call
-        return error;
-    }
+    if (const DWORD error = m_db.Open(path, kSchema, SmallDb::Sync::EveryCommit)) return error;
     m_counters = std::make_unique<SharedCounters>(path + "-counter");
     return 0;
 }

@@ -73,10 +73,19 @@ bool SmallDb::SameFile() const { return FileNumber(m_path) == m_fileNumber; }
 void SmallDb::Close() {
     if (m_db) sqlite3_close_v2(m_db);
     m_db = nullptr;
+    m_file.reset();
 }
 
 DWORD SmallDb::OpenOnce() {
     Close();
+    const DWORD error = TryOpen();
+    if (error) Close();
+    return error;
+}
+
+DWORD SmallDb::TryOpen() {
+    m_damaged = false;
+    m_file.emplace(m_path);
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
     if (sqlite3_open_v2(m_path.c_str(), &m_db, flags, nullptr) != SQLITE_OK) return LastError();
     m_readOnly = sqlite3_db_readonly(m_db, "main") == 1;
@@ -91,7 +100,6 @@ DWORD SmallDb::OpenOnce() {
 
 // Reads every page once, and makes sure that all tables are ours: in a database of somebody else nothing is made.
 bool SmallDb::IsSound() {
-    m_damaged = false;
     SmallQuery check(*this, "PRAGMA quick_check(1)");
     const bool answered = check.Next();
     m_damaged = answered ? check.NarrowText(0) != "ok" : IsDamage(sqlite3_errcode(m_db));

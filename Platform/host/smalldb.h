@@ -2,9 +2,11 @@
 // Not thread-safe by itself: each owner guards its database with its own lock.
 #pragma once
 
+#include "Platform/host/storefiles.h"
 #include "Platform/types.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -26,7 +28,7 @@ public:
     // "<path>.bad" (".bad1", ...) with a line to the debug output, and a fresh one is begun. A link is refused: it may lead
     // anywhere. The error code of the device: 0, 5, 32, 112.
     DWORD Open(const std::string& path, const char* schema, Sync sync);
-    // The same for a database that has been found damaged while it was read.
+    // The same for a database that has been found damaged while it was read. Both leave it closed when they fail.
     DWORD StartAnew();
     void Close();
     bool IsOpen() const { return m_db != nullptr; }
@@ -46,12 +48,14 @@ public:
 private:
     friend class SmallQuery;
     DWORD OpenOnce();
+    DWORD TryOpen();
     bool Prepare();
     bool IsSound();
     void SetAside();
 
     sqlite3* m_db = nullptr;
     std::string m_path;
+    std::optional<StoreFile> m_file; // while it is open
     const char* m_schema = nullptr;
     Sync m_sync = Sync::EveryCommit;
     std::uint64_t m_fileNumber = 0;

@@ -14,6 +14,7 @@
 
 #include "Platform/host/handles.h"
 #include "Platform/host/key.h"
+#include "Platform/host/storefiles.h"
 
 #include <atomic>
 #include <chrono>
@@ -268,6 +269,7 @@ private:
     void StopTidying();
 
     const std::string m_path;
+    const StoreFile m_file; // as long as there may be connections
     const CEGUID m_guid;
     ULONGLONG m_device = 0;
     ULONGLONG m_inode = 0;

@@ -71,7 +71,8 @@ bool IsReadOnly(const Connection& connection) { return sqlite3_db_readonly(conne
 
 // --- Opening ------------------------------------------------------------------------------------------------------
 
-Volume::Volume(std::string path, const CEGUID& guid) : m_path(std::move(path)), m_guid(guid) {}
+Volume::Volume(std::string path, const CEGUID& guid)
+    : m_path(std::move(path)), m_file(m_path), m_guid(guid) {}
 
 Volume::~Volume() { Retire(); }
 

@@ -1,8 +1,10 @@
 // What may go wrong: failing writes, damaged and foreign files, folders that can't be written.
+#include "Platform/files.h"
 #include "tests/support/store.h"
 
 #include <atomic>
 #include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <random>
 #include <sqlite3.h>
@@ -10,6 +12,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -339,6 +342,47 @@ TEST_F(Faults, DamagedBytesNeverCrash) {
             std::filesystem::remove(HostPath(file));
     }
     EXPECT_GT(walked, 1000u); // the damage didn't simply stop everything at the mount
+}
+
+// SQLite's locks go when this process opens and closes one of its files in any other way.
+TEST_F(Faults, NoFileOperationDropsTheLocksOfAVolume) {
+    const HANDLE db = CreateAndOpen(u"d");
+    ASSERT_TRUE(Add(db, Values().Int(1, 1)));
+    const auto lockedFor = [&](const char* file) { // as another process sees it
+        const pid_t child = fork();
+        if (child == 0) {
+            struct flock lock {};
+            lock.l_type = F_WRLCK;
+            const int opened = open(HostPath(file).c_str(), O_RDWR);
+            _exit(fcntl(opened, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK ? 1 : 0);
+        }
+        int status = 0;
+        return waitpid(child, &status, 0) == child && WEXITSTATUS(status) == 1;
+    };
+    for (const char* file : {"test.vol", "test.vol-shm"}) {
+        SCOPED_TRACE(file);
+        const std::u16string path = u"\\" + std::u16string(file, file + std::strlen(file));
+        ASSERT_TRUE(lockedFor(file));
+        EXPECT_EQ(GetFileAttributesW(path.c_str()), FILE_ATTRIBUTE_ARCHIVE);
+        WIN32_FIND_DATAW found{};
+        FindClose(FindFirstFileW(path.c_str(), &found));
+        EXPECT_GT(found.nFileSizeLow, 0u);
+        const HANDLE opened = CreateFileW(path.c_str(), GENERIC_READ, 3, nullptr, OPEN_EXISTING, 0, nullptr);
+        EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+        CloseHandle(opened);
+        EXPECT_FALSE(CopyFileW(path.c_str(), u"\\copy", FALSE));
+        EXPECT_FALSE(MoveFileW(path.c_str(), u"\\moved"));
+        EXPECT_FALSE(DeleteFileW(path.c_str()));
+        EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+        Spill(HostPath("new"), "content");
+        EXPECT_FALSE(CopyFileW(u"\\new", path.c_str(), FALSE));
+        EXPECT_FALSE(PlatReplaceFile(u"\\new", path.c_str()));
+        EXPECT_TRUE(lockedFor(file));
+    }
+    EXPECT_EQ(Walk(db, kNumber), "1");
+    TearDown();
+    PlatSetDeviceFolder(m_folder);
+    EXPECT_TRUE(CopyFileW(u"\\test.vol", u"\\copy", FALSE)); // nobody has it open
 }
 
 TEST_F(Faults, AFolderThatCantBeWrittenIsTold) {
