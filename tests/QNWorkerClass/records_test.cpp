@@ -16,50 +16,75 @@ namespace {
 
 std::u16string Text(const WCHAR* text) { return text ? text : u"(null)"; }
 
-TEST(Records, CalendarLineCopiesDeeply) {
+// All fields of a line but m_pTask, in their order.
+std::u16string Told(const DATACALENDAR& line) {
+    std::u16string text;
+    auto number = [&text](auto value) {
+        for (char c : std::to_string(value)) text += static_cast<WCHAR>(c);
+        text += u' ';
+    };
+    auto bstr = [&text](BSTR value) { text += value ? std::u16string(value, SysStringLen(value)) : u"-"; };
+    for (LONGLONG value : {LONGLONG{line.m_oid}, LONGLONG{line.m_oidRecord}, LONGLONG{line.m_wMeeting},
+                           LONGLONG{line.m_lBusyStatus}, LONGLONG{line.m_lDuration}, LONGLONG{line.m_lDay}})
+        number(value);
+    number(line.m_dtStart);
+    number(line.m_dtEnd);
+    for (BSTR value : {line.m_bstrSubject, line.m_bstrLocation, line.m_bstrSpare}) bstr(value);
+    text += Text(line.m_szIcon) + Text(line.m_szCategories);
+    for (int flag :
+         {int{line.m_bHasLink}, int{line.m_bHasJournalLink}, int{line.m_bHasNote}, int{line.m_bAllDay},
+          int{line.m_bPrivate}, int{line.m_bRecurring}, int{line.m_bException}, int{line.m_bReminder},
+          line.m_bSortLast, line.m_nType, int{line.m_bEndsEarlier}, int{line.m_wAnniversaryYear},
+          int{line.m_wBirthdayYear}, int{line.m_bListed}})
+        number(flag);
+    return text;
+}
+
+// A line with another value in every field.
+void Fill(DATACALENDAR& line) {
+    line.m_oid = 0x40000007;
+    line.m_oidRecord = 0x00100003;
+    line.m_wMeeting = 3;
+    line.m_lBusyStatus = 4;
+    line.m_lDay = 40179;
+    line.m_dtStart = 40179.5;
+    line.m_dtEnd = 40179.75;
+    line.m_lDuration = 360;
+    line.m_bstrSubject = SysAllocStringLen(u"a\0b", 3); // a text may hold a zero
+    line.m_bstrLocation = SysAllocString(u"Room 4");
+    line.m_bstrSpare = SysAllocString(u"spare");
+    line.m_szIcon = _wcsdup(u"star");
+    line.m_szCategories = _wcsdup(u"Work, Home");
+    line.m_bHasLink = line.m_bHasJournalLink = line.m_bHasNote = line.m_bAllDay = line.m_bPrivate =
+        line.m_bRecurring = line.m_bException = 1;
+    line.m_bReminder = line.m_bEndsEarlier = line.m_bListed = 1;
+    line.m_bSortLast = 1;
+    line.m_nType = kLineJournal;
+    line.m_wAnniversaryYear = 1969;
+    line.m_wBirthdayYear = 1970;
+}
+
+TEST(Records, CalendarLineCopiesDeeplyAndIsClearedWhole) {
     std::unique_ptr<DATACALENDAR> copy;
+    std::u16string told;
     {
         DATACALENDAR line;
-        line.m_oid = 0x40000007;
-        line.m_oidRecord = 0x00100003;
-        line.m_lDay = 40179;
-        line.m_dtStart = 40179.5;
-        line.m_dtEnd = 40179.75;
-        line.m_lDuration = 360;
-        line.m_bstrSubject = SysAllocStringLen(u"a\0b", 3); // a text may hold a zero
-        line.m_bstrLocation = SysAllocString(u"Room 4");
-        line.m_bstrSpare = SysAllocString(u"spare");
-        line.m_szIcon = _wcsdup(u"star");
-        line.m_szCategories = _wcsdup(u"Work, Home");
-        line.m_bRecurring = line.m_bException = line.m_bHasNote = 1;
-        line.m_bReminder = 1;
-        line.m_bSortLast = 1;
-        line.m_nType = kLineJournal;
-        line.m_wBirthdayYear = 1970;
-        copy.reset(line.Copy());
+        Fill(line);
+        told = Told(line);
+        line.m_bListed = 0;
+        copy.reset(line.Copy()); // which is listed
         EXPECT_EQ(0, line.m_bListed);
     }
-    ASSERT_TRUE(copy);
-    EXPECT_EQ(0x40000007u, copy->m_oid);
-    EXPECT_EQ(0x00100003u, copy->m_oidRecord);
-    EXPECT_EQ(40179, copy->m_lDay);
-    EXPECT_EQ(40179.5, copy->m_dtStart);
-    EXPECT_EQ(40179.75, copy->m_dtEnd);
-    EXPECT_EQ(360, copy->m_lDuration);
-    EXPECT_EQ(3u, SysStringLen(copy->m_bstrSubject));
-    EXPECT_EQ(u'b', copy->m_bstrSubject[2]);
-    EXPECT_EQ(u"Room 4", Text(copy->m_bstrLocation));
-    EXPECT_EQ(u"spare", Text(copy->m_bstrSpare));
-    EXPECT_EQ(u"star", Text(copy->m_szIcon));
-    EXPECT_EQ(u"Work, Home", Text(copy->m_szCategories));
-    EXPECT_EQ(1, copy->m_bRecurring);
-    EXPECT_EQ(1, copy->m_bException);
-    EXPECT_EQ(1, copy->m_bHasNote);
-    EXPECT_EQ(1, copy->m_bReminder);
-    EXPECT_EQ(1, copy->m_bSortLast);
-    EXPECT_EQ(kLineJournal, copy->m_nType);
-    EXPECT_EQ(1970, copy->m_wBirthdayYear);
-    EXPECT_EQ(1, copy->m_bListed);
+    EXPECT_EQ(told, Told(*copy));
+    EXPECT_EQ(told.find(u'\0') + 1, told.find(u"bRoom 4spare"));
+    for (int i = 0; i < 2; ++i) { // twice frees nothing twice
+        copy->m_pTask = new DATATASKS;
+        copy->NullData();
+        EXPECT_EQ(nullptr, copy->m_pTask);
+        EXPECT_EQ(Told(DATACALENDAR()), Told(*copy));
+    }
+    EXPECT_EQ(u"0 0 0 0 0 949998 949998.000000 949998.000000 ---(null)(null)0 0 0 0 0 0 0 0 0 3 0 0 0 0 ",
+              Told(*copy));
 }
 
 TEST(Records, CalendarLineWithoutTextsCopiesToAnEmptyCategoryText) {
@@ -78,27 +103,6 @@ TEST(Records, TaskLinesAreNotCopied) {
     line.m_pTask = new DATATASKS;
     line.m_pTask->m_szSubject = _wcsdup(u"owned by the line");
     EXPECT_EQ(nullptr, line.Copy());
-}
-
-TEST(Records, ClearedCalendarLineHasItsDefaults) {
-    DATACALENDAR line;
-    line.m_pTask = new DATATASKS;
-    line.m_bstrSubject = SysAllocString(u"x");
-    line.m_oid = 1;
-    line.m_nType = kLineTask;
-    line.m_dtEnd = line.m_dtStart = 5;
-    line.m_lDay = 5;
-    line.m_bListed = 1;
-    line.NullData();
-    EXPECT_EQ(nullptr, line.m_pTask);
-    EXPECT_EQ(nullptr, line.m_bstrSubject);
-    EXPECT_EQ(0u, line.m_oid);
-    EXPECT_EQ(3, line.m_nType);
-    EXPECT_EQ(949998.0, line.m_dtStart);
-    EXPECT_EQ(949998.0, line.m_dtEnd);
-    EXPECT_EQ(949998, line.m_lDay);
-    EXPECT_EQ(0, line.m_bListed);
-    line.NullData(); // twice frees nothing twice
 }
 
 // A row with two children, of which the first has one.

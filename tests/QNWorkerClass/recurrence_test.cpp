@@ -55,7 +55,7 @@ TEST(DateSteps, TheFirstOfAMonthBecomesThePatternsDay) {
         {"2010-02-01", 31, "2010-02-28"}, {"2012-02-01", 30, "2012-02-29"}, {"2012-02-01", 29, "2012-02-29"},
         {"2011-02-01", 29, "2011-02-28"}, {"2010-04-01", 31, "2010-04-30"}, {"2010-04-01", 30, "2010-04-30"},
         {"2010-01-01", 31, "2010-01-31"}, {"2100-02-01", 29, "2100-02-29"}, // the table divides by 4 alone
-        {"2010-06-01", 1, "2010-06-01"},
+        {"2010-06-01", 1, "2010-06-01"},  {"2010-06-01", 40, "2010-07-10"}, // no day of any month
     };
     for (const auto& test : kCases)
         EXPECT_EQ(test.adjusted, Text(DateAdjust(Civil(test.first), test.day)))
@@ -135,154 +135,148 @@ TEST(DateSteps, VariantTimesAndBack) {
     }
 }
 
+// --- The calendar thread's steps ----------------------------------------------------------------------------------
+
+class StepsOfTheThread : public DeviceTest {
+protected:
+    StepsOfTheThread() {
+        m_record.m_wDaysOfWeek = 1 << kMonday | 1 << kFriday;
+        m_record.m_wDayOfMonth = 31;
+        m_record.m_wNth = 5;
+    }
+    CCalendarThread m_thread;
+    DATACALENDARDB m_record;
+};
+
+TEST_F(StepsOfTheThread, ChangeADateAndItsWeekday) {
+    using Step = void (*)(const CCalendarThread&, const DATACALENDARDB&, SYSTEMTIME&);
+    const Step adjust = [](auto& thread, auto& record, auto& date) { thread.fDateAdjust(record, date); };
+    const Step month = [](auto& thread, auto& record, auto& date) { thread.fIncrementMonth(record, date); };
+    const Step year = [](auto& thread, auto& record, auto& date) {
+        thread.fIncrementByYear(record, date, 6);
+    };
+    const Step nth = [](auto& thread, auto& record, auto& date) { thread.fGetNthWeekDay(record, date); };
+    const Step next = [](auto& thread, auto& record, auto& date) {
+        CeList<LONG> days(0);
+        thread.fGetEventWeekDays(record, days);
+        const bool isLeft = date.wDayOfWeek < kFriday;
+        EXPECT_EQ(isLeft, thread.fCheckNextWeekDay(days, date));
+    };
+    const struct {
+        const char* from;
+        Step step;
+        const char* to;
+        int weekday;
+    } kCases[] = {
+        {"2010-04-01", adjust, "2010-04-30", kFriday}, {"2010-04-30", month, "2010-05-30", kSunday},
+        {"2010-05-30", month, "2010-06-31", kSunday}, // no such day: the weekday of before
+        {"2010-06-30", year, "2011-06-30", 4},         {"2010-03-10", nth, "2010-03-29", kMonday},
+        {"2010-02-28", next, "2010-03-01", kMonday},   {"2010-03-01", next, "2010-03-05", kFriday},
+        {"2010-03-05", next, "2010-03-05", kFriday}, // none is left in this week
+    };
+    for (const auto& test : kCases) {
+        SYSTEMTIME date = Date(test.from);
+        test.step(m_thread, m_record, date);
+        EXPECT_EQ(test.to, Text({date.wYear, date.wMonth, date.wDay})) << test.from;
+        EXPECT_EQ(test.weekday, date.wDayOfWeek) << test.from;
+    }
+    SYSTEMTIME noMonth = {2010, 13, 0, 1, 0, 0, 0, 0};
+    m_thread.fIncrementMonth(m_record, noMonth); // to anything, from nothing
+}
+
+TEST_F(StepsOfTheThread, DaysOfTheWeek) {
+    auto told = [this] {
+        std::string text = std::to_string(m_thread.fGetCurrentWeekDayOfEvent(m_record)) + ":";
+        for (LONG day = Day("2010-02-28"); day <= Day("2010-03-06"); ++day) {
+            const SYSTEMTIME date = civil::SystemTimeFromDays(day + civil::kDaysTo1899);
+            text += m_thread.fCheckWeeklyDate(m_record, date) ? " *" : " ";
+            text += std::to_string(m_thread.GetDays(m_record, date));
+        }
+        return text;
+    };
+    EXPECT_EQ("1: 1 *4 3 2 1 *3 2", told()); // from Sunday on
+    m_record.m_wDaysOfWeek = 1 << kSaturday;
+    EXPECT_EQ("6: 6 5 4 3 2 1 *7", told());
+    m_record.m_wDaysOfWeek = 0;
+    EXPECT_EQ("7: 0 0 0 0 0 0 0", told());
+}
+
 // --- Walks against plain stepping ---------------------------------------------------------------------------------
 
-// The dates that a walk looks at, by stepping from the start of the series one period at a time.
-class PlainWalk {
-public:
-    PlainWalk(const RecurrenceRule& rule, LONG lo, LONG hi, bool overMidnight)
-        : m_rule(rule), m_lo(lo), m_hi(hi) {
-        switch (rule.kind) {
-        case RuleKind::None:
-            break;
-        case RuleKind::Daily:
-            Daily(overMidnight);
-            break;
-        case RuleKind::Weekday:
-            Weekday();
-            break;
-        case RuleKind::Weekly:
-            Weekly();
-            break;
-        case RuleKind::MonthlyDay:
-            MonthlyDay();
-            break;
-        case RuleKind::MonthlyNth:
-            MonthlyNth();
-            break;
-        case RuleKind::YearlyDay:
-            YearlyDay();
-            break;
-        case RuleKind::YearlyNth:
-            YearlyNth();
-            break;
-        }
-    }
+// The dates that a walk looks at, by stepping from the start of the series one period at a time: for the kinds that jump.
+std::vector<LONG> Stepped(const RecurrenceRule& rule, LONG lo, LONG hi, bool overMidnight) {
     std::vector<LONG> days;
-
-private:
-    template<class Step>
-    void Frame(LONG day, Step step) {
-        for (; day <= m_hi && day <= m_rule.endDay; day = step(day)) days.push_back(day);
+    auto walk = [&](LONG day, auto step) {
+        for (; day <= hi && day <= rule.endDay; day = step(day)) days.push_back(day);
+    };
+    const CivilDate start = CivilOf(rule.startDay);
+    const CivilDate range = CivilOf(lo);
+    const LONG period = rule.period;
+    switch (rule.kind) {
+    case RuleKind::Daily: {
+        LONG day = rule.startDay;
+        while (day < lo) day += period;
+        if (day > lo) day -= period;
+        while (overMidnight && day - period >= lo - 2) day -= period;
+        walk(day, [&](LONG d) { return d + period; });
+        break;
     }
-
-    void Daily(bool overMidnight) {
-        LONG period = m_rule.period;
-        LONG day = m_rule.startDay;
-        while (day < m_lo) day += period;
-        if (day > m_lo) day -= period;
-        if (overMidnight)
-            while (day - period >= m_lo - 2) day -= period;
-        Frame(day, [&](LONG d) { return d + period; });
-    }
-
-    void Weekday() {
-        LONG day = m_lo;
-        if (WeekdayOf(day) == kFriday)
-            day += 3;
-        else if (WeekdayOf(day) == kSaturday)
-            day += 2;
-        Frame(day, [](LONG d) {
-            ++d;
-            return WeekdayOf(d) == kSaturday ? d + 2 : d;
-        });
-    }
-
-    void Weekly() {
-        LONG lowest = LowestWeekday(m_rule.weekMask);
-        auto toLowest = [&](LONG day) { return day - WeekdayOf(day) + lowest; };
-        LONG day = toLowest(m_rule.startDay);
-        LONG goal = toLowest(m_lo) - 7 * m_rule.period;
-        while (day < goal) day += 7 * m_rule.period;
-        day = toLowest(day);
-        while (day > m_lo) day -= 7 * m_rule.period;
-        Frame(day, [&](LONG d) {
+    case RuleKind::Weekly: {
+        auto toLowest = [&](LONG day) { return day - WeekdayOf(day) + LowestWeekday(rule.weekMask); };
+        LONG day = toLowest(rule.startDay);
+        while (day < toLowest(lo) - 7 * period) day += 7 * period;
+        while (day > lo) day -= 7 * period;
+        walk(day, [&](LONG d) {
             for (LONG weekday = WeekdayOf(d) + 1; weekday < 7; ++weekday)
-                if (m_rule.weekMask & (1u << weekday)) return d - WeekdayOf(d) + weekday;
-            return toLowest(d + 7 * m_rule.period);
+                if (rule.weekMask & (1u << weekday)) return d - WeekdayOf(d) + weekday;
+            return toLowest(d + 7 * period);
         });
+        break;
     }
-
-    // The value stays the former one over dates that don't exist, and nothing is listed there.
-    void MonthlyDay() {
-        CivilDate date = DateAdjust(FirstOfMonth(MonthIndex(CivilOf(m_rule.startDay))), m_rule.day);
-        LONG value = m_rule.startDay;
-        auto settle = [&] {
+    case RuleKind::
+        MonthlyDay: { // over dates that don't exist the day stays the former one, and nothing is listed
+        CivilDate date = DateAdjust({start.year, start.month, 1}, rule.day);
+        LONG value = DateExists(date) ? DayOf(date) : rule.startDay;
+        auto step = [&] {
+            for (LONG n = 0; n < period; ++n) date = IncrementMonth(date, rule.day);
             if (DateExists(date)) value = DayOf(date);
         };
-        auto step = [&] {
-            for (LONG n = 0; n < m_rule.period; ++n) date = IncrementMonth(date, m_rule.day);
-            settle();
-        };
-        settle();
-        LONG goal =
-            DayOf(DateAdjust(FirstOfMonth(MonthIndex(CivilOf(m_lo))), m_rule.day)) - 31 * m_rule.period;
+        const LONG goal = DayOf(DateAdjust({range.year, range.month, 1}, rule.day)) - 31 * period;
         while (value < goal) step();
-        for (; value <= m_hi && value <= m_rule.endDay; step())
+        for (; value <= hi && value <= rule.endDay; step())
             if (DateExists(date)) days.push_back(value);
+        break;
     }
-
-    void MonthlyNth() {
-        CivilDate month = FirstOfMonth(MonthIndex(CivilOf(m_rule.startDay)));
-        auto step = [&] {
-            for (LONG n = 0; n < m_rule.period; ++n) month = FirstOfMonth(MonthIndex(month) + 1);
-        };
-        LONG goal = DayOf(FirstOfMonth(MonthIndex(CivilOf(m_lo)))) - 31 * m_rule.period;
-        while (DayOf(month) < goal) step();
-        for (;; step()) {
-            LONG day = NthWeekday(month, m_rule.weekMask, m_rule.nth);
-            if (day > m_hi || day > m_rule.endDay) return;
-            days.push_back(day);
-        }
+    case RuleKind::MonthlyNth: {
+        LONG month = MonthIndex(start);
+        while (DayOf(FirstOfMonth(month)) < DayOf({range.year, range.month, 1}) - 31 * period)
+            month += period;
+        auto nth = [&](LONG) { return NthWeekday(FirstOfMonth(month), rule.weekMask, rule.nth); };
+        walk(nth(0), [&](LONG day) { return month += period, nth(day); });
+        break;
     }
-
-    void YearlyDay() {
-        CivilDate range = CivilOf(m_lo);
-        CivilDate date = DateAdjust({CivilOf(m_rule.startDay).year, m_rule.month, 1}, m_rule.day);
-        date.year = range.year - 1;
-        if (!DateExists(date)) date.day = 28;
-        if (m_rule.month > range.month) {
-            bool longYear = isleapyear(date.year) && m_rule.month >= 2;
-            date = CivilOf(DayOf(date) - (longYear ? 366 : 365));
-        }
-        for (; DayOf(date) <= m_hi && DayOf(date) <= m_rule.endDay;
-             date = IncrementByYear(date, m_rule.month, m_rule.day))
-            days.push_back(DayOf(date));
-    }
-
-    void YearlyNth() {
-        CivilDate date{CivilOf(m_rule.startDay).year, m_rule.month, 1};
+    case RuleKind::YearlyNth: {
+        CivilDate date{start.year, rule.month, 1};
         auto addYear = [&](LONG count) {
             LONG aimed = date.year + 1;
             date = CivilOf(DayOf(date) + count);
-            if (date.year != aimed || date.month != m_rule.month) date = {aimed, m_rule.month, 1};
+            if (date.year != aimed || date.month != rule.month) date = {aimed, rule.month, 1};
         };
-        while (DayOf(date) < m_lo) addYear(isleapyear(date.year) ? 366 : 365);
-        if (DayOf(date) > m_lo) --date.year;
+        while (DayOf(date) < lo) addYear(isleapyear(date.year) ? 366 : 365);
+        if (DayOf(date) > lo) --date.year;
         date.day = 1;
-        for (;;) {
-            LONG day = NthWeekday(date, m_rule.weekMask, m_rule.nth);
-            if (day > m_hi || day > m_rule.endDay) return;
-            days.push_back(day);
+        walk(NthWeekday(date, rule.weekMask, rule.nth), [&](LONG day) {
             date = CivilOf(day);
             addYear(isleapyear(date.year + 1) ? 366 : 365);
-        }
+            return NthWeekday(date, rule.weekMask, rule.nth);
+        });
+        break;
     }
-
-    const RecurrenceRule& m_rule;
-    LONG m_lo;
-    LONG m_hi;
-};
+    default:
+        break;
+    }
+    return days;
+}
 
 std::vector<LONG> Walked(const RecurrenceRule& rule, LONG lo, LONG hi, bool overMidnight) {
     std::vector<LONG> days;
@@ -301,7 +295,9 @@ public:
     RecurrenceRule Next() {
         static constexpr DWORD kSets[] = {kWorkDaysMask, kWeekendMask, kEveryDayMask};
         RecurrenceRule rule;
-        rule.kind = static_cast<RuleKind>(Number(1, 7));
+        static constexpr RuleKind kJumping[] = {RuleKind::Daily, RuleKind::Weekly, RuleKind::MonthlyDay,
+                                                RuleKind::MonthlyNth, RuleKind::YearlyNth};
+        rule.kind = kJumping[Number(0, 4)];
         rule.period = Number(0, 3) == 0 ? Number(1, 500) : Number(1, 5);
         bool nth = rule.kind == RuleKind::MonthlyNth || rule.kind == RuleKind::YearlyNth;
         rule.weekMask = static_cast<DWORD>(Number(1, 127));
@@ -327,7 +323,7 @@ TEST(RuleWalks, JumpsGiveTheDatesOfPlainStepping) {
         LONG lo = rule.startDay + random.Number(-2000, random.Number(0, 4) == 0 ? 200000 : 20000);
         LONG hi = lo + random.Number(0, 800);
         bool overMidnight = random.Number(0, 1) != 0;
-        ASSERT_EQ(PlainWalk(rule, lo, hi, overMidnight).days, Walked(rule, lo, hi, overMidnight))
+        ASSERT_EQ(Stepped(rule, lo, hi, overMidnight), Walked(rule, lo, hi, overMidnight))
             << "seed " << seed << " round " << round << " kind " << static_cast<int>(rule.kind) << " period "
             << rule.period << " mask " << rule.weekMask << " day " << rule.day << " nth " << rule.nth
             << " month " << rule.month << " start " << DateText(rule.startDay) << " end "

@@ -2,14 +2,35 @@
 #include "QNWorkerClass/recurrenceblob.h"
 #include "QNWorkerClass/DATACALENDARDB.h"
 #include "tests/support/appointments.h"
+#include "tests/support/expander.h"
 #include "tests/support/workedblobs.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 
 namespace {
+
+std::string MomentOf(DWORD minutes) { return MomentText(VariantOfSeconds(LONGLONG{minutes} * 60)); }
+
+// "2010-03-19: 2010-03-20 10:00..2010-03-20 11:00 (10:00-11:00) moved busy 3 'Review'": first its date by the rule.
+std::string Text(const CALENDAREXCEPTION& change) {
+    char hours[48];
+    std::snprintf(hours, sizeof hours, " (%d:%02d-%d:%02d)", change.lStartHour, change.lStartMinute,
+                  change.lEndHour, change.lEndMinute);
+    std::string text =
+        DateText(change.RuleDay()) + ": " + MomentOf(change.dwStart) + ".." + MomentOf(change.dwEnd) + hours;
+    if (change.bMoved) text += change.dwMovedTo == change.dwStart ? " moved" : " moved elsewhere";
+    if (change.bMultiDay) text += " +" + std::to_string(change.nExtraDays) + " days";
+    if (change.nAllDay >= 0) text += change.nAllDay ? " all-day" : " timed";
+    if (change.lBusyStatus >= 0) text += " busy " + std::to_string(change.lBusyStatus);
+    if (change.bHasBody) text += " note";
+    if (change.bstrSubject) text += " '" + Narrow(change.bstrSubject) + "'";
+    if (change.bstrLocation) text += " in '" + Narrow(change.bstrLocation) + "'";
+    return text + "\n";
+}
 
 struct Reading {
     DATACALENDARDB record;
@@ -21,7 +42,11 @@ struct Reading {
         for (DWORD date : deleted) text += DateText(DayOfMinutes(date)) + " ";
         return text;
     }
-    const CALENDAREXCEPTION& Change(int i) const { return *record.m_listExceptions.Get(i); }
+    std::string Changes() const {
+        std::string text;
+        for (const CALENDAREXCEPTION* change : record.m_listExceptions) text += Text(*change);
+        return text;
+    }
 };
 
 std::unique_ptr<Reading> Read(const std::vector<BYTE>& bytes, CRecurrenceParser parser = {}) {
@@ -44,16 +69,36 @@ Blob DailyBlob() {
     return blob;
 }
 
-std::string MomentOf(DWORD minutes) { return MomentText(VariantOfSeconds(LONGLONG{minutes} * 60)); }
-
-TEST(RecurrenceBlob, WorkedBlobsHaveTheirStatus) {
-    for (const WorkedBlob& blob : WorkedBlobs())
-        EXPECT_EQ(blob.status, Read(blob.bytes)->status) << blob.name;
+TEST(RecurrenceBlob, WorkedBlobsAreReadWhole) {
+    const struct {
+        const char* deleted; // the changed ones are not
+        const char* changes;
+    } kRead[] = {
+        {"", ""},
+        {"2010-03-10 ", ""},
+        {"2010-03-05 ",
+         "2010-03-15: 2010-03-15 14:30..2010-03-15 16:00 (14:30-16:00) busy 3 'Review' in 'Room 2'\n"
+         "2010-03-19: 2010-03-20 10:00..2010-03-20 11:00 (10:00-11:00) moved\n"},
+        {"2010-05-31 ", "2010-03-31: 2010-04-01 00:00..2010-04-02 00:00 (0:00-24:00) moved +1 days\n"},
+        {"", "2010-03-04: 2010-03-04 00:00..2010-03-05 00:00 (0:00-24:00) +1 days all-day note\n"},
+        {"2010-02-28 ", "2009-02-28: 2009-02-28 00:00..2009-03-01 00:00 (0:00-24:00) +1 days 'Leap'\n"},
+        {"",
+         "2009-11-26: 2009-11-27 20:00..2009-11-29 06:00 (20:00-30:00) moved +1 days busy 3 in 'Cabin'\n"},
+        {"", ""},
+    };
+    const auto& blobs = WorkedBlobs();
+    ASSERT_EQ(std::size(kRead), blobs.size());
+    for (std::size_t i = 0; i < blobs.size(); ++i) {
+        auto reading = Read(blobs[i].bytes);
+        EXPECT_EQ(blobs[i].status, reading->status) << blobs[i].name;
+        EXPECT_EQ(kRead[i].deleted, reading->Deleted()) << blobs[i].name;
+        EXPECT_EQ(kRead[i].changes, reading->Changes()) << blobs[i].name;
+    }
 }
 
-TEST(RecurrenceBlob, FieldsOfTheWeeklyOne) {
-    auto reading = Read(WorkedBlobs()[2].bytes);
-    const DATACALENDARDB& record = reading->record;
+TEST(RecurrenceBlob, FieldsOfTheRule) {
+    auto weekly = Read(WorkedBlobs()[2].bytes);
+    const DATACALENDARDB& record = weekly->record;
     EXPECT_EQ(kRecurWeekly, record.m_wRecurType);
     EXPECT_EQ(kPatternWeekdays, record.m_wPatternType);
     EXPECT_EQ(2u, record.m_dwPeriodWeeks);
@@ -64,40 +109,12 @@ TEST(RecurrenceBlob, FieldsOfTheWeeklyOne) {
     EXPECT_EQ(215284320.0, record.m_dtEnd); // minutes, no variant time
     EXPECT_EQ(14, record.m_wStartHour);
     EXPECT_EQ(15, record.m_wEndHour);
-    EXPECT_EQ("2010-03-05 ", reading->Deleted()); // the changed ones are not deleted
-    ASSERT_EQ(2, record.m_listExceptions.GetCount());
-    const CALENDAREXCEPTION& inPlace = reading->Change(1);
-    EXPECT_EQ("Review", Narrow(inPlace.bstrSubject));
-    EXPECT_EQ("Room 2", Narrow(inPlace.bstrLocation));
-    EXPECT_EQ(3, inPlace.lBusyStatus);
-    EXPECT_EQ(-1, inPlace.nAllDay);
-    EXPECT_FALSE(inPlace.bMoved);
-    EXPECT_EQ(14, inPlace.lStartHour);
-    EXPECT_EQ(30, inPlace.lStartMinute);
-    const CALENDAREXCEPTION& moved = reading->Change(2);
-    EXPECT_TRUE(moved.bMoved);
-    EXPECT_EQ("2010-03-20 10:00", MomentOf(moved.dwMovedTo));
-    EXPECT_EQ(DayOfMinutes(Minutes("2010-03-19")), moved.RuleDay());
-    EXPECT_EQ(nullptr, moved.bstrSubject);
-    EXPECT_EQ(-1, moved.lBusyStatus);
-}
-
-TEST(RecurrenceBlob, DaysAndBodyOfChangedOccurrences) {
-    auto nth = Read(WorkedBlobs()[4].bytes);
-    const CALENDAREXCEPTION& allDay = nth->Change(1);
-    EXPECT_EQ(1, allDay.nAllDay);
-    EXPECT_TRUE(allDay.bHasBody);
-    EXPECT_EQ(0x80, allDay.wFlags); // without the body's mark
-    EXPECT_TRUE(allDay.bMultiDay);
-    EXPECT_EQ(1, allDay.nExtraDays);
-    EXPECT_EQ(24, allDay.lEndHour);
-    auto yearly = Read(WorkedBlobs()[6].bytes);
-    const CALENDAREXCEPTION& weekend = yearly->Change(1);
-    EXPECT_TRUE(weekend.bMultiDay && weekend.bMoved);
-    EXPECT_EQ(1, weekend.nExtraDays); // 34 hours
-    EXPECT_EQ("Cabin", Narrow(weekend.bstrLocation));
-    EXPECT_EQ(3, weekend.lBusyStatus);
-    EXPECT_EQ(4, yearly->record.m_wNth);
+    EXPECT_EQ(0x80, Read(WorkedBlobs()[4].bytes)->record.m_listExceptions.Get(1)->wFlags); // less the note's
+    EXPECT_EQ(4, Read(WorkedBlobs()[6].bytes)->record.m_wNth);
+    Blob early = DailyBlob();
+    early.startDate = Minutes("1899-12-29 06:00"); // the fraction counts on before the day 0 too
+    EXPECT_EQ(-1.25, Read(early.Bytes())->record.m_dtStart);
+    EXPECT_EQ(-1, Read(early.Bytes())->record.Rule().startDay);
 }
 
 TEST(RecurrenceBlob, WhatEndsTheReading) {
@@ -193,61 +210,61 @@ std::unique_ptr<Reading> ReadWithChange(const ChangedOccurrence& change, std::ve
     return Read(bytes);
 }
 
-TEST(RecurrenceBlob, PartsOfAChangedOccurrenceInTheirOrder) {
-    ChangedOccurrence change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
-    change.Subject(u"S");
-    change.flags |= 0x000C; // a reminder: its minutes and its flag are passed over
-    change.Word(0xAAAA).Word(0xBBBB).Word(0xCCCC).Word(0xDDDD);
-    change.Location(u"Hall").Busy(1).AllDay(false);
-    change.flags |= 0x0142; // 2 and 0x40 carry nothing; the body's mark
-    change.Word(2).Word(0).Word(0).Word(0xEEEE);
-    auto reading = ReadWithChange(change);
-    ASSERT_EQ(1, reading->record.m_listExceptions.GetCount());
-    const CALENDAREXCEPTION& read = reading->Change(1);
-    EXPECT_EQ("S", Narrow(read.bstrSubject));
-    EXPECT_EQ("Hall", Narrow(read.bstrLocation));
-    EXPECT_EQ(1, read.lBusyStatus);
-    EXPECT_EQ(0, read.nAllDay);
-    EXPECT_TRUE(read.bHasBody);
-    EXPECT_EQ(kBlobRead, reading->status);
-}
-
-TEST(RecurrenceBlob, BusyStatusBehindAForeignWord) {
-    ChangedOccurrence change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
-    change.flags |= 0x00A0;
-    change.Word(0x0103).Word(0).Word(2).Word(0).Word(1).Word(0); // then all-day
-    auto reading = ReadWithChange(change);
-    EXPECT_EQ(2, reading->Change(1).lBusyStatus);
-    EXPECT_EQ(1, reading->Change(1).nAllDay);
-}
-
-TEST(RecurrenceBlob, AChangedOccurrenceThatBeginsFourBytesOff) {
-    ChangedOccurrence change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:30");
-    change.Subject(u"S");
-    auto reading = ReadWithChange(change, {9, 0, 0, 0});
-    const CALENDAREXCEPTION& read = reading->Change(1);
-    EXPECT_EQ("2010-03-04 11:00", MomentOf(read.dwStart));
-    EXPECT_EQ("2010-03-04 12:30", MomentOf(read.dwEnd));
-    EXPECT_EQ("S", Narrow(read.bstrSubject));
+TEST(RecurrenceBlob, PartsOfAChangedOccurrence) {
+    using Make = void (*)(ChangedOccurrence&);
+    const struct {
+        const char* what;
+        Make make;
+        std::vector<BYTE> before;
+        const char* change; // behind its dates
+    } kCases[] = {
+        {"all in their order",
+         [](ChangedOccurrence& c) {
+             c.Subject(u"S").flags |= 0x000C; // a reminder: its minutes and its flag are passed over
+             c.Word(0xAAAA).Word(0xBBBB).Word(0xCCCC).Word(0xDDDD);
+             c.Location(u"Hall").Busy(1).AllDay(false);
+             c.flags |= 0x0142; // 2 and 0x40 carry nothing; the body's mark
+             c.Word(2).Word(0).Word(0).Word(0xEEEE);
+         },
+         {},
+         " timed busy 1 note 'S' in 'Hall'\n"},
+        {"a busy status behind a foreign word, then all-day",
+         [](ChangedOccurrence& c) {
+             c.flags |= 0x00A0;
+             c.Word(0x0103).Word(0).Word(2).Word(0).Word(1).Word(0);
+         },
+         {},
+         " all-day busy 2\n"},
+        {"begun four bytes off", [](ChangedOccurrence& c) { c.Subject(u"S"); }, {9, 0, 0, 0}, " 'S'\n"},
+        {"no text", [](ChangedOccurrence& c) { c.Subject(u""); }, {}, " ''\n"},
+    };
+    for (const auto& test : kCases) {
+        ChangedOccurrence change = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:30");
+        test.make(change);
+        auto reading = ReadWithChange(change, test.before);
+        EXPECT_EQ(std::string("2010-03-04: 2010-03-04 11:00..2010-03-04 12:30 (11:00-12:30)") + test.change,
+                  reading->Changes())
+            << test.what;
+        EXPECT_EQ(kBlobRead, reading->status) << test.what;
+    }
 }
 
 // The record before it took four bytes too many: its busy status looked like two words.
 TEST(RecurrenceBlob, AChangedOccurrenceThatBeganFourBytesBefore) {
     ChangedOccurrence first = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
-    first.Busy(5); // no status: taken for the foreign word
+    first.Busy(5); // no status: taken for the foreign word, and the low word of the next start for the status
     ChangedOccurrence second = Moved("2010-03-05 10:00", "2010-03-05 13:00", "2010-03-05 14:00");
     Blob blob = DailyBlob();
     blob.deleted = blob.modified = {Minutes("2010-03-04"), Minutes("2010-03-05")};
     blob.changes = {first, second};
-    auto reading = Read(blob.Bytes());
-    ASSERT_EQ(2, reading->record.m_listExceptions.GetCount());
-    EXPECT_EQ("2010-03-05 13:00", MomentOf(reading->Change(2).dwStart));
-    EXPECT_EQ("2010-03-05 14:00", MomentOf(reading->Change(2).dwEnd));
+    EXPECT_EQ("2010-03-04: 2010-03-04 11:00..2010-03-04 12:00 (11:00-12:00) busy 49772\n"
+              "2010-03-05: 2010-03-05 13:00..2010-03-05 14:00 (13:00-14:00)\n",
+              Read(blob.Bytes())->Changes());
 }
 
 TEST(RecurrenceBlob, AMoveByAYearIsNoMove) {
     auto reading = ReadWithChange(Moved("2010-03-04 10:00", "2011-03-04 11:00", "2011-03-04 12:00"));
-    EXPECT_FALSE(reading->Change(1).bMoved);
+    EXPECT_EQ("2011-03-04: 2011-03-04 11:00..2011-03-04 12:00 (11:00-12:00)\n", reading->Changes());
     EXPECT_EQ("2010-03-04 ", reading->Deleted());
 }
 
@@ -276,6 +293,30 @@ TEST(RecurrenceBlob, EveryCutOfAWorkedBlobIsBounded) {
             EXPECT_LE(reading->record.m_listExceptions.GetCount(), 2);
         }
     }
+}
+
+class HugeBlob : public DeviceTest {};
+
+// The days of a walk don't each pay for all that a damaged blob lists. Of several changes of one day the last counts.
+TEST_F(HugeBlob, IsExpandedInTime) {
+    Blob blob = DailyBlob();
+    auto change = [&blob](DWORD start, const char16_t* subject) {
+        blob.deleted.push_back(start / 1440 * 1440);
+        blob.modified.push_back(start / 1440 * 1440);
+        blob.changes.push_back(ChangedOccurrence{start, start + 60, start, 0, {}}.Subject(subject));
+    };
+    for (DWORD i = 0; i < 200000; ++i) change(Minutes("2500-01-01") + i * 1440, u"x");
+    for (const char16_t* subject : {u"a", u"b"}) change(Minutes("2010-03-02 09:00"), subject);
+    const std::vector<BYTE> bytes = blob.Bytes();
+    const LONG first = DayOfMinutes(blob.startDate);
+    constexpr LONG kDays = 36500;
+    Expander expander;
+    expander.SetDays(first, first + kDays - 1);
+    const auto began = std::chrono::steady_clock::now();
+    expander.Expand(bytes.data(), static_cast<DWORD>(bytes.size()), DATACALENDAR(), nullptr);
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(20)); // half a second as a rule
+    ASSERT_EQ(kDays, expander.GetList().GetCount());
+    EXPECT_EQ("b", Narrow(expander.GetList().Get(2)->m_bstrSubject));
 }
 
 } // namespace
