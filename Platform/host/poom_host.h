@@ -121,12 +121,6 @@ struct FieldValue {
     double number = 0;
     std::u16string text;
 };
-enum class FieldForm { Text, Number, Bool, Present, DayDate, OwnDate };
-struct FieldName {
-    std::u16string_view name;
-    CEPROPID id;
-    FieldForm form;
-};
 
 class PoomItem : public IItem {
 public:

@@ -141,12 +141,20 @@ TEST_F(PoomItemsTest, EveryAllDayDateComesBackInFiveZones) {
             DATE start = 0;
             item->get_Start(&start);
             ASSERT_EQ(start, day) << zone.Bias << " " << ShowDate(day);
-            const CEPROPID id = PIMPR_START;
+            const CEPROPID ids[] = {PIMPR_START, PIMPR_END};
             CEPROPVAL* values = nullptr;
             ULONG size = 0;
-            ASSERT_EQ(item.As<IItem>(IID_IItem)->GetProps(&id, 1, 1, &values, &size, nullptr), S_OK);
+            auto face = item.As<IItem>(IID_IItem);
+            ASSERT_EQ(face->GetProps(ids, 1, 2, &values, &size, nullptr), S_OK);
             ASSERT_EQ(DayInTheList(FileTimeTicks(values[0].val.filetime), zone), day)
                 << zone.Bias << " " << ShowDate(day);
+            // Set back as they were given out they are the same day.
+            LONG minutes = 0;
+            ASSERT_EQ(face->SetProps(0, 2, values), S_OK);
+            item->get_Start(&start);
+            item->get_Duration(&minutes);
+            ASSERT_EQ(start, day) << zone.Bias;
+            ASSERT_EQ(minutes, 1440) << zone.Bias << " " << ShowDate(day);
             LocalFree(values);
         }
     }
@@ -170,6 +178,16 @@ TEST_F(PoomItemsTest, DatesAreExact) {
     LONG minutes = 0;
     item->get_Duration(&minutes);
     EXPECT_EQ(minutes, 90);
+
+    auto face = item.As<IItem>(IID_IItem);
+    for (WORD id : {0x1042, 0x1043})
+        EXPECT_EQ(face->SetProps(0, 1, Values().Time(id, ~0ull).Data()), E_INVALIDARG);
+    ASSERT_EQ(item->Save(), S_OK);
+    const HANDLE db = RecordOf(OidOf(item)); // a damaged record
+    ASSERT_TRUE(Change(db, Read(db, {PIMPR_START}).Oid(), Values().Time(0x1042, ~0ull)));
+    DATE start = 0;
+    EXPECT_EQ(Open<IAppointment>(OidOf(item))->get_Start(&start), S_OK);
+    EXPECT_GT(start, kNoDate);
 }
 
 TEST_F(PoomItemsTest, OidsTellTheKind) {
@@ -361,6 +379,82 @@ TEST_F(PoomItemsTest, NotesAndStreams) {
     EXPECT_EQ(none.lpb, nullptr);
 }
 
+TEST_F(PoomItemsTest, BodyIsTheNoteAsText) {
+    const struct {
+        std::string bytes; // null bytes among them
+        const char* text;  // null: not a text
+    } kCases[] = {
+        {std::string("\xFF\xFEh\0i\0", 6), "hi"},
+        {std::string("\xFE\xFF\0h\0i", 6), "hi"},
+        {std::string("h\0i\0", 4), "hi"},                 // UTF-16 without a mark
+        {std::string("\xFF\xFEh\0i\0\0\0x\0", 10), "hi"}, // ends at its terminator
+        {std::string("\xFF\xFEh\0i", 5), "h"},            // half a character
+        {"plain \xC3\xA9", "plain ?"},                    // UTF-8; one character
+        {"h", "h"},
+        {"{\\rtf1 x}", nullptr},
+        {"{\\pwi00", nullptr},
+        {"{\\pwi" + std::string(471, ' '), ""}, // the empty note of the ink format has 476 bytes
+        {"{\\pwi" + std::string(472, ' '), nullptr},
+    };
+    auto task = NewTask();
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(&c - kCases);
+        std::string bytes = c.bytes;
+        const CEBLOB ink{static_cast<DWORD>(bytes.size()), reinterpret_cast<BYTE*>(bytes.data())};
+        task->put_BodyInk(&ink);
+        ASSERT_EQ(task->Save(), S_OK);
+        BSTR text = nullptr;
+        EXPECT_EQ(Open<ITask>(OidOf(task))->get_Body(&text), c.text ? S_OK : E_NOTIMPL);
+        EXPECT_EQ(TakeBstr(text), c.text ? c.text : "");
+    }
+    auto contact = NewContact();
+    contact->put_Body(Bstr(u"h\xD83Di"));
+    ASSERT_EQ(contact->Save(), S_OK);
+    EXPECT_EQ(StoredStream(OidOf(contact), PIMPR_NOTE),
+              (std::vector<BYTE>{0xFF, 0xFE, 'h', 0, 0x3D, 0xD8, 'i', 0}));
+    contact->put_Body(nullptr);
+    ASSERT_EQ(contact->Save(), S_OK);
+    EXPECT_EQ(StoredStream(OidOf(contact), PIMPR_NOTE), std::vector<BYTE>{0xEE});
+}
+
+TEST_F(PoomItemsTest, AnObjectIsOneByAllItsFaces) {
+    auto item = NewAppointment();
+    Com<IRecipients> people;
+    Com<IRecipient> one;
+    Com<IFolder> folder;
+    Com<IStream> stream;
+    item->get_Recipients(people.Out());
+    people->Add(Bstr(u"Ann"), one.Out());
+    m_app->GetDefaultFolder(olFolderTasks, folder.Out());
+    item.As<IItem>(IID_IItem)->OpenProperty(PIMPR_NOTE, GENERIC_WRITE, stream.Out());
+    const struct {
+        IUnknown* object;
+        std::vector<IID> faces;
+    } kCases[] = {
+        {item.Get(), {IID_IAppointment, IID_IItem, IID_IDispatch}},
+        {one.Get(), {IID_IRecipient, IID_IRecipient2, IID_IDispatch}},
+        {folder.Get(), {IID_IFolder, IID_IItem, IID_IDispatch}},
+        {stream.Get(), {IID_IStream}},
+        {m_app.Get(), {IID_IPOutlookApp2, IID_IDispatch}},
+    };
+    const auto query = [](IUnknown* object, const IID& iid) {
+        void* face = &object;
+        const HRESULT hr = object->QueryInterface(iid, &face);
+        EXPECT_EQ(hr, face ? S_OK : E_NOINTERFACE);
+        return Com<IUnknown>(static_cast<IUnknown*>(face));
+    };
+    for (const auto& c : kCases) {
+        for (const IID& iid : c.faces) {
+            auto face = query(c.object, iid);
+            ASSERT_TRUE(face);
+            EXPECT_EQ(query(face.Get(), IID_IUnknown).Get(), query(c.object, IID_IUnknown).Get());
+        }
+        EXPECT_FALSE(query(c.object, IID_ITask));
+        EXPECT_EQ(c.object->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    }
+    EXPECT_FALSE(query(stream.Get(), IID_IDispatch));
+}
+
 TEST_F(PoomItemsTest, PeopleMakeAMeeting) {
     auto item = NewAppointment();
     Com<IRecipients> people;
@@ -443,6 +537,24 @@ TEST_F(PoomItemsTest, TasksAreWholeLocalDays) {
     again->get_DateCompleted(&date);
     EXPECT_EQ(date, kNoDate);
     EXPECT_EQ(StoredTime(oid, PIMPR_TASK_COMPLETED), "-");
+
+    // What every task has falls back when it is deleted; the date that means none is no date.
+    const ULONGLONG noDate = 1'059'203ull * 864'000'000'000; // 1 January 4501
+    ASSERT_EQ(again->put_Importance(2), S_OK);
+    const Values values = std::move(Values().Flagged(PIMPR_IMPORTANCE, CEDB_PROPDELETE).Time(0x0062, noDate));
+    ASSERT_EQ(again.As<IItem>(IID_IItem)->SetProps(0, 2, values.Data()), S_OK);
+    ASSERT_EQ(again->Save(), S_OK);
+    EXPECT_EQ(Stored(oid, PIMPR_IMPORTANCE), "1");
+    EXPECT_EQ(StoredTime(oid, PIMPR_TASK_START), "-");
+    // Others store a day of the year 4500 for none.
+    const HANDLE db = RecordOf(oid);
+    ASSERT_TRUE(Change(db, Read(db, {PIMPR_NUMBER}).Oid(), Values().Time(0x0064, noDate - 864'000'000'000)));
+    auto other = Open<ITask>(oid);
+    VARIANT_BOOL complete = VARIANT_TRUE;
+    other->get_Complete(&complete);
+    other->get_DateCompleted(&date);
+    EXPECT_EQ(complete, VARIANT_FALSE);
+    EXPECT_EQ(date, kNoDate);
 }
 
 TEST_F(PoomItemsTest, ContactsGetAName) {
@@ -531,6 +643,7 @@ TEST_F(PoomItemsTest, RestrictionsAndOrder) {
         {u"[AllDayEvent] = FALSE and [BusyStatus] = 2", 3},
         {u"[Oid]=1073741825 AND [Start] >= <40230.00", 1},
         {u"[Oid]=1073741899", 0},
+        {u"[Oid]=-99999999999", 0},
         {u"[Nothing] = 1", -1},
         {u"[Subject] = ", -1},
         {u"[Subject] ~ 'a'", -1},
@@ -552,6 +665,11 @@ TEST_F(PoomItemsTest, RestrictionsAndOrder) {
     EXPECT_EQ(items->Find(Bstr(u"[Duration] = 60"), first.Out()), S_OK);
     EXPECT_EQ(items->FindNext(first.Out()), S_OK);
     EXPECT_EQ(items->FindNext(first.Out()), E_NOTFOUND);
+    // What is deleted meanwhile doesn't end the search.
+    ASSERT_EQ(items->Find(Bstr(u"[Duration] >= 30"), first.Out()), S_OK);
+    ASSERT_EQ(Open<IAppointment>(c + 2)->Delete(), S_OK);
+    EXPECT_EQ(items->FindNext(first.Out()), S_OK);
+    EXPECT_EQ(OidOf(first.As<IAppointment>(IID_IAppointment)), c + 1);
 }
 
 TEST_F(PoomItemsTest, ATaskOidReadsAsASignedNumber) {

@@ -1,5 +1,6 @@
 // Series through the object model: the blocks they write, their ends, their occurrences.
-#include "Platform/rulewalk.h"
+#include "NorvoTools/CeDb.h"
+#include "QNWorkerClass/CQNDataThread.h"
 #include "tests/support/poom.h"
 #include "tests/support/workedblobs.h"
 
@@ -226,6 +227,9 @@ TEST_F(SeriesTest, DamagedBlocksAreLeftAlone) {
         auto item = Open<IAppointment>(oid);
         Com<IRecurrencePattern> rule;
         EXPECT_EQ(item->GetRecurrencePattern(rule.Out()), E_FAIL) << block.size();
+        EXPECT_EQ(item->put_Start(At("2010-03-01 15:00")), E_FAIL);
+        EXPECT_EQ(item->put_Duration(30), E_FAIL);
+        EXPECT_EQ(item->put_AllDayEvent(VARIANT_TRUE), E_FAIL);
         item->put_Subject(Bstr(u"changed"));
         EXPECT_EQ(item->Save(), S_OK);
         EXPECT_EQ(StoredStream(oid, PIMPR_RECURRENCE), block);
@@ -300,6 +304,10 @@ TEST_F(SeriesTest, LookingAtARuleMakesNoSeries) {
 TEST_F(SeriesTest, StartIsTheFirstOccurrence) {
     auto d = Draw("2010-03-03", "10:00", 30, olRecursWeekly); // a Wednesday
     d.rule->put_DayOfWeekMask(olMonday);
+    Com<IAppointment> copy; // of what isn't saved yet
+    ASSERT_EQ(d.item->Copy(copy.Out()), S_OK);
+    ASSERT_EQ(copy->Save(), S_OK);
+    EXPECT_EQ(StoredTime(OidOf(copy), PIMPR_START), "2010-03-08 09:00");
     const LONG oid = Save(d);
     EXPECT_EQ(StoredTime(oid, PIMPR_START), "2010-03-08 09:00");
     EXPECT_EQ(StoredTime(oid, PIMPR_END), "2010-03-08 09:30");
@@ -424,6 +432,12 @@ TEST_F(SeriesTest, WhichChangesKeepTheOccurrences) {
         ASSERT_EQ(item->Save(), S_OK);
         const auto block = StoredStream(oid, PIMPR_RECURRENCE);
         EXPECT_EQ(block[38] == 1 && block.size() == 72u + 8 + 16, c.kept) << c.what;
+        if (!c.kept) continue;
+        // The changed one names the rule's date with the time that the series has now.
+        DWORD original = 0;
+        std::memcpy(&original, &block[block.size() - 8], sizeof original);
+        const bool moved = c.what == std::string("time");
+        EXPECT_EQ(original, 215'208'000u + (moved ? 6 * 60 : 14 * 60)) << c.what; // 8 March 2010
     }
 }
 
@@ -467,6 +481,34 @@ TEST_F(SeriesTest, OccurrencesRefuseWhatBelongsToTheSeries) {
     EXPECT_EQ(one->put_BusyStatus(4), E_INVALIDARG);
     EXPECT_EQ(one->Save(), S_OK); // nothing of its own: nothing is written
     EXPECT_EQ(Block(oid), block);
+}
+
+TEST_F(SeriesTest, OccurrencesHaveTheSeriesPropertiesAndTheirOwn) {
+    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    d.item->put_Location(Bstr(u"Room"));
+    const LONG oid = Save(d);
+    const CEPROPID icon = Name(u"QN_IconName", CEVT_LPWSTR);
+    auto one = Occurrence(oid, "2010-03-08");
+    one->put_Subject(Bstr(u"Own"));
+    auto face = one.As<IItem>(IID_IItem);
+    const auto all = [&] {
+        CEPROPVAL* values = nullptr;
+        ULONG size = 0;
+        std::string text;
+        EXPECT_EQ(face->GetProps(nullptr, 1, 0, &values, &size, nullptr), S_OK);
+        for (ULONG i = 0; i < size / sizeof(CEPROPVAL) && values[i].propid; ++i)
+            if (TypeFromPropID(values[i].propid) == CEVT_LPWSTR) text += Show(values[i]) + " ";
+        LocalFree(values);
+        return text;
+    };
+    EXPECT_EQ(all(), "'Own' 'Room' ");
+    ASSERT_EQ(face->SetProps(0, 1, Values().Text(static_cast<WORD>(icon >> 16), u"bell").Data()), S_OK);
+    EXPECT_EQ(all(), "'Own' 'Room' 'bell' ");
+    // What its record can't count is refused, not cut.
+    std::vector<BYTE> note(0x10000, 'x');
+    const CEBLOB ink{0x10000, note.data()};
+    EXPECT_EQ(one->put_BodyInk(&ink), E_INVALIDARG);
+    EXPECT_EQ(one->put_Subject(Bstr(std::u16string(0xFFFF, u'x').c_str())), E_INVALIDARG);
 }
 
 TEST_F(SeriesTest, TwoOccurrencesThroughTwoObjectsBothStay) {
@@ -540,6 +582,14 @@ TEST_F(SeriesTest, CollectionsGiveOccurrences) {
               "2010-03-15 14:00\n2010-03-16 09:00\n2010-03-20 08:00\n");
     EXPECT_EQ(Starts(u"[Oid]=1073741826 AND [Start] >= <40250.00"), "2010-03-20 08:00\n");
     EXPECT_EQ(Starts(u"[Oid]=1073741826 AND [Start] >= <40260.00"), "");
+    // Each by its own values: what touches 15 and 16 March, what one occurrence alone is called, what moved to the front.
+    EXPECT_EQ(Starts(u"[Start] < <40254.00 AND [End] > <40252.00"), "2010-03-15 14:00\n2010-03-16 09:00\n");
+    auto renamed = Occurrence(oid, "2010-03-22");
+    renamed->put_Subject(Bstr(u"Party"));
+    ASSERT_EQ(renamed->Save(), S_OK);
+    Move(oid, "2010-03-01", "2010-02-27 08:00", 30);
+    EXPECT_EQ(Starts(u"[Subject] = 'Party'"), "2010-03-22 14:00\n");
+    EXPECT_EQ(Starts(u"[Start] >= <30000.00 AND [Start] < <40250.00"), "2010-02-27 08:00\n");
     Com<IDispatch> found;
     auto items = Items(olFolderCalendar);
     items->put_IncludeRecurrences(VARIANT_TRUE);
@@ -564,6 +614,33 @@ TEST_F(SeriesTest, AFailedOccurrenceLeavesTheSeries) {
     auto one = Occurrence(oid, "2010-03-08");
     one->put_Subject(Bstr(u"A"));
     EXPECT_EQ(one->Save(), S_OK);
+}
+
+// --- Notes ------------------------------------------------------------------------------------------------------------
+
+class Lists : public CQNDataThread {
+protected:
+    DWORD ThreadProc() override { return 0; }
+};
+
+// Whatever the length: 237 characters would be as large as a note that counts as empty.
+TEST_F(SeriesTest, ABodyShowsInTheListsAsANote) {
+    Lists lists;
+    CeDb db;
+    auto item = NewAppointment();
+    for (const std::size_t length : {1, 236, 237, 238, 0}) {
+        const std::u16string body(length, u'x');
+        item->put_Body(Bstr(body.c_str()));
+        ASSERT_EQ(item->Save(), S_OK);
+        const CEOID record = Read(RecordOf(OidOf(item)), {PIMPR_NUMBER}).Oid();
+        ASSERT_TRUE(db.MountVolumeEDB(u"\\pim.vol", false) && db.Open(u"Appointments Database") &&
+                    db.SeekTo(record));
+        EXPECT_EQ(lists.IsNoteEmpty(&db, PIMPR_NOTE), length == 0) << length;
+        BSTR text = nullptr;
+        Open<IAppointment>(OidOf(item))->get_Body(&text);
+        EXPECT_EQ(std::u16string(text), body);
+        SysFreeString(text);
+    }
 }
 
 // --- Tasks ------------------------------------------------------------------------------------------------------------
