@@ -150,8 +150,9 @@ TEST_F(Frame, TheEndOfTheProcessTakesItDown) {
         ~Telling() override { std::fputs("session ended", stderr); }
     };
     const auto forget = [this] {
-        InitQNTools(new Telling, true);
+        PlatSetDeviceFolder(""); // that of the attach, which goes when the process has ended
         std::filesystem::remove_all(m_folder);
+        InitQNTools(new Telling, true);
         std::exit(0);
     };
     EXPECT_EXIT(forget(), testing::ExitedWithCode(0), "session ended");
