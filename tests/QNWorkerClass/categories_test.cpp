@@ -30,6 +30,12 @@ protected:
         for (const WCHAR* name : names) AddCategory(name);
         ResetFullCategoryList();
     }
+    // "a b c " of a list of texts.
+    static std::string Joined(const CeStrList<WCHAR*>& texts) {
+        std::string all;
+        for (const WCHAR* text : texts) all += Narrow(text) + " ";
+        return all;
+    }
     static void UseTexts() { g_hResources = LoadLibraryW(u"\\WINDOWS\\QNResources.dll"); }
     static void SetKey(const std::u16string& sub, const WCHAR* name, DWORD value) {
         SetToRegistry(HKEY_CURRENT_USER, (std::u16string(kSuiteKey) + u"\\" + sub).c_str(), name, value);
@@ -87,27 +93,24 @@ TEST_F(Categories, UseByKinds) {
     Associate(0x40000002, both);
     ResetFullCategoryList();
     std::string uses;
-    for (const CFullCategory* category : g_FullCategoryList) {
-        uses += Narrow(category->m_szName) + ":";
-        if (category->m_wUsedByAppointments) uses += 'a';
-        if (category->m_wUsedByContacts) uses += 'c';
-        if (category->m_wUsedByTasks) uses += 't';
-        uses += ' ';
-    }
+    for (const CFullCategory* category : g_FullCategoryList)
+        uses += Narrow(category->m_szName) + (category->m_wUsedByAppointments ? ":a" : ":") +
+                (category->m_wUsedByContacts ? "c" : "") + (category->m_wUsedByTasks ? "t " : " ");
     // A task's number has the bits of both other kinds, so its category counts for them too.
     EXPECT_EQ("None: Appt:a Contact:c Task:act ApptAndContact:ac ", uses);
-    CeStrList<WCHAR*> names;
-    const auto named = [&](DWORD mask) {
-        GetCategories(names, false, mask);
-        std::string all;
-        for (const WCHAR* name : names) all += Narrow(name) + " ";
-        return all;
-    };
-    EXPECT_EQ("None Appt Contact Task ApptAndContact ", named(0));
-    EXPECT_EQ("Task ", named(kUsedByTasks));
-    EXPECT_EQ("Appt Task ApptAndContact ", named(kUsedByAppointments));
-    EXPECT_EQ("Contact Task ApptAndContact ", named(kUsedByContacts));
-    EXPECT_EQ("Appt Contact Task ApptAndContact ", named(kUsedByContacts | kUsedByAppointments));
+    const struct {
+        DWORD mask;
+        const char* names;
+    } cases[] = {{0, "None Appt Contact Task ApptAndContact "},
+                 {kUsedByTasks, "Task "},
+                 {kUsedByAppointments, "Appt Task ApptAndContact "},
+                 {kUsedByContacts, "Contact Task ApptAndContact "},
+                 {kUsedByContacts | kUsedByAppointments, "Appt Contact Task ApptAndContact "}};
+    for (const auto& c : cases) {
+        CeStrList<WCHAR*> names;
+        GetCategories(names, false, c.mask);
+        EXPECT_EQ(c.names, Joined(names));
+    }
 }
 
 TEST_F(Categories, MissingStoresGiveAnEmptyListOrNoUses) {
@@ -124,18 +127,14 @@ TEST_F(Categories, MissingStoresGiveAnEmptyListOrNoUses) {
 }
 
 TEST_F(Categories, CompareByName) {
-    const auto make = [](const WCHAR* name) {
-        auto category = std::make_unique<CFullCategory>();
-        category->m_szName = _wcsdup(name);
-        return category;
-    };
-    const auto a = make(u"apple"), b = make(u"Banana"), c = make(u"apple");
+    CFullCategoryList list(0, PTRLIST_DELETE);
+    Choose(list, {{u"apple", 1}, {u"Banana", 2}, {u"apple", 3}});
     CFullCategory* none = nullptr;
-    EXPECT_LT(FullCategoryCompareFunc(a.get(), b.get(), 0), 0); // by the locale, not by code
-    EXPECT_GT(FullCategoryCompareFunc(b.get(), a.get(), 0), 0);
-    EXPECT_EQ(0, FullCategoryCompareFunc(a.get(), c.get(), 0));
-    EXPECT_GT(FullCategoryCompareFunc(none, a.get(), 0), 0);
-    EXPECT_LT(FullCategoryCompareFunc(a.get(), none, 0), 0);
+    EXPECT_LT(FullCategoryCompareFunc(list[0], list[1], 0), 0); // by the locale, not by code
+    EXPECT_GT(FullCategoryCompareFunc(list[1], list[0], 0), 0);
+    EXPECT_EQ(0, FullCategoryCompareFunc(list[0], list[2], 0));
+    EXPECT_GT(FullCategoryCompareFunc(none, list[0], 0), 0);
+    EXPECT_LT(FullCategoryCompareFunc(list[0], none, 0), 0);
     EXPECT_EQ(0, FullCategoryCompareFunc(none, none, 0));
 }
 
@@ -144,69 +143,54 @@ TEST_F(Categories, CompareByName) {
 TEST_F(Categories, FilterOnTexts) {
     enum { Or = 0, And = 1 };
     const struct {
-        const WCHAR* text;
         LONG mode;
         LONG andOr;
         LONG includeNone;
         std::vector<std::u16string> chosen;
-        bool passes;
+        std::vector<const WCHAR*> pass;
+        std::vector<const WCHAR*> fail;
     } cases[] = {
-        // Nothing chosen.
-        {u"Work", 0, Or, 0, {}, true},
-        {u"", 0, And, 0, {}, true},
-        {u"Work", 1, Or, 0, {}, true}, // the opposite of the AND flag, unlike the filter by the store
-        {u"Work", 1, And, 0, {}, false},
-        {u"", 1, Or, 0, {}, true},
-        {u"", 1, And, 0, {}, true},
-        // One of them.
-        {u"Work", 0, Or, 0, {u"Work"}, true},
-        {u"Home, Work", 0, Or, 0, {u"Work"}, true},
-        {u"Home,Work", 0, Or, 0, {u"Work"}, true},
-        {u"Home,  Work", 0, Or, 0, {u"Work"}, false}, // one leading blank is dropped, not two
-        {u"Home", 0, Or, 0, {u"Work"}, false},
-        {u"Homework", 0, Or, 0, {u"work"}, false}, // contained, but no piece
-        {u"work", 0, Or, 0, {u"Work"}, false},     // case counts
-        {u"Home, Work", 0, Or, 0, {u"Idle", u"Work"}, true},
-        {u"Home", 0, Or, 1, {u"Work"}, false},
-        {u"A,B", 0, Or, 0, {u"A,B"}, false}, // a name with a comma is never found
-        // All of them: another category beside a chosen one fails, none of the chosen passes.
-        {u"Work", 0, And, 0, {u"Work"}, true},
-        {u"Home, Work", 0, And, 0, {u"Work"}, false},
-        {u"Work, Home", 0, And, 0, {u"Work", u"Home"}, false},
-        {u"Idle", 0, And, 0, {u"Work"}, true},
-        {u"Homework", 0, And, 0, {u"work"}, false}, // contained, so its pieces are looked at
+        // Nothing chosen. Hiding gives the opposite of the AND flag for a text, unlike the filter by the store.
+        {0, Or, 0, {}, {u"Work", u""}, {}},
+        {0, And, 0, {}, {u"Work", u""}, {}},
+        {1, Or, 0, {}, {u"Work", u""}, {}},
+        {1, And, 0, {}, {u""}, {u"Work"}},
+        // One of them: as a piece, case and all, one leading blank dropped; a name with a comma is never found.
+        {0,
+         Or,
+         0,
+         {u"Work"},
+         {u"Work", u"Home, Work", u"Home,Work"},
+         {u"Home,  Work", u"Home", u"work", u""}},
+        {0, Or, 0, {u"work"}, {}, {u"Homework"}},
+        {0, Or, 0, {u"Idle", u"Work"}, {u"Home, Work"}, {}},
+        {0, Or, 0, {u"A,B"}, {}, {u"A,B"}},
+        {0, Or, 1, {u"Work"}, {u"", nullptr}, {u"Home"}},
+        // All of them: another category beside a chosen one fails, none of the chosen passes; a name that is contained
+        // has the pieces looked at.
+        {0, And, 0, {u"Work"}, {u"Work", u"Idle"}, {u"Home, Work", u""}},
+        {0, And, 0, {u"Work", u"Home"}, {}, {u"Work, Home"}},
+        {0, And, 0, {u"work"}, {}, {u"Homework"}},
+        {0, And, 1, {u"Work"}, {nullptr}, {}},
         // Hide.
-        {u"Work", 1, Or, 0, {u"Work"}, false},
-        {u"Home", 1, Or, 0, {u"Work"}, true},
-        {u"Work", 1, And, 0, {u"Work"}, false},
-        {u"Home, Work", 1, And, 0, {u"Work"}, true},
+        {1, Or, 0, {u"Work"}, {u"Home", u""}, {u"Work"}},
+        {1, Or, 1, {u"Work"}, {u""}, {}},
+        {1, And, 0, {u"Work"}, {u"Home, Work"}, {u"Work"}},
         // Only without: a text gives the AND flag.
-        {u"Work", -1, Or, 0, {u"Work"}, false},
-        {u"Work", -1, And, 0, {u"Work"}, true},
-        {u"Work, Home", -1, And, 0, {u"Work"}, true},
-        {u"", -1, Or, 0, {u"Work"}, true},
-        {nullptr, -1, Or, 0, {}, true},
-        // No text.
-        {u"", 0, Or, 0, {u"Work"}, false},
-        {u"", 0, And, 0, {u"Work"}, false},
-        {u"", 0, Or, 1, {u"Work"}, true},
-        {nullptr, 0, And, 1, {u"Work"}, true},
-        {u"", 1, Or, 0, {u"Work"}, true},
-        {u"", 1, Or, 1, {u"Work"}, true},
+        {-1, Or, 0, {u"Work"}, {u"", nullptr}, {u"Work"}},
+        {-1, And, 0, {u"Work"}, {u"Work", u"Work, Home"}, {}},
     };
     for (const auto& c : cases) {
         CCategoryFilterInfo filter;
         filter.bHideCategories = c.mode;
         filter.CategoryANDOR = c.andOr;
         filter.m_bIncludeNoCat = c.includeNone;
-        for (const auto& name : c.chosen) {
-            auto* category = new CFullCategory;
-            category->m_szName = _wcsdup(name.c_str());
-            filter.m_list.Add(category);
-        }
-        EXPECT_EQ(c.passes, CategoryFilterHighLevel(c.text, &filter))
-            << "'" << Narrow(c.text) << "' mode " << c.mode << " and " << c.andOr << " none " << c.includeNone
-            << " chosen " << Names(filter.m_list);
+        for (const auto& name : c.chosen) AddTo(filter.m_list, name, 1);
+        for (const auto& [texts, passes] : {std::pair(c.pass, true), std::pair(c.fail, false)})
+            for (const WCHAR* text : texts)
+                EXPECT_EQ(passes, CategoryFilterHighLevel(text, &filter))
+                    << "'" << Narrow(text) << "' mode " << c.mode << " and " << c.andOr << " none "
+                    << c.includeNone << " chosen " << Names(filter.m_list);
     }
     EXPECT_TRUE(CategoryFilterHighLevel(u"Work", nullptr));
 }
@@ -312,46 +296,46 @@ TEST_F(Categories, ColorOfTheLastColoredCategory) {
     SetKey(u"Colors\\Categories", u"Over", 0x01000001);
     SetKey(u"Colors\\Categories", u"NoCategory", 5);
     CCategoryColorIcons::InitCategoryColors();
-    const COLORREF none = 0xFFB43480;
+    CCategoryColorIcons parsed;
+    const auto color = [&](const WCHAR* text) { // "332211", by both ways of asking
+        parsed.ParseCategory(text, true, false);
+        char number[16];
+        const COLORREF cr = parsed.GetCategoryColorCR();
+        std::snprintf(number, sizeof number, "%08X ", cr);
+        return number + Narrow(parsed.GetCategoryColorString());
+    };
     const struct {
         const WCHAR* text;
-        COLORREF color;
-        const char* html;
+        const char* color;
     } cases[] = {
-        {u"Work", 0x00112233, "#332211"}, // red, green, blue
-        {u"Home", 0x000000FF, "#FF0000"},
-        {u"Work, Home", 0x000000FF, "#FF0000"},
-        {u"Home,Work,Idle", 0x00112233, "#332211"},
-        {u"Black", none, ""},
-        {u"Over", none, ""},
-        {u"High", 0x01000000, "#000000"},
-        {u"NoCategory", none, ""},
-        {u"", none, ""},
-        {nullptr, none, ""},
+        {u"Work", "00112233 #332211"}, // red, green, blue
+        {u"Home", "000000FF #FF0000"},
+        {u"Work, Home", "000000FF #FF0000"},
+        {u"Home,Work,Idle", "00112233 #332211"},
+        {u"High", "01000000 #000000"},
+        {u"Black", "FFB43480 "}, // and none from here on
+        {u"Over", "FFB43480 "},
+        {u"NoCategory", "FFB43480 "},
+        {u"", "FFB43480 "},
+        {nullptr, "FFB43480 "},
     };
-    CCategoryColorIcons parsed;
-    for (const auto& c : cases) {
-        parsed.ParseCategory(c.text, true, false);
-        EXPECT_EQ(c.color, parsed.GetCategoryColorCR()) << Narrow(c.text);
-        EXPECT_EQ(c.html, Narrow(parsed.GetCategoryColorString())) << Narrow(c.text);
-        EXPECT_EQ(*c.html == 0, parsed.GetCategoryColorString() == nullptr);
-    }
-    parsed.ParseCategory(u"Work", true, false);
+    for (const auto& c : cases) EXPECT_EQ(c.color, color(c.text)) << Narrow(c.text);
+    EXPECT_EQ(nullptr, parsed.GetCategoryColorString());
+    color(u"Work");
     parsed.ParseCategory(u"Work", false, false);
     EXPECT_EQ(nullptr, parsed.GetCategoryColorString());
-    parsed.ParseCategory(u"Work", true, false);
+    color(u"Work");
     parsed.Reset();
-    EXPECT_EQ(none, parsed.GetCategoryColorCR());
+    EXPECT_EQ(kNoCategoryColor, parsed.GetCategoryColorCR());
     // The table is read once.
     SetKey(u"Colors\\Categories", u"Work", 0x00AABBCC);
     CCategoryColorIcons::InitCategoryColors();
-    parsed.ParseCategory(u"Work", true, false);
-    EXPECT_EQ(0x00112233u, parsed.GetCategoryColorCR());
+    EXPECT_EQ("00112233 #332211", color(u"Work"));
     CCategoryColorIcons::ClearInit();
     CCategoryColorIcons::InitCategoryColors();
-    parsed.ParseCategory(u"Home", true, false);
-    parsed.ParseCategory(u"Work", true, false);
-    EXPECT_EQ(0x00AABBCCu, parsed.GetCategoryColorCR());
+    EXPECT_EQ("00112233 #332211", color(u"Work")); // the same text as last time
+    color(u"Home");
+    EXPECT_EQ("00AABBCC #CCBBAA", color(u"Work"));
 }
 
 TEST_F(Categories, IconsOfTheFilesThereAre) {
@@ -393,22 +377,17 @@ TEST_F(Categories, IconFilesOfAFolder) {
     PutFile("Icons/big.bmp", 256000);
     PutFile("Icons/fits.bmp", 255999);
     std::filesystem::create_directories(HostPath("Icons/folder.bmp"));
-    const auto all = [](CCategoryDisplay& display) {
-        std::string names;
-        for (const WCHAR* name : display.GetList()) names += Narrow(name) + " ";
-        return names;
-    };
     CCategoryDisplay display(u"\\Icons");
-    EXPECT_EQ("A.bmp b.bmp fits.bmp ", all(display));
+    EXPECT_EQ("A.bmp b.bmp fits.bmp ", Joined(display.GetList()));
     CCategoryDisplay both(u"\\Icons", u".bmp.png");
-    EXPECT_EQ("A.bmp b.bmp c.png fits.bmp ", all(both));
+    EXPECT_EQ("A.bmp b.bmp c.png fits.bmp ", Joined(both.GetList()));
     both.SetGraphicTypes(u"png");
     both.Init(u"\\Icons");
-    EXPECT_EQ("c.png ", all(both));
+    EXPECT_EQ("c.png ", Joined(both.GetList()));
     both.Init(u"\\Absent");
-    EXPECT_EQ("", all(both));
+    EXPECT_EQ("", Joined(both.GetList()));
     display.UnInit();
-    EXPECT_EQ("", all(display));
+    EXPECT_EQ("", Joined(display.GetList()));
 }
 
 // --- The menu -------------------------------------------------------------------------------------------------------

@@ -84,13 +84,14 @@ protected:
             names += (names.empty() ? "" : ", ") + Narrow(category->m_szName);
         return names;
     }
-    static void Choose(CFullCategoryList& list, std::vector<std::pair<std::u16string, LONG>> chosen) {
+    static void AddTo(CFullCategoryList& list, const std::u16string& name, LONG id) {
+        auto* category = new CFullCategory;
+        category->m_szName = _wcsdup(name.c_str());
+        category->m_lId = id;
+        list.Add(category);
+    }
+    static void Choose(CFullCategoryList& list, const std::vector<std::pair<std::u16string, LONG>>& chosen) {
         list.Clear();
-        for (const auto& [name, id] : chosen) {
-            auto* category = new CFullCategory;
-            category->m_szName = _wcsdup(name.c_str());
-            category->m_lId = id;
-            list.Add(category);
-        }
+        for (const auto& [name, id] : chosen) AddTo(list, name, id);
     }
 };
