@@ -4,16 +4,11 @@
 #include "NorvoTools/CeDb.h"
 #include "Platform/registry.h"
 #include "QNWorkerClass/categories.h"
+#include "tests/support/narrow.h"
 #include "tests/support/store.h"
 
 #include <string>
 #include <vector>
-
-inline std::string Narrow(const WCHAR* text) {
-    std::string narrow;
-    for (; text && *text; ++text) narrow += *text < 128 ? static_cast<char>(*text) : '?';
-    return narrow;
-}
 
 class SideStoresTest : public StoreTest {
 protected:
