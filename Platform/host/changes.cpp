@@ -5,6 +5,7 @@
 #include "Platform/windows.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <fcntl.h>
 #include <linux/futex.h>
@@ -33,21 +34,30 @@ void Futex(std::atomic<DWORD>* word, int operation, DWORD value) {
     syscall(SYS_futex, word, operation, value, nullptr, nullptr, 0);
 }
 
+// The file has its bytes, and room for them on the disk: a write to a mapped hole of a full disk would end the process.
+bool HasRoom(int file, off_t bytes) {
+    struct stat info {};
+    if (fstat(file, &info) != 0 || !S_ISREG(info.st_mode)) return false;
+    if (fallocate(file, 0, 0, bytes) == 0) return true;
+    // A file system that can't say so mostly has no holes either.
+    return errno == EOPNOTSUPP && (info.st_size >= bytes || ftruncate(file, bytes) == 0);
+}
+
 } // namespace
 
-SharedCounters::SharedCounters(const std::string& path) {
-    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (file < 0) return;
-    struct stat info {};
-    const bool large = fstat(file, &info) == 0 && S_ISREG(info.st_mode) &&
-                       (info.st_size >= static_cast<off_t>(kBytes) || ftruncate(file, kBytes) == 0);
-    void* map = large ? mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0) : MAP_FAILED;
-    if (map != MAP_FAILED) m_map = map;
-    close(file);
-}
+SharedCounters::SharedCounters(std::string path) : m_path(std::move(path)) { Map(); }
 
 SharedCounters::~SharedCounters() {
     if (m_map) munmap(m_map, kBytes);
+}
+
+void SharedCounters::Map() {
+    const int file = open(m_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (file < 0) return;
+    void* map = MAP_FAILED;
+    if (HasRoom(file, kBytes)) map = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    if (map != MAP_FAILED) m_map = map;
+    close(file);
 }
 
 std::atomic<DWORD>* SharedCounters::Slot(CEOID database) const {
@@ -59,6 +69,7 @@ DWORD SharedCounters::Load(CEOID database) const {
 }
 
 DWORD SharedCounters::MarkBusy(CEOID database) {
+    if (!m_map) Map(); // others may have them by now, and must hear of this writer
     if (!m_map) return 1;
     const DWORD before = Slot(database)->load(std::memory_order_acquire);
     const DWORD busy = before + (before & 1 ? 2 : 1);

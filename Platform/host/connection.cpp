@@ -175,8 +175,9 @@ DWORD Connection::Open(const std::string& path, bool create, std::unique_ptr<Con
     Distrust(db);
     sqlite3_busy_handler(db, WaitForOthers, connection.get());
     sqlite3_wal_hook(db, CountLogPages, &connection->m_logPages);
-    const DWORD error = connection->Execute("PRAGMA synchronous=FULL; PRAGMA secure_delete=FAST;"
-                                            "PRAGMA temp_store=MEMORY; PRAGMA cache_size=-8192");
+    const DWORD error =
+        connection->Execute("PRAGMA synchronous=FULL; PRAGMA secure_delete=FAST;"
+                            "PRAGMA temp_store=MEMORY; PRAGMA cache_size=-8192; PRAGMA cell_size_check=ON");
     if (!error) out = std::move(connection);
     return error;
 }

@@ -152,7 +152,7 @@ private:
 // what was read ahead is good as long as the slot is even and unchanged. One word counts commits and is waited on.
 class SharedCounters {
 public:
-    explicit SharedCounters(const std::string& path);
+    explicit SharedCounters(std::string path);
     ~SharedCounters();
     SharedCounters(const SharedCounters&) = delete;
     SharedCounters& operator=(const SharedCounters&) = delete;
@@ -171,9 +171,11 @@ public:
 private:
     static constexpr size_t kSlots = 256;
     static constexpr size_t kBytes = 4096;
+    void Map();
     std::atomic<DWORD>* Slot(CEOID database) const;
 
-    void* m_map = nullptr;
+    const std::string m_path;
+    std::atomic<void*> m_map{nullptr};
 };
 
 struct Change {

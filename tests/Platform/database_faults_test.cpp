@@ -150,6 +150,22 @@ TEST_F(Faults, AWriteThatFailsMidwayIsTold) {
     EXPECT_EQ(Walk(db, kNumber), "1 2");
 }
 
+// A write to a mapped file that has no place on a full disk would end the process.
+TEST_F(Faults, TheCountersHaveTheirPlaceOnDisk) {
+    const std::string counters = HostPath("test.vol-gen");
+    std::filesystem::create_directory(counters); // for once they can't be had
+    const HANDLE db = CreateAndOpen(u"d");
+    for (const LONG n : {1, 2, 3}) ASSERT_TRUE(Add(db, Values().Int(1, n)));
+    EXPECT_EQ(Walk(db, kNumber), "1 2 3");
+    std::filesystem::remove(counters);
+    ASSERT_TRUE(CeDeleteRecord(db, First(db)));
+    EXPECT_EQ(Walk(db, kNumber), "2 3");
+    struct stat info {};
+    ASSERT_EQ(stat(counters.c_str(), &info), 0);
+    EXPECT_GE(info.st_blocks * 512, info.st_size);
+    EXPECT_GT(info.st_size, 0);
+}
+
 TEST_F(Faults, ASyncThatFailsIsTold) {
     Create(u"f");
     const HANDLE session = NewSession();
