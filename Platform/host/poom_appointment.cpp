@@ -279,18 +279,21 @@ HRESULT AppointmentItem::OpenOccurrence(DWORD day, Ref<PoomItem>& occurrence) {
     return S_OK;
 }
 
-HRESULT OccurrencesOf(PoomItem& item, Seconds from, Seconds span, std::vector<OccurrenceTimes>& times) {
+HRESULT OccurrencesOf(PoomItem& item, Seconds from, Seconds span, bool plain,
+                      std::vector<OccurrenceTimes>& times) {
     Series series;
     if (HRESULT hr = static_cast<AppointmentItem&>(item).CurrentSeries(series); FAILED(hr)) return hr;
     if (HRESULT hr = CountEnd(series); FAILED(hr)) return hr;
     Seconds first = SecondsFromMinutes(series.startDate + series.startTime);
     if (!series.changed.empty()) first = std::min(first, SecondsFromMinutes(series.changed.front().start));
     from = std::max(from, first);
-    for (DWORD day :
-         RuleDates(series, MinutesFromSeconds(DayOf(from)), MinutesFromSeconds(DayOf(from + span)))) {
+    std::vector<DWORD> days;
+    if (plain)
+        days = RuleDates(series, MinutesFromSeconds(DayOf(from)), MinutesFromSeconds(DayOf(from + span)));
+    std::erase_if(days, [&](DWORD day) { return series.IsDeleted(day); });
+    for (DWORD day : days) {
         const Seconds start = SecondsFromMinutes(day + series.startTime);
-        if (!series.IsDeleted(day))
-            times.push_back({day, start, start + SecondsFromMinutes(series.duration), false});
+        times.push_back({day, start, start + SecondsFromMinutes(series.duration), false});
     }
     for (const ChangedOccurrence& changed : series.changed)
         times.push_back({changed.OriginalDay(), SecondsFromMinutes(changed.start),

@@ -335,8 +335,10 @@ struct OccurrenceTimes {
     Seconds end;
     bool changed;
 };
-// Those that start at `from` or later and within `span` of it, or of the first one when that is later; ascending.
-HRESULT OccurrencesOf(PoomItem& series, Seconds from, Seconds span, std::vector<OccurrenceTimes>& times);
+// Those that start at `from` or later and within `span` of it, or of the first one when that is later; ascending. Without
+// `plain` the changed ones alone.
+HRESULT OccurrencesOf(PoomItem& series, Seconds from, Seconds span, bool plain,
+                      std::vector<OccurrenceTimes>& times);
 
 HRESULT MakeFolder(PoomApplication& app, int folder, IFolder** out);
 HRESULT MakeCollection(PoomApplication& app, int folder, IPOutlookItemCollection** out);

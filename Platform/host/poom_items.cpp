@@ -143,13 +143,13 @@ private:
     }
     // A damaged or uncountable series has no occurrences; the others are to be seen.
     HRESULT AddOccurrences(PoomItem& series, const Filter& filter, std::vector<Row>& rows) {
-        std::vector<OccurrenceTimes> times;
-        if (FAILED(OccurrencesOf(series, FirstStart(filter), kOccurrenceSpan, times))) return S_OK;
         const bool passes = std::ranges::all_of(filter, [&](const Condition& condition) {
             return IsOfTime(condition) || Passes(series, condition);
         });
+        std::vector<OccurrenceTimes> times;
+        if (FAILED(OccurrencesOf(series, FirstStart(filter), kOccurrenceSpan, passes, times))) return S_OK;
         for (const OccurrenceTimes& one : times)
-            if (one.changed ? ChangedPasses(series, one.day, filter) : passes && InTime(one, filter))
+            if (InTime(one, filter) && (!one.changed || ChangedPasses(series, one.day, filter)))
                 AddOccurrence(series, one, rows);
         return S_OK;
     }
