@@ -202,6 +202,8 @@ bool PostToThread(const std::shared_ptr<Thread>& thread, const MSG& message) {
     {
         Desktop& desktop = TheDesktop();
         std::lock_guard lock(desktop.lock);
+        // Its queue may have gone since the thread was found; a new one would stay for ever.
+        if (thread->Ended()) return SetLastError(ERROR_INVALID_PARAMETER), false;
         if (!Enqueue(desktop.QueueOf(thread), message, receiver)) return false;
     }
     receiver->waker.Wake();
