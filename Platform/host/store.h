@@ -613,6 +613,7 @@ public:
 
 private:
     DWORD LoadAll();
+    bool IsCurrent();
     DWORD ReadOutside(BYTE* out, DWORD from, DWORD count);
 
     const std::shared_ptr<Database> m_database;

@@ -81,12 +81,22 @@ DWORD Stream::ReadOutside(BYTE* out, DWORD from, DWORD count) {
 DWORD Stream::LoadAll() {
     if (m_loaded) return 0;
     m_content.resize(m_size);
-    if (const DWORD error = ReadOutside(m_content.data(), 0, m_size)) {
-        m_content.clear();
-        return error;
-    }
-    m_loaded = true;
-    return 0;
+    const DWORD error = ReadOutside(m_content.data(), 0, m_size);
+    const bool unreadable = error == ERROR_BAD_FORMAT || error == ERROR_KEY_DELETED;
+    // What is damaged can still be written over: from there on it counts as zeros.
+    m_loaded = !error || (unreadable && IsCurrent());
+    if (m_loaded) return 0;
+    m_content.clear();
+    return error;
+}
+
+// Whether the record still names this stream, and not one that has replaced it.
+bool Stream::IsCurrent() {
+    Statement row = GetSession().Conn().Use(Sql::RecordGet);
+    if (!row.Bind(1, RecordRow(m_database->m_cursor.DatabaseOid(), m_oid)).Row()) return false;
+    const auto record = RecordView::Of(row.Blob(0));
+    const auto entry = record ? record->Find(m_propid) : std::nullopt;
+    return entry && entry->Outside() && (entry->second & ~kStreamOutside) == m_version;
 }
 
 DWORD Stream::WriteBytes(Bytes bytes) {

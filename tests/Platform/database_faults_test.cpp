@@ -152,18 +152,21 @@ TEST_F(Faults, AWriteThatFailsMidwayIsTold) {
 
 // A write to a mapped file that has no place on a full disk would end the process.
 TEST_F(Faults, TheCountersHaveTheirPlaceOnDisk) {
-    const std::string counters = HostPath("test.vol-gen");
-    std::filesystem::create_directory(counters); // for once they can't be had
+    struct stat info {};
+    ASSERT_TRUE(Mount(u"\\fresh.vol")); // nothing has been written to them yet
+    ASSERT_EQ(stat(HostPath("fresh.vol-gen").c_str(), &info), 0);
+    EXPECT_GT(info.st_size, 0);
+    EXPECT_GE(info.st_blocks * 512, info.st_size);
+
+    m_guid = {};
+    std::filesystem::create_directory(HostPath("test.vol-gen")); // for once they can't be had
     const HANDLE db = CreateAndOpen(u"d");
     for (const LONG n : {1, 2, 3}) ASSERT_TRUE(Add(db, Values().Int(1, n)));
     EXPECT_EQ(Walk(db, kNumber), "1 2 3");
-    std::filesystem::remove(counters);
+    std::filesystem::remove(HostPath("test.vol-gen"));
     ASSERT_TRUE(CeDeleteRecord(db, First(db)));
     EXPECT_EQ(Walk(db, kNumber), "2 3");
-    struct stat info {};
-    ASSERT_EQ(stat(counters.c_str(), &info), 0);
-    EXPECT_GE(info.st_blocks * 512, info.st_size);
-    EXPECT_GT(info.st_size, 0);
+    EXPECT_TRUE(std::filesystem::is_regular_file(HostPath("test.vol-gen")));
 }
 
 TEST_F(Faults, ASyncThatFailsIsTold) {
@@ -236,8 +239,10 @@ protected:
         const auto orders = {Order({{kNumber, 0}}), Order({{kText, 0}})};
         const HANDLE db = CreateAndOpen(u"d", orders);
         for (const LONG n : {1, 2, 3})
-            m_oids.push_back(
-                Add(db, Values().Int(1, n).Text(2, std::u16string(1, static_cast<WCHAR>(u'a' + n)))));
+            m_oids.push_back(Add(db, Values()
+                                         .Int(1, n)
+                                         .Text(2, std::u16string(1, static_cast<WCHAR>(u'a' + n)))
+                                         .Stream(3, Pattern(70000))));
         TearDown();
         PlatSetDeviceFolder(m_folder);
         Ask(damage);
@@ -292,6 +297,15 @@ INSTANTIATE_TEST_SUITE_P(
         "i.ord=ix.ord "
         "AND i.oid=?2) AS BLOB) WHERE oid=?1", // names its neighbour
         "UPDATE ix SET key=x'01' WHERE oid=?1"));
+
+TEST_F(Damaged, StreamsCanBeWrittenOver) {
+    Make("DELETE FROM strm WHERE id&0xFFFF=1"); // the middle one of each three pieces
+    const HANDLE db = Open(u"d");
+    First(db);
+    EXPECT_EQ(ReadStream(db, kStream), std::vector<BYTE>{0xEE});
+    ASSERT_TRUE(WriteStream(db, kStream, Pattern(40000, 5)));
+    EXPECT_EQ(ReadStream(db, kStream), Pattern(40000, 5));
+}
 
 TEST_F(Damaged, CountersMakeNoIdsThatCantBe) {
     Make("UPDATE tally SET next_oid=0 WHERE db=0");
