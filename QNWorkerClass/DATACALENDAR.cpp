@@ -23,6 +23,14 @@ BSTR CopyBstr(BSTR text) {
     return text ? SysAllocStringLen(text, SysStringByteLen(text) / sizeof(WCHAR)) : nullptr;
 }
 
+// A text that may be null or empty, as most lines' categories are: then a new empty one.
+WCHAR* CopyText(const WCHAR* text) {
+    if (text && *text) return _wcsdup(text);
+    auto* empty = static_cast<WCHAR*>(std::malloc(sizeof(WCHAR)));
+    if (empty) *empty = 0;
+    return empty;
+}
+
 } // namespace
 
 void DATACALENDAR::NullData() {
@@ -54,7 +62,7 @@ DATACALENDAR* DATACALENDAR::Copy() const {
     line->m_bstrLocation = CopyBstr(m_bstrLocation);
     line->m_bstrSpare = CopyBstr(m_bstrSpare);
     line->m_szIcon = m_szIcon && *m_szIcon ? _wcsdup(m_szIcon) : nullptr;
-    line->m_szCategories = _wcsdup(m_szCategories ? m_szCategories : u"");
+    line->m_szCategories = CopyText(m_szCategories);
     line->m_bListed = 1;
     return line;
 }

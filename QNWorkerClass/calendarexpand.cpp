@@ -6,6 +6,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -104,7 +105,6 @@ struct CCalendarThread::SpecialDays {
             changed.emplace_back(exception->RuleDay(), exception);
         std::ranges::stable_sort(changed, {}, &Changed::first);
     }
-    bool IsEmpty() const { return deleted.empty() && changed.empty(); }
     // The changed occurrence of the rule's date, of several the last; null without one.
     const CALENDAREXCEPTION* FindChanged(LONG day) const {
         auto behind = std::ranges::upper_bound(changed, day, {}, &Changed::first);
@@ -120,14 +120,15 @@ struct CCalendarThread::SpecialDays {
 template<class Skip>
 void CCalendarThread::WalkEvents(const RecurrenceRule& rule, bool overMidnight, Skip skip) {
     DATACALENDARDB& record = *m_pRecord;
-    const SpecialDays days(*m_pDeletedDates, record);
-    const bool isPlain = days.IsEmpty();
+    std::optional<SpecialDays> special; // most series have none
+    if (!m_pDeletedDates->IsEmpty() || !record.m_listExceptions.IsEmpty())
+        special.emplace(*m_pDeletedDates, record);
     RuleWalk walk(rule, m_range.first, m_range.last, overMidnight, RuleWalk::Entry::Calendar);
     for (; walk.InRange(); walk.Step()) {
         LONG day = walk.Day();
-        if (skip(day) || (!isPlain && fCheckDeleteExp(days, day))) continue;
+        if (skip(day) || (special && fCheckDeleteExp(*special, day))) continue;
         m_occurrence = {day, 0};
-        if (isPlain || !fCheckExp(record, days, day)) fFillEventInfo(record);
+        if (!special || !fCheckExp(record, *special, day)) fFillEventInfo(record);
     }
 }
 

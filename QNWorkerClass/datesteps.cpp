@@ -2,6 +2,7 @@
 
 #include "NorvoTools/datetime.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -82,10 +83,8 @@ LONG TableMonthLength(const CivilDate& date) {
 }
 
 CivilDate DateAdjust(const CivilDate& firstOfMonth, LONG patternDay) {
-    LONG length = TableMonthLength(firstOfMonth);
-    if (patternDay >= 29 && patternDay <= 31 && patternDay >= length)
-        return {firstOfMonth.year, firstOfMonth.month, length};
-    return CivilOf(DayOf(firstOfMonth) + patternDay - 1);
+    if (patternDay < 1 || patternDay > 31) return CivilOf(DayOf(firstOfMonth) + patternDay - 1);
+    return {firstOfMonth.year, firstOfMonth.month, std::min(patternDay, TableMonthLength(firstOfMonth))};
 }
 
 CivilDate IncrementMonth(const CivilDate& date, LONG patternDay) {
