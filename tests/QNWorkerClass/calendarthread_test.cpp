@@ -181,6 +181,18 @@ TEST_F(CalendarThread, BirthdaysOfTheOverlayAreOrderedByTheDayOfTheYear) {
         record.m_wBirthdayYear = record.m_stStart.wYear;
     };
     overlays.pfnAddAge = [](const CCalendarThread&, DATACALENDAR& line) { line.m_bRecurring = 0; };
+    overlays.pfnAddContacts = [](CCalendarThread& list, CeManualEvent*) {
+        for (int i = 0; i < 2; ++i) { // the same line twice shows once
+            auto* line = new DATACALENDAR;
+            line->m_nType = kLineContactDate;
+            line->m_oid = 0x80000001;
+            line->m_bAllDay = 1;
+            line->m_lDay = DayOfMinutes(Minutes("1990-02-02"));
+            line->m_dtStart = line->m_dtEnd = line->m_lDay;
+            line->m_bstrSubject = SysAllocString(u"Bob");
+            list.GetList().Add(line);
+        }
+    };
     SetCalendarOverlays(overlays);
     AddAppointment(u"Zoe").On("1970-12-01").AllDay().YearlyDay(12, 1).Save();
     AddAppointment(u"Abe").On("1990-02-02").AllDay().YearlyDay(2, 2).Save();
@@ -188,6 +200,7 @@ TEST_F(CalendarThread, BirthdaysOfTheOverlayAreOrderedByTheDayOfTheYear) {
     SetNumber(u"CAV_AppointmentFilter", kFilterBirthdays);
     CCalendarThread thread;
     EXPECT_DAYS(List(thread, "2020-01-01", "2020-01-02"), "Fri 1990-02-02 --\nFri 1990-02-02 all-day Abe\n"
+                                                          "Fri 1990-02-02 all-day Bob\n"
                                                           "Tue 1970-12-01 --\nTue 1970-12-01 all-day Zoe\n");
     EXPECT_EQ(0, thread.GetList().Get(2)->m_bRecurring);
 }
@@ -258,7 +271,14 @@ TEST_F(CalendarThread, CategoriesOfTheStore) {
         SetNumber(u"m_bIncludeNoCat", mode.includeNone);
         EXPECT_EQ(mode.subjects, Subjects(thread, "2010-03-01")) << mode.hide << mode.includeNone;
     }
+    // Without a chosen one the mode alone counts.
+    filter->m_list.Clear();
+    SetNumber(u"m_bIncludeNoCat", 0);
+    EXPECT_EQ("without;", Subjects(thread, "2010-03-01"));
+    SetNumber(u"bHideCategories", 0);
+    EXPECT_EQ("with;without;", Subjects(thread, "2010-03-01"));
     // The lists without a range know no such filter, nor one by status.
+    Choose(filter->m_list, {{u"Work", work}});
     SetNumber(u"ApptStatusFilter", 4);
     SetNumber(u"CAV_AppointmentFilter", kFilterHolidays);
     RemoveAll();
@@ -329,6 +349,12 @@ TEST_F(CalendarThread, WhatIsInTheCache) {
         EXPECT_EQ(test.inCacheForDays, thread.IsInCache(&date, test.days))
             << test.date << " and " << test.days;
     }
+    thread.SetRestrict(&first, &last, false); // with the times of day
+    SYSTEMTIME early = Date("2010-03-10 07:59");
+    SYSTEMTIME late = Date("2010-03-19 08:00");
+    EXPECT_TRUE(thread.IsInCache(&early));
+    EXPECT_FALSE(thread.IsInCache(&early, 1));
+    EXPECT_TRUE(thread.IsInCache(&late, 1));
     SYSTEMTIME none = {2010, 2, 0, 31, 0, 0, 0, 0};
     thread.SetRestrict(&none, &last, true); // no such date: nothing changes
     EXPECT_TRUE(thread.IsInCache(&inside));
