@@ -309,12 +309,23 @@ TEST_F(Registry, AReplacedFileIsAnother) {
     EXPECT_EQ(Key(u"Fresh").Get(u"v"), 2);
 }
 
-TEST_F(Registry, ALinkIsNotFollowed) {
-    std::filesystem::create_symlink("../outside-" + std::filesystem::path(m_folder).filename().string(),
-                                    HostPath("registry.db"));
+TEST_F(Registry, WhatIsNoFileIsNotOpened) {
     HKEY opened = nullptr;
-    EXPECT_EQ(RegCreateKeyExW(HKEY_USERS, u"k", 0, nullptr, 0, 0, nullptr, &opened, nullptr), 5);
-    EXPECT_FALSE(OnDisk("../outside-" + std::filesystem::path(m_folder).filename().string()));
+    const auto make = [&] {
+        return RegCreateKeyExW(HKEY_USERS, u"k", 0, nullptr, 0, 0, nullptr, &opened, nullptr);
+    };
+    const std::string outside = std::filesystem::path(m_folder).filename().string() + "-outside";
+    std::filesystem::create_symlink("../" + outside, HostPath("registry.db"));
+    EXPECT_EQ(make(), 5);
+    EXPECT_FALSE(OnDisk("../" + outside));
+    std::filesystem::remove(HostPath("registry.db"));
+    std::filesystem::create_directory(HostPath("registry.db"));
+    EXPECT_EQ(make(), 5);
+    EXPECT_EQ(RegOpenKeyExW(HKEY_USERS, u"k", 0, 0, &opened),
+              5); // and not 2, as if nothing had ever been set
+    std::filesystem::remove(HostPath("registry.db"));
+    EXPECT_EQ(make(), 0);
+    RegCloseKey(opened);
 }
 
 TEST_F(DISABLED_RegistryOther, Writes) {
