@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr int kReadTries = 50;
+
 class Stream {
 public:
     Stream(HANDLE db, CEPROPID propid, DWORD access) : m_handle(CeOpenStream(db, propid, access)) {}
@@ -89,19 +91,25 @@ bool CeDb::ReadRec(CeDbRecord& rec, void* buffer, DWORD size, WORD count, const 
 bool CeDb::ReadStream(CEPROPID propid, CEBLOB* blob) {
     if (!IsOpen() || !blob) return false;
     *blob = {0, nullptr};
-    Stream stream(m_hDb, propid, STREAM_READ);
-    if (!stream.IsOpen()) return false;
-    const DWORD size = stream.Size();
-    if (size == 0) return false;
-    auto* bytes = static_cast<BYTE*>(LocalAlloc(LMEM_ZEROINIT, (std::size_t{size} + 1) & ~std::size_t{1}));
-    if (!bytes) return false;
-    DWORD read = 0;
-    if (!stream.ToStart() || !CeStreamRead(stream, bytes, size, &read)) {
+    // Another process may replace a stream between the calls; then it is opened anew.
+    for (int tries = 0; tries < kReadTries; ++tries) {
+        Stream stream(m_hDb, propid, STREAM_READ);
+        if (!stream.IsOpen()) return false;
+        const DWORD size = stream.Size();
+        if (size == 0) return false;
+        auto* bytes =
+            static_cast<BYTE*>(LocalAlloc(LMEM_ZEROINIT, (std::size_t{size} + 1) & ~std::size_t{1}));
+        if (!bytes) return false;
+        DWORD read = 0;
+        if (stream.ToStart() && CeStreamRead(stream, bytes, size, &read)) {
+            *blob = {read, bytes};
+            return true;
+        }
+        const DWORD error = GetLastError();
         LocalFree(bytes);
-        return false;
+        if (error != ERROR_KEY_DELETED) return false;
     }
-    *blob = {read, bytes};
-    return true;
+    return false;
 }
 
 bool CeDb::WriteStream(CEPROPID propid, const CEBLOB* blob) {

@@ -1,4 +1,5 @@
 // Items saved by several processes, and by processes that are killed: each save is there as a whole, or not at all.
+#include "NorvoTools/CeDb.h"
 #include "tests/support/helperprocess.h"
 #include "tests/support/poom.h"
 
@@ -224,12 +225,20 @@ TEST_F(PoomShared, TwoProcessesSaveAtOnce) {
     rule->put_Occurrences(2 * kSaves);
     ASSERT_EQ(series->Save(), S_OK);
 
+    CeDb lists;
+    const CEOID record = Read(RecordOf(kSharedSeries), {PIMPR_NUMBER}).Oid();
+    ASSERT_TRUE(lists.MountVolumeEDB(u"\\pim.vol", false) && lists.Open(u"Appointments Database"));
     Child child(m_folder, "beside", 1000);
     LONG told = 0;
     ASSERT_TRUE(child.Hear(told));
     for (LONG i = 0; i < kSaves; ++i) {
         EXPECT_EQ(Write(NewAppointment(), uid, 2000 + i * kStates), S_OK);
         EXPECT_EQ(ChangeOn(Open<IAppointment>(kSharedSeries), At("2010-01-02") + 2 * i, Bstr(u"ours")), S_OK);
+        for (int reads = 0; reads < 40; ++reads) { // a list always finds the rule, whoever changes it
+            CEBLOB block{};
+            EXPECT_TRUE(lists.SeekTo(record) && lists.ReadStream(PIMPR_RECURRENCE, &block)) << i;
+            LocalFree(block.lpb);
+        }
     }
     int done = 0;
     do {
