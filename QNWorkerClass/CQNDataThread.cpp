@@ -58,7 +58,7 @@ bool HoldsAny(const std::vector<LONG>& ids, const CFullCategoryList& list) {
 
 CQNDataThread::CQNDataThread() : CeWorkerThread(false, nullptr, 6000), m_pDb(std::make_unique<CeDb>()) {}
 
-// The order of the databases is told: the main one, associations, named properties, then links and journal.
+// The databases go in this order: the main one, associations, named properties, then links and journal.
 CQNDataThread::~CQNDataThread() {
     m_recNamed.DetachBuffer();
     m_recCategory.DetachBuffer();

@@ -109,7 +109,7 @@ protected:
     std::unique_ptr<CeDb> m_pDbGoals;
     std::unique_ptr<CeDb> m_pDbCompass;
     // -1 from construction on, and nothing else writes it: so the setting SizeNoteCheck is never read and the size rule
-    // of IsNoteEmpty always holds. That is the required outcome.
+    // of IsNoteEmpty always holds. It must stay so: notes show their icons by it.
     LONG m_nSizeNoteCheck = -1;
 
 private:

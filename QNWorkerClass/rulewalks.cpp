@@ -251,7 +251,7 @@ void RuleWalk::EnterMonthlyNth(LONG lo) {
 
 // The calendar enters in the year before the range, or one year of days earlier when the month is past the range's. The
 // count of those days is by the year and not by where its February lies, which leaves a series of 1 to 28 February a day
-// off in ranges that begin in January of a year next to a leap year. Kept: it is the told arithmetic of these lists.
+// off in ranges that begin in January of a year next to a leap year. Kept: lists have always shown these dates.
 void RuleWalk::EnterYearlyDay(LONG lo) {
     CivilDate range = CivilOf(lo);
     CivilDate date = DateAdjust({CivilOf(m_rule.startDay).year, m_rule.month, 1}, m_rule.day);
