@@ -8,6 +8,8 @@
 #include "Platform/strings.h"
 
 #include <algorithm>
+#include <set>
+#include <string_view>
 
 namespace {
 
@@ -148,12 +150,13 @@ bool CCategoryBase::ExpandGroup(int nIndex, bool bExpand) {
 }
 
 void CCategoryFilterDlg::SetupChecks(const CFullCategoryList& chosen) {
-    for (const CFullCategory* category : chosen) {
-        for (CCategoryItemList* row : m_rows) {
-            if (row->IsHeader() || !category->m_szName || row->m_szName != category->m_szName) continue;
-            row->m_nCheck = 1;
-            if (!m_bDuplicates) break;
-        }
+    std::set<std::u16string_view> names;
+    for (const CFullCategory* category : chosen)
+        if (category->m_szName) names.insert(category->m_szName);
+    for (CCategoryItemList* row : m_rows) {
+        if (row->IsHeader() || !names.contains(row->m_szName)) continue;
+        row->m_nCheck = 1;
+        if (!m_bDuplicates) names.erase(row->m_szName);
     }
 }
 
