@@ -172,10 +172,11 @@ HRESULT PoomItem::GetProps(const CEPROPID* ids, ULONG flags, WORD count, CEPROPV
             wanted.assign(ids, ids + count);
         else
             wanted = AllIds();
-        for (CEPROPID id : wanted) ForCaller(id); // reads what isn't here yet, so that nothing moves below
+        for (CEPROPID id : wanted) // reads what isn't here yet, so that nothing moves below
+            if (!IsStream(id)) ForCaller(id);
         std::vector<const PropValue*> found;
         found.reserve(wanted.size());
-        for (CEPROPID id : wanted) found.push_back(ForCaller(id));
+        for (CEPROPID id : wanted) found.push_back(IsStream(id) ? nullptr : ForCaller(id));
         return GiveBlock(wanted, found, flags, values, size, heap);
     });
 }
