@@ -19,24 +19,18 @@ std::u16string Text(const WCHAR* text) { return text ? text : u"(null)"; }
 // All fields of a line but m_pTask, in their order.
 std::u16string Told(const DATACALENDAR& line) {
     std::u16string text;
-    auto number = [&text](auto value) {
-        for (char c : std::to_string(value)) text += static_cast<WCHAR>(c);
-        text += u' ';
+    auto numbers = [&text](auto... values) {
+        for (const std::string& value : {std::to_string(values)...})
+            text += std::u16string(value.begin(), value.end()) + u' ';
     };
-    auto bstr = [&text](BSTR value) { text += value ? std::u16string(value, SysStringLen(value)) : u"-"; };
-    for (LONGLONG value : {LONGLONG{line.m_oid}, LONGLONG{line.m_oidRecord}, LONGLONG{line.m_wMeeting},
-                           LONGLONG{line.m_lBusyStatus}, LONGLONG{line.m_lDuration}, LONGLONG{line.m_lDay}})
-        number(value);
-    number(line.m_dtStart);
-    number(line.m_dtEnd);
-    for (BSTR value : {line.m_bstrSubject, line.m_bstrLocation, line.m_bstrSpare}) bstr(value);
+    numbers(line.m_oid, line.m_oidRecord, line.m_wMeeting, line.m_lBusyStatus, line.m_lDuration, line.m_lDay,
+            line.m_dtStart, line.m_dtEnd);
+    for (BSTR value : {line.m_bstrSubject, line.m_bstrLocation, line.m_bstrSpare})
+        text += value ? std::u16string(value, SysStringLen(value)) : u"-";
     text += Text(line.m_szIcon) + Text(line.m_szCategories);
-    for (int flag :
-         {int{line.m_bHasLink}, int{line.m_bHasJournalLink}, int{line.m_bHasNote}, int{line.m_bAllDay},
-          int{line.m_bPrivate}, int{line.m_bRecurring}, int{line.m_bException}, int{line.m_bReminder},
-          line.m_bSortLast, line.m_nType, int{line.m_bEndsEarlier}, int{line.m_wAnniversaryYear},
-          int{line.m_wBirthdayYear}, int{line.m_bListed}})
-        number(flag);
+    numbers(line.m_bHasLink, line.m_bHasJournalLink, line.m_bHasNote, line.m_bAllDay, line.m_bPrivate,
+            line.m_bRecurring, line.m_bException, line.m_bReminder, line.m_bSortLast, line.m_nType,
+            line.m_bEndsEarlier, line.m_wAnniversaryYear, line.m_wBirthdayYear, line.m_bListed);
     return text;
 }
 
