@@ -55,10 +55,6 @@ protected:
         std::free(text);
         return narrow;
     }
-    static bool HasStore(const WCHAR* name, DWORD sort) {
-        CeDb db;
-        return db.Open(name, sort);
-    }
 
     COutlook m_outlook;
 };
