@@ -3,11 +3,11 @@
 #include "Platform/clock.h"
 #include "Platform/databases.h"
 #include "Platform/files.h"
-#include "Platform/rulewalk.h"
 #include "Platform/stream.h"
 #include "QNWorkerClass/DATACALENDARDB.h"
 #include "QNWorkerClass/recurrenceblob.h"
 #include "apps/qn/commands.h"
+#include "apps/qn/exportparts.h"
 #include "apps/qn/exportzones.h"
 #include "apps/qn/icsrules.h"
 #include "apps/qn/icsfile.h"
@@ -15,11 +15,8 @@
 #include "apps/qn/output.h"
 #include "apps/qn/store.h"
 
-#include <cerrno>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <random>
 #include <set>
@@ -32,13 +29,6 @@ struct FreeComponent {
     void operator()(icalcomponent* component) const { icalcomponent_free(component); }
 };
 using Component = std::unique_ptr<icalcomponent, FreeComponent>;
-
-template<class Item, class Value>
-Value Get(Item* item, HRESULT (Item::*get)(Value*), Value fallback = {}) {
-    Value value = fallback;
-    (item->*get)(&value);
-    return value;
-}
 
 icaltimetype FromMinutes(std::int64_t minutes, bool isDate) {
     return ToIcal(civil::SystemTimeFromMinutes(minutes), isDate);
@@ -81,22 +71,14 @@ private:
         CeList<DWORD> deleted{0};
     };
 
-    template<class Visit>
-    void ForEach(int folder, Visit visit);
     void Complain(CEOID oid, const char* why) {
         ++m_failed;
         std::fprintf(stderr, "qn: item %u: %s\n", oid, why);
     }
     Component Begin(icalcomponent_kind kind, const std::string& uid);
-    void AddTime(icalcomponent* component, icalproperty* property, const std::string& tzid);
-    void AddText(icalcomponent* component, icalproperty* (*make)(const char*), const std::string& text);
-    void AddTexts(icalcomponent* component, IAppointment* item);
-    void AddPeople(icalcomponent* component, IAppointment* item);
-    void AddReminder(icalcomponent* component, IAppointment* item);
     icaltimetype Utc(DATE wall);
     void AddSingleTimes(icalcomponent* component, IAppointment* item);
     std::string UidOf(CEOID oid, const Com<IItem>& bag);
-    void AddOrganizer(icalcomponent* component, const Com<IItem>& bag, IAppointment* item);
     bool AddRule(icalcomponent* component, IRecurrencePattern* rule, const icaltimetype& start);
     void AddTaskRest(icalcomponent* component, ITask* item, const Com<IItem>& bag);
     bool ReadSeries(IAppointment* item, const Com<IItem>& bag, Series& series);
@@ -116,97 +98,12 @@ private:
     unsigned m_failed = 0; // items that are not there, or not wholly
 };
 
-template<class Visit>
-void Exporter::ForEach(int kind, Visit visit) {
-    Com<IFolder> folder;
-    Com<IPOutlookItemCollection> items;
-    HRESULT result = m_store.App()->GetDefaultFolder(kind, folder.Out());
-    if (SUCCEEDED(result)) result = folder->get_Items(items.Out());
-    if (FAILED(result)) throw StoreFailure("the store can't be read: " + Reason(result));
-    int count = 0;
-    items->get_Count(&count);
-    for (int i = 1; i <= count; ++i) {
-        Com<IDispatch> item;
-        if (SUCCEEDED(items->Item(i, item.Out())))
-            visit(item);
-        else
-            ++m_failed, std::fprintf(stderr, "qn: item %d of its folder can't be read\n", i);
-    }
-}
-
 Component Exporter::Begin(icalcomponent_kind kind, const std::string& uid) {
     Component component(icalcomponent_new(kind));
     icalcomponent_add_property(component.get(), icalproperty_new_uid(uid.c_str()));
     icalcomponent_add_property(component.get(), icalproperty_new_dtstamp(m_stamp));
     return component;
 }
-
-void Exporter::AddTime(icalcomponent* component, icalproperty* property, const std::string& tzid) {
-    if (!tzid.empty()) icalproperty_add_parameter(property, icalparameter_new_tzid(tzid.c_str()));
-    icalcomponent_add_property(component, property);
-}
-
-void Exporter::AddText(icalcomponent* component, icalproperty* (*make)(const char*),
-                       const std::string& text) {
-    if (!text.empty()) icalcomponent_add_property(component, make(text.c_str()));
-}
-
-template<class Item>
-std::string NoteOf(Item* item) {
-    CEBLOB ink{};
-    item->get_BodyInk(&ink);
-    std::string text = NoteText(ink);
-    LocalFree(ink.lpb);
-    return text;
-}
-
-void AddClass(icalcomponent* component, LONG sensitivity) {
-    if (sensitivity == 0) return;
-    icalcomponent_add_property(
-        component, icalproperty_new_class(sensitivity == 3 ? ICAL_CLASS_CONFIDENTIAL : ICAL_CLASS_PRIVATE));
-}
-
-void AddCategories(icalcomponent* component, const std::string& text) {
-    for (const std::string& name : SplitCategories(text))
-        icalcomponent_add_property(component, icalproperty_new_categories(name.c_str()));
-}
-
-void AddBusyStatus(icalcomponent* component, LONG busy) {
-    constexpr const char* kWords[] = {"FREE", "TENTATIVE", "BUSY", "OOF"};
-    icalcomponent_add_property(
-        component, icalproperty_new_transp(busy == 0 ? ICAL_TRANSP_TRANSPARENT : ICAL_TRANSP_OPAQUE));
-    if (busy < 0 || busy > 3) return;
-    icalproperty* words = icalproperty_new_x(kWords[busy]);
-    icalproperty_set_x_name(words, "X-MICROSOFT-CDO-BUSYSTATUS");
-    icalcomponent_add_property(component, words);
-}
-
-void Exporter::AddTexts(icalcomponent* component, IAppointment* item) {
-    AddText(component, &icalproperty_new_summary, TextOf(item, &IAppointment::get_Subject));
-    AddText(component, &icalproperty_new_location, TextOf(item, &IAppointment::get_Location));
-    AddText(component, &icalproperty_new_description, NoteOf(item));
-    AddCategories(component, TextOf(item, &IAppointment::get_Categories));
-    AddClass(component, Get(item, &IAppointment::get_Sensitivity));
-    AddBusyStatus(component, Get(item, &IAppointment::get_BusyStatus));
-}
-
-// One value of an item as its record has it; the block is freed with the object.
-class Property {
-public:
-    Property(const Com<IItem>& bag, CEPROPID id) {
-        ULONG size = 0;
-        if (bag && FAILED(bag->GetProps(&id, 0, 1, &m_value, &size, nullptr))) m_value = nullptr;
-    }
-    ~Property() { LocalFree(m_value); }
-    Property(const Property&) = delete;
-    Property& operator=(const Property&) = delete;
-    const CEPROPVAL* Value() const {
-        return m_value && !(m_value->wFlags & CEDB_PROPNOTFOUND) ? m_value : nullptr;
-    }
-
-private:
-    CEPROPVAL* m_value = nullptr;
-};
 
 // An item without a UID gets one here and keeps it, so that what is read back elsewhere or here is known again.
 std::string Exporter::UidOf(CEOID oid, const Com<IItem>& bag) {
@@ -222,62 +119,6 @@ std::string Exporter::UidOf(CEOID oid, const Com<IItem>& bag) {
     const HRESULT kept = bag->SetProps(0, 1, &value);
     if (FAILED(kept)) throw Failure("item " + std::to_string(oid) + " takes no UID: " + Reason(kept));
     return text;
-}
-
-// The store keeps the organizer's name; the address is that of the person of this name.
-void Exporter::AddOrganizer(icalcomponent* component, const Com<IItem>& bag, IAppointment* item) {
-    const Property property(bag, PIMPR_ORGANIZER_NAME);
-    const std::string name = property.Value() ? Utf8(property.Value()->val.lpwstr) : std::string();
-    if (name.empty()) return;
-    std::string address = name.find('@') == std::string::npos ? std::string(kNoAddress) : "mailto:" + name;
-    Com<IRecipients> people;
-    int count = 0;
-    if (SUCCEEDED(item->get_Recipients(people.Out()))) people->get_Count(&count);
-    for (int i = 1; i <= count; ++i) {
-        Com<IRecipient> person;
-        if (SUCCEEDED(people->Item(i, person.Out())) && TextOf(person.Get(), &IRecipient::get_Name) == name)
-            address = "mailto:" + TextOf(person.Get(), &IRecipient::get_Address);
-    }
-    icalproperty* organizer = icalproperty_new_organizer(address.c_str());
-    icalproperty_add_parameter(organizer, icalparameter_new_cn(name.c_str()));
-    icalcomponent_add_property(component, organizer);
-}
-
-void Exporter::AddPeople(icalcomponent* component, IAppointment* item) {
-    constexpr icalparameter_partstat kStates[] = {ICAL_PARTSTAT_NEEDSACTION, ICAL_PARTSTAT_ACCEPTED,
-                                                  ICAL_PARTSTAT_DECLINED, ICAL_PARTSTAT_TENTATIVE};
-    Com<IRecipients> people;
-    int count = 0;
-    if (FAILED(item->get_Recipients(people.Out())) || FAILED(people->get_Count(&count))) return;
-    for (int i = 1; i <= count; ++i) {
-        Com<IRecipient> person;
-        if (FAILED(people->Item(i, person.Out()))) continue;
-        const Com<IRecipient2> more = person.As<IRecipient2>(IID_IRecipient2);
-        icalproperty* attendee =
-            icalproperty_new_attendee(("mailto:" + TextOf(person.Get(), &IRecipient::get_Address)).c_str());
-        const std::string name = TextOf(person.Get(), &IRecipient::get_Name);
-        if (!name.empty()) icalproperty_add_parameter(attendee, icalparameter_new_cn(name.c_str()));
-        const LONG type = more ? Get(more.Get(), &IRecipient2::get_Type) : 1;
-        if (type == 2) icalproperty_add_parameter(attendee, icalparameter_new_role(ICAL_ROLE_OPTPARTICIPANT));
-        if (type == 3) icalproperty_add_parameter(attendee, icalparameter_new_cutype(ICAL_CUTYPE_RESOURCE));
-        const LONG state = more ? Get(more.Get(), &IRecipient2::get_MeetingResponseStatus) : 0;
-        icalproperty_add_parameter(attendee,
-                                   icalparameter_new_partstat(kStates[state >= 0 && state <= 3 ? state : 0]));
-        icalcomponent_add_property(component, attendee);
-    }
-}
-
-void Exporter::AddReminder(icalcomponent* component, IAppointment* item) {
-    if (Get(item, &IAppointment::get_ReminderSet) == VARIANT_FALSE) return;
-    icaltriggertype trigger{};
-    trigger.time = icaltime_null_time();
-    trigger.duration =
-        icaldurationtype_from_int(-60 * Get(item, &IAppointment::get_ReminderMinutesBeforeStart));
-    icalcomponent* alarm = icalcomponent_new(ICAL_VALARM_COMPONENT);
-    icalcomponent_add_property(alarm, icalproperty_new_action(ICAL_ACTION_DISPLAY));
-    icalcomponent_add_property(alarm, icalproperty_new_trigger(trigger));
-    AddText(alarm, &icalproperty_new_description, TextOf(item, &IAppointment::get_Subject));
-    icalcomponent_add_component(component, alarm);
 }
 
 // UTC of a moment on the device's clock, by the rules that held at the time.
@@ -378,9 +219,7 @@ void Exporter::WriteException(IAppointment* item, const Series& series, const CA
 
 void Exporter::Appointment(IAppointment* item) {
     const auto oid = static_cast<CEOID>(Get(item, &IAppointment::get_Oid));
-    void* found = nullptr;
-    item->QueryInterface(IID_IItem, &found);
-    const Com<IItem> bag(static_cast<IItem*>(found));
+    const Com<IItem> bag = BagOf(item);
     const std::string uid = UidOf(oid, bag);
     const Component event = Begin(ICAL_VEVENT_COMPONENT, uid);
     Series series;
@@ -400,7 +239,7 @@ void Exporter::Appointment(IAppointment* item) {
         AddSingleTimes(event.get(), item);
     }
     AddTexts(event.get(), item);
-    AddOrganizer(event.get(), bag, item);
+    AddOrganizer(event.get(), item);
     AddPeople(event.get(), item);
     AddReminder(event.get(), item);
     Write(m_output, event.get());
@@ -411,7 +250,7 @@ void Exporter::Appointment(IAppointment* item) {
 }
 
 void Exporter::Appointments() {
-    ForEach(olFolderCalendar, [&](const Com<IDispatch>& item) {
+    m_failed += m_store.ForEach(olFolderCalendar, [&](const Com<IDispatch>& item) {
         if (const auto appointment = item.As<IAppointment>(IID_IAppointment)) Appointment(appointment.Get());
     });
 }
@@ -429,13 +268,7 @@ void Exporter::AddTaskRest(icalcomponent* component, ITask* item, const Com<IIte
     if (Get(item, &ITask::get_ReminderSet) != VARIANT_FALSE && reminder < kNoDate) {
         icaltriggertype trigger{};
         trigger.time = Utc(reminder);
-        icalcomponent* alarm = icalcomponent_new(ICAL_VALARM_COMPONENT);
-        icalcomponent_add_property(alarm, icalproperty_new_action(ICAL_ACTION_DISPLAY));
-        icalproperty* when = icalproperty_new_trigger(trigger);
-        icalproperty_add_parameter(when, icalparameter_new_value(ICAL_VALUE_DATETIME));
-        icalcomponent_add_property(alarm, when);
-        AddText(alarm, &icalproperty_new_description, TextOf(item, &ITask::get_Subject));
-        icalcomponent_add_component(component, alarm);
+        AddAlarm(component, trigger, TextOf(item, &ITask::get_Subject));
     }
     Com<IRecurrencePattern> rule;
     if (Get(item, &ITask::get_IsRecurring) == VARIANT_FALSE) return;
@@ -447,9 +280,7 @@ void Exporter::AddTaskRest(icalcomponent* component, ITask* item, const Com<IIte
 
 void Exporter::Task(ITask* item) {
     const auto oid = static_cast<CEOID>(Get(item, &ITask::get_Oid));
-    void* found = nullptr;
-    item->QueryInterface(IID_IItem, &found);
-    const Com<IItem> bag(static_cast<IItem*>(found));
+    const Com<IItem> bag = BagOf(item);
     const Component todo = Begin(ICAL_VTODO_COMPONENT, UidOf(oid, bag));
     const DATE start = Get(item, &ITask::get_StartDate, kNoDate);
     const DATE due = Get(item, &ITask::get_DueDate, kNoDate);
@@ -476,7 +307,7 @@ void Exporter::Task(ITask* item) {
 }
 
 void Exporter::Tasks() {
-    ForEach(olFolderTasks, [&](const Com<IDispatch>& item) {
+    m_failed += m_store.ForEach(olFolderTasks, [&](const Com<IDispatch>& item) {
         if (const auto task = item.As<ITask>(IID_ITask)) Task(task.Get());
     });
 }

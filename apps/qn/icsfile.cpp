@@ -111,6 +111,61 @@ std::uint64_t Hash(std::string_view text) {
     return hash;
 }
 
+// Where the value of a line begins: behind the first colon that stands in no quotes.
+std::size_t ValueOf(std::string_view line) {
+    bool quoted = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (line[i] == '"') quoted = !quoted;
+        if (line[i] == ':' && !quoted) return i + 1;
+    }
+    return line.size();
+}
+
+bool IsList(std::string_view head) {
+    return head.starts_with("EXDATE") || head.starts_with("RDATE") || head.starts_with("CATEGORIES");
+}
+
+// The library takes no more than 500 values of a line, and says nothing: a line of more becomes several.
+void AddLine(std::string& text, const std::string& folded) {
+    constexpr std::size_t kMostValues = 400;
+    constexpr std::size_t kLongestHead = 1000;
+    if (static_cast<std::size_t>(std::count(folded.begin(), folded.end(), ',')) < kMostValues) {
+        text += folded;
+        return;
+    }
+    std::string line;
+    for (std::size_t i = 0; i < folded.size(); ++i)
+        if (folded.compare(i, 2, "\r\n") == 0)
+            i += 2; // and the blank behind it
+        else
+            line += folded[i];
+    const std::string head = line.substr(0, ValueOf(line));
+    const bool isList = head.size() < kLongestHead && IsList(Upper(head));
+    text += head;
+    std::size_t values = 0;
+    for (std::size_t i = head.size(); i < line.size(); ++i) {
+        const bool separates = line[i] == ',' && line[i - 1] != '\\';
+        if (isList && separates && ++values % kMostValues == 0)
+            text += "\r\n" + head;
+        else
+            text += line[i];
+    }
+    text += "\r\n";
+}
+
+// The component with its long lists in several lines.
+std::string WithShortLists(const std::string& text) {
+    std::string result;
+    for (std::size_t begin = 0; begin < text.size();) {
+        std::size_t end = begin;
+        do end = text.find("\r\n", end) + 2;
+        while (end < text.size() && (text[end] == ' ' || text[end] == '\t'));
+        AddLine(result, text.substr(begin, end - begin));
+        begin = end;
+    }
+    return result;
+}
+
 class Reader {
 public:
     Reader(std::istream& in, const std::string& name, const std::function<void(std::size_t)>& progress)
@@ -187,7 +242,7 @@ private:
     }
 
     void Take(const std::string& text, unsigned line) {
-        const Component component(icalcomponent_new_from_string(text.c_str()));
+        const Component component(icalcomponent_new_from_string(WithShortLists(text).c_str()));
         if (!component || (icalcomponent_isa(component.get()) != ICAL_VEVENT_COMPONENT &&
                            icalcomponent_isa(component.get()) != ICAL_VTODO_COMPONENT)) {
             Skip(line, "can't be read");

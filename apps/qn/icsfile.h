@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <istream>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -62,7 +63,8 @@ struct IcsItem {
     std::optional<When> reminderTime;    // a moment of its own
     std::string organizer;
     std::vector<Attendee> attendees;
-    std::vector<std::string> unkept; // what the item has and no field of it can hold, in words
+    std::map<std::string, unsigned>
+        unkept; // what the item has and no field of it can hold, in words, and how often
     // To-dos only.
     bool isTodo = false;
     int priority = 0; // 1 to 9, 0 none

@@ -11,6 +11,7 @@ namespace {
 
 constexpr int kFirstYear = 1602; // the store's, with a day to spare for zones
 constexpr int kLastYear = 4499;
+constexpr std::size_t kMostAttendees = 1000;
 
 // --- Values -------------------------------------------------------------------------------------------------------
 
@@ -131,7 +132,7 @@ private:
     void TakeTodo();
     std::string TakeUnread();
     void TakeOthers();
-    void Unkept(std::string what) { m_item.unkept.push_back(std::move(what)); }
+    void Unkept(const std::string& what) { ++m_item.unkept[what]; }
 
     icalcomponent* m_component;
     IcsItem& m_item;
@@ -266,8 +267,10 @@ void Taker::TakePeople() {
         address = WithoutMailto(value ? value : "");
         if (m_item.organizer.empty()) m_item.organizer = address;
     }
-    ForEach(m_component, ICAL_ATTENDEE_PROPERTY,
-            [&](icalproperty* p) { m_item.attendees.push_back(AttendeeOf(p)); });
+    ForEach(m_component, ICAL_ATTENDEE_PROPERTY, [&](icalproperty* p) {
+        if (m_item.attendees.size() == kMostAttendees) return Unkept("attendees beyond a thousand");
+        m_item.attendees.push_back(AttendeeOf(p));
+    });
     // The store has the name alone, and the addresses of those who come.
     const bool told = address != m_item.organizer && address != kNoAddress;
     if (told && std::ranges::find(m_item.attendees, address, &Attendee::address) == m_item.attendees.end())

@@ -25,12 +25,6 @@ CEPROPVAL TextProperty(CEPROPID id, std::u16string& text) {
 
 } // namespace
 
-std::string JoinCategories(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-    return text;
-}
-
 DATE WholeDay(DATE date) { return std::floor(date); }
 
 IcsSaver::IcsSaver(Store& store, ZoneTable& zones, LONG horizonYears) : m_store(store), m_zones(zones) {
@@ -46,8 +40,22 @@ void IcsSaver::Remark(const std::string& what, unsigned times) {
     if (times) m_tally.remarks[what] += times;
 }
 
+// As the store takes them. It looks at all categories for each name: a file that makes one of every item must end, too.
+std::string IcsSaver::Categories(const IcsItem& item) {
+    constexpr std::size_t kMostNames = 1000;
+    std::string text;
+    for (const std::string& name : item.categories) {
+        if (m_categories.size() < kMostNames) m_categories.insert(name);
+        if (m_categories.contains(name))
+            text += (text.empty() ? "" : ", ") + name;
+        else
+            Remark("categories behind the first thousand of the file");
+    }
+    return text;
+}
+
 void IcsSaver::RemarkUnkept(const IcsItem& item) {
-    for (const std::string& what : item.unkept) Remark(what);
+    for (const auto& [what, times] : item.unkept) Remark(what, times);
 }
 
 void IcsSaver::Complain(unsigned line, std::string why) { m_complaints.push_back({line, std::move(why)}); }
@@ -157,7 +165,7 @@ bool IcsSaver::SaveSingle(const IcsItem& item, const When& start, std::optional<
 void IcsSaver::FillTexts(IAppointment* appointment, const IcsItem& item) {
     Check(appointment->put_Subject(Bstr(Utf16(item.summary))));
     Check(appointment->put_Location(Bstr(Utf16(item.location))));
-    Check(appointment->put_Categories(Bstr(Utf16(JoinCategories(item.categories)))));
+    Check(appointment->put_Categories(Bstr(Utf16(Categories(item)))));
     Check(appointment->put_Sensitivity(item.sensitivity));
     Check(appointment->put_BusyStatus(item.busyStatus));
     std::vector<BYTE> note = NoteBytes(item.note);

@@ -6,6 +6,7 @@
 #include "apps/qn/store.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -128,6 +129,7 @@ private:
     CEOID FindItem(const Identity& identity);
     bool Delete(CEOID oid);
     void Finish(Target& target, const IcsItem& item, const Identity& identity);
+    std::string Categories(const IcsItem& item);
     void FillTexts(IAppointment* appointment, const IcsItem& item);
     void FillPeople(const Target& target, const IcsItem& item);
     void FillReminder(IAppointment* appointment, const IcsItem& item);
@@ -155,11 +157,11 @@ private:
     ZoneTable& m_zones;
     LONG m_horizonDay;
     int m_thisYear;
+    std::set<std::string> m_categories; // that items of this file got
     ImportTally m_tally;
     std::vector<Complaint> m_complaints;
 };
 
-std::string JoinCategories(const std::vector<std::string>& names);
 DATE WholeDay(DATE date);
 
 } // namespace qn

@@ -90,10 +90,7 @@ void IcsSaver::GiveZone(IAppointment* appointment, const Series& series, const P
     CEPROPVAL value{};
     value.propid = PIMPR_TIMEZONE;
     value.val.blob = {sizeof zone, reinterpret_cast<BYTE*>(&zone)};
-    void* properties = nullptr;
-    Check(appointment->QueryInterface(IID_IItem, &properties));
-    const Com<IItem> bag(static_cast<IItem*>(properties));
-    Check(bag->SetProps(0, 1, &value));
+    Check(BagOf(appointment)->SetProps(0, 1, &value));
 }
 
 // --- As a pattern -------------------------------------------------------------------------------------------------
@@ -364,13 +361,9 @@ void IcsSaver::SaveOrphans(const IcsGroup& group) {
         return;
     }
     Series series;
-    CEPROPVAL* zone = nullptr;
-    ULONG size = 0;
-    const CEPROPID id = PIMPR_TIMEZONE;
-    Check(stored.As<IItem>(IID_IItem)->GetProps(&id, 0, 1, &zone, &size, nullptr));
-    if (!(zone->wFlags & CEDB_PROPNOTFOUND) && zone->val.blob.dwCount == sizeof(TIME_ZONE_INFORMATION))
-        series.rules = *reinterpret_cast<const TIME_ZONE_INFORMATION*>(zone->val.blob.lpb);
-    LocalFree(zone);
+    const Property zone(BagOf(stored.Get()), PIMPR_TIMEZONE);
+    if (zone.Value() && zone.Value()->val.blob.dwCount == sizeof(TIME_ZONE_INFORMATION))
+        series.rules = *reinterpret_cast<const TIME_ZONE_INFORMATION*>(zone.Value()->val.blob.lpb);
     Com<IRecurrencePattern> rule;
     Check(stored->GetRecurrencePattern(rule.Out()));
     for (const IcsItem* change : group.changes) {

@@ -38,7 +38,7 @@ void IcsSaver::SaveTask(const IcsItem& item) {
 
 void IcsSaver::FillTask(ITask* task, const IcsItem& item, const Com<IItem>& properties, bool isNew) {
     Check(task->put_Subject(Bstr(Utf16(item.summary))));
-    Check(task->put_Categories(Bstr(Utf16(JoinCategories(item.categories)))));
+    Check(task->put_Categories(Bstr(Utf16(Categories(item)))));
     Check(task->put_Sensitivity(item.sensitivity));
     Check(task->put_Importance(ImportanceOf(item.priority)));
     std::vector<BYTE> note = NoteBytes(item.note);

@@ -8,7 +8,7 @@
 
 #include <unicode/ucal.h>
 
-#include <cctype>
+#include <algorithm>
 
 namespace qn {
 
@@ -106,11 +106,33 @@ TIME_ZONE_INFORMATION RulesFromDefinition(icaltimezone* zone, int year) {
     return rules;
 }
 
-bool HasOffset(icalcomponent* definition) {
+// One day of each year, as the rules of zones are. The library writes out all their changes, whatever they are.
+bool IsYearly(icalproperty* property) {
+    const icalrecurrencetype rule = icalproperty_get_rrule(property);
+    const auto atMost = [](const short* list, std::size_t count) {
+        return std::find(list, list + count + 1, short{ICAL_RECURRENCE_ARRAY_MAX}) != list + count + 1;
+    };
+    constexpr std::size_t kDaysOfMonth = 31;
+    return rule.freq == ICAL_YEARLY_RECURRENCE && !rule.rscale && atMost(rule.by_month, 1) &&
+           atMost(rule.by_day, 1) &&
+           atMost(rule.by_month_day, rule.by_day[0] == ICAL_RECURRENCE_ARRAY_MAX ? 1 : kDaysOfMonth) &&
+           atMost(rule.by_year_day, 1) && atMost(rule.by_week_no, 0) && atMost(rule.by_hour, 1) &&
+           atMost(rule.by_minute, 1) && atMost(rule.by_second, 1);
+}
+
+// Whether the definition says what the offset is, in changes that can be counted.
+bool IsSane(icalcomponent* definition) {
+    constexpr int kMostParts = 400;
+    if (icalcomponent_count_components(definition, ICAL_ANY_COMPONENT) > kMostParts) return false;
+    bool hasOffset = false;
     for (icalcomponent* part = icalcomponent_get_first_component(definition, ICAL_ANY_COMPONENT); part;
-         part = icalcomponent_get_next_component(definition, ICAL_ANY_COMPONENT))
-        if (icalcomponent_get_first_property(part, ICAL_TZOFFSETTO_PROPERTY)) return true;
-    return false;
+         part = icalcomponent_get_next_component(definition, ICAL_ANY_COMPONENT)) {
+        hasOffset = hasOffset || icalcomponent_get_first_property(part, ICAL_TZOFFSETTO_PROPERTY);
+        for (icalproperty* rule = icalcomponent_get_first_property(part, ICAL_RRULE_PROPERTY); rule;
+             rule = icalcomponent_get_next_property(part, ICAL_RRULE_PROPERTY))
+            if (!IsYearly(rule)) return false;
+    }
+    return hasOffset;
 }
 
 } // namespace
@@ -151,8 +173,9 @@ bool ZoneTable::AddDefinition(const std::string& text) {
     }
     const char* tzid = icaltimezone_get_tzid(zone.get());
     if (!tzid) return false;
-    // One that defines nothing would count as UTC: its name must say what it is.
-    if (HasOffset(component)) m_definitions.try_emplace(tzid, std::move(zone));
+    // One that defines nothing would count as UTC, one of other rules than zones have may take for ever: then its name must
+    // say what it is.
+    if (IsSane(component)) m_definitions.try_emplace(tzid, std::move(zone));
     return true;
 }
 

@@ -228,8 +228,9 @@ bool ImportFile(Store& store, const std::string& name, const ImportWishes& wishe
         PrintSome(complaints, "skipped", [&](const IcsSaver::Complaint& complaint) {
             std::printf("  skipped %s:%u: %s\n", name.c_str(), complaint.line, complaint.why.c_str());
         });
-        for (const std::string& zone : file.zones.Unknown())
+        PrintSome(file.zones.Unknown(), "unknown time zones", [](const std::string& zone) {
             std::printf("  time zone \"%s\" is not known: taken as the device's\n", Printable(zone).c_str());
+        });
     }
     if (wishes.timing)
         std::printf("  read in %.3f s, saved in %.3f s: %.0f events a second\n", read, saved,

@@ -22,13 +22,6 @@ struct FolderKind {
 constexpr FolderKind kFolders[] = {
     {"appointments", olFolderCalendar}, {"tasks", olFolderTasks}, {"contacts", olFolderContacts}};
 
-template<class Item, class Value>
-Value Get(Item* item, HRESULT (Item::*get)(Value*), Value fallback = {}) {
-    Value value = fallback;
-    (item->*get)(&value);
-    return value;
-}
-
 std::string When(IAppointment* item) {
     const DATE start = Get(item, &IAppointment::get_Start);
     const bool allDay = Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE;
@@ -99,20 +92,6 @@ void PrintItem(const Com<IDispatch>& item, bool json) {
         PrintContact(contact.Get(), json);
 }
 
-void ListFolder(Store& store, int kind, bool json) {
-    Com<IFolder> folder;
-    Com<IPOutlookItemCollection> items;
-    HRESULT result = store.App()->GetDefaultFolder(kind, folder.Out());
-    if (SUCCEEDED(result)) result = folder->get_Items(items.Out());
-    if (FAILED(result)) throw StoreFailure("the store can't be read: " + Reason(result));
-    int count = 0;
-    items->get_Count(&count);
-    for (int i = 1; i <= count; ++i) {
-        Com<IDispatch> item;
-        if (SUCCEEDED(items->Item(i, item.Out()))) PrintItem(item, json);
-    }
-}
-
 // --- One item -----------------------------------------------------------------------------------------------------
 
 void Field(const char* name, const std::string& value) {
@@ -177,15 +156,6 @@ std::string Describe(IRecurrencePattern* rule) {
            std::to_string(Get(rule, &IRecurrencePattern::get_Occurrences)) + " times)";
 }
 
-template<class Item>
-std::string Note(Item* item) {
-    CEBLOB ink{};
-    item->get_BodyInk(&ink);
-    std::string text = NoteText(ink);
-    LocalFree(ink.lpb);
-    return text;
-}
-
 std::string People(IAppointment* item) {
     Com<IRecipients> people;
     int count = 0;
@@ -202,6 +172,18 @@ std::string People(IAppointment* item) {
     return text;
 }
 
+std::string Privacy(LONG sensitivity) {
+    return Choice(sensitivity, {"", "personal", "private", "confidential"});
+}
+
+template<class Item>
+void ShowRule(Item* item) {
+    Com<IRecurrencePattern> rule;
+    if (Get(item, &Item::get_IsRecurring) != VARIANT_FALSE &&
+        SUCCEEDED(item->GetRecurrencePattern(rule.Out())))
+        Field("Repeats", Describe(rule.Get()));
+}
+
 void ShowAppointment(IAppointment* item) {
     const bool allDay = Get(item, &IAppointment::get_AllDayEvent) != VARIANT_FALSE;
     const LONG minutes = Get(item, &IAppointment::get_Duration);
@@ -213,17 +195,14 @@ void ShowAppointment(IAppointment* item) {
     Field("Categories", TextOf(item, &IAppointment::get_Categories));
     Field("Busy",
           Choice(Get(item, &IAppointment::get_BusyStatus), {"free", "tentative", "busy", "out of office"}));
-    Field("Privacy",
-          Choice(Get(item, &IAppointment::get_Sensitivity), {"", "personal", "private", "confidential"}));
+    Field("Privacy", Privacy(Get(item, &IAppointment::get_Sensitivity)));
     if (Get(item, &IAppointment::get_ReminderSet) != VARIANT_FALSE)
         Field("Reminder",
               std::to_string(Get(item, &IAppointment::get_ReminderMinutesBeforeStart)) + " minutes before");
-    if (Get(item, &IAppointment::get_IsRecurring) != VARIANT_FALSE) {
-        Com<IRecurrencePattern> rule;
-        if (SUCCEEDED(item->GetRecurrencePattern(rule.Out()))) Field("Repeats", Describe(rule.Get()));
-    }
+    ShowRule(item);
+    Field("Organizer", Property(BagOf(item), PIMPR_ORGANIZER_NAME).Text());
     Field("People", People(item));
-    Field("Note", Note(item));
+    Field("Note", NoteOf(item));
 }
 
 void ShowTask(ITask* item) {
@@ -232,8 +211,13 @@ void ShowTask(ITask* item) {
     Field("Due", Day(Get(item, &ITask::get_DueDate, kNoDate)));
     Field("Completed", Day(Get(item, &ITask::get_DateCompleted, kNoDate)));
     Field("Importance", Choice(Get(item, &ITask::get_Importance), {"low", "normal", "high"}));
+    Field("Privacy", Privacy(Get(item, &ITask::get_Sensitivity)));
+    const DATE reminder = Get(item, &ITask::get_ReminderTime, kNoDate);
+    if (Get(item, &ITask::get_ReminderSet) != VARIANT_FALSE && reminder < kNoDate)
+        Field("Reminder", Day(reminder) + " " + ClockTime(reminder));
+    ShowRule(item);
     Field("Categories", TextOf(item, &ITask::get_Categories));
-    Field("Note", Note(item));
+    Field("Note", NoteOf(item));
 }
 
 void ShowContact(IContact* item) {
@@ -241,7 +225,7 @@ void ShowContact(IContact* item) {
     Field("Birthday", Day(Get(item, &IContact::get_Birthday, kNoDate)));
     Field("Anniversary", Day(Get(item, &IContact::get_Anniversary, kNoDate)));
     Field("Categories", TextOf(item, &IContact::get_Categories));
-    Field("Note", Note(item));
+    Field("Note", NoteOf(item));
 }
 
 Com<IDispatch> OpenItem(Store& store, const std::string& word) {
@@ -261,9 +245,12 @@ int ListCommand(const Words& words) {
     if (!kind.empty() && std::ranges::find(kFolders, kind, &FolderKind::name) == std::end(kFolders))
         Usage("list: there are no " + kind);
     Store store;
+    unsigned unread = 0;
     for (const FolderKind& folder : kFolders)
-        if (kind.empty() || folder.name == kind) ListFolder(store, folder.folder, options.Has("--json"));
-    return kExitDone;
+        if (kind.empty() || folder.name == kind)
+            unread += store.ForEach(
+                folder.folder, [&](const Com<IDispatch>& item) { PrintItem(item, options.Has("--json")); });
+    return unread ? kExitFailed : kExitDone;
 }
 
 int ShowCommand(const Words& words) {

@@ -38,15 +38,43 @@ DWORD Store::NamedText(const WCHAR* name, DWORD& property, bool create) {
 std::string Store::Uid(CEOID oid) {
     Com<IItem> item;
     if (!UidProperty(false) || FAILED(m_app->GetItemFromOidEx(oid, 0, item.Out()))) return {};
-    const CEPROPID ids[] = {UidProperty(false), PartProperty(false)};
-    CEPROPVAL* values = nullptr;
-    ULONG size = 0;
-    if (FAILED(item->GetProps(ids, 0, ids[1] ? 2 : 1, &values, &size, nullptr))) return {};
-    std::string uid;
-    for (WORD i = 0; i < (ids[1] ? 2 : 1) && uid.empty(); ++i)
-        if (!(values[i].wFlags & CEDB_PROPNOTFOUND) && values[i].val.lpwstr) uid = Utf8(values[i].val.lpwstr);
-    LocalFree(values);
+    std::string uid = Property(item, UidProperty(false)).Text();
+    if (uid.empty() && PartProperty(false)) uid = Property(item, PartProperty(false)).Text();
     return uid;
+}
+
+unsigned Store::ForEach(int kind, const std::function<void(const Com<IDispatch>& item)>& visit) const {
+    Com<IFolder> folder;
+    Com<IPOutlookItemCollection> items;
+    HRESULT result = m_app->GetDefaultFolder(kind, folder.Out());
+    if (SUCCEEDED(result)) result = folder->get_Items(items.Out());
+    int count = 0;
+    if (SUCCEEDED(result)) result = items->get_Count(&count);
+    if (FAILED(result)) throw StoreFailure("the store can't be read: " + Reason(result));
+    unsigned unread = 0;
+    for (int i = 1; i <= count; ++i) {
+        Com<IDispatch> item;
+        const HRESULT got = items->Item(i, item.Out());
+        if (SUCCEEDED(got))
+            visit(item);
+        else
+            ++unread,
+                std::fprintf(stderr, "qn: item %d of its folder can't be read: %s\n", i, Reason(got).c_str());
+    }
+    return unread;
+}
+
+Property::Property(const Com<IItem>& bag, CEPROPID id) {
+    ULONG size = 0;
+    if (bag && FAILED(bag->GetProps(&id, 0, 1, &m_value, &size, nullptr))) m_value = nullptr;
+}
+
+const CEPROPVAL* Property::Value() const {
+    return m_value && !(m_value->wFlags & CEDB_PROPNOTFOUND) ? m_value : nullptr;
+}
+
+std::string Property::Text() const {
+    return Value() && m_value->val.lpwstr ? Utf8(m_value->val.lpwstr) : std::string();
 }
 
 std::string Reason(HRESULT result) {

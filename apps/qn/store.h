@@ -1,10 +1,12 @@
 // The store as the commands see it: the application object, items by OID, their UIDs and notes.
 #pragma once
 
+#include "Platform/databases.h"
 #include "Platform/poom.h"
 #include "Platform/types.h"
 #include "apps/qn/support.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +24,9 @@ public:
     DWORD PartProperty(bool create) { return NamedText(u"QN_ICalendarPart", m_partProperty, create); }
     // The UID, or what stands for one; empty when the item has none.
     std::string Uid(CEOID oid);
+    // The items of a folder, in the order of their numbers; one that can't be read is told on stderr. Gives how many those
+    // are.
+    unsigned ForEach(int folder, const std::function<void(const Com<IDispatch>& item)>& visit) const;
 
 private:
     DWORD NamedText(const WCHAR* name, DWORD& property, bool create);
@@ -43,13 +48,48 @@ std::string Reason(HRESULT result);
 std::string NoteText(const CEBLOB& ink);
 std::vector<BYTE> NoteBytes(std::string_view utf8);
 
-// The reference in `get` as its own text.
+// What a getter gives; the fallback when it fails.
+template<class Item, class Value>
+Value Get(Item* item, HRESULT (Item::*get)(Value*), Value fallback = {}) {
+    Value value = fallback;
+    (item->*get)(&value);
+    return value;
+}
 template<class Item>
 std::string TextOf(Item* item, HRESULT (Item::*get)(BSTR*)) {
     Bstr text;
     (item->*get)(text.Out());
     return Utf8(text.View());
 }
+template<class Item>
+std::string NoteOf(Item* item) {
+    CEBLOB ink{};
+    item->get_BodyInk(&ink);
+    std::string text = NoteText(ink);
+    LocalFree(ink.lpb);
+    return text;
+}
+
+// An item as the bag of its properties.
+inline Com<IItem> BagOf(IUnknown* item) {
+    void* found = nullptr;
+    item->QueryInterface(IID_IItem, &found);
+    return Com<IItem>(static_cast<IItem*>(found));
+}
+
+// One value of an item as its record has it; the block is freed with the object.
+class Property {
+public:
+    Property(const Com<IItem>& bag, CEPROPID id);
+    ~Property() { LocalFree(m_value); }
+    Property(const Property&) = delete;
+    Property& operator=(const Property&) = delete;
+    const CEPROPVAL* Value() const; // null when the item has none
+    std::string Text() const;       // of a text
+
+private:
+    CEPROPVAL* m_value = nullptr;
+};
 
 // Splits "Work, Home" into its names.
 std::vector<std::string> SplitCategories(std::string_view text);

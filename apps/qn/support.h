@@ -1,14 +1,13 @@
-// Small helpers of the command line: text, owners of the object model's results, dates.
+// Small helpers of the command line: text, dates, failures.
 #pragma once
 
-#include "Platform/memory.h"
+#include "Platform/comref.h"
 #include "Platform/types.h"
 
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace qn {
 
@@ -43,54 +42,9 @@ std::u16string Utf16(std::string_view text);
 // For one line of a terminal: a character that would steer it is a blank.
 std::string Printable(std::string_view utf8);
 
-// An owned BSTR.
-class Bstr {
-public:
-    Bstr() = default;
-    explicit Bstr(std::u16string_view text)
-        : m_text(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
-    ~Bstr() { SysFreeString(m_text); }
-    Bstr(const Bstr&) = delete;
-    Bstr& operator=(const Bstr&) = delete;
-    operator BSTR() const { return m_text; }
-    BSTR* Out() { return &m_text; }
-    std::u16string_view View() const {
-        return m_text ? std::u16string_view(m_text, SysStringLen(m_text)) : std::u16string_view();
-    }
-
-private:
-    BSTR m_text = nullptr;
-};
-
-// A counted reference.
 template<class T>
-class Com {
-public:
-    Com() = default;
-    explicit Com(T* object) : m_object(object) {}
-    Com(Com&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
-    Com& operator=(Com&& other) noexcept {
-        std::swap(m_object, other.m_object);
-        return *this;
-    }
-    ~Com() {
-        if (m_object) m_object->Release();
-    }
-    T* operator->() const { return m_object; }
-    T* Get() const { return m_object; }
-    T** Out() { return &m_object; }
-    explicit operator bool() const { return m_object != nullptr; }
-    // The object's other interface; empty when it has none.
-    template<class U>
-    Com<U> As(const IID& iid) const {
-        void* found = nullptr;
-        if (m_object) m_object->QueryInterface(iid, &found);
-        return Com<U>(static_cast<U*>(found));
-    }
-
-private:
-    T* m_object = nullptr;
-};
+using Com = ComRef<T>;
+using Bstr = BstrText;
 
 // A day or a moment out of what a person types: "today", "tomorrow", "yesterday", "+7", "-3", "2026-11-21", or a date as
 // the locale writes it. Empty when it is none.

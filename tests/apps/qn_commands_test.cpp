@@ -205,7 +205,9 @@ TEST_F(QnCommands, ShowListAndDelete) {
                  "DTSTART:20261201T143000\r\nDURATION:PT1H\r\nSUMMARY:subject\r\nDESCRIPTION:one\\ntwo\r\n"
                  "RRULE:FREQ=WEEKLY;COUNT=3\r\nORGANIZER;CN=Ann:mailto:ann@x.example\r\n"
                  "ATTENDEE;CN=Bob:mailto:bob@x.example") +
-           "BEGIN:VTODO\r\nUID:t\r\nDUE;VALUE=DATE:20261203\r\nPRIORITY:1\r\nSUMMARY:to do\r\nEND:VTODO\r\n");
+           "BEGIN:VTODO\r\nUID:t\r\nDUE;VALUE=DATE:20261203\r\nPRIORITY:1\r\nSUMMARY:to "
+           "do\r\nRRULE:FREQ=MONTHLY\r\n"
+           "BEGIN:VALARM\r\nTRIGGER;VALUE=DATE-TIME:20261202T090000Z\r\nEND:VALARM\r\nEND:VTODO\r\n");
     auto list = Records(Qn({"list", "--json"}).out);
     ASSERT_EQ(list.size(), 2u);
     EXPECT_EQ(list[0]["minutes"], "60");
@@ -213,7 +215,8 @@ TEST_F(QnCommands, ShowListAndDelete) {
     EXPECT_EQ(list[1]["kind"] + list[1]["due"] + list[1]["importance"], "task2026-12-032");
     const Ran shown = Qn({"show", list[0]["oid"], list[1]["oid"]});
     for (const char* text : {"subject", "12/1/26 2:30 PM", "every week on Tuesday, until 12/15/26 (3 times)",
-                             "one\n", "two\n", "Bob <bob@x.example>", "a@x", "to do", "high"})
+                             "one\n", "two\n", "Bob <bob@x.example>", "Organizer    Ann", "a@x", "to do",
+                             "high", "12/2/26 10:00 AM", "every month on day 3"})
         EXPECT_TRUE(shown.Says(text)) << text << "\n" << shown.out;
     EXPECT_EQ(Qn({"delete", list[0]["oid"]}).code, 0);
     EXPECT_EQ(Records(Qn({"list", "--json"}).out).size(), 1u);

@@ -98,6 +98,21 @@ constexpr const char* kWeek =
     "DTSTART;TZID=Europe/Berlin:20261207T100000\r\nDTEND;TZID=Europe/Berlin:20261207T110000\r\n"
     "RRULE:FREQ=DAILY;COUNT=6\r\nSUMMARY:daily";
 
+// A line of more values than its reader takes at once.
+TEST_F(QnImport, ManyExcludedDatesInOneLine) {
+    std::string dates;
+    for (int i = 0; i < 700; ++i) {
+        char date[32];
+        std::snprintf(date, sizeof date, "%s2026%02d%02dT%02d0000", i ? "," : "", 1 + i / 28 % 12, 1 + i % 28,
+                      i < 336 ? 10 : 11);
+        dates += date + std::string(i % 4 == 3 ? "\r\n " : "");
+    }
+    Import(Event("w", "DTSTART;TZID=\"Europe/Berlin\":20260101T100000\r\nRRULE:FREQ=HOURLY;COUNT=2\r\n"
+                      "RDATE;TZID=\"Europe/Berlin\":" +
+                          dates + "\r\nSUMMARY:x"));
+    EXPECT_EQ(Lines("2026-01-01", 365).size(), 672u);
+}
+
 TEST_F(QnImport, ChangedAndDeletedOccurrences) {
     const Ran ran = Import(
         Event("w", std::string(kWeek) + "\r\nEXDATE;TZID=Europe/Berlin:20261208T100000,20261209T100000\r\n"
@@ -319,6 +334,25 @@ TEST_F(QnImport, BrokenFiles) {
          vevent("DTSTART:20261201T080000\r\nRRULE:RSCALE=CHINESE;FREQ=MONTHLY;BYDAY=6MO\r\nSUMMARY:b"),
          0,
          "1 rules that can't be followed date by date",
+         {"2026-12-01 08:00-08:00 b", "2026-12-01 10:00-10:00 good"}},
+        {"zone that changes each second",
+         Calendar("BEGIN:VTIMEZONE\r\nTZID:q\r\nBEGIN:STANDARD\r\nDTSTART:16010101T000000\r\nRRULE:FREQ="
+                  "SECONDLY\r\n"
+                  "TZOFFSETFROM:+0000\r\nTZOFFSETTO:+0900\r\nEND:STANDARD\r\nEND:VTIMEZONE\r\n" +
+                  Event("b", "DTSTART;TZID=q:20261201T080000\r\nSUMMARY:b")),
+         0,
+         "time zone \"q\" is not known",
+         {"2026-12-01 08:00-08:00 b"}},
+        {"more people and categories than anyone has",
+         vevent("DTSTART:20261201T080000\r\nCATEGORIES:c" + Numbers(1001) + "\r\n" +
+                [] {
+                    std::string people;
+                    for (int i = 0; i < 1001; ++i) people += "ATTENDEE:mailto:p@x.example\r\n";
+                    return people;
+                }() +
+                "SUMMARY:b"),
+         0,
+         "1 attendees beyond a thousand\n  not kept: 1 categories behind the first thousand",
          {"2026-12-01 08:00-08:00 b", "2026-12-01 10:00-10:00 good"}},
         {"rule of every second",
          vevent("DTSTART:20261201T080000\r\nRRULE:FREQ=YEARLY;BYSECOND=" + Numbers(60) +
