@@ -137,43 +137,48 @@ void RecordDraft::Load(const RecordView& view) {
 bool RecordDraft::Set(const CEPROPVAL& value) {
     if (!IsStorable(value.propid)) return false;
     if (!HasBytes(value.propid)) {
-        Put({ScalarEntry(value)});
+        m_items.push_back({ScalarEntry(value)});
         return true;
     }
     if (TypeFromPropID(value.propid) == CEVT_LPWSTR) {
         const WCHAR* text = value.val.lpwstr ? value.val.lpwstr : u"";
         const size_t length = TextLength(text) * sizeof(WCHAR);
         if (length > kMaxRecord) return false;
-        Put({{value.propid, static_cast<DWORD>(length), 0}, reinterpret_cast<const BYTE*>(text)});
+        m_items.push_back(
+            {{value.propid, static_cast<DWORD>(length), 0}, reinterpret_cast<const BYTE*>(text)});
         return true;
     }
     if (value.val.blob.dwCount && !value.val.blob.lpb) return false;
-    Put({{value.propid, value.val.blob.dwCount, 0}, value.val.blob.lpb});
+    m_items.push_back({{value.propid, value.val.blob.dwCount, 0}, value.val.blob.lpb});
     return true;
 }
 
 void RecordDraft::SetStream(CEPROPID propid, Bytes bytes) {
-    Put({{propid, static_cast<DWORD>(bytes.size()), 0}, bytes.data()});
+    m_items.push_back({{propid, static_cast<DWORD>(bytes.size()), 0}, bytes.data()});
 }
 
 void RecordDraft::SetOutsideStream(CEPROPID propid, DWORD length, DWORD version) {
-    Put({{propid, length, kStreamOutside | version}});
-}
-
-void RecordDraft::Put(const Item& item) {
-    const auto at = std::lower_bound(m_items.begin(), m_items.end(), item.entry.propid,
-                                     [](const Item& a, CEPROPID id) { return a.entry.propid < id; });
-    if (at != m_items.end() && at->entry.propid == item.entry.propid)
-        *at = item;
-    else
-        m_items.insert(at, item);
+    m_items.push_back({{propid, length, kStreamOutside | version}});
 }
 
 void RecordDraft::Remove(CEPROPID propid) {
-    std::erase_if(m_items, [propid](const Item& item) { return item.entry.propid == propid; });
+    m_items.push_back({.entry = {propid, 0, 0}, .bytes = nullptr, .removed = true});
 }
 
-bool RecordDraft::Pack(DWORD autoNumber, ByteBuffer& out) const {
+// Sorted once, at the end: a record may have tens of thousands of properties, told in any order.
+void RecordDraft::Settle() {
+    std::stable_sort(m_items.begin(), m_items.end(),
+                     [](const Item& a, const Item& b) { return a.entry.propid < b.entry.propid; });
+    auto kept = m_items.begin();
+    for (auto at = m_items.begin(); at != m_items.end(); ++at) {
+        const bool last = at + 1 == m_items.end() || at[1].entry.propid != at->entry.propid;
+        if (last && !at->removed) *kept++ = *at;
+    }
+    m_items.erase(kept, m_items.end());
+}
+
+bool RecordDraft::Pack(DWORD autoNumber, ByteBuffer& out) {
+    Settle();
     size_t size = RecordView::kHeader + m_items.size() * RecordView::kEntry;
     for (const Item& item : m_items) {
         if (HasBytes(item.entry.propid) && !item.entry.Outside()) size += item.entry.first;

@@ -125,16 +125,17 @@ public:
     void SetOutsideStream(CEPROPID propid, DWORD length, DWORD version);
     void Remove(CEPROPID propid);
     // False when the record would be too large.
-    bool Pack(DWORD autoNumber, ByteBuffer& out) const;
+    bool Pack(DWORD autoNumber, ByteBuffer& out);
 
 private:
     struct Item {
         PropEntry entry;
         const BYTE* bytes = nullptr;
+        bool removed = false;
     };
-    void Put(const Item& item);
+    void Settle();
 
-    std::vector<Item> m_items; // by ascending property id
+    std::vector<Item> m_items; // as they were told; the last one of a property counts
 };
 
 // The ids of all properties but streams, with `autoId` in front when it isn't 0.

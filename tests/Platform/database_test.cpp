@@ -108,7 +108,8 @@ TEST_F(Records, AChangeTouchesOnlyWhatIsListed) {
     const CEOID oid = Add(db, Values().Int(1, 1).Text(2, u"keep").Int(4, 4).Stream(3, {1, 2}));
     ASSERT_EQ(Change(db, oid,
                      Values()
-                         .Int(1, 2)
+                         .Int(1, 9)
+                         .Int(1, 2) // the last one counts
                          .Flagged(Prop(4, CEVT_I4), CEDB_PROPDELETE)
                          .Flagged(kText, CEDB_PROPNOTFOUND)
                          .Recid(0x1000, 77)),
@@ -123,6 +124,20 @@ TEST_F(Records, AChangeTouchesOnlyWhatIsListed) {
     EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(Add(db, Values().Flagged(Prop(1, 22), 0)), 0u); // no type of the store
     EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(Records, AsManyPropertiesAsThereAreIds) {
+    const HANDLE db = CreateAndOpen(u"r");
+    Values values;
+    for (int id = 65535; id > 0; --id) values.Int(static_cast<WORD>(id), id);
+    const CEOID oid = Add(db, values);
+    ASSERT_NE(oid, 0u);
+    First(db);
+    const Read all(db);
+    ASSERT_EQ(all.Count(), 65535);
+    EXPECT_EQ(Show(all[0]) + " " + Show(all[65534]), "1 65535");
+    EXPECT_EQ(Change(db, oid, values), oid);
+    EXPECT_TRUE(CeDeleteRecord(db, oid));
 }
 
 // --- Orders -------------------------------------------------------------------------------------------------------
