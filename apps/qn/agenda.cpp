@@ -129,11 +129,11 @@ public:
     Printer(const Options& options, Store& store)
         : m_json(options.Has("--json")), m_headers(!options.Has("--no-headers")), m_store(store) {}
     void Print(const DATACALENDAR& line) {
-        m_begun = m_begun || line.IsHeader() || !m_headers;
+        if (line.IsHeader()) m_day = line.m_lDay;
         if (line.IsHeader() && !m_headers) return;
         if (m_json)
             PrintJson(line);
-        else if (m_begun) // the days that a longer item has before the first one are no days of this list
+        else if (!m_headers || line.m_lDay == m_day) // what lies about the range belongs under no header
             PrintText(line);
     }
 
@@ -205,7 +205,7 @@ private:
 
     bool m_json;
     bool m_headers;
-    bool m_begun = false;
+    LONG m_day = kNoDay; // of the last header
     Store& m_store;
 };
 

@@ -61,6 +61,11 @@ TEST_F(QnCommands, HelpAndVersion) {
 
 TEST_F(QnCommands, WhatCanNotBeDoneFails) {
     EXPECT_EQ(Qn({"show", "1073741825"}).code, 1);
+    const std::string device = std::exchange(m_device, "/proc/nowhere/at/all"); // no store can be made there
+    for (const char* command : {"list", "agenda"}) EXPECT_EQ(Qn({command}).code, 2);
+    EXPECT_TRUE(Qn({"list"}).Says("the store can't be opened: there is no such folder"));
+    EXPECT_EQ(Qn({"--help"}).code + Qn({"--version"}).code, 0) << "which need none";
+    m_device = device;
     EXPECT_TRUE(Qn({"delete", "0x40000001"}).Says("there is no such item"));
     EXPECT_TRUE(Qn({"get", "CAV\\Nothing"}).Says("is not set"));
     EXPECT_EQ(Qn({"agenda", "--category", "None"}).code, 1);
@@ -120,6 +125,18 @@ TEST_F(QnCommands, SettingsReachTheAgenda) {
     EXPECT_EQ(Agenda("2026-12-01", 2, {"--filter", "all"}).size(), 1u) << "also with a filter of its own";
     EXPECT_EQ(Qn({"get", "CAV\\CAV_AppointmentFilter"}).code, 1) << "which is not kept";
     EXPECT_FALSE(Qn({"get", "HKCU\\Software\\Norvo\\Quillonary"}).Says("QnAgenda"));
+}
+
+TEST_F(QnCommands, AgendaTextHasNoDayButThoseOfItsRange) {
+    Import(
+        Event("s", "DTSTART:20261201T090000Z\r\nDURATION:PT1H\r\nRRULE:FREQ=DAILY;COUNT=9\r\nSUMMARY:daily") +
+        Event("s", "RECURRENCE-ID:20261203T090000Z\r\nDTSTART:20261220T090000Z\r\nSUMMARY:moved away") +
+        Event("l", "DTSTART:20261202T220000Z\r\nDURATION:PT4H\r\nSUMMARY:long"));
+    const Ran text = Qn({"agenda", "--from", "2026-12-03", "--days", "1"});
+    EXPECT_EQ(text.out.find("long"), text.out.rfind("long")) << "once, for the second of its days";
+    EXPECT_TRUE(text.Says("long"));
+    EXPECT_FALSE(text.Says("moved away")) << "to a day that has no header here";
+    EXPECT_EQ(Agenda("2026-12-03", 1).size(), 3u) << "all of them as records";
 }
 
 TEST_F(QnCommands, AgendaLinesAsJson) {
