@@ -86,6 +86,9 @@ std::string Reason(HRESULT result) {
         return "writing to the disk failed";
     case ERROR_ACCESS_DENIED:
         return "access is denied";
+    case ERROR_INVALID_NAME:
+    case ERROR_PATH_NOT_FOUND:
+        return "there is no such folder, and it can't be made";
     case ERROR_BAD_FORMAT:
         return "the volume is damaged or of another kind";
     case ERROR_SHARING_VIOLATION:
