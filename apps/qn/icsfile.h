@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace qn {
@@ -43,6 +44,10 @@ struct IcsItem {
     std::string
         uid; // made of start and summary when the file has none, so that the next import knows it again
     int sequence = 0;
+    std::string stamp; // when it was written, as the file has it; the same form sorts by time
+    bool IsNewerThan(const IcsItem& other) const {
+        return std::tie(sequence, stamp) > std::tie(other.sequence, other.stamp);
+    }
     std::string summary;
     std::string location;
     std::string note;

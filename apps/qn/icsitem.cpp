@@ -146,6 +146,7 @@ void Taker::TakeTexts() {
     const std::string url = Text(m_component, ICAL_URL_PROPERTY);
     if (!url.empty() && m_item.note.find(url) == std::string::npos)
         m_item.note += (m_item.note.empty() ? "" : "\n") + url;
+    m_item.stamp = Text(m_component, ICAL_DTSTAMP_PROPERTY);
     if (icalproperty* p = icalcomponent_get_first_property(m_component, ICAL_SEQUENCE_PROPERTY))
         m_item.sequence = icalproperty_get_sequence(p);
 }

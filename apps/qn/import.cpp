@@ -73,9 +73,10 @@ private:
     bool m_open = false;
 };
 
-// A UID that stands twice in a file: the greater sequence number is the newer one, else the first stays.
+// A UID that stands twice in a file: the greater sequence number is the newer one, then the later time stamp; else the
+// first stays.
 void TakeMaster(IcsGroup& group, const IcsItem& item, std::vector<const IcsItem*>& doubles) {
-    if (group.master && item.sequence <= group.master->sequence) {
+    if (group.master && !item.IsNewerThan(*group.master)) {
         doubles.push_back(&item);
         return;
     }
@@ -98,7 +99,7 @@ std::vector<IcsGroup> GroupItems(const std::vector<IcsItem>& items, std::vector<
     }
     for (IcsGroup& group : groups)
         std::stable_sort(group.changes.begin(), group.changes.end(),
-                         [](const IcsItem* a, const IcsItem* b) { return a->sequence < b->sequence; });
+                         [](const IcsItem* a, const IcsItem* b) { return b->IsNewerThan(*a); });
     return groups;
 }
 

@@ -399,6 +399,14 @@ TEST_F(QnImport, BrokenFiles) {
          1,
          "bad.ics:3: its UID stands in the file once more",
          {"2026-12-01 10:00-10:00 newer"}},
+        {"UID twice, the later one first",
+         Calendar(Event("b", "DTSTAMP:20261102T000000Z\r\nDTSTART:20261201T080000\r\nSUMMARY:newer") +
+                  Event("b", "DTSTAMP:20261101T000000Z\r\nDTSTART:20261201T080000\r\nSUMMARY:older") +
+                  Event("c", "DTSTAMP:20261101T000000Z\r\nDTSTART:20261201T090000\r\nSUMMARY:older") +
+                  Event("c", "DTSTAMP:20261102T000000Z\r\nDTSTART:20261201T090000\r\nSUMMARY:newer")),
+         1,
+         "2 skipped\n",
+         {"2026-12-01 08:00-08:00 newer", "2026-12-01 09:00-09:00 newer"}},
         {"a count behind all years",
          vevent("DTSTART:20261201T080000\r\nRRULE:FREQ=YEARLY;COUNT=9999\r\nSUMMARY:b"),
          0,
