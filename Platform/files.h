@@ -5,8 +5,8 @@
 // is refused with error 123 (a name that can't be) or 5 (a link to the outside).
 //
 // Any thread may call anything here. A handle belongs to the caller until CloseHandle (FindClose for a search); two
-// threads may use one handle, and share its position. Failures set GetLastError. Volumes and other stores that this process
-// has in use are files that somebody has open for himself: error 32.
+// threads may use one handle, and share its position. Failures set GetLastError. Volumes and other stores that this
+// process has in use are files that somebody has open for himself: error 32.
 #pragma once
 
 #include "Platform/types.h"

@@ -6,9 +6,10 @@
 // makes the files; reading makes none. A damaged or foreign file is moved aside (".bad"), and the registry begun anew.
 //
 // Any thread may call anything here, from before main until the process ends. Results are error codes: 0, 2 (no such
-// key or value), 5 (the files can't be opened or written), 6 (not an open key), 11 (the file was found damaged just now),
-// 29 (the disk failed), 32 (other processes kept it locked), 87, 112 (no room), 234 (buffer too small, the size needed is
-// given), 259 (no more items), 1018 (the key was deleted meanwhile). An open key belongs to the caller until RegCloseKey.
+// key or value), 5 (the files can't be opened or written), 6 (not an open key), 11 (the file was found damaged just
+// now), 29 (the disk failed), 32 (other processes kept it locked), 87, 112 (no room), 234 (buffer too small, the size
+// needed is given), 259 (no more items), 1018 (the key was deleted meanwhile). An open key belongs to the caller
+// until RegCloseKey.
 #pragma once
 
 #include "Platform/types.h"

@@ -24,10 +24,10 @@ public:
     SmallDb& operator=(const SmallDb&) = delete;
 
     enum class Sync { EveryCommit, Lazy };
-    // Opens or makes the database and its tables. A damaged file, or one with tables of somebody else, is moved aside to
-    // "<path>.bad" (".bad1", ...) with a line to the debug output, and a fresh one is begun. A link is refused: it may lead
-    // anywhere. A schema never loses a table, or files that have it would count as somebody else's. The error code of the
-    // device: 0, 5, 32, 112.
+    // Opens or makes the database and its tables. A damaged file, or one with tables of somebody else, is moved aside
+    // to "<path>.bad" (".bad1", ...) with a line to the debug output, and a fresh one is begun. A link is refused: it
+    // may lead anywhere. A schema never loses a table, or files that have it would count as somebody else's. The
+    // error code of the device: 0, 5, 32, 112.
     DWORD Open(const std::string& path, const char* schema, Sync sync);
     // The same for a database that has been found damaged while it was read. Both leave it closed when they fail.
     DWORD StartAnew();

@@ -310,7 +310,7 @@ constexpr LONGLONG RecordRow(CEOID database, CEOID oid) {
     return static_cast<LONGLONG>(database) << 32 | oid;
 }
 
-// --- Writing (writer.cpp, catalog.cpp) -----------------------------------------------------------------------------------------
+// --- Writing (writer.cpp, catalog.cpp) ------------------------------------------------------------------------------
 
 // The counters of one database, or (database 0) of the volume.
 struct Tally {

@@ -1,6 +1,6 @@
-// The files that SQLite has open in this process. Its locks belong to the process and the file, not to a descriptor: whoever
-// opened and closed such a file beside it would drop them, and with them all that keeps two writers apart. So no file
-// operation opens one; to the rest of the device they are files that somebody has open for himself.
+// The files that SQLite has open in this process. Its locks belong to the process and the file, not to a descriptor:
+// whoever opened and closed such a file beside it would drop them, and with them all that keeps two writers apart. So
+// no file operation opens one; to the rest of the device they are files that somebody has open for himself.
 #pragma once
 
 #include <string>

@@ -277,8 +277,8 @@ DWORD Writer::AddKey(const SortOrder& order, CEOID oid, const RecordView& record
     return m_connection.Use(Sql::KeyAdd).Bind(1, order.id).Bind(2, m_keyAfter).Bind(3, oid).Run();
 }
 
-// The key of m_keyBefore. Where that isn't the record's key, or the record can't tell it, something was damaged: then the
-// order is searched for it.
+// The key of m_keyBefore. Where that isn't the record's key, or the record can't tell it, something was damaged: then
+// the order is searched for it.
 DWORD Writer::DropKey(const SortOrder& order, CEOID oid) {
     const DWORD error = m_connection.Use(Sql::KeyDelete).Bind(1, order.id).Bind(2, m_keyBefore).Run();
     if (error || m_connection.Changed() > 0) return error;
