@@ -273,6 +273,8 @@ TEST_F(QnCommands, ExportIsReadBackTheSame) {
     const Ran written = Qn({"export", "--ics", "out.ics"});
     EXPECT_EQ(written.code, 0);
     EXPECT_EQ(written.err, "");
+    EXPECT_EQ(Qn({"import", "out.ics"}).code, 0);
+    EXPECT_EQ(all(), before) << "on the same device";
     m_device += "2";
     const Ran read = Qn({"import", "out.ics"});
     EXPECT_EQ(read.code, 0) << read.out;
