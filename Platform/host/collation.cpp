@@ -12,6 +12,7 @@
 #include <unicode/tblcoll.h>
 #include <unicode/unistr.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <map>
@@ -36,7 +37,10 @@ std::size_t IndexOf(DWORD flags) {
 
 // --- Making a collator ----------------------------------------------------------------------------------------------
 
-// In a word sort hyphen and apostrophe weigh nothing.
+// In a word sort these weigh nothing.
+bool IsLight(WCHAR c) { return c == u'-' || c == u'\''; }
+bool HasLight(std::u16string_view text) { return std::ranges::any_of(text, IsLight); }
+
 CollatorPtr WithLightPunctuation(CollatorPtr plain) {
     const auto* rules = dynamic_cast<const icu::RuleBasedCollator*>(plain.get());
     if (!rules) return plain;
@@ -112,33 +116,45 @@ int CompareUnits(std::u16string_view a, std::u16string_view b) { return a.compar
 
 int Sign(UCollationResult result) { return static_cast<int>(result); }
 
-// One locale and one set of flags. Never changed, so threads share it.
+// One locale and one set of flags. What it says never changes, so threads share it.
 class Comparer {
 public:
-    Comparer(const std::string& locale, DWORD flags, const Comparer* tieBreak)
-        : m_collator(MakeCollator(locale, flags)), m_tieBreak(tieBreak),
+    // `plain` of a word sort is the string sort, which it stands on; null otherwise.
+    Comparer(const std::string& locale, DWORD flags, const Comparer* plain)
+        : m_locale(locale), m_flags(flags), m_plain(plain),
           // Without case, ICU tells neither kana nor width apart.
-          m_folding(flags & NORM_IGNORECASE ? 0 : flags & (NORM_IGNOREKANATYPE | NORM_IGNOREWIDTH)) {}
+          m_folding(flags & NORM_IGNORECASE ? 0 : flags & (NORM_IGNOREKANATYPE | NORM_IGNOREWIDTH)) {
+        if (!plain) Collator();
+    }
 
     int Compare(std::u16string_view a, std::u16string_view b) const {
         if (m_folding && (NeedsFolding(a, m_folding) || NeedsFolding(b, m_folding)))
             return CompareFolded(Folded(a, m_folding), Folded(b, m_folding));
         return CompareFolded(a, b);
     }
-    const icu::Collator* Collator() const { return m_collator.get(); }
+    // Of a word sort it is made at the first text that needs it: its rules take ICU some ten milliseconds.
+    const icu::Collator* Collator() const {
+        std::call_once(m_made, [this] { m_collator = MakeCollator(m_locale, m_flags); });
+        return m_collator.get();
+    }
 
 private:
     int CompareFolded(std::u16string_view a, std::u16string_view b) const {
-        if (!m_collator) return CompareUnits(a, b);
+        if (m_plain && !HasLight(a) && !HasLight(b)) return m_plain->CompareFolded(a, b);
+        const icu::Collator* collator = Collator();
+        if (!collator) return CompareUnits(a, b);
         UErrorCode error = U_ZERO_ERROR;
-        const int order = Sign(m_collator->compare(a.data(), static_cast<int>(a.size()), b.data(),
-                                                   static_cast<int>(b.size()), error));
-        return order == 0 && m_tieBreak ? m_tieBreak->CompareFolded(a, b) : order;
+        const int order = Sign(collator->compare(a.data(), static_cast<int>(a.size()), b.data(),
+                                                 static_cast<int>(b.size()), error));
+        return order == 0 && m_plain ? m_plain->CompareFolded(a, b) : order;
     }
 
-    const CollatorPtr m_collator;
-    const Comparer* const m_tieBreak; // of a word sort the string sort
+    const std::string m_locale;
+    const DWORD m_flags;
+    const Comparer* const m_plain;
     const DWORD m_folding;
+    mutable std::once_flag m_made;
+    mutable CollatorPtr m_collator;
 };
 
 // All comparers of one locale; a comparer is made at its first use.
@@ -149,10 +165,10 @@ public:
         std::atomic<const Comparer*>& slot = m_bySet[IndexOf(flags)];
         if (const Comparer* comparer = slot.load(std::memory_order_acquire)) return *comparer;
         const bool words = !(flags & SORT_STRINGSORT);
-        const Comparer* tieBreak = words ? &Get(flags | SORT_STRINGSORT) : nullptr;
+        const Comparer* plain = words ? &Get(flags | SORT_STRINGSORT) : nullptr;
         std::lock_guard lock(m_mutex);
         if (!slot.load(std::memory_order_relaxed)) {
-            m_owned[IndexOf(flags)] = std::make_unique<Comparer>(m_locale, flags, tieBreak);
+            m_owned[IndexOf(flags)] = std::make_unique<Comparer>(m_locale, flags, plain);
             slot.store(m_owned[IndexOf(flags)].get(), std::memory_order_release);
         }
         return *slot.load(std::memory_order_relaxed);
