@@ -107,7 +107,7 @@ Component Exporter::Begin(icalcomponent_kind kind, const std::string& uid) {
 
 // An item without a UID gets one here and keeps it, so that what is read back elsewhere or here is known again.
 std::string Exporter::UidOf(CEOID oid, const Com<IItem>& bag) {
-    std::string uid = m_store.Uid(oid);
+    std::string uid = m_store.OwnUid(oid);
     if (!uid.empty()) return uid;
     std::random_device random;
     char text[40];

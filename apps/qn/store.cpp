@@ -35,12 +35,22 @@ DWORD Store::NamedText(const WCHAR* name, DWORD& property, bool create) {
     return property = id;
 }
 
-std::string Store::Uid(CEOID oid) {
+std::string Store::Text(CEOID oid, DWORD property) const {
     Com<IItem> item;
-    if (!UidProperty(false) || FAILED(m_app->GetItemFromOidEx(oid, 0, item.Out()))) return {};
-    std::string uid = Property(item, UidProperty(false)).Text();
-    if (uid.empty() && PartProperty(false)) uid = Property(item, PartProperty(false)).Text();
-    return uid;
+    if (!property || FAILED(m_app->GetItemFromOidEx(oid, 0, item.Out()))) return {};
+    return Property(item, property).Text();
+}
+
+std::string Store::OwnUid(CEOID oid) {
+    const std::string uid = Text(oid, UidProperty(false));
+    return uid.empty() ? Text(oid, PartProperty(false)) : uid;
+}
+
+std::string Store::Uid(CEOID oid) {
+    const std::string uid = Text(oid, UidProperty(false));
+    if (!uid.empty()) return uid;
+    const std::string part = Text(oid, PartProperty(false));
+    return part.substr(0, part.rfind('#'));
 }
 
 unsigned Store::ForEach(int kind, const std::function<void(const Com<IDispatch>& item)>& visit) const {

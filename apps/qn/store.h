@@ -22,14 +22,17 @@ public:
     // and `create` is set, else 0.
     DWORD UidProperty(bool create) { return NamedText(u"QN_ICalendarUID", m_uidProperty, create); }
     DWORD PartProperty(bool create) { return NamedText(u"QN_ICalendarPart", m_partProperty, create); }
-    // The UID, or what stands for one; empty when the item has none.
+    // The UID that its file gave the item, or the series that it is a single appointment of; empty when it has none.
     std::string Uid(CEOID oid);
+    // The same, or, of a single appointment of a series, a text of its own: UID, "#" and its place.
+    std::string OwnUid(CEOID oid);
     // The items of a folder, in the order of their numbers; one that can't be read is told on stderr. Gives how many those
     // are.
     unsigned ForEach(int folder, const std::function<void(const Com<IDispatch>& item)>& visit) const;
 
 private:
     DWORD NamedText(const WCHAR* name, DWORD& property, bool create);
+    std::string Text(CEOID oid, DWORD property) const;
 
     Com<IPOutlookApp2> m_app;
     DWORD m_uidProperty = 0;

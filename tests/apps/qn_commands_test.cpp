@@ -265,7 +265,11 @@ TEST_F(QnCommands, ExportIsReadBackTheSame) {
         std::vector<JsonRecord> lines = Agenda("2026-09-01", 500);
         for (JsonRecord& line : Agenda("2006-11-20", 2)) lines.push_back(line);
         for (JsonRecord& line : Records(Qn({"list", "tasks", "--json"}).out)) lines.push_back(line);
-        for (JsonRecord& line : lines) line.erase("oid");
+        for (JsonRecord& line : lines) {
+            line.erase("oid");
+            // In the file each date of a series that was split is an event of its own, with its place in its UID.
+            line["uid"] = line["uid"].substr(0, line["uid"].find('#'));
+        }
         return lines;
     };
     const auto before = all();
