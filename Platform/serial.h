@@ -18,8 +18,8 @@ inline constexpr DWORD ERROR_DEV_NOT_EXIST = 55; // no such port
 struct DCB {
     DWORD DCBlength; // 28
     DWORD BaudRate;
-    DWORD
-        dwControl; // bits: 0 binary, 1 parity check, 2 and 3 CTS and DSR flow, 4 and 5 DTR, 12 and 13 RTS (1 is on)
+    // Bits: 0 binary, 1 parity check, 2 and 3 CTS and DSR flow, 4 and 5 DTR, 12 and 13 RTS (1 is on).
+    DWORD dwControl;
     WORD wReserved;
     WORD XonLim;
     WORD XoffLim;

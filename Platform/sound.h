@@ -42,8 +42,8 @@ struct WAVEHDR {
     DWORD dwBufferLength; // bytes
     DWORD dwBytesRecorded;
     ULONG_PTR dwUser;
-    DWORD
-        dwFlags; // WHDR_DONE is set by another thread when the block has been played: look through std::atomic_ref
+    // WHDR_DONE is set by another thread when the block has been played: look through std::atomic_ref.
+    DWORD dwFlags;
     DWORD dwLoops;
     WAVEHDR* lpNext;
     ULONG_PTR reserved;
