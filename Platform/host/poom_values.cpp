@@ -175,6 +175,10 @@ DWORD ByteReader::Number(std::size_t width) {
     return value;
 }
 
+void ByteWriter::Write(std::span<const BYTE> bytes) {
+    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+}
+
 void ByteWriter::Text(std::u16string_view text) {
     for (WCHAR unit : text) Write16(unit);
 }

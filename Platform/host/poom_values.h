@@ -73,7 +73,7 @@ class ByteWriter {
 public:
     void Write16(DWORD value) { Number(value, 2); }
     void Write32(DWORD value) { Number(value, 4); }
-    void Write(std::span<const BYTE> bytes) { m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end()); }
+    void Write(std::span<const BYTE> bytes);
     void Text(std::u16string_view text);
     std::vector<BYTE> Take() { return std::move(m_bytes); }
 
