@@ -14,7 +14,7 @@ constexpr const char* kFrom = "2025-12-30";
 constexpr int kDays = 902;
 
 std::string Day(const icaltimetype& t) {
-    char text[16];
+    char text[48];
     std::snprintf(text, sizeof text, "%04d-%02d-%02d", t.year, t.month, t.day);
     return text;
 }
