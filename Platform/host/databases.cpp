@@ -100,7 +100,7 @@ DWORD OpenIn(const std::shared_ptr<Session>& session, CEOID* oid, LPCWSTR name, 
     return 0;
 }
 
-HANDLE HandleOf(DWORD error, std::shared_ptr<KernelObject> object) {
+HANDLE HandleOf(DWORD error, const std::shared_ptr<KernelObject>& object) {
     if (error) {
         SetLastError(error);
         return INVALID_HANDLE_VALUE;
