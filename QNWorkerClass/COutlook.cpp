@@ -63,7 +63,7 @@ COutlook::Session COutlook::LogOn() const {
         ShowError(u"%s", u"Cannot create the object");
         return nullptr;
     }
-    const Session session(static_cast<IPOutlookApp2*>(app), [](IPOutlookApp2* made) { made->Release(); });
+    Session session(static_cast<IPOutlookApp2*>(app), [](IPOutlookApp2* made) { made->Release(); });
     // The object stays: a failed logon does not read as no session, later calls give what the platform gives.
     if (FAILED(session->Logon(owner))) ShowError(u"%s", u"Cannot logon to the Pocket Outlook Database.");
     return session;
