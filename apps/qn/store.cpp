@@ -42,12 +42,12 @@ std::string Store::Text(CEOID oid, DWORD property) const {
 }
 
 std::string Store::OwnUid(CEOID oid) {
-    const std::string uid = Text(oid, UidProperty(false));
+    std::string uid = Text(oid, UidProperty(false));
     return uid.empty() ? Text(oid, PartProperty(false)) : uid;
 }
 
 std::string Store::Uid(CEOID oid) {
-    const std::string uid = Text(oid, UidProperty(false));
+    std::string uid = Text(oid, UidProperty(false));
     if (!uid.empty()) return uid;
     const std::string part = Text(oid, PartProperty(false));
     return part.substr(0, part.rfind('#'));
