@@ -2,44 +2,16 @@
 #pragma once
 
 #include "Platform/civil.h"
+#include "Platform/comref.h"
 #include "Platform/poom.h"
 #include "tests/support/store.h"
 
 #include <cstdio>
-#include <utility>
 
-// Nothing at all: every call fails with a null pointer, which is what a failed test step should look like.
 template<class T>
-class Com {
-public:
-    Com() = default;
-    explicit Com(T* adopted) : m_object(adopted) {}
-    Com(Com&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
-    Com& operator=(Com&& other) noexcept {
-        std::swap(m_object, other.m_object);
-        return *this;
-    }
-    ~Com() {
-        if (m_object) m_object->Release();
-    }
-    T* operator->() const { return m_object; }
-    T* Get() const { return m_object; }
-    T** Out() {
-        *this = Com();
-        return &m_object;
-    }
-    explicit operator bool() const { return m_object != nullptr; }
-    template<class I>
-    Com<I> As(const IID& iid) const {
-        void* other = nullptr;
-        m_object->QueryInterface(iid, &other);
-        return Com<I>(static_cast<I*>(other));
-    }
+using Com = ComRef<T>;
 
-private:
-    T* m_object = nullptr;
-};
-
+// A text for an argument; null stays null.
 class Bstr {
 public:
     Bstr(const WCHAR* text) : m_text(SysAllocString(text)) {}
