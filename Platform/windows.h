@@ -350,6 +350,15 @@ int GetSystemMetrics(int index);
 
 inline constexpr DWORD SYS_COLOR_INDEX_FLAG = 0x40000000;
 inline constexpr int COLOR_WINDOW = 5;
+inline constexpr int COLOR_WINDOWFRAME = 6;
+inline constexpr int COLOR_WINDOWTEXT = 8;
+inline constexpr int COLOR_HIGHLIGHT = 13;
+inline constexpr int COLOR_HIGHLIGHTTEXT = 14;
+inline constexpr int COLOR_BTNFACE = 15;
+inline constexpr int COLOR_BTNSHADOW = 16;
+inline constexpr int COLOR_GRAYTEXT = 17;
+inline constexpr int COLOR_BTNTEXT = 18;
+inline constexpr int COLOR_HOTLIGHT = 26;
 // By index, with or without the flag; 0 for one that is none.
 COLORREF GetSysColor(int index);
 // Belongs to the host; null for an index that is none.

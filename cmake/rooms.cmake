@@ -52,7 +52,7 @@ function(qn_library target)
                         LINKER_LANGUAGE CXX EXPORT_NAME QNTools)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>
                              $<INSTALL_INTERFACE:include/QNTools>)
-  target_link_libraries(${target} PRIVATE PkgConfig::SQLITE PkgConfig::ICU Threads::Threads ${CMAKE_DL_LIBS} rt)
+  target_link_libraries(${target} PRIVATE ${qn_libraries})
   if(NOT QN_SANITIZE)
     target_link_options(${target} PRIVATE -Wl,--no-undefined)
   endif()

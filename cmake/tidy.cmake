@@ -3,11 +3,14 @@
 # usage: cmake -P cmake/tidy.cmake
 set(top ${CMAKE_CURRENT_LIST_DIR}/..)
 set(stamps ${top}/build/tidy)
-set(flags -std=c++20 -I${top} -DQN_BUILDING -DQN_VERSION="0" -Wno-unknown-warning-option)
+execute_process(COMMAND pkg-config --cflags-only-I cairo freetype2 harfbuzz fontconfig OUTPUT_VARIABLE includes
+                OUTPUT_STRIP_TRAILING_WHITESPACE)
+separate_arguments(includes)
+set(flags -std=c++20 ${includes} -I${top} -DQN_BUILDING -DQN_VERSION="0" -Wno-unknown-warning-option)
 file(MAKE_DIRECTORY ${stamps})
 
 file(GLOB_RECURSE headers ${top}/Platform/*.h ${top}/NorvoTools/*.h ${top}/NorvoUI/*.h ${top}/QNWorkerClass/*.h
-     ${top}/QNTools/*.h ${top}/apps/*.h)
+     ${top}/QNGridCtrl/*.h ${top}/QNTools/*.h ${top}/apps/*.h)
 set(common "")
 foreach(file ${headers} ${top}/.clang-tidy)
   file(SHA1 ${file} hash)
@@ -15,7 +18,7 @@ foreach(file ${headers} ${top}/.clang-tidy)
 endforeach()
 
 file(GLOB_RECURSE sources ${top}/Platform/*.cpp ${top}/NorvoTools/*.cpp ${top}/NorvoUI/*.cpp ${top}/QNWorkerClass/*.cpp
-     ${top}/QNTools/*.cpp ${top}/Resources/*.cpp ${top}/apps/*.cpp)
+     ${top}/QNGridCtrl/*.cpp     ${top}/QNTools/*.cpp ${top}/Resources/*.cpp ${top}/apps/*.cpp)
 set(todo "")
 foreach(file ${sources})
   file(SHA1 ${file} hash)

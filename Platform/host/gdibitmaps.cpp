@@ -1,0 +1,311 @@
+// Bitmaps and what is copied between them.
+#include "Platform/host/gdiobjects.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+
+namespace plat {
+namespace {
+
+constexpr LONG kHeaderBytes = sizeof(BITMAPINFOHEADER);
+
+LONG RowBytes(int width, int bits, int padding) {
+    return (width * (bits / 8) + padding - 1) / padding * padding;
+}
+
+HBITMAP MakeBitmap(int width, int height, UINT bits, const void* pixels) {
+    auto bitmap = std::make_shared<GdiBitmap>();
+    if (width < 1 || height < 1 || (bits != 24 && bits != 32)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    if (!bitmap->surface.Make(width, height)) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    bitmap->bits = static_cast<WORD>(bits);
+    bitmap->rowBytes = RowBytes(width, static_cast<int>(bits), 2);
+    const auto handle = static_cast<HBITMAP>(AddGdi(bitmap));
+    if (handle && pixels) SetBitmapBits(handle, static_cast<DWORD>(bitmap->rowBytes * height), pixels);
+    return handle;
+}
+
+// A rectangle of one context as the source of a copy: its pixels row by row, none outside of its bitmap.
+class Source {
+public:
+    Source(GdiContext& context, int x, int y, int width, int height)
+        : m_surface(context.Pixels()), m_rect(Moved({0, 0, std::max(width, 0), std::max(height, 0)},
+                                                    x + static_cast<long long>(context.origin.x),
+                                                    y + static_cast<long long>(context.origin.y))),
+          m_room(m_surface.IsPlain() ? 0 : static_cast<std::size_t>(m_surface.Width())) {}
+
+    const Surface& GetSurface() const { return m_surface; }
+    const RECT& Rect() const { return m_rect; }
+    RECT Held() const { return Intersection(m_rect, m_surface.Bounds()); }
+    // The whole row y of the bitmap.
+    const Pixel* Row(int y) { return m_surface.Read(0, y, m_surface.Width(), m_room.data()); }
+
+private:
+    const Surface& m_surface;
+    RECT m_rect;
+    std::vector<Pixel> m_room;
+};
+
+// Within one bitmap rows and their parts are copied in the order in which none is read behind its change.
+void CopyPlain(GdiContext& to, int x, int y, Source& source) {
+    const RECT held = source.Held();
+    const RECT& whole = source.Rect();
+    if (held.left >= held.right || held.top >= held.bottom) return;
+    const RECT target =
+        Moved(held, static_cast<long long>(x) - whole.left, static_cast<long long>(y) - whole.top);
+    const int shiftX = whole.left - x - to.origin.x;
+    const int shiftY = whole.top - y - to.origin.y;
+    Surface& surface = to.Pixels();
+    const auto copy = [&](int atX, int atY, int n) {
+        surface.Write(atX, atY, n, source.Row(atY + shiftY) + atX + shiftX);
+    };
+    if (&surface != &source.GetSurface()) return ForEachSpan(to, target, copy);
+
+    struct Span {
+        int x, y, n;
+    };
+    static thread_local std::vector<Span> spans; // kept: lists scroll by this
+    spans.clear();
+    ForEachSpan(to, target, [&](int atX, int atY, int n) { spans.push_back({atX, atY, n}); });
+    std::ranges::sort(spans, [&](const Span& a, const Span& b) {
+        if (a.y != b.y) return shiftY < 0 ? a.y > b.y : a.y < b.y;
+        return shiftX < 0 ? a.x > b.x : a.x < b.x;
+    });
+    for (const Span& span : spans) copy(span.x, span.y, span.n);
+}
+
+// Each pixel of the target asks for the nearest one of the source; mix(row, pixel) puts it there.
+template<class Mix>
+void CopyStretched(GdiContext& to, const RECT& target, Source& source, Mix&& mix) {
+    const RECT& from = source.Rect();
+    const int width = WidthOf(target), height = HeightOf(target);
+    if (width < 1 || height < 1 || WidthOf(from) < 1 || HeightOf(from) < 1) return;
+    const Surface& pixels = source.GetSurface();
+    Surface& surface = to.Pixels();
+    const RECT place = Moved(target, to.origin.x, to.origin.y);
+    std::vector<Pixel> kept; // within one bitmap the source is what it was before
+    if (&surface == &pixels) {
+        const RECT held = source.Held();
+        for (int y = held.top; y < held.bottom; ++y)
+            kept.insert(kept.end(), source.Row(y) + held.left,
+                        source.Row(y) + std::max(held.right, held.left));
+    }
+    const RECT held = source.Held();
+    ForEachSpan(to, target, [&](int x, int y, int n) {
+        const int fromY =
+            from.top + static_cast<int>(static_cast<long long>(y - place.top) * HeightOf(from) / height);
+        if (fromY < held.top || fromY >= held.bottom) return;
+        const Pixel* row =
+            kept.empty()
+                ? source.Row(fromY)
+                : kept.data() + static_cast<std::ptrdiff_t>(fromY - held.top) * WidthOf(held) - held.left;
+        int at = x;
+        surface.Edit(x, y, n, [&](Pixel* out, int count) {
+            for (int i = 0; i < count; ++i, ++at) {
+                const int fromX = from.left + static_cast<int>(static_cast<long long>(at - place.left) *
+                                                               WidthOf(from) / width);
+                if (fromX >= held.left && fromX < held.right) mix(out[i], row[fromX]);
+            }
+        });
+    });
+}
+
+Pixel Blended(Pixel below, Pixel above, int constant, bool hasAlpha) {
+    const int alpha = hasAlpha ? static_cast<int>(above >> 24) * constant / 255 : constant;
+    const auto channel = [&](int shift) {
+        const int over = static_cast<int>(above >> shift & 0xFF),
+                  under = static_cast<int>(below >> shift & 0xFF);
+        // Colours that carry their alpha are multiplied with it already.
+        const int part = hasAlpha ? over * constant : over * alpha;
+        return static_cast<Pixel>(std::min((part + under * (255 - alpha) + 127) / 255, 255)) << shift;
+    };
+    return channel(16) | channel(8) | channel(0);
+}
+
+struct Copy {
+    Copy(HDC target, HDC source) : to(FindContext(target)), from(FindContext(source)) {}
+    bool IsGood() const { return to && from; }
+
+    std::shared_ptr<GdiContext> to;
+    std::shared_ptr<GdiContext> from;
+};
+
+} // namespace
+} // namespace plat
+
+using namespace plat;
+
+HBITMAP CreateCompatibleBitmap(HDC, int width, int height) {
+    HostCall call;
+    return MakeBitmap(width, height, 24, nullptr);
+}
+
+HBITMAP CreateBitmap(int width, int height, UINT, UINT bitsPixel, const void* bits) {
+    HostCall call;
+    return MakeBitmap(width, height, bitsPixel, bits);
+}
+
+LONG SetBitmapBits(HBITMAP handle, DWORD bytes, const void* bits) {
+    HostCall call;
+    const auto bitmap = FindGdi<GdiBitmap>(handle);
+    if (!bitmap || !bits) return 0;
+    Surface& surface = bitmap->surface;
+    const int pixelBytes = bitmap->bits / 8;
+    const LONG rowBytes = RowBytes(surface.Width(), bitmap->bits, 2);
+    const int rows = static_cast<int>(
+        std::min<DWORD>(bytes / static_cast<DWORD>(rowBytes), static_cast<DWORD>(surface.Height())));
+    Surface given;
+    given.Attach(static_cast<BYTE*>(const_cast<void*>(bits)), surface.Width(), surface.Height(),
+                 pixelBytes == 3 ? 3 : 4, rowBytes);
+    std::vector<Pixel> room(static_cast<std::size_t>(surface.Width()));
+    for (int y = 0; y < rows; ++y)
+        surface.Write(0, y, surface.Width(), given.Read(0, y, surface.Width(), room.data()));
+    return rows * rowBytes;
+}
+
+HBITMAP CreateDIBSection(HDC, const BITMAPINFO* info, UINT, void** bits, HANDLE, DWORD) {
+    HostCall call;
+    const BITMAPINFOHEADER& header = info->bmiHeader;
+    const long long height = std::abs(static_cast<long long>(header.biHeight));
+    const bool known = (header.biBitCount == 24 || header.biBitCount == 32) && header.biCompression == BI_RGB;
+    if (!known || header.biWidth < 1 || height < 1) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    if (header.biWidth > Surface::kLargestSide || height > Surface::kLargestSide) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    auto bitmap = std::make_shared<GdiBitmap>();
+    bitmap->bits = header.biBitCount;
+    bitmap->section = header;
+    bitmap->rowBytes = RowBytes(header.biWidth, header.biBitCount, 4);
+    bitmap->memory.assign(static_cast<std::size_t>(bitmap->rowBytes) * static_cast<std::size_t>(height), 0);
+    const bool topDown = header.biHeight < 0;
+    BYTE* top = bitmap->memory.data() + (topDown ? 0 : bitmap->rowBytes * (height - 1));
+    bitmap->surface.Attach(top, header.biWidth, static_cast<int>(height), header.biBitCount / 8,
+                           topDown ? bitmap->rowBytes : -std::ptrdiff_t{bitmap->rowBytes});
+    if (bits) *bits = bitmap->memory.data();
+    return static_cast<HBITMAP>(AddGdi(std::move(bitmap)));
+}
+
+int GetDIBits(HDC, HBITMAP handle, UINT start, UINT rows, void* bits, BITMAPINFO* info, UINT) {
+    HostCall call;
+    const auto bitmap = FindGdi<GdiBitmap>(handle);
+    if (!bitmap) return 0;
+    Surface& surface = bitmap->surface;
+    BITMAPINFOHEADER& header = info->bmiHeader;
+    if (!bits) {
+        header = {static_cast<DWORD>(kHeaderBytes),
+                  surface.Width(),
+                  surface.Height(),
+                  1,
+                  bitmap->bits,
+                  BI_RGB,
+                  static_cast<DWORD>(RowBytes(surface.Width(), bitmap->bits, 4) * surface.Height()),
+                  0,
+                  0,
+                  0,
+                  0};
+        return surface.Height();
+    }
+    const auto height = static_cast<UINT>(surface.Height());
+    if ((header.biBitCount != 24 && header.biBitCount != 32) || start >= height) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    const int count = static_cast<int>(std::min(rows, height - start));
+    const LONG rowBytes = RowBytes(surface.Width(), header.biBitCount, 4);
+    Surface target;
+    target.Attach(static_cast<BYTE*>(bits), surface.Width(), count, header.biBitCount / 8, rowBytes);
+    std::vector<Pixel> room(static_cast<std::size_t>(surface.Width()));
+    for (int i = 0; i < count; ++i) { // row i from the bottom
+        const int y = static_cast<int>(height - start) - 1 - i;
+        const int to = header.biHeight < 0 ? count - 1 - i : i;
+        target.Write(0, to, surface.Width(), surface.Read(0, y, surface.Width(), room.data()));
+    }
+    return count;
+}
+
+BOOL PatBlt(HDC dc, int x, int y, int width, int height, DWORD operation) {
+    HostCall call;
+    const auto context = FindContext(dc);
+    if (!context) return FALSE;
+    const RECT rect = Moved({0, 0, std::max(width, 0), std::max(height, 0)}, x, y);
+    switch (operation) {
+    case PATCOPY:
+        FillWith(*context, rect, *context->state.brush);
+        return TRUE;
+    case PATINVERT: {
+        const Pixel mask = PixelOf(context->state.brush->data.lbColor);
+        ForEachSpan(*context, rect, [&](int atX, int atY, int n) {
+            context->Pixels().Edit(atX, atY, n, [mask](Pixel* row, int count) {
+                for (int i = 0; i < count; ++i) row[i] ^= mask;
+            });
+        });
+        return TRUE;
+    }
+    case BLACKNESS:
+        FillColor(*context, rect, 0x000000);
+        return TRUE;
+    case WHITENESS:
+        FillColor(*context, rect, 0xFFFFFF);
+        return TRUE;
+    default:
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+}
+
+BOOL BitBlt(HDC to, int x, int y, int width, int height, HDC from, int fromX, int fromY, DWORD operation) {
+    HostCall call;
+    if (operation != SRCCOPY) return PatBlt(to, x, y, width, height, operation);
+    const Copy copy(to, from);
+    if (!copy.IsGood()) return FALSE;
+    Source source(*copy.from, fromX, fromY, width, height);
+    CopyPlain(*copy.to, x, y, source);
+    return TRUE;
+}
+
+BOOL StretchBlt(HDC to, int x, int y, int width, int height, HDC from, int fromX, int fromY, int fromWidth,
+                int fromHeight, DWORD operation) {
+    HostCall call;
+    if (operation != SRCCOPY) return PatBlt(to, x, y, width, height, operation);
+    const Copy copy(to, from);
+    if (!copy.IsGood()) return FALSE;
+    Source source(*copy.from, fromX, fromY, fromWidth, fromHeight);
+    CopyStretched(*copy.to, Moved({0, 0, width, height}, x, y), source,
+                  [](Pixel& out, Pixel in) { out = in; });
+    return TRUE;
+}
+
+BOOL TransparentImage(HDC to, int x, int y, int width, int height, HDC from, int fromX, int fromY,
+                      int fromWidth, int fromHeight, COLORREF key) {
+    HostCall call;
+    const Copy copy(to, from);
+    if (!copy.IsGood()) return FALSE;
+    Source source(*copy.from, fromX, fromY, fromWidth, fromHeight);
+    const Pixel left = PixelOf(key);
+    CopyStretched(*copy.to, Moved({0, 0, width, height}, x, y), source, [left](Pixel& out, Pixel in) {
+        if ((in & 0xFFFFFF) != left) out = in;
+    });
+    return TRUE;
+}
+
+BOOL AlphaBlend(HDC to, int x, int y, int width, int height, HDC from, int fromX, int fromY, int fromWidth,
+                int fromHeight, BLENDFUNCTION blend) {
+    HostCall call;
+    const Copy copy(to, from);
+    if (!copy.IsGood()) return FALSE;
+    Source source(*copy.from, fromX, fromY, fromWidth, fromHeight);
+    const bool hasAlpha = (blend.AlphaFormat & AC_SRC_ALPHA) != 0;
+    CopyStretched(*copy.to, Moved({0, 0, width, height}, x, y), source,
+                  [&](Pixel& out, Pixel in) { out = Blended(out, in, blend.SourceConstantAlpha, hasAlpha); });
+    return TRUE;
+}

@@ -1,0 +1,431 @@
+#include "Platform/host/gdiobjects.h"
+
+#include "Platform/host/faults.h"
+#include "Platform/host/slots.h"
+#include "Platform/windows.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <mutex>
+
+namespace plat {
+namespace {
+
+using ObjectPointer = std::shared_ptr<GdiObject>;
+
+struct Gdi {
+    std::mutex lock;
+    SlotTable<ObjectPointer> objects;
+    std::map<COLORREF, HBRUSH> systemBrushes;
+    std::map<int, HGDIOBJ> stock;
+    PlatScreen screen;
+    std::shared_ptr<GdiBitmap> pixels; // of the screen, made at first use
+};
+Gdi& TheGdi() {
+    static Gdi& gdi = *new Gdi;
+    return gdi;
+}
+
+void Reset() {
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    gdi.screen = {};
+    gdi.pixels.reset();
+    gdi.stock.erase(SYSTEM_FONT);
+}
+[[maybe_unused]] const bool g_registered = (AtReset(&Reset), true);
+
+// Under the lock.
+HGDIOBJ AddLocked(Gdi& gdi, ObjectPointer object) {
+    const auto handle = HandleOf<HGDIOBJ>(gdi.objects.Add(std::move(object)));
+    if (!handle) SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return handle;
+}
+
+std::shared_ptr<GdiBrush> MakeBrush(UINT style, COLORREF color) {
+    auto brush = std::make_shared<GdiBrush>();
+    brush->data = {style, color, 0};
+    return brush;
+}
+
+std::shared_ptr<GdiPen> MakePen(UINT style, int width, COLORREF color) {
+    auto pen = std::make_shared<GdiPen>();
+    pen->data = {style, {width, 0}, color};
+    return pen;
+}
+
+std::shared_ptr<GdiFont> SystemFont(int dotsPerInch) {
+    auto font = std::make_shared<GdiFont>();
+    font->data.lfHeight = -(dotsPerInch * 9 / 72);
+    font->data.lfWeight = FW_NORMAL;
+    constexpr std::u16string_view kFace = u"Tahoma";
+    std::ranges::copy(kFace, font->data.lfFaceName);
+    return font;
+}
+
+ObjectPointer MakeStock(int index, int dotsPerInch) {
+    switch (index) {
+    case WHITE_BRUSH:
+        return MakeBrush(BS_SOLID, 0xFFFFFF);
+    case LTGRAY_BRUSH:
+        return MakeBrush(BS_SOLID, 0xC0C0C0);
+    case GRAY_BRUSH:
+        return MakeBrush(BS_SOLID, 0x808080);
+    case DKGRAY_BRUSH:
+        return MakeBrush(BS_SOLID, 0x404040);
+    case BLACK_BRUSH:
+        return MakeBrush(BS_SOLID, 0x000000);
+    case NULL_BRUSH:
+        return MakeBrush(BS_HOLLOW, 0);
+    case WHITE_PEN:
+        return MakePen(PS_SOLID, 1, 0xFFFFFF);
+    case BLACK_PEN:
+        return MakePen(PS_SOLID, 1, 0x000000);
+    case NULL_PEN:
+        return MakePen(PS_NULL, 1, 0);
+    case SYSTEM_FONT:
+        return SystemFont(dotsPerInch);
+    default:
+        return nullptr;
+    }
+}
+
+// Under the lock.
+HGDIOBJ StockObject(Gdi& gdi, int index) {
+    if (const auto known = gdi.stock.find(index); known != gdi.stock.end()) return known->second;
+    ObjectPointer object = MakeStock(index, gdi.screen.dotsPerInch);
+    if (!object) return nullptr;
+    object->system = true;
+    return gdi.stock[index] = AddLocked(gdi, std::move(object));
+}
+
+template<class T>
+Selected<T> SelectedStock(Gdi& gdi, int index) {
+    const HGDIOBJ handle = StockObject(gdi, index);
+    return {std::static_pointer_cast<T>(*gdi.objects.Find(NumberOf(handle))), handle};
+}
+
+std::shared_ptr<GdiBitmap> SystemBitmap(int width, int height) {
+    auto bitmap = std::make_shared<GdiBitmap>();
+    bitmap->system = true;
+    return bitmap->surface.Make(width, height) ? bitmap : nullptr;
+}
+
+// What a context in memory starts with: a pixel of its own, under one handle for all.
+Selected<GdiBitmap> OnePixel(Gdi& gdi) {
+    static const HGDIOBJ handle = AddLocked(gdi, SystemBitmap(1, 1));
+    return {SystemBitmap(1, 1), handle};
+}
+
+template<class T>
+int CopyDescription(const T& description, int size, void* buffer) {
+    if (!buffer) return sizeof description;
+    if (size <= 0) return 0;
+    const std::size_t bytes = std::min(static_cast<std::size_t>(size), sizeof description);
+    std::memcpy(buffer, &description, bytes);
+    return static_cast<int>(bytes);
+}
+
+// Of a section asked for as a plain bitmap only the front comes, as of any other.
+int DescribeBitmap(const GdiBitmap& bitmap, int size, void* buffer) {
+    DIBSECTION whole{};
+    whole.dsBm = {0,      bitmap.surface.Width(), bitmap.surface.Height(), bitmap.rowBytes, 1, bitmap.bits,
+                  nullptr};
+    if (!bitmap.section) return CopyDescription(whole.dsBm, size, buffer);
+    whole.dsBm.bmBits = const_cast<BYTE*>(bitmap.memory.data());
+    whole.dsBmih = *bitmap.section;
+    if (static_cast<std::size_t>(std::max(size, 0)) >= sizeof whole)
+        return CopyDescription(whole, size, buffer);
+    return CopyDescription(whole.dsBm, size, buffer);
+}
+
+// Puts an object in the place of another; the former handle.
+template<class T>
+HGDIOBJ Exchange(Selected<T>& place, const ObjectPointer& object, HGDIOBJ handle) {
+    const HGDIOBJ former = place.handle;
+    place = {std::static_pointer_cast<T>(object), handle};
+    return former;
+}
+
+} // namespace
+
+HGDIOBJ AddGdi(ObjectPointer object) {
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    return AddLocked(gdi, std::move(object));
+}
+
+ObjectPointer FindGdiObject(HGDIOBJ handle) {
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    const ObjectPointer* found = gdi.objects.Find(NumberOf(handle));
+    return found ? *found : nullptr;
+}
+
+bool RemoveContext(HDC dc, bool memory) {
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    const ObjectPointer* found = gdi.objects.Find(NumberOf(dc));
+    if (!found || (*found)->kind != GdiObject::Kind::Context) return false;
+    if (static_cast<const GdiContext&>(**found).memory != memory) return false;
+    gdi.objects.Remove(NumberOf(dc));
+    return true;
+}
+
+HBRUSH SystemBrush(COLORREF color) {
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    HBRUSH& brush = gdi.systemBrushes[color];
+    if (brush) return brush;
+    auto object = MakeBrush(BS_SOLID, color);
+    object->system = true;
+    return brush = static_cast<HBRUSH>(AddLocked(gdi, std::move(object)));
+}
+
+std::shared_ptr<GdiContext> MakeContext() {
+    auto context = std::make_shared<GdiContext>();
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    context->state.pen = SelectedStock<GdiPen>(gdi, BLACK_PEN);
+    context->state.brush = SelectedStock<GdiBrush>(gdi, WHITE_BRUSH);
+    context->state.font = SelectedStock<GdiFont>(gdi, SYSTEM_FONT);
+    context->bitmap = OnePixel(gdi);
+    return context;
+}
+
+std::shared_ptr<GdiBitmap> ScreenBitmap() {
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    if (!gdi.pixels) gdi.pixels = SystemBitmap(gdi.screen.width, gdi.screen.height);
+    return gdi.pixels;
+}
+
+} // namespace plat
+
+using namespace plat;
+
+// --- Contexts -----------------------------------------------------------------------------------------------------
+
+HDC CreateCompatibleDC(HDC) {
+    HostCall call;
+    std::shared_ptr<GdiContext> context = MakeContext();
+    context->memory = true;
+    return static_cast<HDC>(AddGdi(std::move(context)));
+}
+
+BOOL DeleteDC(HDC dc) {
+    HostCall call;
+    if (RemoveContext(dc, true)) return TRUE;
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+}
+
+int SaveDC(HDC dc) {
+    HostCall call;
+    constexpr std::size_t kDeepest = 1024;
+    const auto context = FindContext(dc);
+    if (!context || context->saved.size() >= kDeepest) return 0;
+    context->saved.push_back(context->state);
+    return static_cast<int>(context->saved.size());
+}
+
+BOOL RestoreDC(HDC dc, int level) {
+    HostCall call;
+    const auto context = FindContext(dc);
+    if (!context) return FALSE;
+    const int depth = static_cast<int>(context->saved.size());
+    const int target = level < 0 ? depth + level + 1 : level;
+    if (target < 1 || target > depth) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    context->state = std::move(context->saved[static_cast<std::size_t>(target) - 1]);
+    context->saved.resize(static_cast<std::size_t>(target) - 1);
+    context->Changed();
+    return TRUE;
+}
+
+int GetDeviceCaps(HDC dc, int index) {
+    HostCall call;
+    if (!FindContext(dc)) return 0;
+    const PlatScreen screen = PlatGetScreen();
+    switch (index) {
+    case HORZRES:
+        return screen.width;
+    case VERTRES:
+        return screen.height;
+    case BITSPIXEL:
+        return 24;
+    case LOGPIXELSX:
+    case LOGPIXELSY:
+        return screen.dotsPerInch;
+    default:
+        return 0;
+    }
+}
+
+HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
+    HostCall call;
+    const auto context = FindContext(dc);
+    const ObjectPointer object = FindGdiObject(handle);
+    if (!context || !object) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return nullptr;
+    }
+    switch (object->kind) {
+    case GdiObject::Kind::Pen:
+        return Exchange(context->state.pen, object, handle);
+    case GdiObject::Kind::Brush:
+        return Exchange(context->state.brush, object, handle);
+    case GdiObject::Kind::Font:
+        return Exchange(context->state.font, object, handle);
+    case GdiObject::Kind::Bitmap:
+        if (!context->memory) break;
+        context->Changed();
+        return Exchange(context->bitmap, object, handle);
+    case GdiObject::Kind::Region:
+        return reinterpret_cast<HGDIOBJ>(static_cast<LONG_PTR>(SelectClipRgn(dc, static_cast<HRGN>(handle))));
+    case GdiObject::Kind::Context:
+        break;
+    }
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return nullptr;
+}
+
+int SetBkMode(HDC dc, int mode) {
+    HostCall call;
+    const auto context = FindContext(dc);
+    return context ? std::exchange(context->state.backMode, mode) : 0;
+}
+
+namespace {
+constexpr COLORREF kNoColor = 0xFFFFFFFF;
+}
+
+COLORREF SetBkColor(HDC dc, COLORREF color) {
+    HostCall call;
+    const auto context = FindContext(dc);
+    return context ? std::exchange(context->state.backColor, color & 0xFFFFFF) : kNoColor;
+}
+
+COLORREF GetBkColor(HDC dc) {
+    HostCall call;
+    const auto context = FindContext(dc);
+    return context ? context->state.backColor : kNoColor;
+}
+
+COLORREF SetTextColor(HDC dc, COLORREF color) {
+    HostCall call;
+    const auto context = FindContext(dc);
+    return context ? std::exchange(context->state.textColor, color & 0xFFFFFF) : kNoColor;
+}
+
+COLORREF GetTextColor(HDC dc) {
+    HostCall call;
+    const auto context = FindContext(dc);
+    return context ? context->state.textColor : kNoColor;
+}
+
+// --- Objects ------------------------------------------------------------------------------------------------------
+
+HFONT CreateFontIndirectW(const LOGFONTW* description) {
+    HostCall call;
+    if (!description) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    auto font = std::make_shared<GdiFont>();
+    font->data = *description;
+    font->data.lfFaceName[LF_FACESIZE - 1] = 0;
+    return static_cast<HFONT>(AddGdi(std::move(font)));
+}
+
+HBRUSH CreateSolidBrush(COLORREF color) {
+    HostCall call;
+    return static_cast<HBRUSH>(AddGdi(MakeBrush(BS_SOLID, color & 0xFFFFFF)));
+}
+
+HBRUSH CreatePatternBrush(HBITMAP bitmap) {
+    HostCall call;
+    const auto source = FindGdi<GdiBitmap>(bitmap);
+    if (!source) return nullptr;
+    auto brush = MakeBrush(BS_PATTERN, 0);
+    brush->data.lbHatch = reinterpret_cast<LONG_PTR>(bitmap);
+    const Surface& from = source->surface;
+    brush->pattern.Make(from.Width(), from.Height());
+    std::vector<Pixel> row(static_cast<std::size_t>(from.Width()));
+    for (int y = 0; y < from.Height(); ++y)
+        brush->pattern.Write(0, y, from.Width(), from.Read(0, y, from.Width(), row.data()));
+    return static_cast<HBRUSH>(AddGdi(std::move(brush)));
+}
+
+HPEN CreatePen(int style, int width, COLORREF color) {
+    HostCall call;
+    const UINT kind = style == static_cast<int>(PS_NULL) ? PS_NULL : PS_SOLID;
+    return static_cast<HPEN>(
+        AddGdi(MakePen(kind, std::clamp(width, 0, Surface::kLargestSide), color & 0xFFFFFF)));
+}
+
+int GetObjectW(HGDIOBJ handle, int size, void* buffer) {
+    HostCall call;
+    const ObjectPointer object = FindGdiObject(handle);
+    switch (object ? object->kind : GdiObject::Kind::Context) {
+    case GdiObject::Kind::Font:
+        return CopyDescription(static_cast<const GdiFont&>(*object).data, size, buffer);
+    case GdiObject::Kind::Brush:
+        return CopyDescription(static_cast<const GdiBrush&>(*object).data, size, buffer);
+    case GdiObject::Kind::Pen:
+        return CopyDescription(static_cast<const GdiPen&>(*object).data, size, buffer);
+    case GdiObject::Kind::Bitmap:
+        return DescribeBitmap(static_cast<const GdiBitmap&>(*object), size, buffer);
+    default:
+        SetLastError(ERROR_INVALID_HANDLE);
+        return 0;
+    }
+}
+
+BOOL DeleteObject(HGDIOBJ handle) {
+    HostCall call;
+    Gdi& gdi = TheGdi();
+    std::optional<ObjectPointer> ended; // goes behind the lock
+    std::lock_guard lock(gdi.lock);
+    const ObjectPointer* found = gdi.objects.Find(NumberOf(handle));
+    if (!found || (*found)->kind == GdiObject::Kind::Context) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    if (!(*found)->system) ended = gdi.objects.Remove(NumberOf(handle));
+    return TRUE;
+}
+
+HGDIOBJ GetStockObject(int index) {
+    HostCall call;
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    return StockObject(gdi, index);
+}
+
+// --- The screen ---------------------------------------------------------------------------------------------------
+
+bool PlatSetScreen(const PlatScreen& screen) {
+    HostCall call;
+    constexpr int kMostDots = 2400;
+    if (screen.width < 1 || screen.height < 1 || screen.dotsPerInch < 1 || screen.dotsPerInch > kMostDots)
+        return false;
+    auto pixels = SystemBitmap(screen.width, screen.height);
+    if (!pixels) return false;
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    gdi.screen = screen;
+    gdi.pixels = std::move(pixels);
+    gdi.stock.erase(SYSTEM_FONT); // made anew by the new measures; the former stays for those who have it
+    return true;
+}
+
+PlatScreen PlatGetScreen() {
+    HostCall call;
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    return gdi.screen;
+}

@@ -1,0 +1,423 @@
+#include "QNGridCtrl/PNGDecoder.h"
+
+#include "QNGridCtrl/PNGPicture.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <zlib.h>
+
+namespace {
+
+using Bytes = std::span<const BYTE>;
+
+constexpr std::array<BYTE, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+constexpr std::size_t kFirstChunk = 33; // the header chunk stands at its fixed place
+constexpr std::size_t kChunkHead = 8;
+constexpr std::size_t kCheckValue = 4;
+constexpr std::size_t kMostExpansion = 1040; // of deflated data
+constexpr std::size_t kRawBlock = 64 * 1024; // lines are inflated and converted in blocks of about this size
+
+enum ColorType : BYTE { kGrey = 0, kRGB = 2, kPalette = 3, kGreyAlpha = 4, kRGBA = 6 };
+
+struct Color {
+    BYTE blue, green, red;
+};
+
+struct Pass {
+    DWORD firstRow, firstColumn, rowStep, columnStep;
+};
+constexpr std::array<Pass, 7> kAdam7 = {
+    {{0, 0, 8, 8}, {0, 4, 8, 8}, {4, 0, 8, 4}, {0, 2, 4, 4}, {2, 0, 4, 2}, {0, 1, 2, 2}, {1, 0, 2, 1}}};
+constexpr std::array<Pass, 1> kWholeImage = {{{0, 0, 1, 1}}};
+
+DWORD BigEndian(const BYTE* p) { return DWORD{p[0]} << 24 | DWORD{p[1]} << 16 | DWORD{p[2]} << 8 | p[3]; }
+
+struct Chunk {
+    std::string_view name;
+    Bytes data; // as far as the file has it
+    std::size_t next;
+};
+
+// False where no chunk can stand any more.
+bool ReadChunk(Bytes file, std::size_t at, Chunk& chunk) {
+    if (at > file.size() || file.size() - at < kChunkHead) return false;
+    const std::size_t length = BigEndian(&file[at]);
+    const std::size_t start = at + kChunkHead;
+    chunk.name = {reinterpret_cast<const char*>(&file[at + 4]), 4};
+    chunk.data = file.subspan(start, std::min(length, file.size() - start));
+    chunk.next = start + length + kCheckValue;
+    return true;
+}
+
+// --- Inflating ----------------------------------------------------------------------------------------------------
+
+// The data chunks as one stream. Whatever follows the first is taken for data until the end chunk.
+class DataStream {
+public:
+    DataStream(Bytes file, const Chunk& first) : m_file(file), m_chunk(first) {
+        m_good = inflateInit2(&m_stream, 15) == Z_OK;
+        if (m_good) Feed(first.data);
+    }
+    ~DataStream() {
+        if (m_good) inflateEnd(&m_stream);
+    }
+    DataStream(const DataStream&) = delete;
+    DataStream& operator=(const DataStream&) = delete;
+
+    bool IsGood() const { return m_good; }
+    bool Failed() const { return m_failed; }
+
+    // Fills `out` as far as there is data; gives the bytes.
+    std::size_t Read(std::span<BYTE> out) {
+        m_stream.next_out = out.data();
+        m_stream.avail_out = static_cast<uInt>(out.size());
+        while (m_stream.avail_out > 0 && !m_ended && HasInput()) {
+            const int result = inflate(&m_stream, Z_SYNC_FLUSH);
+            m_ended = result != Z_OK;
+            m_failed = m_ended && result != Z_STREAM_END;
+        }
+        return out.size() - m_stream.avail_out;
+    }
+
+private:
+    void Feed(Bytes data) {
+        m_stream.next_in = const_cast<BYTE*>(data.data());
+        m_stream.avail_in = static_cast<uInt>(data.size());
+    }
+    bool HasInput() {
+        while (m_stream.avail_in == 0) {
+            if (!ReadChunk(m_file, m_chunk.next, m_chunk) || m_chunk.name == "IEND") return false;
+            Feed(m_chunk.data);
+        }
+        return true;
+    }
+
+    Bytes m_file;
+    Chunk m_chunk;
+    z_stream m_stream{};
+    bool m_good = false;
+    bool m_ended = false;
+    bool m_failed = false;
+};
+
+// --- Filters: each line is a difference from its left and upper neighbours, `distance` bytes away ------------------
+
+void AddLeft(BYTE* line, std::size_t size, std::size_t distance) {
+    for (std::size_t i = distance; i < size; ++i) line[i] = static_cast<BYTE>(line[i] + line[i - distance]);
+}
+
+void AddUpper(BYTE* line, const BYTE* upper, std::size_t size) {
+    for (std::size_t i = 0; i < size; ++i) line[i] = static_cast<BYTE>(line[i] + upper[i]);
+}
+
+void AddAverage(BYTE* line, const BYTE* upper, std::size_t size, std::size_t distance) {
+    const std::size_t head = std::min(size, distance);
+    for (std::size_t i = 0; i < head; ++i) line[i] = static_cast<BYTE>(line[i] + upper[i] / 2);
+    for (std::size_t i = head; i < size; ++i)
+        line[i] = static_cast<BYTE>(line[i] + (line[i - distance] + upper[i]) / 2);
+}
+
+// Whichever of left, above and upper left is nearest to left + above - upper left, in this order.
+int PaethPredictor(int left, int above, int upperLeft) {
+    const int toLeft = std::abs(above - upperLeft);
+    const int toAbove = std::abs(left - upperLeft);
+    const int toUpperLeft = std::abs(left + above - 2 * upperLeft);
+    const int nearest = toAbove <= toUpperLeft ? above : upperLeft;
+    return toLeft <= toAbove && toLeft <= toUpperLeft ? left : nearest;
+}
+
+template<std::size_t kDistance>
+void AddPaeth(BYTE* line, const BYTE* upper, std::size_t size) {
+    const std::size_t head = std::min(size, kDistance);
+    AddUpper(line, upper, head);
+    for (std::size_t i = head; i < size; ++i)
+        line[i] =
+            static_cast<BYTE>(line[i] + PaethPredictor(line[i - kDistance], upper[i], upper[i - kDistance]));
+}
+
+void ApplyFilter(BYTE filter, BYTE* line, const BYTE* upper, std::size_t size, std::size_t distance) {
+    switch (filter) {
+    case 1:
+        return AddLeft(line, size, distance);
+    case 2:
+        return AddUpper(line, upper, size);
+    case 3:
+        return AddAverage(line, upper, size, distance);
+    case 4:
+        switch (distance) {
+        case 1:
+            return AddPaeth<1>(line, upper, size);
+        case 2:
+            return AddPaeth<2>(line, upper, size);
+        case 3:
+            return AddPaeth<3>(line, upper, size);
+        case 4:
+            return AddPaeth<4>(line, upper, size);
+        case 6:
+            return AddPaeth<6>(line, upper, size);
+        default:
+            return AddPaeth<8>(line, upper, size);
+        }
+    default: // none; one that the format doesn't have leaves the line as it stands
+        return;
+    }
+}
+
+// --- The decoder --------------------------------------------------------------------------------------------------
+
+class Decoder {
+public:
+    Decoder(Bytes file, PNGImage& image) : m_file(file), m_image(image) {}
+    DWORD Run(unsigned long long maxPixels);
+
+private:
+    bool FindData(Chunk& data);
+    void ReadPalette(Bytes data);
+    void MakeGreyscalePalette();
+    bool IsKnownKind() const;
+    bool IsTooLarge(unsigned long long maxPixels) const;
+    DWORD SamplesOfPixel() const;
+    DWORD ReadPass(DataStream& stream, const Pass& pass);
+    void ReadLine(const BYTE* line, DWORD row, const Pass& pass);
+    void ReadGrey(const BYTE* line, DWORD row, const Pass& pass);
+    void ReadPaletteBits(const BYTE* line, DWORD row, const Pass& pass);
+    void ReadPaletteBytes(const BYTE* line, DWORD row, const Pass& pass);
+    template<bool kHasAlpha>
+    void ReadRGB(const BYTE* line, DWORD row, const Pass& pass);
+    template<bool kHasAlpha>
+    void ReadRGBBytes(const BYTE* line, DWORD row);
+    BYTE AlphaOfIndex(BYTE index) const;
+    bool IsTransparentColor(BYTE red, BYTE green, BYTE blue) const;
+
+    bool HasAlpha() const { return m_type == kGreyAlpha || m_type == kRGBA; }
+    bool IsGrey() const { return m_type == kGrey || m_type == kGreyAlpha; }
+    DWORD SampleBytes() const { return m_depth == 16 ? 2 : 1; }
+    BYTE* PixelAt(DWORD row, DWORD column) const {
+        return m_image.pixels.data() + std::size_t{row} * m_rowBytes + column * 3;
+    }
+    BYTE* AlphaAt(DWORD row, DWORD column) const {
+        return m_image.alpha.data() + std::size_t{row} * m_image.width + column;
+    }
+
+    Bytes m_file;
+    PNGImage& m_image;
+    BYTE m_depth = 0;
+    BYTE m_type = 0;
+    BYTE m_interlace = 0;
+    std::array<Color, 256> m_palette{}; // what is missing is black
+    Bytes m_transparency;
+    std::size_t m_rowBytes = 0;
+};
+
+DWORD Decoder::Run(unsigned long long maxPixels) {
+    if (m_file.size() < kSignature.size() ||
+        !std::equal(kSignature.begin(), kSignature.end(), m_file.begin()))
+        return PNG_NO_SIGNATURE;
+    if (m_file.size() < kFirstChunk) return PNG_BAD_STRUCTURE;
+    m_image.width = BigEndian(&m_file[16]);
+    m_image.height = BigEndian(&m_file[20]);
+    m_depth = m_file[24];
+    m_type = m_file[25];
+    m_interlace = m_file[28];
+    Chunk data;
+    if (!FindData(data) || !IsKnownKind()) return PNG_BAD_STRUCTURE;
+    if (IsTooLarge(maxPixels)) return PNG_NO_MEMORY;
+
+    m_rowBytes = (std::size_t{m_image.width} * 3 + 1) & ~std::size_t{1};
+    m_image.pixels.assign(m_rowBytes * m_image.height, 0);
+    m_image.alpha.assign(std::size_t{m_image.width} * m_image.height, 255);
+    DataStream stream(m_file, data);
+    if (!stream.IsGood()) return PNG_NO_MEMORY;
+    const std::span<const Pass> passes = m_interlace ? std::span<const Pass>(kAdam7) : kWholeImage;
+    for (const Pass& pass : passes)
+        if (m_image.height > pass.firstRow && m_image.width > pass.firstColumn) ReadPass(stream, pass);
+    BYTE rest[16]; // the end of the stream is where its damage shows
+    if (!stream.Failed()) stream.Read(rest);
+    return stream.Failed() ? PNG_BAD_DATA : PNG_OK;
+}
+
+// The first data chunk; what stands before it is taken on the way.
+bool Decoder::FindData(Chunk& chunk) {
+    for (std::size_t at = kFirstChunk; ReadChunk(m_file, at, chunk); at = chunk.next) {
+        if (chunk.name == "IEND") return false;
+        if (chunk.name == "PLTE") ReadPalette(chunk.data);
+        if (chunk.name == "tRNS") m_transparency = chunk.data;
+        if (chunk.name == "IDAT") {
+            if (IsGrey()) MakeGreyscalePalette();
+            return true;
+        }
+    }
+    return false;
+}
+
+void Decoder::ReadPalette(Bytes data) {
+    const std::size_t entries = std::min(data.size() / 3, m_palette.size());
+    for (std::size_t i = 0; i < entries; ++i) m_palette[i] = {data[i * 3 + 2], data[i * 3 + 1], data[i * 3]};
+}
+
+void Decoder::MakeGreyscalePalette() {
+    const int levels = m_depth < 8 ? 1 << m_depth : 256;
+    for (int i = 0; i < levels; ++i) {
+        const auto level = static_cast<BYTE>(i * 255 / std::max(levels - 1, 1));
+        m_palette[static_cast<std::size_t>(i)] = {level, level, level};
+    }
+}
+
+bool Decoder::IsKnownKind() const {
+    if (m_image.width == 0 || m_image.height == 0 || m_interlace > 1) return false;
+    switch (m_type) {
+    case kGrey:
+        return m_depth == 1 || m_depth == 2 || m_depth == 4 || m_depth == 8 || m_depth == 16;
+    case kPalette:
+        return m_depth == 1 || m_depth == 2 || m_depth == 4 || m_depth == 8;
+    case kRGB:
+    case kGreyAlpha:
+    case kRGBA:
+        return m_depth == 8 || m_depth == 16;
+    default:
+        return false;
+    }
+}
+
+bool Decoder::IsTooLarge(unsigned long long maxPixels) const {
+    const unsigned long long pixels = static_cast<unsigned long long>(m_image.width) * m_image.height;
+    const unsigned long long bits = pixels > maxPixels ? 0 : pixels * SamplesOfPixel() * m_depth;
+    return pixels > maxPixels || m_image.width > maxPixels || bits / 8 > m_file.size() * kMostExpansion;
+}
+
+DWORD Decoder::SamplesOfPixel() const {
+    return (m_type == kRGB || m_type == kRGBA ? 3 : 1) + (HasAlpha() ? 1 : 0);
+}
+
+// --- Lines --------------------------------------------------------------------------------------------------------
+
+// Several lines are inflated at once; the last one stays above the next block.
+DWORD Decoder::ReadPass(DataStream& stream, const Pass& pass) {
+    const DWORD columns = (m_image.width - pass.firstColumn + pass.columnStep - 1) / pass.columnStep;
+    const DWORD rows = (m_image.height - pass.firstRow + pass.rowStep - 1) / pass.rowStep;
+    const std::size_t content = (std::size_t{columns} * SamplesOfPixel() * m_depth + 7) / 8;
+    const std::size_t line = content + 1; // its filter stands in front
+    const std::size_t distance = SamplesOfPixel() * SampleBytes();
+    const std::size_t most = std::clamp<std::size_t>(kRawBlock / line, 1, rows);
+    std::vector<BYTE> block(line * (most + 1), 0);
+    BYTE* first = block.data() + line;
+    for (DWORD done = 0; done < rows;) {
+        const std::size_t wanted = std::min<std::size_t>(most, rows - done);
+        const std::size_t got = stream.Read({first, wanted * line}) / line;
+        for (std::size_t i = 0; i < got; ++i) {
+            BYTE* now = first + i * line;
+            ApplyFilter(now[0], now + 1, now + 1 - line, content, distance);
+            ReadLine(now + 1, pass.firstRow + (done + static_cast<DWORD>(i)) * pass.rowStep, pass);
+        }
+        if (got < wanted) return done;
+        std::memcpy(block.data(), first + (got - 1) * line, line);
+        done += static_cast<DWORD>(got);
+    }
+    return rows;
+}
+
+void Decoder::ReadLine(const BYTE* line, DWORD row, const Pass& pass) {
+    if (m_depth < 8) return ReadPaletteBits(line, row, pass);
+    const bool plain = m_depth == 8 && pass.columnStep == 1;
+    switch (m_type) {
+    case kPalette:
+        return ReadPaletteBytes(line, row, pass);
+    case kRGB:
+        return plain && m_transparency.empty() ? ReadRGBBytes<false>(line, row)
+                                               : ReadRGB<false>(line, row, pass);
+    case kRGBA:
+        return plain ? ReadRGBBytes<true>(line, row) : ReadRGB<true>(line, row, pass);
+    default:
+        return ReadGrey(line, row, pass);
+    }
+}
+
+// Of a sample of two bytes the high one counts.
+void Decoder::ReadGrey(const BYTE* line, DWORD row, const Pass& pass) {
+    const DWORD sample = SampleBytes();
+    for (DWORD column = pass.firstColumn; column < m_image.width; column += pass.columnStep) {
+        std::memset(PixelAt(row, column), *line, 3);
+        line += sample;
+        if (m_type != kGreyAlpha) continue;
+        *AlphaAt(row, column) = *line;
+        line += sample;
+    }
+}
+
+void Decoder::ReadPaletteBits(const BYTE* line, DWORD row, const Pass& pass) {
+    const int mask = (1 << m_depth) - 1;
+    int shift = 8 - m_depth;
+    for (DWORD column = pass.firstColumn; column < m_image.width; column += pass.columnStep) {
+        const auto index = static_cast<BYTE>(*line >> shift & mask);
+        std::memcpy(PixelAt(row, column), &m_palette[index], 3);
+        *AlphaAt(row, column) = AlphaOfIndex(index);
+        shift -= m_depth;
+        if (shift >= 0) continue;
+        shift = 8 - m_depth;
+        ++line;
+    }
+}
+
+void Decoder::ReadPaletteBytes(const BYTE* line, DWORD row, const Pass& pass) {
+    for (DWORD column = pass.firstColumn; column < m_image.width; column += pass.columnStep, ++line) {
+        std::memcpy(PixelAt(row, column), &m_palette[*line], 3);
+        if (*line < m_transparency.size()) *AlphaAt(row, column) = m_transparency[*line];
+    }
+}
+
+template<bool kHasAlpha>
+void Decoder::ReadRGB(const BYTE* line, DWORD row, const Pass& pass) {
+    const DWORD sample = SampleBytes();
+    for (DWORD column = pass.firstColumn; column < m_image.width; column += pass.columnStep) {
+        const BYTE red = line[0], green = line[sample], blue = line[2 * sample];
+        const BYTE pixel[3] = {blue, green, red};
+        std::memcpy(PixelAt(row, column), pixel, 3);
+        line += 3 * sample;
+        if constexpr (kHasAlpha) {
+            *AlphaAt(row, column) = *line;
+            line += sample;
+        } else if (IsTransparentColor(red, green, blue)) {
+            *AlphaAt(row, column) = 0;
+        }
+    }
+}
+
+// The common kind, a whole line at once.
+template<bool kHasAlpha>
+void Decoder::ReadRGBBytes(const BYTE* line, DWORD row) {
+    BYTE* pixel = PixelAt(row, 0);
+    BYTE* alpha = AlphaAt(row, 0);
+    for (DWORD column = 0; column < m_image.width; ++column, pixel += 3, line += kHasAlpha ? 4 : 3) {
+        pixel[0] = line[2];
+        pixel[1] = line[1];
+        pixel[2] = line[0];
+        if constexpr (kHasAlpha) alpha[column] = line[3];
+    }
+}
+
+// Of a palette the entry's own; of grey the one value that is told.
+BYTE Decoder::AlphaOfIndex(BYTE index) const {
+    if (m_type == kPalette) return index < m_transparency.size() ? m_transparency[index] : BYTE{255};
+    return m_transparency.size() >= 2 && m_transparency[1] == index ? BYTE{0} : BYTE{255};
+}
+
+// The low bytes are compared with the first byte of each sample: that is how these pictures have always been shown.
+bool Decoder::IsTransparentColor(BYTE red, BYTE green, BYTE blue) const {
+    return m_transparency.size() >= 6 && m_transparency[1] == red && m_transparency[3] == green &&
+           m_transparency[5] == blue;
+}
+
+} // namespace
+
+DWORD DecodePNG(std::span<const BYTE> file, unsigned long long maxPixels, PNGImage& image) {
+    try {
+        return Decoder(file, image).Run(maxPixels);
+    } catch (const std::bad_alloc&) {
+        image = {};
+        return PNG_NO_MEMORY;
+    }
+}
