@@ -191,6 +191,7 @@ struct BLENDFUNCTION {
     BYTE SourceConstantAlpha; // 255 is opaque
     BYTE AlphaFormat;         // AC_SRC_ALPHA: the source has 32 bits, its colours multiplied with its alpha
 };
+// False with error 87 for another operation, or for transparency of a source of 24 bits.
 BOOL AlphaBlend(HDC to, int x, int y, int width, int height, HDC from, int fromX, int fromY, int fromWidth,
                 int fromHeight, BLENDFUNCTION blend);
 

@@ -2,13 +2,10 @@
 #include "Platform/host/gdiobjects.h"
 
 #include <algorithm>
-#include <cstring>
-#include <functional>
+#include <cstdlib>
 
 namespace plat {
 namespace {
-
-constexpr LONG kHeaderBytes = sizeof(BITMAPINFOHEADER);
 
 LONG RowBytes(int width, int bits, int padding) {
     return (width * (bits / 8) + padding - 1) / padding * padding;
@@ -29,6 +26,36 @@ HBITMAP MakeBitmap(int width, int height, UINT bits, const void* pixels) {
     const auto handle = static_cast<HBITMAP>(AddGdi(bitmap));
     if (handle && pixels) SetBitmapBits(handle, static_cast<DWORD>(bitmap->rowBytes * height), pixels);
     return handle;
+}
+
+DWORD MakeSection(GdiBitmap& bitmap, const BITMAPINFOHEADER& header) {
+    const long long height = std::abs(static_cast<long long>(header.biHeight));
+    const bool known = (header.biBitCount == 24 || header.biBitCount == 32) && header.biCompression == BI_RGB;
+    if (!known || header.biWidth < 1 || height < 1) return ERROR_INVALID_PARAMETER;
+    if (header.biWidth > Surface::kLargestSide || height > Surface::kLargestSide)
+        return ERROR_NOT_ENOUGH_MEMORY;
+    bitmap.bits = header.biBitCount;
+    bitmap.section = header;
+    bitmap.rowBytes = RowBytes(header.biWidth, header.biBitCount, 4);
+    if (!TryAssign(bitmap.memory,
+                   static_cast<std::size_t>(bitmap.rowBytes) * static_cast<std::size_t>(height)))
+        return ERROR_NOT_ENOUGH_MEMORY;
+    const bool topDown = header.biHeight < 0;
+    BYTE* top = bitmap.memory.data() + (topDown ? 0 : bitmap.rowBytes * (height - 1));
+    bitmap.surface.Attach(top, header.biWidth, static_cast<int>(height), header.biBitCount / 8,
+                          topDown ? bitmap.rowBytes : -std::ptrdiff_t{bitmap.rowBytes});
+    return 0;
+}
+
+BITMAPINFOHEADER HeaderOf(const GdiBitmap& bitmap) {
+    BITMAPINFOHEADER header{};
+    header.biSize = sizeof header;
+    header.biWidth = bitmap.surface.Width();
+    header.biHeight = bitmap.surface.Height();
+    header.biPlanes = 1;
+    header.biBitCount = bitmap.bits;
+    header.biSizeImage = static_cast<DWORD>(RowBytes(header.biWidth, bitmap.bits, 4) * header.biHeight);
+    return header;
 }
 
 // A rectangle of one context as the source of a copy: its pixels row by row, none outside of its bitmap.
@@ -171,48 +198,26 @@ LONG SetBitmapBits(HBITMAP handle, DWORD bytes, const void* bits) {
 
 HBITMAP CreateDIBSection(HDC, const BITMAPINFO* info, UINT, void** bits, HANDLE, DWORD) {
     HostCall call;
-    const BITMAPINFOHEADER& header = info->bmiHeader;
-    const long long height = std::abs(static_cast<long long>(header.biHeight));
-    const bool known = (header.biBitCount == 24 || header.biBitCount == 32) && header.biCompression == BI_RGB;
-    if (!known || header.biWidth < 1 || height < 1) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
-    }
-    if (header.biWidth > Surface::kLargestSide || height > Surface::kLargestSide) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
-    }
+    if (bits) *bits = nullptr;
     auto bitmap = std::make_shared<GdiBitmap>();
-    bitmap->bits = header.biBitCount;
-    bitmap->section = header;
-    bitmap->rowBytes = RowBytes(header.biWidth, header.biBitCount, 4);
-    bitmap->memory.assign(static_cast<std::size_t>(bitmap->rowBytes) * static_cast<std::size_t>(height), 0);
-    const bool topDown = header.biHeight < 0;
-    BYTE* top = bitmap->memory.data() + (topDown ? 0 : bitmap->rowBytes * (height - 1));
-    bitmap->surface.Attach(top, header.biWidth, static_cast<int>(height), header.biBitCount / 8,
-                           topDown ? bitmap->rowBytes : -std::ptrdiff_t{bitmap->rowBytes});
-    if (bits) *bits = bitmap->memory.data();
-    return static_cast<HBITMAP>(AddGdi(std::move(bitmap)));
+    if (const DWORD error = info ? MakeSection(*bitmap, info->bmiHeader) : ERROR_INVALID_PARAMETER) {
+        SetLastError(error);
+        return nullptr;
+    }
+    BYTE* memory = bitmap->memory.data();
+    const auto handle = static_cast<HBITMAP>(AddGdi(std::move(bitmap)));
+    if (bits && handle) *bits = memory;
+    return handle;
 }
 
 int GetDIBits(HDC, HBITMAP handle, UINT start, UINT rows, void* bits, BITMAPINFO* info, UINT) {
     HostCall call;
     const auto bitmap = FindGdi<GdiBitmap>(handle);
-    if (!bitmap) return 0;
-    Surface& surface = bitmap->surface;
+    if (!bitmap || !info) return 0;
+    const Surface& surface = bitmap->surface;
     BITMAPINFOHEADER& header = info->bmiHeader;
     if (!bits) {
-        header = {static_cast<DWORD>(kHeaderBytes),
-                  surface.Width(),
-                  surface.Height(),
-                  1,
-                  bitmap->bits,
-                  BI_RGB,
-                  static_cast<DWORD>(RowBytes(surface.Width(), bitmap->bits, 4) * surface.Height()),
-                  0,
-                  0,
-                  0,
-                  0};
+        header = HeaderOf(*bitmap);
         return surface.Height();
     }
     const auto height = static_cast<UINT>(surface.Height());
@@ -305,6 +310,10 @@ BOOL AlphaBlend(HDC to, int x, int y, int width, int height, HDC from, int fromX
     if (!copy.IsGood()) return FALSE;
     Source source(*copy.from, fromX, fromY, fromWidth, fromHeight);
     const bool hasAlpha = (blend.AlphaFormat & AC_SRC_ALPHA) != 0;
+    if (blend.BlendOp != AC_SRC_OVER || (hasAlpha && copy.from->bitmap->bits != 32)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
     CopyStretched(*copy.to, Moved({0, 0, width, height}, x, y), source,
                   [&](Pixel& out, Pixel in) { out = Blended(out, in, blend.SourceConstantAlpha, hasAlpha); });
     return TRUE;

@@ -117,6 +117,6 @@ int GetClipBox(HDC dc, RECT* box) {
     const auto context = FindContext(dc);
     if (!context) return 0;
     const Region& region = context->Paintable();
-    *box = Moved(region.Box(), -context->origin.x, -context->origin.y);
+    *box = region.IsEmpty() ? RECT{} : Moved(region.Box(), -context->origin.x, -context->origin.y);
     return region.Kind();
 }

@@ -353,7 +353,10 @@ HBRUSH CreatePatternBrush(HBITMAP bitmap) {
     auto brush = MakeBrush(BS_PATTERN, 0);
     brush->data.lbHatch = reinterpret_cast<LONG_PTR>(bitmap);
     const Surface& from = source->surface;
-    brush->pattern.Make(from.Width(), from.Height());
+    if (!brush->pattern.Make(from.Width(), from.Height())) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
     std::vector<Pixel> row(static_cast<std::size_t>(from.Width()));
     for (int y = 0; y < from.Height(); ++y)
         brush->pattern.Write(0, y, from.Width(), from.Read(0, y, from.Width(), row.data()));

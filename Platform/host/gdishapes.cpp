@@ -2,6 +2,7 @@
 #include "Platform/host/gdiobjects.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <span>
 
@@ -22,14 +23,13 @@ int Wrapped(int value, int size) {
 
 // Tiled from the origin of the context.
 void FillPattern(GdiContext& context, const RECT& rect, const Surface& pattern) {
-    Surface& surface = context.Pixels();
-    std::vector<Pixel> row(static_cast<std::size_t>(surface.Width()));
     ForEachSpan(context, rect, [&](int x, int y, int n) {
-        const int tileY = Wrapped(y - context.origin.y, pattern.Height());
-        for (int i = 0; i < n; ++i)
-            row[static_cast<std::size_t>(i)] =
-                pattern.Get(Wrapped(x + i - context.origin.x, pattern.Width()), tileY);
-        surface.Write(x, y, n, row.data());
+        const Pixel* tile =
+            pattern.Read(0, Wrapped(y - context.origin.y, pattern.Height()), pattern.Width(), nullptr);
+        int at = Wrapped(x - context.origin.x, pattern.Width());
+        context.Pixels().Edit(x, y, n, [&](Pixel* row, int count) {
+            for (int i = 0; i < count; ++i, at = at + 1 < pattern.Width() ? at + 1 : 0) row[i] = tile[at];
+        });
     });
 }
 
@@ -48,33 +48,36 @@ void Dot(GdiContext& context, int x, int y, const GdiPen& pen) {
     FillColor(context, Moved({0, 0, pen.Width(), pen.Width()}, x - before, y - before), pen.data.lopnColor);
 }
 
+// One dot for each step along the longer side, as far as it comes near to what can be seen.
+void SlantedLine(GdiContext& context, POINT a, POINT b, const GdiPen& pen) {
+    const long long dx = b.x - a.x, dy = b.y - a.y;
+    const bool wide = std::llabs(dx) >= std::llabs(dy);
+    const long long steps = std::llabs(wide ? dx : dy);
+    const RECT seen = Moved(context.Paintable().Box(), -context.origin.x, -context.origin.y);
+    const long long start = wide ? a.x : a.y;
+    const long long low = (wide ? seen.left : seen.top) - pen.Width();
+    const long long high = (wide ? seen.right : seen.bottom) + pen.Width();
+    const bool forth = (wide ? dx : dy) > 0;
+    const long long last = std::min(steps - 1, forth ? high - start : start - low);
+    const auto moved = [steps](long long i, long long d) {
+        return (2 * i * d + (d < 0 ? -steps : steps)) / (2 * steps);
+    };
+    for (long long i = std::max(0LL, forth ? low - start : start - high); i <= last; ++i)
+        Dot(context, NearPixel(a.x + moved(i, dx)), NearPixel(a.y + moved(i, dy)), pen);
+}
+
 // From a to b without b. Straight ones are filled at once.
 void Line(GdiContext& context, POINT a, POINT b, const GdiPen& pen) {
-    const int before = (pen.Width() - 1) / 2;
-    const int after = pen.Width() - before;
-    const long long dx = static_cast<long long>(b.x) - a.x;
-    const long long dy = static_cast<long long>(b.y) - a.y;
-    if (dy == 0 && dx != 0) {
-        const long long left = std::min<long long>(a.x, b.x + 1LL),
-                        right = std::max<long long>(a.x + 1LL, b.x);
-        return FillColor(context,
-                         {NearPixel(left), NearPixel(a.y - before), NearPixel(right), NearPixel(a.y + after)},
-                         pen.data.lopnColor);
-    }
-    if (dx == 0 && dy != 0) {
-        const long long top = std::min<long long>(a.y, b.y + 1LL),
-                        bottom = std::max<long long>(a.y + 1LL, b.y);
-        return FillColor(context,
-                         {NearPixel(a.x - before), NearPixel(top), NearPixel(a.x + after), NearPixel(bottom)},
-                         pen.data.lopnColor);
-    }
-    // One dot for each step along the longer side.
-    const long long steps = std::max(std::llabs(dx), std::llabs(dy));
-    constexpr long long kLongest = 4LL * Surface::kLargestSide;
-    if (steps > kLongest) return; // nothing that long can be seen
-    for (long long i = 0; i < steps; ++i)
-        Dot(context, NearPixel(a.x + (2 * i * dx + (dx < 0 ? -steps : steps)) / (2 * steps)),
-            NearPixel(a.y + (2 * i * dy + (dy < 0 ? -steps : steps)) / (2 * steps)), pen);
+    a = {NearPixel(a.x), NearPixel(a.y)};
+    b = {NearPixel(b.x), NearPixel(b.y)};
+    const int before = (pen.Width() - 1) / 2, after = pen.Width() - before;
+    const RECT reach{std::min(a.x, b.x + 1), std::min(a.y, b.y + 1), std::max(a.x + 1, b.x),
+                     std::max(a.y + 1, b.y)};
+    if (a.x != b.x && a.y != b.y) return SlantedLine(context, a, b, pen);
+    if (a.x != b.x)
+        FillColor(context, {reach.left, a.y - before, reach.right, a.y + after}, pen.data.lopnColor);
+    if (a.y != b.y)
+        FillColor(context, {a.x - before, reach.top, a.x + after, reach.bottom}, pen.data.lopnColor);
 }
 
 void Lines(GdiContext& context, std::span<const POINT> points, bool closed) {
@@ -84,7 +87,10 @@ void Lines(GdiContext& context, std::span<const POINT> points, bool closed) {
     if (closed) Line(context, points.back(), points.front(), pen);
 }
 
-// By the even-odd rule, at the middle of each row.
+// The first pixel whose middle lies at x or right of it.
+int FirstPixel(double x) { return NearPixel(static_cast<long long>(std::ceil(x - 0.5))); }
+
+// By the even-odd rule: the pixels whose middle lies inside, or on a left edge.
 void FillPolygon(GdiContext& context, std::span<const POINT> points) {
     if (points.size() < 3 || context.state.brush->IsHollow()) return;
     LONG top = points[0].y, bottom = points[0].y;
@@ -105,9 +111,7 @@ void FillPolygon(GdiContext& context, std::span<const POINT> points) {
         }
         std::ranges::sort(crossings);
         for (std::size_t i = 0; i + 1 < crossings.size(); i += 2)
-            FillWith(context,
-                     {NearPixel(static_cast<long long>(crossings[i] + 0.5)), y,
-                      NearPixel(static_cast<long long>(crossings[i + 1] + 0.5)), y + 1},
+            FillWith(context, {FirstPixel(crossings[i]), y, FirstPixel(crossings[i + 1]), y + 1},
                      *context.state.brush);
     }
 }
@@ -129,13 +133,16 @@ void FillGradient(GdiContext& context, const TRIVERTEX& a, const TRIVERTEX& b, b
     if (size < 1) return;
     const RECT visible = Moved(context.Paintable().Box(), -context.origin.x, -context.origin.y);
     const RECT shown = Intersection(rect, visible);
-    const LONG first = vertical ? shown.top : shown.left, last = vertical ? shown.bottom : shown.right;
-    for (LONG i = first; i < last; ++i) {
-        const COLORREF color = ColorOf(MixedAt(a, b, i - (vertical ? rect.top : rect.left), size));
-        FillColor(context,
-                  vertical ? RECT{rect.left, i, rect.right, i + 1} : RECT{i, rect.top, i + 1, rect.bottom},
-                  color);
+    if (vertical) {
+        for (LONG y = shown.top; y < shown.bottom; ++y)
+            FillColor(context, {rect.left, y, rect.right, y + 1}, ColorOf(MixedAt(a, b, y - rect.top, size)));
+        return;
     }
+    std::vector<Pixel> row;
+    for (LONG x = shown.left; x < shown.right; ++x) row.push_back(MixedAt(a, b, x - rect.left, size));
+    ForEachSpan(context, shown, [&](int x, int y, int n) {
+        context.Pixels().Write(x, y, n, row.data() + (x - context.origin.x - shown.left));
+    });
 }
 
 } // namespace

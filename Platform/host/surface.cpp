@@ -14,7 +14,7 @@ bool Surface::Make(int width, int height) {
     constexpr long long kMostPixels = 1LL << 28;
     if (width < 1 || height < 1 || width > kLargestSide || height > kLargestSide) return false;
     if (static_cast<long long>(width) * height > kMostPixels) return false;
-    m_own.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 0);
+    if (!TryAssign(m_own, static_cast<std::size_t>(width) * static_cast<std::size_t>(height))) return false;
     Attach(reinterpret_cast<BYTE*>(m_own.data()), width, height, 4, std::ptrdiff_t{width} * 4);
     return true;
 }

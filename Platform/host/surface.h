@@ -5,6 +5,7 @@
 #include "Platform/types.h"
 
 #include <cstdint>
+#include <new>
 #include <vector>
 
 namespace plat {
@@ -28,11 +29,22 @@ constexpr RECT Moved(const RECT& r, long long x, long long y) {
 }
 RECT Intersection(const RECT& a, const RECT& b);
 
+// So many zeros; false without memory.
+template<class T>
+bool TryAssign(std::vector<T>& vector, std::size_t count) {
+    try {
+        vector.assign(count, T{});
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 class Surface {
 public:
     static constexpr int kLargestSide = 16384;
 
-    // Own memory, black; false for a size that is none or too large.
+    // Own memory, black; false for a size that is none or too large, or without memory.
     bool Make(int width, int height);
     // The memory of a section: 3 or 4 bytes a pixel, `stride` bytes from a row to the one below.
     void Attach(BYTE* topRow, int width, int height, int pixelBytes, std::ptrdiff_t stride);
