@@ -2,7 +2,7 @@
 include(CMakePackageConfigHelpers)
 
 install(TARGETS QNToolsShared EXPORT QNToolsTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-foreach(room Platform NorvoTools NorvoUI QNWorkerClass QNGridCtrl QNTools)
+foreach(room Platform NorvoTools NorvoUI QNWorkerClass QNGridCtrl QNNewEditUI QNTools)
   install(DIRECTORY ${room} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/QNTools
           FILES_MATCHING PATTERN "*.h" PATTERN "host" EXCLUDE)
 endforeach()

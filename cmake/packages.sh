@@ -22,5 +22,5 @@ need_packages() {
     rm -f "$log"
 }
 build_packages="g++ cmake ninja-build ccache lld pkg-config libsqlite3-dev libicu-dev libical-dev libcairo2-dev libharfbuzz-dev \
-libfreetype-dev libfontconfig-dev zlib1g-dev fonts-wine fonts-dejavu-core tzdata"
-test_packages="libgtest-dev libbenchmark-dev clang-format clang-tidy libgcc-12-dev"
+libfreetype-dev libfontconfig-dev zlib1g-dev libgdk-pixbuf-2.0-dev librsvg2-bin fonts-wine fonts-dejavu-core tzdata"
+test_packages="libgtest-dev libbenchmark-dev libpng-dev clang-format clang-tidy libgcc-12-dev"

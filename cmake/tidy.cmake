@@ -10,7 +10,7 @@ set(flags -std=c++20 ${includes} -I${top} -DQN_BUILDING -DQN_VERSION="0" -Wno-un
 file(MAKE_DIRECTORY ${stamps})
 
 file(GLOB_RECURSE headers ${top}/Platform/*.h ${top}/NorvoTools/*.h ${top}/NorvoUI/*.h ${top}/QNWorkerClass/*.h
-     ${top}/QNGridCtrl/*.h ${top}/QNTools/*.h ${top}/apps/*.h)
+     ${top}/QNGridCtrl/*.h ${top}/QNNewEditUI/*.h ${top}/QNTools/*.h ${top}/apps/*.h)
 set(common "")
 foreach(file ${headers} ${top}/.clang-tidy)
   file(SHA1 ${file} hash)
@@ -18,7 +18,8 @@ foreach(file ${headers} ${top}/.clang-tidy)
 endforeach()
 
 file(GLOB_RECURSE sources ${top}/Platform/*.cpp ${top}/NorvoTools/*.cpp ${top}/NorvoUI/*.cpp ${top}/QNWorkerClass/*.cpp
-     ${top}/QNGridCtrl/*.cpp     ${top}/QNTools/*.cpp ${top}/Resources/*.cpp ${top}/apps/*.cpp)
+     ${top}/QNGridCtrl/*.cpp ${top}/QNNewEditUI/*.cpp ${top}/QNTools/*.cpp
+     ${top}/Resources/*.cpp ${top}/apps/*.cpp)
 set(todo "")
 foreach(file ${sources})
   file(SHA1 ${file} hash)

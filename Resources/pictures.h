@@ -1,0 +1,33 @@
+// The pictures of QNResources.dll by number: resources of the type "PNGPIC", 16 pixels wide below 144 dots an inch and 32
+// from there. The drawings stand in pictures/NUMBER.svg. In mark-up a picture is <IMG SRC=NUMBER>.
+#pragma once
+
+#include "Platform/types.h"
+
+#include <cstddef>
+
+inline constexpr WORD kPictureTask = 10;
+inline constexpr WORD kPictureNote = 207;
+inline constexpr WORD kPictureMeeting = 209;
+inline constexpr WORD kPictureDuration = 213;
+inline constexpr WORD kPictureSeveralCategories = 214;
+inline constexpr WORD kPictureMailClosed = 218;
+inline constexpr WORD kPictureAllDay = 219;
+inline constexpr WORD kPictureJournal = 232;
+inline constexpr WORD kPictureGoesOn = 233; // to another day
+inline constexpr WORD kPictureBegan = 234;  // on another day
+inline constexpr WORD kPictureAppointment = 237;
+inline constexpr WORD kPictureMailOpen = 240;
+inline constexpr WORD kPictureReminder = 241;
+inline constexpr WORD kPictureRecurring = 242;
+inline constexpr WORD kPictureRegenerating = 243;
+inline constexpr WORD kPicturePrivate = 244;
+inline constexpr WORD kPictureLinked = 245;
+inline constexpr WORD kPictureQuickEntry = 246;
+inline constexpr WORD kPictureVoice = 267;
+inline constexpr WORD kPictureContact = 293;
+inline constexpr WORD kPictureScribble = 322;
+inline constexpr WORD kPictureInk = 328;
+inline constexpr WORD kPictureCallIn = 373;
+inline constexpr WORD kPictureCallOut = 374;
+inline constexpr WORD kPictureCallMissed = 375;
