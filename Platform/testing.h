@@ -68,6 +68,12 @@ std::vector<PlatProgramRecord> PlatTakePrograms();
 // The lines given to OutputDebugStringW since the last call.
 std::vector<std::u16string> PlatTakeDebugOutput();
 
+// --- Text ---------------------------------------------------------------------------------------------------------
+
+// From now on text measures and paints without fonts: every unit is 6 pixels wide, a font as high as it was asked for, a
+// fifth of it below the base line, a character a bar.
+void PlatUseFixedWidthText(bool on);
+
 // --- Faults -------------------------------------------------------------------------------------------------------
 
 enum class PlatFault {

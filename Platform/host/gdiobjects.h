@@ -9,6 +9,7 @@
 #include "Platform/threads.h"
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -56,6 +57,7 @@ struct GdiFont : GdiObject {
     static constexpr Kind kKind = Kind::Font;
     GdiFont() : GdiObject(kKind) {}
     LOGFONTW data{};
+    std::once_flag faceFound;
     std::shared_ptr<void> face; // the text layer's, found at first use
 };
 

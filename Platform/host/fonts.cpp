@@ -1,0 +1,295 @@
+#include "Platform/host/fonts.h"
+
+#include "Platform/host/facechain.h"
+#include "Platform/host/faults.h"
+#include "Platform/host/glyphs.h"
+#include "Platform/host/textshape.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <map>
+#include <string>
+
+namespace plat {
+namespace {
+
+// --- Widths of single units ---------------------------------------------------------------------------------------
+
+// What every unit of the basic plane measures and paints as by itself. Units are filled in at first use, under TextLock,
+// and read without it: the advance is written last.
+class UnitTable {
+public:
+    static constexpr std::uint16_t kUnknown = 0xFFFF;
+    static constexpr std::uint16_t kShaped = 0xFFFE; // not by itself: the text it stands in is shaped
+    static constexpr std::uint16_t kWidest = 0xFFFD;
+
+    struct Page {
+        static constexpr unsigned kUnits = 128;
+        std::array<std::atomic<std::uint16_t>, kUnits> advance;
+        std::array<std::uint16_t, kUnits> glyph{};
+        std::array<std::uint8_t, kUnits> face{};
+        Page() {
+            for (auto& unit : advance) unit.store(kUnknown, std::memory_order_relaxed);
+        }
+    };
+
+    ~UnitTable() {
+        for (auto& page : m_pages) delete page.load(std::memory_order_relaxed);
+    }
+
+    // Null when nothing of it is known.
+    const Page* PageOf(char16_t unit) const {
+        return m_pages[unit / Page::kUnits].load(std::memory_order_acquire);
+    }
+    static unsigned PlaceOn(char16_t unit) { return unit % Page::kUnits; }
+
+    // Under TextLock.
+    std::uint16_t Fill(FaceChain& faces, char16_t unit) {
+        std::atomic<Page*>& slot = m_pages[unit / Page::kUnits];
+        Page* page = slot.load(std::memory_order_relaxed);
+        if (!page) slot.store(page = new Page, std::memory_order_release);
+        const unsigned i = PlaceOn(unit);
+        std::uint16_t advance = kShaped;
+        if (StandsAlone(unit)) {
+            const CharPlace place = faces.PlaceOf(unit);
+            page->glyph[i] = static_cast<std::uint16_t>(place.glyph);
+            page->face[i] = static_cast<std::uint8_t>(place.face);
+            advance = static_cast<std::uint16_t>(std::clamp(place.advance, 0, int{kWidest}));
+        }
+        page->advance[i].store(advance, std::memory_order_release);
+        return advance;
+    }
+
+private:
+    static bool StandsAlone(char16_t unit) {
+        if (unit >= 0xD800 && unit < 0xE000) return false;
+        const CharKind kind = KindOf(unit);
+        return (kind == CharKind::Plain || kind == CharKind::Invisible) && !NeedsOrder(unit);
+    }
+
+    std::array<std::atomic<Page*>, 0x10000 / Page::kUnits> m_pages{};
+};
+
+// --- A font of the system -----------------------------------------------------------------------------------------
+
+class SystemTextFont : public TextFont {
+public:
+    // Under TextLock.
+    explicit SystemTextFont(const LOGFONTW& description) : m_faces(new FaceChain(description)) {
+        m_metrics = m_faces->Metrics();
+    }
+    ~SystemTextFont() override {
+        std::lock_guard lock(TextLock());
+        m_faces.reset();
+    }
+    bool IsEmpty() const { return m_faces->IsEmpty(); }
+
+    long long Measure(std::u16string_view text, long long limit, int* fit, int* widths) override {
+        long long width = 0;
+        std::size_t fits = 0;
+        const UnitTable::Page* page = nullptr;
+        unsigned pageNumber = ~0U;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const char16_t unit = text[i];
+            if (unit / UnitTable::Page::kUnits != pageNumber) {
+                page = m_units.PageOf(unit);
+                pageNumber = page ? unit / UnitTable::Page::kUnits : ~0U;
+            }
+            std::uint16_t advance =
+                page ? page->advance[UnitTable::PlaceOn(unit)].load(std::memory_order_acquire)
+                     : UnitTable::kUnknown;
+            if (advance >= UnitTable::kShaped) [[unlikely]] {
+                if (advance == UnitTable::kUnknown) advance = Fill(unit);
+                if (advance == UnitTable::kShaped) return MeasureShaped(text, limit, fit, widths);
+            }
+            width += advance;
+            if (width <= limit) fits = i + 1;
+            if (widths) widths[i] = NearPixel(width);
+        }
+        if (fit) *fit = static_cast<int>(fits);
+        return width;
+    }
+
+    void Paint(const TextPainting& painting) override {
+        std::lock_guard lock(TextLock());
+        static std::vector<StandingGlyph>& glyphs = *new std::vector<StandingGlyph>;
+        glyphs.clear();
+        const RECT clip = Moved(painting.clip, painting.context.origin.x, painting.context.origin.y);
+        Stand stand{
+            glyphs, clip.left - 4LL * m_metrics.em - m_metrics.widest, clip.right + 4LL * m_metrics.em,
+            painting.x + static_cast<long long>(painting.context.origin.x),
+            NearPixel(painting.y + static_cast<long long>(painting.context.origin.y) + m_metrics.ascent)};
+        if (!StandUnits(painting, stand)) {
+            glyphs.clear();
+            stand.pen = painting.x + static_cast<long long>(painting.context.origin.x);
+            StandShaped(painting, stand);
+        }
+        PaintGlyphs(painting.context, clip, glyphs, painting.color);
+    }
+
+private:
+    static constexpr std::size_t kLongestKept = 256;
+    static constexpr std::size_t kMostKept = 64;
+
+    // The glyphs of a text that may show, and the pen.
+    struct Stand {
+        std::vector<StandingGlyph>& glyphs;
+        long long from;
+        long long to;
+        long long pen;
+        int base;
+
+        void Add(SizedFace& face, FT_UInt glyph, int x, int y) {
+            if (pen >= from && pen < to)
+                glyphs.push_back({&face, glyph, static_cast<int>(pen) + x, base + y});
+        }
+    };
+
+    std::uint16_t Fill(char16_t unit) {
+        std::lock_guard lock(TextLock());
+        return m_units.Fill(*m_faces, unit);
+    }
+
+    // False when the text has to be shaped.
+    bool StandUnits(const TextPainting& painting, Stand& stand) {
+        const std::u16string_view text = painting.text;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const UnitTable::Page* page = m_units.PageOf(text[i]);
+            const unsigned at = UnitTable::PlaceOn(text[i]);
+            std::uint16_t advance =
+                page ? page->advance[at].load(std::memory_order_relaxed) : UnitTable::kUnknown;
+            if (advance == UnitTable::kUnknown) {
+                advance = m_units.Fill(*m_faces, text[i]);
+                page = m_units.PageOf(text[i]);
+            }
+            if (advance == UnitTable::kShaped) return false;
+            if (page->face[at] != CharPlace::kNone)
+                stand.Add(m_faces->At(page->face[at]), page->glyph[at], 0, 0);
+            stand.pen += painting.spacing ? painting.spacing[i] : advance;
+        }
+        return true;
+    }
+
+    void StandShaped(const TextPainting& painting, Stand& stand) {
+        const ShapedText& shaped = Shaped(painting.text);
+        for (const ShapedCluster& cluster : shaped.clusters) {
+            for (int i = 0; i < cluster.glyphs; ++i) {
+                const ShapedGlyph& glyph = shaped.glyphs[static_cast<std::size_t>(cluster.firstGlyph + i)];
+                stand.Add(m_faces->At(glyph.face), glyph.glyph, glyph.x, glyph.y);
+            }
+            int width = cluster.width;
+            if (painting.spacing) {
+                width = 0;
+                for (int i = 0; i < cluster.count; ++i)
+                    width = NearPixel(static_cast<long long>(width) + painting.spacing[cluster.start + i]);
+            }
+            stand.pen += width;
+        }
+    }
+
+    // Stays until the next call. Under TextLock.
+    const ShapedText& Shaped(std::u16string_view text) {
+        if (const auto known = m_shaped.find(std::u16string(text)); known != m_shaped.end())
+            return known->second;
+        if (text.size() > kLongestKept) return m_longText = ShapeText(*m_faces, text);
+        if (m_shaped.size() >= kMostKept) m_shaped.clear();
+        return m_shaped[std::u16string(text)] = ShapeText(*m_faces, text);
+    }
+
+    long long MeasureShaped(std::u16string_view text, long long limit, int* fit, int* widths) {
+        std::lock_guard lock(TextLock());
+        const ShapedText& shaped = Shaped(text);
+        const long long whole = shaped.width;
+        long long width = 0;
+        std::size_t fits = 0;
+        bool over = false;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            width += shaped.widths[i];
+            over = over || width > limit;
+            if (!over && shaped.ends[i]) fits = i + 1;
+            if (widths) widths[i] = NearPixel(width);
+        }
+        if (fit) *fit = static_cast<int>(shaped.joins && over ? FitOfJoined(text, limit, fits) : fits);
+        return whole;
+    }
+
+    // Where letters join, those that are cut off may look and measure differently at the end: so what fits is tried.
+    std::size_t FitOfJoined(std::u16string_view text, long long limit, std::size_t fits) {
+        constexpr int kSteps = 16;
+        for (int tried = 0; fits > 0; ++tried) {
+            const std::vector<char> ends = Shaped(text).ends;
+            if (Shaped(text.substr(0, fits)).width <= limit) return fits;
+            fits = tried < kSteps ? fits - 1 : fits / 2;
+            while (fits > 0 && !ends[fits - 1]) --fits;
+        }
+        return 0;
+    }
+
+    UnitTable m_units;
+    std::unique_ptr<FaceChain> m_faces;
+    std::unordered_map<std::u16string, ShapedText> m_shaped;
+    ShapedText m_longText;
+};
+
+// --- The fonts there are ------------------------------------------------------------------------------------------
+
+// What of a description makes another font; lines under and through are drawn by whoever paints.
+struct FontKey {
+    int height;
+    FaceStyle style;
+    std::u16string name;
+    auto operator<=>(const FontKey&) const = default;
+};
+
+struct Fonts {
+    std::mutex lock;
+    std::map<FontKey, std::shared_ptr<TextFont>> known;
+};
+Fonts& TheFonts() {
+    static Fonts& fonts = *new Fonts;
+    return fonts;
+}
+
+std::shared_ptr<TextFont> MakeFont(const LOGFONTW& description) {
+    std::unique_lock lock(TextLock());
+    auto font = std::make_shared<SystemTextFont>(description);
+    lock.unlock();
+    if (font->IsEmpty())
+        return MakeFixedFont(description); // a system without fonts: bars are better than nothing
+    return font;
+}
+
+std::atomic<bool> g_fixedWidth{false};
+[[maybe_unused]] const bool g_registered = (AtReset([] { PlatUseFixedWidthText(false); }), true);
+
+} // namespace
+
+std::mutex& TextLock() {
+    static std::mutex& lock = *new std::mutex;
+    return lock;
+}
+
+std::shared_ptr<TextFont> FindTextFont(const LOGFONTW& description) {
+    constexpr std::size_t kMostKept = 128;
+    const FontKey key{BoundedHeight(description.lfHeight), StyleOf(description), description.lfFaceName};
+    Fonts& fonts = TheFonts();
+    std::lock_guard lock(fonts.lock);
+    std::shared_ptr<TextFont>& font = fonts.known[key];
+    if (font) return font;
+    const std::shared_ptr<TextFont> made = font = MakeFont(description);
+    if (fonts.known.size() > kMostKept)
+        std::erase_if(fonts.known, [](const auto& known) { return known.second.use_count() == 1; });
+    return made;
+}
+
+std::shared_ptr<TextFont> TextFontOf(GdiFont& font) {
+    if (g_fixedWidth.load(std::memory_order_relaxed)) return MakeFixedFont(font.data);
+    std::call_once(font.faceFound, [&] { font.face = FindTextFont(font.data); });
+    return std::static_pointer_cast<TextFont>(font.face);
+}
+
+} // namespace plat
+
+void PlatUseFixedWidthText(bool on) { plat::g_fixedWidth.store(on, std::memory_order_relaxed); }
