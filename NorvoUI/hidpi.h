@@ -4,6 +4,11 @@
 
 #include "Platform/types.h"
 
+// Pixels for what is `pixels` wide at 96 dots an inch.
+constexpr int ScalePx(DWORD dotsPerInch, int pixels) {
+    return (static_cast<int>(dotsPerInch) * pixels + 48) / 96;
+}
+
 extern "C" {
 // Reads the screen once; later calls do nothing.
 QN_API void HIDPI_InitScaling();
