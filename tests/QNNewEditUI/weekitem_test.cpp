@@ -1,0 +1,417 @@
+// The row of an item as mark-up, and the settings behind it.
+#include "NorvoTools/globals.h"
+#include "Platform/modules.h"
+#include "QNGridCtrl/HTMLParser.h"
+#include "QNNewEditUI/MarkupText.h"
+#include "tests/QNNewEditUI/calendarpage.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using Subview = CCalendarSubview;
+
+class WeekItem : public CalendarPage {
+protected:
+    WeekItem() { g_hResources = LoadLibraryW(u"QNResources.dll"); }
+    ~WeekItem() override {
+        FreeLibrary(g_hResources);
+        g_hResources = nullptr;
+    }
+    // A row, its constant parts shortened: "{#000000}" for the font of that colour.
+    std::string Row(const DATACALENDAR& item, DWORD flags = 0) {
+        std::string row = Narrow(Page().BuildWeekItem(item, 2, flags));
+        const auto shorten = [&row](const std::string& from, const std::string& to) {
+            for (std::size_t at; (at = row.find(from)) != std::string::npos;)
+                row.replace(at, from.size(), to);
+        };
+        shorten("<FONT SIZE=2 NAME=\"Tahoma\" COLOR=", "{");
+        shorten("<BODY BGCOLOR=", "[");
+        return row;
+    }
+};
+
+TEST_F(WeekItem, RowAsItIsTold) {
+    Set(u"Fonts", u"CAV_Font", u"Sans Serif");
+    EXPECT_EQ(Narrow(Page().BuildWeekItem(Item(13, 60, 1), -3, Subview::kShowEnd)),
+              "<BODY BGCOLOR=#F6FFA6><IMG SRC=S16687724> <FONT SIZE=-3 NAME=\"Sans Serif\" COLOR=#000000>"
+              "<A=ATIMES>1:00p</A>-<A=ATIMEE>2:00p</A> <EDITABLE>Lunch</EDITABLE>");
+}
+
+TEST_F(WeekItem, Times) {
+    Set(u"CAV", u"ShowStatusBar", 0u);
+    Set(u"Colors", u"crMVBusy", 0xEEEEEE);
+    const struct {
+        const char* what;
+        Item item;
+        DWORD flags;
+        const char* row;
+    } cases[] = {
+        {"start alone", {13, 60}, 0, "<A=ATIMES>1:00p</A>"},
+        {"start and end", {13, 60}, Subview::kShowEnd, "<A=ATIMES>1:00p</A>-<A=ATIMEE>2:00p</A>"},
+        {"over midnight, first day", {23, 120}, Subview::kShowEnd, "<A=ATIMES>11:00p</A><IMG SRC=233>"},
+        {"to midnight", {23, 60}, Subview::kShowEnd, "<A=ATIMES>11:00p</A>-<A=ATIMEE>12:00a</A>"},
+        {"second and last day", {23 - 24, 840}, 0, "<IMG SRC=234><A=ATIMEE>1:00p</A>"},
+        {"a day between", {-1, 2880}, 0, "<IMG SRC=234><IMG SRC=233>"},
+        {"no dates that can be", {1e9, 60}, Subview::kShowEnd, "<IMG SRC=234><IMG SRC=233>"},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(Row(test.item, test.flags),
+                  std::string("[#EEEEEE>{#000000>") + test.row + " <EDITABLE>Lunch</EDITABLE>")
+            << test.what;
+}
+
+TEST_F(WeekItem, KindsAndDays) {
+    const struct {
+        const char* what;
+        Item item;
+        DWORD flags;
+        const char* row;
+    } cases[] = {
+        {"all-day", Item(0, 1440).AllDay(), 0,
+         "[#F6FFA6><IMG SRC=S16711680> {#000000><IMG SRC=219>  <B><EDITABLE>Lunch</EDITABLE></B>"},
+        {"all-day, yesterday", Item(-24, 1440).AllDay().OnDay(kFriday - 1), 0,
+         "[#FFFFFF><IMG SRC=S16711680> {#000000><I><IMG SRC=219>  <B><EDITABLE>Lunch</EDITABLE></B>"},
+        {"tomorrow", Item(24 + 9, 60, 0).OnDay(kFriday + 1), 0,
+         "[#FFFFFF><IMG SRC=S6291316> {#000000><A=ATIMES>9:00a</A> <EDITABLE>Lunch</EDITABLE>"},
+        {"over since an hour",
+         {10, 60},
+         0,
+         "[#F6FFA6><IMG SRC=S16711680> {#000000><I><A=ATIMES>10:00a</A> <EDITABLE>Lunch</EDITABLE>"},
+        {"still going",
+         {10, 121},
+         0,
+         "[#F6FFA6><IMG SRC=S16711680> {#000000><A=ATIMES>10:00a</A> <EDITABLE>Lunch</EDITABLE>"},
+        {"journal", Item(9, 60).Type(kLineJournal), 0, "[#CDCDCD>{#000000><A=ATIMES>9:00a</A> Lunch"},
+        {"place", Item(13, 60).Place(u"Room 5"), Subview::kShowLocation,
+         "[#F6FFA6><IMG SRC=S16711680> {#000000><A=ATIMES>1:00p</A> <EDITABLE>Lunch</EDITABLE> [Room 5]"},
+        {"place on the line of the images", Item(13, 60).Place(u"Room 5"),
+         Subview::kShowLocation | Subview::kOwnIconLine,
+         "[#F6FFA6><IMG SRC=S16711680> {#000000><A=ATIMES>1:00p</A> <EDITABLE>Lunch</EDITABLE><BR> [Room 5]"},
+    };
+    for (const auto& test : cases) EXPECT_EQ(Row(test.item, test.flags), test.row) << test.what;
+    Set(u"CAV", u"UseBoldAllday", 0u);
+    EXPECT_EQ(Row(Item(0, 1440).AllDay()),
+              "[#F6FFA6><IMG SRC=S16711680> {#000000><IMG SRC=219>  <EDITABLE>Lunch</EDITABLE>");
+}
+
+TEST_F(WeekItem, PastStyles) {
+    const char* const looks[] = {"{#A7A29D>",    "{#000000><S>", "{#A7A29D><S>",
+                                 "{#000000><I>", "{#A7A29D><I>", "{#000000>"};
+    for (DWORD style = 0; style < 6; ++style) {
+        Set(u"CAV", u"dwOldApptHandle", style);
+        EXPECT_EQ(Row(Item(9, 60)), std::string("[#F6FFA6><IMG SRC=S16711680> ") + looks[style] +
+                                        "<A=ATIMES>9:00a</A> <EDITABLE>Lunch</EDITABLE>");
+    }
+}
+
+TEST_F(WeekItem, CategoryColors) {
+    Color(u"Light", 0x80F0FF); // #FFF080
+    Color(u"Dark", 0x402000);  // #002040
+    const struct {
+        DWORD use;
+        const WCHAR* category;
+        DWORD statusBar;
+        const char* look;
+    } cases[] = {
+        {kCategoryToBack, u"Light", 1, "[#FFF080><IMG SRC=S16711680> {#000000>"},
+        {kCategoryToBack, u"Dark", 1,
+         "[#002040><IMG SRC=S16711680> {#FFFFFF>"}, // black could not be read there
+        {kCategoryToText, u"Dark", 1, "[#F6FFA6><IMG SRC=S16711680> {#002040>"},
+        {kCategoryColorOff, u"Dark", 1, "[#F6FFA6><IMG SRC=S16711680> {#000000>"},
+        {kCategoryToBack, u"Light", 0, "[#FFF080>{#000000>"},
+        {kCategoryColorOff, u"Light", 0, "[#0000FF>{#FFFFFF>"}, // of the status
+        {kCategoryToBack, u"Other", 1, "[#F6FFA6><IMG SRC=S16711680> {#000000>"},
+    };
+    for (const auto& test : cases) {
+        Set(u"CAV", u"ShowCatColorBackground", test.use);
+        Set(u"CAV", u"ShowStatusBar", test.statusBar);
+        EXPECT_EQ(Row(Item(13, 60).Categories(test.category)),
+                  std::string(test.look) + "<A=ATIMES>1:00p</A> <EDITABLE>Lunch</EDITABLE>");
+    }
+}
+
+TEST_F(WeekItem, Images) {
+    SetToRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"IconPath", u"\\Icons");
+    std::filesystem::create_directories(HostPath("Icons"));
+    std::ofstream(HostPath("Icons/Work.png")) << "x";
+    Item item(13, 60);
+    item.Categories(u"Work").Place(u"Hall");
+    item.m_bReminder = item.m_bRecurring = item.m_bPrivate = item.m_bHasLink = item.m_bHasJournalLink =
+        item.m_bHasNote = 1;
+    item.m_wMeeting = 3;
+    item.m_szIcon = _wcsdup(u"\\Icons\\a.png");
+    const std::string right =
+        "<SPAN><IMG SRC=241><IMG SRC=242><IMG SRC=244><IMG SRC=209><IMG SRC=245><IMG SRC=232>"
+        "<IMG SRC=207></SPAN>";
+    const std::string row = "{#000000><A=ATIMES>1:00p</A> <IMG SRC=\"\\Icons\\a.png\"><IMG SRC=\"Work.png\">"
+                            "<EDITABLE>Lunch</EDITABLE> [Hall]";
+    EXPECT_EQ(Row(item, Subview::kShowLocation), "[#F6FFA6><IMG SRC=S16711680> " + row + right);
+    EXPECT_EQ(Row(item, Subview::kShowLocation | Subview::kOneLine),
+              "[#F6FFA6>" + right + "<IMG SRC=S16711680> " + row);
+    item.m_szIcon[3] = u'"'; // a name that would end its tag
+    EXPECT_NE(Row(item).find("<IMG SRC=246><IMG SRC=\"Work.png\">"), std::string::npos);
+    for (const WCHAR* name :
+         {u"ShowReminderIcons", u"ShowRecurringIcons", u"ShowPrivateIcons", u"ShowMeetingIcons",
+          u"ShowLinkedIcons", u"ShowJournalIcons", u"ShowHasNoteIcons", u"ShowQEIcons", u"ShowCatIcons"})
+        Set(u"CAV", name, 0u);
+    EXPECT_EQ(Row(item),
+              "[#F6FFA6><IMG SRC=S16711680> {#000000><A=ATIMES>1:00p</A> <EDITABLE>Lunch</EDITABLE>");
+
+    WCHAR buffer[40];
+    m_page.SetImagesRight(Subview::kImageRegenerating, buffer, 40, false, u"a<b", nullptr);
+    EXPECT_EQ(Narrow(buffer), "<IMG SRC=243>[a<</BODY>b]");
+    m_page.SetImagesRight(Subview::kImageReminder | Subview::kImageNote, buffer, 30, true, nullptr, u"");
+    EXPECT_EQ(Narrow(buffer), "<SPAN><IMG SRC=241></SPAN>"); // the second has no room
+    m_page.SetImagesRight(Subview::kImageReminder, buffer, 20, true, nullptr, nullptr);
+    EXPECT_EQ(Narrow(buffer), "");
+    m_page.SetImagesRight(0, buffer, 40, true, nullptr, nullptr);
+    EXPECT_EQ(Narrow(buffer), "");
+}
+
+// --- What users write ---------------------------------------------------------------------------------------------
+
+// The visible texts of a row, joined; "|" for a break.
+std::u16string Visible(const WCHAR* row, bool editableOnly = false) {
+    CHTMLParser parser;
+    parser.SetHTML(row);
+    EXPECT_EQ(parser.ParseHTML(nullptr), 1);
+    std::u16string text;
+    for (const HTMLTOKEN& token : parser.Tokens()) {
+        if (token.eType == TOKEN_TEXT && (token.bEditable || !editableOnly))
+            text.append(token.pszText, token.nLength);
+        if (token.eType == TOKEN_TAG) text += u'|';
+    }
+    return text;
+}
+
+TEST_F(WeekItem, SubjectsAndPlacesShowAsTheyAreWritten) {
+    for (const WCHAR* text : {u"a<B>b",
+                              u"1 < 2",
+                              u"<",
+                              u"<<",
+                              u"<>",
+                              u"a<",
+                              u"><",
+                              u"<\"",
+                              u"\"<B x=\"",
+                              u"\"open",
+                              u"</EDITABLE>x",
+                              u"<A=\"x\">y",
+                              u"<FONT COLOR=#FFFFFF>",
+                              u"a@b <a@b>",
+                              u"&lt;&amp;",
+                              u"%s%n%d",
+                              u"<IMG SRC=219>",
+                              u"<•> done",
+                              u"<BR>",
+                              u"<<<B>>>"}) {
+        const Item item(13, 60, 2, text);
+        const WCHAR* row = Page().BuildWeekItem(Item(13, 60, 2, text).Place(text), 2, Subview::kShowLocation);
+        EXPECT_EQ(Narrow(Visible(row).c_str()), " 1:00p " + Narrow(text) + " [" + Narrow(text) + "]");
+        EXPECT_EQ(Narrow(Visible(row, true).c_str()), Narrow(text)); // what an edit in the row would show
+    }
+}
+
+TEST_F(WeekItem, SubjectsThatCantBeShownAreNotEditable) {
+    const struct {
+        const char* what;
+        std::u16string text;
+        std::u16string shown; // at its beginning
+    } cases[] = {
+        {"line breaks and controls", u"a\r\nb\tc\x01", u"a  b c  [Hall]"},
+        {"a long one", std::u16string(100000, u'x'), std::u16string(3599, u'x') + u"\u2026 [Hall]"},
+        {"tags and tags",
+         [] {
+             std::u16string text;
+             for (int i = 0; i < 30000; ++i) text += u"<B>";
+             return text;
+         }(),
+         [] {
+             std::u16string text; // 10 characters of mark-up each
+             for (int i = 0; i < 359; ++i) text += u"<B>";
+             return text + u"<B\u2026 [Hall]";
+         }()},
+        {"pairs are not cut",
+         u"x" +
+             [] {
+                 std::u16string text;
+                 for (int i = 0; i < 5000; ++i) text += u"\U0001F600";
+                 return text;
+             }(),
+         u"x" +
+             [] {
+                 std::u16string text;
+                 for (int i = 0; i < 1799; ++i) text += u"\U0001F600";
+                 return text;
+             }() +
+             u"\u2026 [Hall]"},
+    };
+    for (const auto& test : cases) {
+        const WCHAR* row = Page().BuildWeekItem(Item(13, 60, 2, test.text.c_str()).Place(u"Hall"), 2,
+                                                Subview::kShowLocation);
+        EXPECT_EQ(Narrow(Visible(row).c_str()), Narrow((u" 1:00p " + test.shown).c_str())) << test.what;
+        EXPECT_EQ(Visible(row, true), u"") << test.what;
+    }
+}
+
+// Everything at its longest still ends where it should.
+TEST_F(WeekItem, LongestRow) {
+    SetToRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"IconPath", u"\\Icons");
+    std::filesystem::create_directories(HostPath("Icons"));
+    std::u16string names;
+    for (int i = 0; i < 60; ++i) {
+        const std::string name = std::to_string(i) + std::string(70, 'c');
+        std::ofstream(HostPath("Icons/" + name + ".bmp")) << "x";
+        names += (i ? u", " : u"") + std::u16string(name.begin(), name.end());
+    }
+    Item item(13, 60, 2, std::u16string(9000, u'<').c_str());
+    item.Categories(names.c_str()).Place(std::u16string(9000, u'<').c_str());
+    item.m_bReminder = item.m_bHasNote = item.m_bPrivate = 1;
+    item.m_szIcon = _wcsdup((u"\\" + std::u16string(254, u'i') + u".bmp").c_str());
+    const std::u16string row = Page().BuildWeekItem(item, 2, Subview::kShowLocation);
+    EXPECT_LT(row.size(), 10000u);
+    EXPECT_TRUE(row.ends_with(u"]<SPAN><IMG SRC=241><IMG SRC=244><IMG SRC=207></SPAN>"));
+}
+
+// --- Tasks --------------------------------------------------------------------------------------------------------
+
+struct TaskItem : Item {
+    TaskItem(double due, LONG importance = 1, bool completed = false) : Item(0, 0) {
+        m_nType = kLineTask;
+        m_pTask = new DATATASKS;
+        m_pTask->m_szSubject = _wcsdup(u"Paint <red>");
+        m_pTask->m_dtDue = due;
+        m_pTask->m_nImportance = importance;
+        m_pTask->m_bCompleted = completed;
+    }
+};
+
+TEST_F(WeekItem, Tasks) {
+    const struct {
+        const char* what;
+        TaskItem item;
+        const char* row;
+    } cases[] = {
+        {"plain",
+         {kFriday + 3},
+         "[#FFFFFF>{#000000><IMG SRC=10> Paint <</BODY>red> <U><A=\"Due\">3d</A></U><SPAN>[11/23]</SPAN>"},
+        {"overdue",
+         {kFriday - 12, 2},
+         "[#FFCCCC>{#FF0000><IMG SRC=10> ! Paint <</BODY>red> <U><A=\"Due\">-12</A></U><SPAN>[11/08]</SPAN>"},
+        {"due today",
+         {kFriday},
+         "[#CCFFCC>{#000000><IMG SRC=10> Paint <</BODY>red> <U><A=\"Due\">D!</A></U><SPAN>[11/20]</SPAN>"},
+        {"completed",
+         {kFriday - 1, 2, true},
+         "[#AAAAAA>{#3f3f3f><S><IMG SRC=10> ! Paint <</BODY>red><SPAN>[11/19]</SPAN>"},
+        {"high",
+         {kFriday + 1, 2},
+         "[#FFFF74>{#000000><IMG SRC=10> ! Paint <</BODY>red> <U><A=\"Due\">1d</A></U><SPAN>[11/21]</SPAN>"},
+        {"undated", {kNoDate}, "[#bdc4fe>{#000000><IMG SRC=10> Paint <</BODY>red>"},
+    };
+    for (const auto& test : cases) EXPECT_EQ(Row(test.item), test.row) << test.what;
+
+    TaskItem item(kFriday - 1, 0);
+    wcscpy(item.m_pTask->m_szPriorityLetter, u"<A");
+    wcscpy(item.m_pTask->m_szPriorityNumber, u"12");
+    item.m_pTask->m_wFlag8 = 1;
+    item.m_pTask->m_dtReminder = kFriday + 1 + 9.5 / 24;
+    Set(u"Colors", u"CAV_TaskUseOverdueColors", 0u); // the next that holds
+    Set(u"Fonts", u"CAV_TaskImportanceStyle", u"<U><I>");
+    EXPECT_EQ(Row(item),
+              "[#93B5F0>{#000000><U><I><IMG SRC=10> ↓ <</BODY>A12 Paint <</BODY>red> <U><A=\"Due\">-1</A></U>"
+              "<SPAN><IMG SRC=241>[11/19][11/21 9:30a]</SPAN>");
+    item.m_pTask->m_dtReminder = kFriday + 9.5 / 24;
+    for (const WCHAR* name :
+         {u"ShowTaskDates", u"ShowTaskPriority", u"ShowTaskImportance", u"ShowTaskDaysToDue"})
+        Set(u"CAV", name, 0u);
+    Set(u"TV", u"TV_ShowCheckbox", 0u);
+    EXPECT_EQ(Row(item), "[#93B5F0>{#000000><U><I> Paint <</BODY>red><SPAN><IMG SRC=241>[9:30a]</SPAN>");
+}
+
+// --- Settings -----------------------------------------------------------------------------------------------------
+
+TEST_F(WeekItem, ColorsFallBackOnTheirDefaults) {
+    const struct {
+        CalendarColor color;
+        const char* text;
+        COLORREF value;
+    } defaults[] = {
+        {kColorJournal, "#CDCDCD", 0xCDCDCD},
+        {kColorPast, "#A7A29D", 0x9DA2A7},
+        {kColorToday, "#F6FFA6", 0xA6FFF6},
+        {kColorNoWork, "#FFFFFF", 0xFFFFFF},
+        {kColorBack, "#FFFFFF", 0xFFFFFF},
+        {kColorWork, "#ffffce", 0xCEFFFF},
+        {kColorText, "#000000", 0},
+        {kColorOverdueBack, "#FFCCCC", 0xCCCCFF},
+        {kColorUndatedBack, "#bdc4fe", 0xFEC4BD},
+    };
+    for (const auto& row : defaults) {
+        EXPECT_EQ(Narrow(Page().Colors().Text(row.color)), row.text);
+        EXPECT_EQ(Page().Colors().Value(row.color), row.value);
+    }
+    const struct {
+        const WCHAR* setting;
+        const char* text;
+        COLORREF value;
+    } cases[] = {
+        {u"#102030", "#102030", 0x302010},   {u"#abcdef", "#abcdef", 0xEFCDAB},
+        {u"102030", "#102030", 0x302010},    {u"#000000", "#000000", 0x010101},
+        {u"", "#F6FFA6", 0xA6FFF6},          {u"red", "#F6FFA6", 0xA6FFF6},
+        {u"#10203<", "#F6FFA6", 0xA6FFF6},   {u"#F0", "#0000F0", 0xF00000},
+        {u"#12345678", "#F6FFA6", 0xA6FFF6},
+    };
+    for (const auto& test : cases) {
+        Set(u"Colors", u"CAV_TodayColor", test.setting);
+        EXPECT_EQ(Narrow(Page().Colors().Text(kColorToday)), test.text) << Narrow(test.setting);
+        EXPECT_EQ(Page().Colors().Value(kColorToday), test.value) << Narrow(test.setting);
+    }
+    Set(u"Colors", u"crMVFree", 0x1000000u);
+    Set(u"Colors", u"crMVTentative", 0x030201u);
+    EXPECT_EQ(Page().Colors().OfStatus(0).cr, 0x5FFF74u);
+    EXPECT_EQ(Narrow(Page().Colors().OfStatus(1).szText), "#010203");
+    for (const WCHAR* style : {u"<B", u"B>", u"<>", u"<A=\"x>", u"<B>x", u"<<B>"}) {
+        Set(u"Fonts", u"CAV_TaskDefaultStyle", style);
+        EXPECT_EQ(Narrow(Page().Colors().StyleOf(kTaskPlain)), "") << Narrow(style);
+    }
+    Set(u"Fonts", u"CAV_TaskDefaultStyle", u"<B><FONT COLOR=#FF0000>");
+    EXPECT_EQ(Narrow(Page().Colors().StyleOf(kTaskPlain)), "<B><FONT COLOR=#FF0000>");
+}
+
+TEST_F(WeekItem, OptionsFallBackOnOtherKeys) {
+    EXPECT_EQ(Page().Option(kTouchInterface), 1u);
+    SetToRegistry(HKEY_CURRENT_USER, kSuiteKey, u"DefaultTouchMode", 0);
+    SetToRegistry(HKEY_CURRENT_USER, kSuiteKey, u"AppLayout", 4);
+    EXPECT_EQ(Page().Option(kTouchInterface), 0u);
+    EXPECT_EQ(Page().Option(kAppLayout), 4u);
+    Set(u"CAV", u"TouchInterface", 1u);
+    Set(u"CAV", u"AppLayout", 2u);
+    EXPECT_EQ(Page().Option(kTouchInterface), 1u);
+    EXPECT_EQ(Page().Option(kAppLayout), 2u);
+}
+
+TEST_F(WeekItem, FilterOfTheAgenda) {
+    const struct {
+        const WCHAR *categories, *wanted, *unwanted;
+        bool shown;
+    } cases[] = {
+        {nullptr, nullptr, nullptr, true},        {u"Work", u"", u"", true},
+        {u"Home, Work", u"Work", nullptr, true},  {u"Workout", u"Work", nullptr, false},
+        {nullptr, u"Work", nullptr, false},       {u"Work", nullptr, u"Home, Work", false},
+        {u"Work, Home", u"Work", u"Home", false}, {u"Work", u"Work", u"Home", true},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(Page().FilterAgendaCategory(test.categories, test.wanted, test.unwanted), test.shown);
+    AddCategory(u"Work");
+    ResetFullCategoryList();
+    CCategoryFilterInfo filter;
+    ConvertCategoryToCFullCategory(u"Work", filter.m_list);
+    Page().SetFilter(&filter);
+    EXPECT_TRUE(m_page.FilterAgendaCategory(u"Home, Work", nullptr, nullptr));
+    EXPECT_FALSE(m_page.FilterAgendaCategory(u"Home", nullptr, nullptr));
+}
+
+} // namespace
