@@ -1,8 +1,12 @@
 // Modules: libraries found by name, their entry points, and the texts and pictures they carry.
 //
 // LoadLibraryW finds, in this order, a module registered with PlatRegisterModule, then a shared object of that file
-// name in the device folder's WINDOWS; nothing else. Names match without regard to case, a path in front is ignored,
-// and a name without a dot means ".dll". Any thread may call anything here, from before main on.
+// name in the device folder's WINDOWS, then a folder of the device with resources; nothing else. Names match without
+// regard to case, a path in front is ignored but for a folder, and a name without a dot means ".dll". Any thread may call
+// anything here, from before main on.
+//
+// A folder of resources holds "strings.txt" (UTF-8, lines of number, tab and text with \n, \r, \t, \\), "png/ID.png",
+// the resources of the type "PNGPIC" ("png/ID-32.png" instead from 144 dots an inch on), and "bmp/ID.bmp".
 #pragma once
 
 #include "Platform/types.h"
@@ -32,10 +36,13 @@ struct PlatStringTable {
     std::size_t count;
 };
 struct PlatModuleResource {
-    WORD type;
+    WORD type; // unless typeName is set
     WORD name;
     const void* data;
     DWORD size;
+    const WCHAR* typeName = nullptr; // in capitals, "PNGPIC"
+    WORD leastDots =
+        0; // for screens of so many dots an inch and more; of several, the one with the most that fit holds
 };
 // Everything pointed to belongs to the caller and must stay for the life of the process.
 struct PlatModule {
@@ -75,12 +82,14 @@ BOOL DisableThreadLibraryCalls(HINSTANCE module);
 inline LPCWSTR MAKEINTRESOURCEW(WORD number) {
     return reinterpret_cast<LPCWSTR>(static_cast<ULONG_PTR>(number));
 }
+inline const LPCWSTR RT_BITMAP = reinterpret_cast<LPCWSTR>(ULONG_PTR{2}); // a whole .bmp file
 inline const LPCWSTR RT_RCDATA = reinterpret_cast<LPCWSTR>(ULONG_PTR{10});
 
 // Copies the text in the language of the device's locale, else in the module's first language, cut to `chars` with its
 // terminator; returns its characters. 0 and an empty text on failure: 1814, 6.
 int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int chars);
-// Numbers only (MAKEINTRESOURCEW). Null, error 1814 when there is none.
+// The name is a number (MAKEINTRESOURCEW), the type a number or a text, compared without regard to case. Null, error
+// 1814 when there is none.
 HRSRC FindResourceW(HINSTANCE module, LPCWSTR name, LPCWSTR type);
 // The bytes; they belong to the module and need no release.
 HGLOBAL LoadResource(HINSTANCE module, HRSRC resource);

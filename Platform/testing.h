@@ -88,6 +88,7 @@ enum class PlatFault {
     ThreadCreate,  // error 8
     EventCreate,   // error 8
     Allocate,      // LocalAlloc, HeapAlloc and SysAllocString give null, error 8
+    Gradient,      // GradientFill: error 50, nothing painted
 };
 // The nth call (1 the next) of that kind fails, and all behind it when `always`; n 0 takes the fault out.
 void PlatInjectFault(PlatFault fault, unsigned nth, bool always = false);

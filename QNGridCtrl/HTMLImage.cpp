@@ -1,5 +1,6 @@
 #include "QNGridCtrl/HTMLImage.h"
 
+#include "Platform/memorycontext.h"
 #include "QNGridCtrl/PNGPicture.h"
 
 CHTMLImage::CHTMLImage(HBITMAP bitmap) : m_hBitmap(bitmap) {
@@ -23,9 +24,5 @@ void CHTMLImage::DrawTransparent(HDC hdc, int x, int y, int cx, int cy) const {
         m_pPicture->Draw(hdc, x, y);
         return;
     }
-    const HDC memory = CreateCompatibleDC(hdc);
-    const HGDIOBJ former = SelectObject(memory, m_hBitmap);
-    TransparentImage(hdc, x, y, cx, cy, memory, 0, 0, m_nWidth, m_nHeight, HTML_IMAGE_KEY);
-    SelectObject(memory, former);
-    DeleteDC(memory);
+    TransparentImage(hdc, x, y, cx, cy, MemoryContext(m_hBitmap), 0, 0, m_nWidth, m_nHeight, HTML_IMAGE_KEY);
 }

@@ -197,7 +197,7 @@ private:
     bool IsGrey() const { return m_type == kGrey || m_type == kGreyAlpha; }
     DWORD SampleBytes() const { return m_depth == 16 ? 2 : 1; }
     BYTE* PixelAt(DWORD row, DWORD column) const {
-        return m_image.pixels.data() + std::size_t{row} * m_rowBytes + column * 3;
+        return m_image.pixels.data() + row * m_rowBytes + std::size_t{column} * 3;
     }
     BYTE* AlphaAt(DWORD row, DWORD column) const {
         return m_image.alpha.data() + std::size_t{row} * m_image.width + column;

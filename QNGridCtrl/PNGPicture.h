@@ -9,6 +9,7 @@
 
 #include "NorvoTools/globals.h"
 #include "Platform/gdi.h"
+#include "Platform/imagelist.h"
 #include "QNGridCtrl/PNGDecoder.h"
 
 enum PNGError : DWORD {
@@ -50,9 +51,17 @@ public:
 
     // Blends over the context.
     void Draw(HDC hdc, int x, int y);
-    // A new bitmap of the picture on a ground, with another one on top; the caller owns it. Dithered, every second pixel
+    // A new bitmap of the picture on a ground, with another one on top; the caller owns it. Null without a picture, and
+    // for one larger than bitmaps can be. Dithered, every second pixel
     // is ground, which looks disabled.
     HBITMAP GetBitmap(COLORREF background, PNGPicture* overlay = nullptr, bool bDither = false);
+    // What is transparent shows magenta in the list's picture, and pure magenta is left out of it. The index, -1 on failure.
+    int AddToImageList(HIMAGELIST list);
+
+    // Load, act and forget.
+    static int AddToImageList(HIMAGELIST list, HINSTANCE hInstance, WORD wId);
+    // Scaled to a size that is not 0. False when there is no such picture.
+    static bool DrawFromResources(HDC hdc, int x, int y, int cx, int cy, HINSTANCE hInstance, WORD wId);
 
 private:
     void Parse(const BYTE* file, std::size_t size);

@@ -1,4 +1,5 @@
 // Fills, frames, lines, single pixels and gradients.
+#include "Platform/host/faults.h"
 #include "Platform/host/gdiobjects.h"
 
 #include <algorithm>
@@ -261,6 +262,10 @@ BOOL GradientFill(HDC dc, TRIVERTEX* vertices, ULONG vertexCount, void* mesh, UL
     HostCall call;
     const auto context = FindContext(dc);
     if (!context) return FALSE;
+    if (FaultStrikes(PlatFault::Gradient)) {
+        SetLastError(ERROR_NOT_SUPPORTED);
+        return FALSE;
+    }
     const auto* rects = static_cast<const GRADIENT_RECT*>(mesh);
     for (ULONG i = 0; i < meshCount; ++i) {
         if (mode > GRADIENT_FILL_RECT_V || rects[i].UpperLeft >= vertexCount ||

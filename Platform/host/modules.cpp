@@ -8,6 +8,7 @@
 #include "Platform/host/localetables.h"
 #include "Platform/host/moduletable.h"
 #include "Platform/host/resolve.h"
+#include "Platform/host/resourcefolder.h"
 #include "Platform/host/text.h"
 #include "Platform/threads.h"
 
@@ -15,6 +16,7 @@
 #include <array>
 #include <climits>
 #include <cstring>
+#include <deque>
 #include <dlfcn.h>
 #include <memory>
 #include <mutex>
@@ -76,14 +78,35 @@ struct ModuleTable::Module {
     std::u16string key;
     std::u16string name;
     std::vector<PlatModuleEntry> entries;
-    std::vector<PlatModuleResource> resources;
-    std::vector<Language> languages; // the first is the one that every text stands in
-    void* library = nullptr;         // of a shared object
+    std::deque<PlatModuleResource> resources; // a handle points at each
+    std::vector<Language> languages;          // the first is the one that every text stands in
+    void* library = nullptr;                  // of a shared object
+    std::shared_ptr<ResourceFolder> folder;   // of a folder; its resources come when they are asked for
     DWORD references = 0;
     bool isRegistered = false;
     bool untilReset = false;
 
     bool IsApplication() const { return key.empty(); }
+
+    static bool IsOf(const PlatModuleResource& entry, const ResourceKey& wanted) {
+        if (entry.name != wanted.name) return false;
+        return entry.typeName ? wanted.typeName == entry.typeName
+                              : wanted.typeName.empty() && wanted.type == entry.type;
+    }
+    bool Holds(const ResourceKey& wanted, WORD leastDots) const {
+        return std::ranges::any_of(resources, [&](const auto& entry) {
+            return IsOf(entry, wanted) && entry.leastDots == leastDots;
+        });
+    }
+    // The one for the densest screens that this one still is.
+    const PlatModuleResource* FindResource(const ResourceKey& wanted) const {
+        const PlatModuleResource* best = nullptr;
+        for (const PlatModuleResource& entry : resources) {
+            const bool fits = IsOf(entry, wanted) && entry.leastDots <= wanted.dots;
+            if (fits && (!best || entry.leastDots > best->leastDots)) best = &entry;
+        }
+        return best;
+    }
 
     // In the device's language, as near as there is one.
     const PlatModuleString* FindText(UINT id) const {
@@ -168,7 +191,7 @@ void ModuleTable::Reset() {
 
 DWORD ModuleTable::Load(std::u16string_view name, HINSTANCE& handle) {
     const std::u16string key = ModuleKey(name);
-    if (key.empty()) return ERROR_INVALID_PARAMETER;
+    if (key.empty()) return name.size() > 1 ? LoadFolder(name, handle) : ERROR_INVALID_PARAMETER;
     {
         std::lock_guard lock(m_mutex);
         if (Module* module = FindByKey(key)) {
@@ -181,10 +204,31 @@ DWORD ModuleTable::Load(std::u16string_view name, HINSTANCE& handle) {
     Place place;
     const std::u16string path = std::u16string(kModuleFolder) + key;
     if (Resolve(path, LastLink::Follow, place) != 0 || !place.exists || !S_ISREG(place.status.st_mode))
-        return ERROR_MOD_NOT_FOUND;
+        return LoadFolder(name, handle);
     void* library = ::dlopen(place.hostPath.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) return ERROR_BAD_FORMAT;
     handle = AddLibrary(key, ToDeviceName(place.name), library);
+    return 0;
+}
+
+// Known by its whole path, which no name of a module looks like.
+DWORD ModuleTable::LoadFolder(std::u16string_view name, HINSTANCE& handle) {
+    if (name.find(u'\\') == name.npos) return ERROR_MOD_NOT_FOUND;
+    std::shared_ptr<ResourceFolder> folder = ResourceFolder::Open(name);
+    if (!folder) return ERROR_MOD_NOT_FOUND;
+    const std::u16string key = FoldName(folder->Path());
+    std::lock_guard lock(m_mutex);
+    Module* module = FindByKey(key);
+    if (!module) {
+        m_modules.push_back(std::make_unique<Module>());
+        module = m_modules.back().get();
+        module->key = key;
+        module->name = folder->Path();
+        module->languages.push_back({"", folder->Strings()});
+        module->folder = std::move(folder);
+    }
+    ++module->references;
+    handle = HandleOf(module);
     return 0;
 }
 
@@ -229,7 +273,9 @@ bool ModuleTable::Path(HINSTANCE handle, std::u16string& path) {
     std::lock_guard lock(m_mutex);
     const Module* module = handle ? Find(handle) : Application();
     if (!module) return false;
-    path = module->IsApplication() ? ApplicationPath() : std::u16string(kModuleFolder) + module->name;
+    path = module->IsApplication() ? ApplicationPath()
+           : module->folder        ? module->name
+                                   : std::u16string(kModuleFolder) + module->name;
     return true;
 }
 
@@ -261,16 +307,42 @@ DWORD ModuleTable::String(HINSTANCE handle, UINT id, std::u16string_view& text) 
     return 0;
 }
 
-DWORD ModuleTable::Resource(HINSTANCE handle, WORD name, WORD type, HRSRC& resource) {
+DWORD ModuleTable::FindResource(HINSTANCE handle, const ResourceKey& key, HRSRC& resource) {
     std::lock_guard lock(m_mutex);
-    Module* module = Find(handle);
+    const Module* module = Find(handle);
     if (!module) return ERROR_INVALID_HANDLE;
-    const auto found =
-        std::find_if(module->resources.begin(), module->resources.end(),
-                     [&](const auto& entry) { return entry.name == name && entry.type == type; });
-    if (found == module->resources.end()) return ERROR_RESOURCE_NAME_NOT_FOUND;
-    resource = reinterpret_cast<HRSRC>(&*found);
+    const PlatModuleResource* found = module->FindResource(key);
+    if (!found) return ERROR_RESOURCE_NAME_NOT_FOUND;
+    resource = reinterpret_cast<HRSRC>(const_cast<PlatModuleResource*>(found));
     return 0;
+}
+
+DWORD ModuleTable::Resource(HINSTANCE handle, const ResourceKey& key, HRSRC& resource) {
+    DWORD error = FindResource(handle, key, resource);
+    if (error != ERROR_RESOURCE_NAME_NOT_FOUND) return error;
+    ReadFolderResource(handle, key);
+    return FindResource(handle, key, resource);
+}
+
+// The forms for all screens at once: what is found next time must not hang on the one asked for first.
+void ModuleTable::ReadFolderResource(HINSTANCE handle, const ResourceKey& key) {
+    std::shared_ptr<ResourceFolder> folder;
+    {
+        std::lock_guard lock(m_mutex);
+        if (const Module* module = Find(handle)) folder = module->folder;
+    }
+    if (!folder) return;
+    for (const ResourceFolder::File& file : folder->FilesOf(key.name, key.type, key.typeName)) {
+        std::string bytes;
+        if (!ReadResourceFile(file.path, bytes)) continue;
+        std::lock_guard lock(m_mutex);
+        Module* module = Find(handle);
+        if (!module || module->folder != folder) return;
+        if (module->Holds(key, file.leastDots)) continue;
+        const std::string& kept = folder->Keep(std::move(bytes));
+        module->resources.push_back({key.type, key.name, kept.data(), static_cast<DWORD>(kept.size()),
+                                     key.typeName.empty() ? nullptr : kPictureType.data(), file.leastDots});
+    }
 }
 
 const PlatModuleResource* ModuleTable::Described(HINSTANCE handle, HRSRC resource) {

@@ -12,6 +12,14 @@
 
 namespace plat {
 
+// What a resource is looked up by.
+struct ResourceKey {
+    WORD name;
+    WORD type;               // 0 for a named one
+    std::u16string typeName; // folded, empty for a number
+    int dots;                // of the screen, an inch
+};
+
 // Errors are the device's codes. Handles are checked against the table, so a stale one is simply no module.
 class ModuleTable {
 public:
@@ -29,7 +37,7 @@ public:
     DWORD Entry(HINSTANCE handle, LPCWSTR name, FARPROC& address);
 
     DWORD String(HINSTANCE handle, UINT id, std::u16string_view& text);
-    DWORD Resource(HINSTANCE handle, WORD name, WORD type, HRSRC& resource);
+    DWORD Resource(HINSTANCE handle, const ResourceKey& key, HRSRC& resource);
     const PlatModuleResource* Described(HINSTANCE handle, HRSRC resource);
 
 private:
@@ -42,6 +50,9 @@ private:
     Module* FindByKey(const std::u16string& key);
     const Module* Application() const;
     HINSTANCE AddLibrary(const std::u16string& key, std::u16string name, void* library);
+    DWORD LoadFolder(std::u16string_view name, HINSTANCE& handle);
+    void ReadFolderResource(HINSTANCE handle, const ResourceKey& key);
+    DWORD FindResource(HINSTANCE handle, const ResourceKey& key, HRSRC& resource);
 
     std::mutex m_mutex;
     std::vector<std::unique_ptr<Module>> m_modules; // in the order they came

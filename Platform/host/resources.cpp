@@ -1,7 +1,9 @@
 // Texts and other resources of modules.
 #include "Platform/modules.h"
 
+#include "Platform/gdi.h"
 #include "Platform/host/call.h"
+#include "Platform/host/filenames.h"
 #include "Platform/host/moduletable.h"
 #include "Platform/threads.h"
 
@@ -37,7 +39,9 @@ int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int chars) {
 HRSRC FindResourceW(HINSTANCE module, LPCWSTR name, LPCWSTR type) {
     plat::HostCall call;
     HRSRC resource = nullptr;
-    const DWORD error = plat::ModuleTable::Get().Resource(module, NumberOf(name), NumberOf(type), resource);
+    plat::ResourceKey key{NumberOf(name), NumberOf(type), {}, PlatGetScreen().dotsPerInch};
+    if (type && key.type == 0) key.typeName = plat::FoldName(type);
+    const DWORD error = plat::ModuleTable::Get().Resource(module, key, resource);
     if (error) SetLastError(error);
     return resource;
 }

@@ -27,7 +27,7 @@ struct Fault {
     bool always = false;
     unsigned count = 0;
 };
-constexpr std::size_t kFaultKinds = static_cast<std::size_t>(PlatFault::Allocate) + 1;
+constexpr std::size_t kFaultKinds = static_cast<std::size_t>(PlatFault::Gradient) + 1;
 
 std::mutex g_mutex;
 std::array<Fault, kFaultKinds> g_faults;
