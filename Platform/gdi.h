@@ -304,11 +304,13 @@ BOOL PtInRect(const RECT* rect, POINT point);
 // --- Host side ----------------------------------------------------------------------------------------------------
 
 struct PlatScreen {
-    int width = 240;
-    int height = 320;
+    int width = 480;
+    int height = 640;
     int dotsPerInch = 96;
 };
-// The screen that metrics and contexts tell of from now on; values below 1 are refused.
+// The screen that metrics and contexts tell of from now on; all windows are painted anew, and the top-level ones hear of it
+// by WM_SETTINGCHANGE (SPI_SETWORKAREA). Values below 1 or beyond what memory holds are refused. The first one is that of
+// the environment, QN_SCREEN=WIDTHxHEIGHT or WIDTHxHEIGHT@DPI.
 bool PlatSetScreen(const PlatScreen& screen);
 PlatScreen PlatGetScreen();
 

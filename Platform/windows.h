@@ -30,6 +30,8 @@ inline constexpr DWORD WS_DISABLED = 0x08000000;
 inline constexpr DWORD WS_CHILD = 0x40000000;
 inline constexpr DWORD WS_POPUP = 0x80000000;
 
+inline constexpr DWORD WS_EX_NOACTIVATE = 0x08000000; // showing it makes it active no more than a child
+
 inline constexpr int GWL_WNDPROC = -4;
 inline constexpr int GWL_ID = -12;
 inline constexpr int GWL_STYLE = -16;

@@ -2,6 +2,7 @@
 // and no other operation is ever called while it is held.
 #pragma once
 
+#include "Platform/host/region.h"
 #include "Platform/host/slots.h"
 #include "Platform/host/text.h"
 #include "Platform/host/thread.h"
@@ -9,8 +10,11 @@
 #include "Platform/windows.h"
 
 #include <algorithm>
+#include <array>
+#include <bitset>
 #include <deque>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -23,6 +27,17 @@ struct WindowClass {
     ATOM atom = 0;
     WNDCLASSW data{}; // its name points into `name`
     int windows = 0;
+};
+
+struct ScrollBar {
+    int least = 0;
+    int most = 100;
+    UINT page = 0;
+    int position = 0;
+    bool disabled = false; // shown, with nothing to scroll
+
+    bool HasRoom() const { return static_cast<long long>(most) - least >= std::max(page, 1U); }
+    int LastPosition() const { return static_cast<int>(most - std::max<long long>(page, 1) + 1); }
 };
 
 struct Window {
@@ -40,7 +55,15 @@ struct Window {
     std::vector<LONG_PTR> extra;
     HINSTANCE instance = nullptr;
     std::u16string text;
-    RECT rect{}; // in the client area of the parent
+    RECT rect{};                   // in the client area of the parent
+    RECT client{};                 // in its own rectangle
+    std::array<ScrollBar, 3> bars; // by SB_HORZ, SB_VERT, SB_CTL
+    Region update;                 // what is to be painted, in the client area
+    bool erase = false;            // and its ground too
+    bool noRedraw = false;         // WM_SETREDRAW
+    bool wantsGestures = false;
+    bool isScrollBar = false; // a window of the class "SCROLLBAR"
+    HFONT font = nullptr;
     bool dying = false;
 
     bool Is(DWORD bits) const { return (style & bits) != 0; }
@@ -54,14 +77,51 @@ struct SentMessage {
 };
 using SentPointer = std::shared_ptr<SentMessage>;
 
+using KeySet = std::bitset<256>;
+
+// What the person did, until the thread takes it out and it becomes a message.
+struct InputRecord {
+    enum class Kind { Pointer, Key, Character, Message };
+    Kind kind;
+    UINT message;
+    WPARAM wParam = 0;
+    LPARAM lParam = 0;
+    HWND window = nullptr; // where the pointer was when it came; whom a ready message concerns
+    bool held = false;     // a press that counts as held
+    POINT point{};         // on the screen
+    DWORD time = 0;
+    KeySet keys; // as they are behind it
+};
+
 struct Queue {
     std::shared_ptr<Thread> thread;
     std::deque<MSG> posted;
+    std::deque<InputRecord> input;
     std::deque<SentPointer> sent;
     std::vector<SentPointer> serving; // taken out of `sent`, not answered yet
     bool quit = false;
     int exitCode = 0;
     HWND active = nullptr;
+    HWND focus = nullptr;
+    KeySet keys;       // by the input taken out so far
+    POINT lastPoint{}; // of the message taken out last
+    bool held = false; // the button was pressed by a press that counts as held
+};
+
+// The part of a scroll bar that is being pressed.
+struct BarDrag {
+    enum class Part { None, LineUp, PageUp, Thumb, PageDown, LineDown };
+    HWND window = nullptr;
+    int bar = 0;
+    Part part = Part::None;
+    int grip = 0;  // of the thumb: from its start to the pointer
+    int track = 0; // and the position that it is at
+};
+
+struct Press {
+    HWND window = nullptr;
+    POINT point{};
+    DWORD time = 0;
 };
 
 struct Timer {
@@ -80,6 +140,12 @@ struct Desktop {
     SlotTable<std::unique_ptr<Window>> windows;
     HWND root = nullptr; // the desktop window
     HWND foreground = nullptr;
+    int dotsPerInch = 96;
+    HWND capture = nullptr;
+    POINT cursor{};
+    KeySet keys;
+    BarDrag drag;
+    Press lastPress; // for double clicks
     std::unordered_map<DWORD, Queue> queues;
     std::vector<Timer> timers;
     ULONG_PTR lastTimer = 0x7F00; // ids made for timers without a window
@@ -91,6 +157,12 @@ struct Desktop {
     bool StandsUnder(HWND window, HWND parent);
     Queue& QueueOf(const std::shared_ptr<Thread>& thread);
     Queue* FindQueue(DWORD threadId);
+    // The queue of a window's thread; null for no window.
+    Queue* QueueOfWindow(HWND window);
+    HWND TopLevelOf(HWND window);
+    int Scaled(int pixels) const { return (pixels * dotsPerInch + 48) / 96; }
+    // Nothing remembers it any more, but for its own queue.
+    void Forget(HWND window);
     // Takes a window and all under it out of every list; the posted messages go into `dropped`.
     void Erase(HWND window, std::vector<MSG>& dropped);
 };
@@ -117,6 +189,24 @@ inline RECT RectAt(LONG x, LONG y, LONG width, LONG height) {
     const LONG left = near(x), top = near(y);
     return {left, top, left + near(std::max(width, 0)), top + near(std::max(height, 0))};
 }
+inline LPARAM PairOf(LONG low, LONG high) {
+    return MAKELPARAM(static_cast<WORD>(low), static_cast<WORD>(high));
+}
+// Which messages a caller wants to take out.
+struct MessageFilter {
+    HWND window;
+    UINT first;
+    UINT last;
+
+    bool Numbers(UINT message) const {
+        return (first == 0 && last == 0) || (message >= first && message <= last);
+    }
+    bool Fits(Desktop& desktop, const MSG& message) const;
+};
+// A window that was shown becomes the active one, if it is a top-level one that may. With no lock held.
+void ActivateShown(HWND window);
+// Who becomes active when this one goes or hides; null when it isn't active. With no lock held.
+HWND NextActive(HWND window);
 // Frees what notifications among messages carry that nobody will dispatch any more.
 void FreeDropped(const std::vector<MSG>& dropped);
 // Copies with a terminator, cut to `count` units with it; gives the units without it.
@@ -124,7 +214,7 @@ int CopyText(const std::u16string& text, LPWSTR buffer, int count);
 // The first timer of a thread: how long from `now` (0 when due), nothing without timers.
 std::optional<DWORD> UntilTimer(const Desktop& desktop, DWORD threadId, DWORD now);
 // The first due timer that fits as a message, and when it is due again; false for none.
-bool TakeTimer(Desktop& desktop, DWORD threadId, HWND window, UINT first, UINT last, DWORD now, bool remove,
+bool TakeTimer(Desktop& desktop, DWORD threadId, const MessageFilter& filter, DWORD now, bool remove,
                MSG& message);
 
 } // namespace plat

@@ -159,8 +159,8 @@ struct Copy {
     Copy(HDC target, HDC source) : to(FindContext(target)), from(FindContext(source)) {}
     bool IsGood() const { return to && from; }
 
-    std::shared_ptr<GdiContext> to;
-    std::shared_ptr<GdiContext> from;
+    ContextPointer to;
+    ContextPointer from;
 };
 
 } // namespace

@@ -1,10 +1,13 @@
 #include "Platform/host/gdiobjects.h"
 
 #include "Platform/host/faults.h"
+#include "Platform/host/scene.h"
 #include "Platform/host/slots.h"
 #include "Platform/windows.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -22,17 +25,40 @@ struct Gdi {
     PlatScreen screen;
     std::shared_ptr<GdiBitmap> pixels; // of the screen, made at first use
 };
+bool IsScreen(const PlatScreen& screen) {
+    constexpr int kMostDots = 2400;
+    const auto isSide = [](int pixels) { return pixels >= 1 && pixels <= Surface::kLargestSide; };
+    return isSide(screen.width) && isSide(screen.height) && screen.dotsPerInch >= 1 &&
+           screen.dotsPerInch <= kMostDots;
+}
+
+// What the environment tells: WIDTHxHEIGHT, or WIDTHxHEIGHT@DPI.
+PlatScreen FirstScreen() {
+    PlatScreen screen;
+    const char* told = std::getenv("QN_SCREEN");
+    const int read =
+        told ? std::sscanf(told, "%5dx%5d@%5d", &screen.width, &screen.height, &screen.dotsPerInch) : 0;
+    return read >= 2 && IsScreen(screen) ? screen : PlatScreen{};
+}
+
 Gdi& TheGdi() {
-    static Gdi& gdi = *new Gdi;
+    static Gdi& gdi = *[] {
+        auto* made = new Gdi;
+        made->screen = FirstScreen();
+        return made;
+    }();
     return gdi;
 }
 
 void Reset() {
-    Gdi& gdi = TheGdi();
-    std::lock_guard lock(gdi.lock);
-    gdi.screen = {};
-    gdi.pixels.reset();
-    gdi.stock.erase(SYSTEM_FONT);
+    {
+        Gdi& gdi = TheGdi();
+        std::lock_guard lock(gdi.lock);
+        gdi.screen = FirstScreen();
+        gdi.pixels.reset();
+        gdi.stock.erase(SYSTEM_FONT);
+    }
+    ScreenChanged();
 }
 [[maybe_unused]] const bool g_registered = (AtReset(&Reset), true);
 
@@ -413,16 +439,18 @@ HGDIOBJ GetStockObject(int index) {
 
 bool PlatSetScreen(const PlatScreen& screen) {
     HostCall call;
-    constexpr int kMostDots = 2400;
-    if (screen.width < 1 || screen.height < 1 || screen.dotsPerInch < 1 || screen.dotsPerInch > kMostDots)
-        return false;
+    if (!IsScreen(screen)) return false;
     auto pixels = SystemBitmap(screen.width, screen.height);
     if (!pixels) return false;
-    Gdi& gdi = TheGdi();
-    std::lock_guard lock(gdi.lock);
-    gdi.screen = screen;
-    gdi.pixels = std::move(pixels);
-    gdi.stock.erase(SYSTEM_FONT); // made anew by the new measures; the former stays for those who have it
+    {
+        Gdi& gdi = TheGdi();
+        std::lock_guard lock(gdi.lock);
+        gdi.screen = screen;
+        gdi.pixels = std::move(pixels);
+        gdi.stock.erase(SYSTEM_FONT); // made anew by the new measures; the former stays for those who have it
+    }
+    ScreenChanged();
+    PostMessageW(HWND_BROADCAST, WM_SETTINGCHANGE, SPI_SETWORKAREA, 0);
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include "Platform/host/surface.h"
 #include "Platform/threads.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -57,8 +58,8 @@ struct GdiFont : GdiObject {
     static constexpr Kind kKind = Kind::Font;
     GdiFont() : GdiObject(kKind) {}
     LOGFONTW data{};
-    std::once_flag faceFound;
-    std::shared_ptr<void> face; // the text layer's, found at first use
+    std::shared_ptr<void> face;       // the text layer's, found at first use
+    std::atomic<void*> text{nullptr}; // the same, once it stands
 };
 
 struct GdiRegion : GdiObject {
@@ -95,9 +96,13 @@ struct GdiContext : GdiObject {
     std::vector<ContextState> saved;
     Selected<GdiBitmap> bitmap; // what is drawn on: the one selected, or the screen
     bool memory = false;
+    bool onScreen = false;         // of a window or of the whole screen
     HWND window = nullptr;         // whose context it is
     POINT origin{0, 0};            // where its coordinates begin on the bitmap
     std::optional<Region> visible; // of a window: what it may paint, in its coordinates
+    std::optional<Region> update;  // of BeginPaint: no more than this
+    unsigned scene = 0;            // the state of the windows that these were taken from
+    unsigned marked = 0;           // for which look of the presenter it was told what is painted
 
     Surface& Pixels() const { return bitmap->surface; }
     // Where it may paint, on the bitmap. Kept until Changed.
@@ -123,7 +128,24 @@ std::shared_ptr<T> FindGdi(HGDIOBJ handle) {
     SetLastError(ERROR_INVALID_HANDLE);
     return nullptr;
 }
-inline std::shared_ptr<GdiContext> FindContext(HDC dc) { return FindGdi<GdiContext>(dc); }
+
+// A context for the length of one operation. One that paints on the screen holds it: no other paints there meanwhile, and
+// no window moves.
+class ContextPointer {
+public:
+    ContextPointer() = default;
+    explicit ContextPointer(std::shared_ptr<GdiContext> context) : m_context(std::move(context)) {}
+    void Lock(std::recursive_mutex& screen) { m_lock = std::unique_lock(screen); }
+
+    explicit operator bool() const { return m_context != nullptr; }
+    GdiContext* operator->() const { return m_context.get(); }
+    GdiContext& operator*() const { return *m_context; }
+
+private:
+    std::shared_ptr<GdiContext> m_context;
+    std::unique_lock<std::recursive_mutex> m_lock;
+};
+ContextPointer FindContext(HDC dc);
 
 HBRUSH SystemBrush(COLORREF color);
 // A context with the objects that each one starts with, on a bitmap of one pixel.

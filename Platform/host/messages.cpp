@@ -1,6 +1,7 @@
 // Queues: posting, sending across threads, and the loop that takes messages out.
 #include "Platform/host/messages.h"
 #include "Platform/host/desktop.h"
+#include "Platform/host/inputqueue.h"
 #include "Platform/host/queues.h"
 #include "Platform/host/store.h"
 #include "Platform/host/waits.h"
@@ -18,26 +19,9 @@ namespace {
 constexpr std::size_t kMostPosted = 10000;
 const HWND kThreadMessages = reinterpret_cast<HWND>(static_cast<LONG_PTR>(-1));
 
-struct Filter {
-    HWND window;
-    UINT first;
-    UINT last;
-
-    bool Numbers(UINT message) const {
-        return (first == 0 && last == 0) || (message >= first && message <= last);
-    }
-};
-
-bool Fits(Desktop& desktop, const Filter& filter, const MSG& message) {
-    if (!filter.Numbers(message.message)) return false;
-    if (!filter.window) return true;
-    if (filter.window == kThreadMessages) return message.hwnd == nullptr;
-    return message.hwnd == filter.window || desktop.StandsUnder(message.hwnd, filter.window);
-}
-
-bool TakePosted(Desktop& desktop, Queue& queue, const Filter& filter, bool remove, MSG& message) {
+bool TakePosted(Desktop& desktop, Queue& queue, const MessageFilter& filter, bool remove, MSG& message) {
     const auto found =
-        std::ranges::find_if(queue.posted, [&](const MSG& posted) { return Fits(desktop, filter, posted); });
+        std::ranges::find_if(queue.posted, [&](const MSG& posted) { return filter.Fits(desktop, posted); });
     if (found == queue.posted.end()) return false;
     message = *found;
     if (remove) queue.posted.erase(found);
@@ -46,37 +30,92 @@ bool TakePosted(Desktop& desktop, Queue& queue, const Filter& filter, bool remov
 
 bool TakeQuit(Queue& queue, bool remove, DWORD now, MSG& message) {
     if (!queue.quit) return false;
-    message = {nullptr, WM_QUIT, static_cast<WPARAM>(queue.exitCode), 0, now, {0, 0}};
+    message = {nullptr, WM_QUIT, static_cast<WPARAM>(queue.exitCode), 0, now, queue.lastPoint};
     if (remove) queue.quit = false;
     return true;
 }
 
-// The order in which a thread hears of things: what was posted, the end, timers.
-bool TakeNext(Desktop& desktop, DWORD threadId, const Filter& filter, bool remove, DWORD now, MSG& message) {
-    if (Queue* queue = desktop.FindQueue(threadId))
-        if (TakePosted(desktop, *queue, filter, remove, message) || TakeQuit(*queue, remove, now, message))
-            return true;
-    return TakeTimer(desktop, threadId, filter.window, filter.first, filter.last, now, remove, message);
+// A window of the thread with something to paint: parents first, and of its children the lowest.
+const Window* Unpainted(Desktop& desktop, const Window& window, const MessageFilter& filter, DWORD threadId) {
+    if (!window.Is(WS_VISIBLE)) return nullptr;
+    const MSG message{window.handle, WM_PAINT, 0, 0, 0, {0, 0}};
+    if (window.threadId == threadId && !window.update.IsEmpty() && filter.Fits(desktop, message))
+        return &window;
+    for (auto child = window.children.rbegin(); child != window.children.rend(); ++child)
+        if (const Window* found = Unpainted(desktop, *desktop.Find(*child), filter, threadId)) return found;
+    return nullptr;
+}
+
+bool TakePaint(Desktop& desktop, DWORD threadId, const MessageFilter& filter, DWORD now, MSG& message) {
+    if (!filter.Numbers(WM_PAINT)) return false;
+    const Window* window = Unpainted(desktop, *desktop.Find(desktop.root), filter, threadId);
+    if (!window) return false;
+    message = {window->handle, WM_PAINT, 0, 0, now, desktop.cursor};
+    return true;
+}
+
+// The order in which a thread hears of things: what was posted, input, the end, what is to be painted, timers. Input that
+// the host works off by itself comes out in `host`.
+TakenInput TakeNext(Desktop& desktop, DWORD threadId, const MessageFilter& filter, TakeMode mode, DWORD now,
+                    MSG& message, InputRecord& host) {
+    const bool remove = mode == TakeMode::Remove;
+    Queue* queue = desktop.FindQueue(threadId);
+    bool found = queue && TakePosted(desktop, *queue, filter, remove, message);
+    if (queue && !found) {
+        const TakenInput taken = TakeInput(desktop, *queue, filter, mode, message, host);
+        if (taken != TakenInput::None) {
+            if (remove) queue->lastPoint = message.pt;
+            return taken;
+        }
+        found = TakeQuit(*queue, remove, now, message) || TakePaint(desktop, threadId, filter, now, message);
+    }
+    if (!found) found = TakeTimer(desktop, threadId, filter, now, remove, message);
+    if (found && queue && remove) queue->lastPoint = message.pt;
+    return found ? TakenInput::Message : TakenInput::None;
 }
 
 // The same, looking only; brings `next` forward to the first timer.
-bool HasNext(DWORD threadId, const Filter& filter, Clock::time_point& next) {
+bool HasNext(DWORD threadId, const MessageFilter& filter, Clock::time_point& next) {
     const DWORD now = GetTickCount();
     Desktop& desktop = TheDesktop();
     std::lock_guard lock(desktop.lock);
     MSG ignored;
-    if (TakeNext(desktop, threadId, filter, false, now, ignored)) return true;
+    InputRecord host;
+    if (TakeNext(desktop, threadId, filter, TakeMode::Look, now, ignored, host) != TakenInput::None)
+        return true;
     if (const auto wait = UntilTimer(desktop, threadId, now))
         next = std::min(next, Clock::now() + std::chrono::milliseconds(std::max<DWORD>(*wait, 1)));
     return false;
 }
 
-bool ReadNext(const Filter& filter, bool remove, MSG& message) {
+TakenInput ReadNext(const MessageFilter& filter, TakeMode mode, MSG& message, InputRecord& host) {
     const DWORD now = GetTickCount();
     Desktop& desktop = TheDesktop();
     const DWORD self = CurrentThread().threadId;
     std::lock_guard lock(desktop.lock);
-    return TakeNext(desktop, self, filter, remove, now, message);
+    return TakeNext(desktop, self, filter, mode, now, message, host);
+}
+
+bool IsPress(const MSG& message) {
+    return message.message == WM_LBUTTONDOWN || message.message == WM_LBUTTONDBLCLK;
+}
+
+// The next message, with what goes before it done: sends are served, scroll bars are worked, a pressed window is activated.
+bool NextMessage(const MessageFilter& filter, TakeMode mode, MSG& message) {
+    for (;;) {
+        while (ServeOneSend()) {}
+        InputRecord host;
+        TakenInput taken;
+        {
+            HostCall call;
+            taken = ReadNext(filter, mode, message, host);
+        }
+        if (taken == TakenInput::None) return false;
+        if (taken == TakenInput::Message) break;
+        WorkScrollBar(host);
+    }
+    if (mode == TakeMode::Remove && IsPress(message)) ActivateByPress(message.hwnd);
+    return true;
 }
 
 // --- Sending ------------------------------------------------------------------------------------------------------
@@ -236,6 +275,13 @@ TIMERPROC TimerProcedure(const MSG& message) {
 
 } // namespace
 
+bool MessageFilter::Fits(Desktop& desktop, const MSG& message) const {
+    if (!Numbers(message.message)) return false;
+    if (!window) return true;
+    if (window == kThreadMessages) return message.hwnd == nullptr;
+    return message.hwnd == window || desktop.StandsUnder(message.hwnd, window);
+}
+
 // --- Queues -------------------------------------------------------------------------------------------------------
 
 Queue& Desktop::QueueOf(const std::shared_ptr<Thread>& thread) {
@@ -247,6 +293,11 @@ Queue& Desktop::QueueOf(const std::shared_ptr<Thread>& thread) {
 Queue* Desktop::FindQueue(DWORD threadId) {
     const auto found = queues.find(threadId);
     return found == queues.end() ? nullptr : &found->second;
+}
+
+Queue* Desktop::QueueOfWindow(HWND window) {
+    const Window* found = Find(window);
+    return found ? FindQueue(found->threadId) : nullptr;
 }
 
 bool HasSends(DWORD threadId) {
@@ -291,6 +342,7 @@ LRESULT SendDlgItemMessageW(HWND parent, int id, UINT message, WPARAM wParam, LP
 BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     plat::HostCall call;
     MSG posted{window, message, wParam, lParam, GetTickCount(), {0, 0}};
+    GetCursorPos(&posted.pt);
     if (!window) return plat::PostToThread(plat::CurrentThreadObject(), posted);
     if (window != HWND_BROADCAST) return plat::PostToWindow(posted);
     for (const HWND each : plat::TopLevelWindows()) {
@@ -304,24 +356,25 @@ BOOL PostThreadMessageW(DWORD threadId, UINT message, WPARAM wParam, LPARAM lPar
     plat::HostCall call;
     const auto thread = plat::FindThread(threadId);
     if (!thread) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
-    return plat::PostToThread(thread, {nullptr, message, wParam, lParam, GetTickCount(), {0, 0}});
+    MSG posted{nullptr, message, wParam, lParam, GetTickCount(), {0, 0}};
+    GetCursorPos(&posted.pt);
+    return plat::PostToThread(thread, posted);
 }
 
 BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove) {
-    while (plat::ServeOneSend()) {}
-    plat::HostCall call;
+    { plat::HostCall call; }
     if (!message) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
-    return plat::ReadNext({window, first, last}, (remove & PM_REMOVE) != 0, *message);
+    const auto mode = remove & PM_REMOVE ? plat::TakeMode::Remove : plat::TakeMode::Keep;
+    return plat::NextMessage({window, first, last}, mode, *message);
 }
 
 BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
-    const plat::Filter filter{window, first, last};
+    const plat::MessageFilter filter{window, first, last};
     for (;;) {
-        while (plat::ServeOneSend()) {}
-        plat::HostCall call;
         if (!message || (window && window != plat::kThreadMessages && !IsWindow(window)))
             return SetLastError(message ? ERROR_INVALID_WINDOW_HANDLE : ERROR_INVALID_PARAMETER), -1;
-        if (plat::ReadNext(filter, true, *message)) return message->message != WM_QUIT;
+        if (plat::NextMessage(filter, plat::TakeMode::Remove, *message)) return message->message != WM_QUIT;
+        plat::HostCall call;
         plat::Thread& self = plat::CurrentThread();
         plat::WaitScope scope(self, {});
         scope.Hold(std::nullopt, [&](plat::Clock::time_point& next) {

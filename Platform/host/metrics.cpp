@@ -1,10 +1,13 @@
-// Measures and colours of the system.
-#include "Platform/host/call.h"
+// Measures, colours and settings of the system.
+#include "Platform/host/faults.h"
 #include "Platform/host/messages.h"
+#include "Platform/host/scene.h"
+#include "Platform/host/text.h"
 #include "Platform/threads.h"
 #include "Platform/windows.h"
 
 #include <array>
+#include <atomic>
 
 namespace {
 
@@ -13,13 +16,14 @@ struct Metric {
     int pixels; // at 96 dots an inch
 };
 constexpr std::array kMetrics = {
-    Metric{SM_CXVSCROLL, 13}, Metric{SM_CYHSCROLL, 13}, Metric{SM_CXBORDER, 1},  Metric{SM_CYBORDER, 1},
-    Metric{SM_CXICON, 32},    Metric{SM_CYICON, 32},    Metric{SM_CXSMICON, 16}, Metric{SM_CYSMICON, 16},
+    Metric{SM_CXVSCROLL, 13}, Metric{SM_CYHSCROLL, 13}, Metric{SM_CYCAPTION, 20},
+    Metric{SM_CXBORDER, 1},   Metric{SM_CYBORDER, 1},   Metric{SM_CXICON, 32},
+    Metric{SM_CYICON, 32},    Metric{SM_CXSMICON, 16},  Metric{SM_CYSMICON, 16},
 };
 
 constexpr COLORREF Rgb(COLORREF red, COLORREF green, COLORREF blue) { return red | green << 8 | blue << 16; }
 
-constexpr std::array<COLORREF, 27> kColors = {
+constexpr std::array<COLORREF, 27> kFirstColors = {
     Rgb(0xE0, 0xE0, 0xE0), // 0 scroll bar
     Rgb(0x33, 0x66, 0x99), // 1 desktop
     Rgb(0x33, 0x66, 0x99), // 2 active caption
@@ -49,9 +53,18 @@ constexpr std::array<COLORREF, 27> kColors = {
     Rgb(0x00, 0x66, 0xCC), // 26 link
 };
 
-const COLORREF* FindColor(int index) {
+std::array<std::atomic<COLORREF>, kFirstColors.size()> g_colors;
+std::atomic<DWORD> g_orientation{0};
+
+void Reset() {
+    for (std::size_t i = 0; i < kFirstColors.size(); ++i) g_colors[i] = kFirstColors[i];
+    g_orientation = 0;
+}
+[[maybe_unused]] const bool g_registered = (Reset(), plat::AtReset(&Reset), true);
+
+std::atomic<COLORREF>* FindColor(int index) {
     const auto plain = static_cast<DWORD>(index) & ~SYS_COLOR_INDEX_FLAG;
-    return plain < kColors.size() ? &kColors[plain] : nullptr;
+    return plain < g_colors.size() ? &g_colors[plain] : nullptr;
 }
 
 } // namespace
@@ -67,25 +80,52 @@ int GetSystemMetrics(int index) {
 }
 
 COLORREF GetSysColor(int index) {
-    const COLORREF* color = FindColor(index);
-    return color ? *color : 0;
+    const auto* color = FindColor(index);
+    return color ? color->load() : 0;
 }
 
 HBRUSH GetSysColorBrush(int index) {
     plat::HostCall call;
-    const COLORREF* color = FindColor(index);
+    const auto* color = FindColor(index);
     return color ? plat::SystemBrush(*color) : nullptr;
 }
 
-BOOL SystemParametersInfoW(UINT action, UINT, void* data, UINT) {
+bool PlatSetSysColor(int index, COLORREF color) {
     plat::HostCall call;
-    if (action != SPI_GETWORKAREA || !data) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
+    auto* place = FindColor(index);
+    if (!place) return false;
+    *place = color & 0xFFFFFF;
+    plat::RedrawEverything();
+    return true;
+}
+
+BOOL SystemParametersInfoW(UINT action, UINT parameter, void* data, UINT) {
+    plat::HostCall call;
+    constexpr std::u16string_view kDeviceName = u"QNTools";
+    if (action == SPI_GETWORKAREA && data) {
+        const PlatScreen screen = PlatGetScreen();
+        *static_cast<RECT*>(data) = {0, 0, screen.width, screen.height};
+        return TRUE;
     }
-    const PlatScreen screen = PlatGetScreen();
-    *static_cast<RECT*>(data) = {0, 0, screen.width, screen.height};
-    return TRUE;
+    if (action == SPI_GETOEMINFO && data && parameter > 0) {
+        const int room = static_cast<int>(std::min<UINT>(parameter, 1024));
+        plat::CopyText(std::u16string(kDeviceName), static_cast<LPWSTR>(data), room);
+        return TRUE;
+    }
+    return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
+}
+
+LONG ChangeDisplaySettingsEx(LPCWSTR, DEVMODEW* mode, HWND, DWORD flags, void*) {
+    plat::HostCall call;
+    if (!mode || mode->dmSize != sizeof *mode) return DISP_CHANGE_BADPARAM;
+    if (!(flags & CDS_TEST) || !(mode->dmFields & DM_DISPLAYORIENTATION)) return DISP_CHANGE_FAILED;
+    mode->dmDisplayOrientation = g_orientation;
+    return DISP_CHANGE_SUCCESSFUL;
+}
+
+void PlatSetOrientation(DWORD orientation) {
+    plat::HostCall call;
+    g_orientation = orientation;
 }
 
 BOOL InitCommonControlsEx(const INITCOMMONCONTROLSEX* classes) {

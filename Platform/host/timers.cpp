@@ -42,9 +42,10 @@ std::optional<DWORD> UntilTimer(const Desktop& desktop, DWORD threadId, DWORD no
     return least;
 }
 
-bool TakeTimer(Desktop& desktop, DWORD threadId, HWND window, UINT first, UINT last, DWORD now, bool remove,
+bool TakeTimer(Desktop& desktop, DWORD threadId, const MessageFilter& filter, DWORD now, bool remove,
                MSG& message) {
-    if ((first != 0 || last != 0) && (WM_TIMER < first || WM_TIMER > last)) return false;
+    if (!filter.Numbers(WM_TIMER)) return false;
+    const HWND window = filter.window;
     Timer* found = nullptr; // the one that has been due for longest
     for (Timer& timer : desktop.timers) {
         const bool fits = !window || timer.window == window || desktop.StandsUnder(timer.window, window);

@@ -1,8 +1,11 @@
-// Window classes, and windows from their making to their end.
+// Windows from their making to their end.
 #include "Platform/windows.h"
 #include "Platform/host/desktop.h"
 #include "Platform/host/messages.h"
+#include "Platform/host/scene.h"
+#include "Platform/host/scrollbars.h"
 #include "Platform/host/store.h"
+#include "Platform/host/windowclasses.h"
 #include "Platform/databases.h"
 #include "Platform/threads.h"
 
@@ -13,35 +16,16 @@ namespace plat {
 namespace {
 
 constexpr DWORD kErrorNoWindowClass = 1407;
-constexpr DWORD kErrorClassExists = 1410;
-constexpr DWORD kErrorNoClass = 1411;
-constexpr DWORD kErrorClassHasWindows = 1412;
-
-std::u16string ClassKey(LPCWSTR name) {
-    std::u16string key(TextOf(name));
-    std::ranges::transform(key, key.begin(), LowerUnit);
-    return key;
-}
-
-bool IsAtom(LPCWSTR name) { return reinterpret_cast<ULONG_PTR>(name) < 0x10000; }
-
-std::shared_ptr<WindowClass> FindClass(const Desktop& desktop, LPCWSTR name) {
-    if (!name) return nullptr;
-    if (!IsAtom(name)) {
-        const auto found = desktop.classes.find(ClassKey(name));
-        return found == desktop.classes.end() ? nullptr : found->second;
-    }
-    for (const auto& [key, windowClass] : desktop.classes)
-        if (windowClass->atom == reinterpret_cast<ULONG_PTR>(name)) return windowClass;
-    return nullptr;
-}
 
 // The desktop: the parent of all top-level windows, without a thread.
 void MakeRoot(Desktop& desktop) {
+    const PlatScreen screen = PlatGetScreen();
     auto root = std::make_unique<Window>();
     root->windowClass = std::make_shared<WindowClass>();
     root->windowClass->name = u"Desktop";
     root->style = WS_VISIBLE;
+    root->rect = root->client = {0, 0, screen.width, screen.height};
+    desktop.dotsPerInch = screen.dotsPerInch;
     Window& window = *root;
     window.handle = desktop.root = HandleOf<HWND>(desktop.windows.Add(std::move(root)));
 }
@@ -52,6 +36,7 @@ Desktop& TheDesktop() {
     static Desktop& desktop = *[] {
         auto* made = new Desktop;
         MakeRoot(*made);
+        AddHostClasses(*made);
         return made;
     }();
     return desktop;
@@ -68,6 +53,19 @@ bool Desktop::StandsUnder(HWND window, HWND parent) {
     return at && at->parent == parent && parent != nullptr;
 }
 
+HWND Desktop::TopLevelOf(HWND handle) {
+    const Window* window = Find(handle);
+    while (window && window->parent && window->parent != root) window = Find(window->parent);
+    return window ? window->handle : nullptr;
+}
+
+void Desktop::Forget(HWND handle) {
+    if (foreground == handle) foreground = nullptr;
+    if (capture == handle) capture = nullptr;
+    if (drag.window == handle) drag = {};
+    if (lastPress.window == handle) lastPress = {};
+}
+
 void Desktop::Erase(HWND handle, std::vector<MSG>& dropped) {
     Window* window = Find(handle);
     if (!window) return;
@@ -78,10 +76,11 @@ void Desktop::Erase(HWND handle, std::vector<MSG>& dropped) {
         window = Find(handle);
     }
     if (Window* parent = ParentOf(*window)) std::erase(parent->children, handle);
-    if (foreground == handle) foreground = nullptr;
+    Forget(handle);
     std::erase_if(timers, [handle](const Timer& timer) { return timer.window == handle; });
     if (Queue* queue = FindQueue(window->threadId)) {
         if (queue->active == handle) queue->active = nullptr;
+        if (queue->focus == handle) queue->focus = nullptr;
         std::erase_if(queue->posted, [&](const MSG& message) {
             if (message.hwnd != handle) return false;
             dropped.push_back(message);
@@ -90,6 +89,17 @@ void Desktop::Erase(HWND handle, std::vector<MSG>& dropped) {
     }
     --window->windowClass->windows;
     windows.Remove(NumberOf(handle));
+}
+
+// Takes a window away and paints what stood behind it. Under a SceneLock.
+void EraseAndExpose(Desktop& desktop, HWND handle, std::vector<MSG>& dropped) {
+    const Window* window = desktop.Find(handle);
+    if (!window) return;
+    Region area = VisibleArea(desktop, *window, Area::Window);
+    const HWND behind = window->parent;
+    desktop.Erase(handle, dropped);
+    ++g_scene;
+    if (Window* parent = desktop.Find(behind)) Expose(desktop, *parent, std::move(area));
 }
 
 int CopyText(const std::u16string& text, LPWSTR buffer, int count) {
@@ -110,12 +120,12 @@ void DropThreadWindows(DWORD threadId) {
     std::vector<SentPointer> unanswered;
     Desktop& desktop = TheDesktop();
     {
-        std::lock_guard lock(desktop.lock);
+        SceneLock lock;
         std::vector<HWND> mine;
         desktop.windows.ForEach([&](std::uint32_t number, const std::unique_ptr<Window>& window) {
             if (window->threadId == threadId) mine.push_back(HandleOf<HWND>(number));
         });
-        for (const HWND window : mine) desktop.Erase(window, dropped);
+        for (const HWND window : mine) EraseAndExpose(desktop, window, dropped);
         std::erase_if(desktop.timers, [&](const Timer& timer) { return timer.threadId == threadId; });
         if (Queue* queue = desktop.FindQueue(threadId)) {
             dropped.insert(dropped.end(), queue->posted.begin(), queue->posted.end());
@@ -143,7 +153,7 @@ RECT PlacedRect(const CREATESTRUCTW& data) {
     return RectAt(given(data.x), given(data.y), given(data.cx), given(data.cy));
 }
 
-// Under the desktop's lock. Null and the error when the class or the parent is none.
+// Under a SceneLock. Null and the error when the class or the parent is none.
 Window* AddWindow(Desktop& desktop, const Creation& creation, const std::shared_ptr<Thread>& thread) {
     const CREATESTRUCTW& data = creation.data;
     const bool child = (static_cast<DWORD>(data.style) & WS_CHILD) != 0;
@@ -170,9 +180,12 @@ Window* AddWindow(Desktop& desktop, const Creation& creation, const std::shared_
     window.owner = child ? nullptr : data.hwndParent;
     if (Window* parent = desktop.ParentOf(window))
         parent->children.insert(parent->children.begin(), window.handle);
+    window.client = ClientInside(desktop, window);
     ++windowClass->windows;
     window.windowClass = std::move(windowClass);
     desktop.QueueOf(thread);
+    ++g_scene;
+    Expose(desktop, window, VisibleArea(desktop, window, Area::Window));
     return &window;
 }
 
@@ -202,12 +215,11 @@ bool MarkDying(HWND window) {
         .value_or(false);
 }
 
-// The window first, then what stands under it, as long as each is still there.
+// What stands under the window first, then the window, as long as each is still there.
 void SendDestroy(HWND window) {
-    if (!IsWindow(window)) return;
-    SendMessageW(window, WM_DESTROY, 0, 0);
     for (const HWND child : ChildrenOf(window))
         if (MarkDying(child)) SendDestroy(child);
+    if (IsWindow(window)) SendMessageW(window, WM_DESTROY, 0, 0);
 }
 
 // False, with the error, when the window is none, not the caller's, or going already.
@@ -225,64 +237,35 @@ void EraseWindow(HWND window) {
     HostCall call;
     std::vector<MSG> dropped;
     {
-        Desktop& desktop = TheDesktop();
-        std::lock_guard lock(desktop.lock);
-        desktop.Erase(window, dropped);
+        SceneLock lock;
+        EraseAndExpose(TheDesktop(), window, dropped);
     }
     FreeDropped(dropped);
 }
 
+// What a window on the screen hears behind WM_CREATE.
+void TellPlace(HWND window) {
+    RECT client{};
+    LPARAM place = 0;
+    bool shown = false, onScreen = false;
+    {
+        HostCall call;
+        WithWindow(window, [&](Window& found) {
+            onScreen = found.parent != nullptr;
+            shown = found.Is(WS_VISIBLE);
+            client = found.client;
+            return place = PairOf(found.rect.left + client.left, found.rect.top + client.top);
+        });
+    }
+    if (!onScreen) return;
+    SendMessageW(window, WM_SIZE, 0, PairOf(client.right - client.left, client.bottom - client.top));
+    SendMessageW(window, WM_MOVE, 0, place);
+    if (shown) SendMessageW(window, WM_SHOWWINDOW, TRUE, 0);
+    if (shown) ActivateShown(window);
+}
+
 } // namespace
 } // namespace plat
-
-// --- Classes ------------------------------------------------------------------------------------------------------
-
-ATOM RegisterClassW(const WNDCLASSW* windowClass) {
-    plat::HostCall call;
-    constexpr int kMostExtra = 4096;
-    if (!windowClass || !windowClass->lpfnWndProc || plat::IsAtom(windowClass->lpszClassName) ||
-        windowClass->cbWndExtra < 0 || windowClass->cbWndExtra > kMostExtra)
-        return SetLastError(ERROR_INVALID_PARAMETER), ATOM{0};
-    auto made = std::make_shared<plat::WindowClass>();
-    made->name = windowClass->lpszClassName;
-    made->data = *windowClass;
-    made->data.lpszClassName = made->name.c_str();
-    made->data.lpszMenuName = nullptr;
-    plat::Desktop& desktop = plat::TheDesktop();
-    std::lock_guard lock(desktop.lock);
-    if (desktop.lastAtom == 0xFFFF) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), ATOM{0};
-    const auto [place, added] = desktop.classes.try_emplace(plat::ClassKey(windowClass->lpszClassName), made);
-    if (!added) return SetLastError(plat::kErrorClassExists), ATOM{0};
-    return made->atom = ++desktop.lastAtom;
-}
-
-BOOL UnregisterClassW(LPCWSTR name, HINSTANCE) {
-    plat::HostCall call;
-    plat::Desktop& desktop = plat::TheDesktop();
-    std::lock_guard lock(desktop.lock);
-    const auto found = plat::FindClass(desktop, name);
-    if (!found) return SetLastError(plat::kErrorNoClass), FALSE;
-    if (found->windows > 0) return SetLastError(plat::kErrorClassHasWindows), FALSE;
-    desktop.classes.erase(plat::ClassKey(found->name.c_str()));
-    return TRUE;
-}
-
-BOOL GetClassInfoW(HINSTANCE, LPCWSTR name, WNDCLASSW* windowClass) {
-    plat::HostCall call;
-    plat::Desktop& desktop = plat::TheDesktop();
-    std::lock_guard lock(desktop.lock);
-    const auto found = plat::FindClass(desktop, name);
-    if (!found) return SetLastError(plat::kErrorNoClass), FALSE;
-    if (!windowClass) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
-    *windowClass = found->data;
-    return TRUE;
-}
-
-int GetClassNameW(HWND window, LPWSTR buffer, int count) {
-    plat::HostCall call;
-    const auto name = plat::WithWindow(window, [](plat::Window& found) { return found.windowClass->name; });
-    return name ? plat::CopyText(*name, buffer, count) : 0;
-}
 
 // --- Windows ------------------------------------------------------------------------------------------------------
 
@@ -296,9 +279,8 @@ HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR name, DWORD style
     {
         plat::HostCall call;
         const auto self = plat::CurrentThreadObject();
-        plat::Desktop& desktop = plat::TheDesktop();
-        std::lock_guard lock(desktop.lock);
-        const plat::Window* made = plat::AddWindow(desktop, creation, self);
+        plat::SceneLock lock;
+        const plat::Window* made = plat::AddWindow(plat::TheDesktop(), creation, self);
         if (!made) return nullptr;
         window = made->handle;
     }
@@ -306,6 +288,7 @@ HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR name, DWORD style
         DestroyWindow(window);
         return nullptr;
     }
+    plat::TellPlace(window);
     return IsWindow(window) ? window : nullptr;
 }
 
@@ -313,36 +296,15 @@ BOOL DestroyWindow(HWND window) {
     if (!plat::BeginDestroy(window)) return FALSE;
     for (const HWND owned : plat::OwnedBy(window)) DestroyWindow(owned);
     plat::SendDestroy(window);
+    const HWND next = plat::NextActive(window);
     plat::EraseWindow(window);
+    if (next) SetActiveWindow(next);
     return TRUE;
 }
 
 LRESULT CallWindowProcW(WNDPROC procedure, HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     { plat::HostCall call; }
     return procedure ? procedure(window, message, wParam, lParam) : 0;
-}
-
-LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_CLOSE) return DestroyWindow(window), 0;
-    plat::HostCall call;
-    switch (message) {
-    case WM_SETTEXT: {
-        std::u16string text(plat::TextOf(reinterpret_cast<LPCWSTR>(lParam)));
-        return plat::WithWindow(window,
-                                [&](plat::Window& found) { return found.text.swap(text), LRESULT{1}; })
-            .value_or(0);
-    }
-    case WM_GETTEXT: {
-        const auto text = plat::WithWindow(window, [](plat::Window& found) { return found.text; });
-        return text ? plat::CopyText(*text, reinterpret_cast<LPWSTR>(lParam), static_cast<int>(wParam)) : 0;
-    }
-    case WM_GETTEXTLENGTH:
-        return plat::WithWindow(window,
-                                [](plat::Window& found) { return static_cast<LRESULT>(found.text.size()); })
-            .value_or(0);
-    default:
-        return 0;
-    }
 }
 
 namespace plat {
@@ -393,9 +355,12 @@ LONG_PTR GetWindowLongW(HWND window, int index) {
 
 LONG_PTR SetWindowLongW(HWND window, int index, LONG_PTR value) {
     plat::HostCall call;
-    return plat::WithWindow(window,
-                            [&](plat::Window& found) { return plat::ReplaceLong(found, index, &value); })
-        .value_or(0);
+    const auto replace = [&](plat::Window& found) {
+        const LONG_PTR former = plat::ReplaceLong(found, index, &value);
+        if (index == GWL_STYLE) ++plat::g_scene; // what it clips
+        return former;
+    };
+    return plat::WithWindow(window, replace).value_or(0);
 }
 
 BOOL IsWindow(HWND window) {

@@ -1,21 +1,13 @@
 // Where windows stand: parents, order, places, and which of them is shown, enabled and active.
 #include "Platform/host/desktop.h"
+#include "Platform/host/scene.h"
+#include "Platform/host/surface.h"
 #include "Platform/threads.h"
 
 #include <algorithm>
 
 namespace plat {
 namespace {
-
-// Under the desktop's lock: the place of a window's client area on the screen.
-POINT OriginOf(Desktop& desktop, const Window* window) {
-    POINT origin{0, 0};
-    for (; window; window = desktop.Find(window->parent)) {
-        origin.x += window->rect.left;
-        origin.y += window->rect.top;
-    }
-    return origin;
-}
 
 // The siblings of a window, itself included; null for a message-only one.
 std::vector<HWND>* SiblingsOf(Desktop& desktop, const Window& window) {
@@ -42,21 +34,6 @@ HWND AtStep(const std::vector<HWND>& siblings, HWND window, int step) {
     return index >= 0 && index < std::ssize(siblings) ? siblings[static_cast<std::size_t>(index)] : nullptr;
 }
 
-bool Inside(const RECT& rect, POINT point) {
-    return point.x >= rect.left && point.x < rect.right && point.y >= rect.top && point.y < rect.bottom;
-}
-
-// `point` in the client area of `parent`.
-HWND Topmost(Desktop& desktop, const Window& parent, POINT point) {
-    for (const HWND handle : parent.children) {
-        const Window* child = desktop.Find(handle);
-        if (!child || !child->Is(WS_VISIBLE) || !Inside(child->rect, point)) continue;
-        const HWND deeper = Topmost(desktop, *child, {point.x - child->rect.left, point.y - child->rect.top});
-        return deeper ? deeper : handle;
-    }
-    return nullptr;
-}
-
 template<class F>
 auto WithDesktop(F read) {
     Desktop& desktop = TheDesktop();
@@ -74,6 +51,13 @@ std::optional<POINT> ShiftBetween(HWND from, HWND to) {
         const POINT a = OriginOf(desktop, source), b = OriginOf(desktop, target);
         return POINT{a.x - b.x, a.y - b.y};
     });
+}
+
+// What is hidden is not painted; when it shows again, all of it is.
+void DropUpdates(Desktop& desktop, Window& window) {
+    window.update = Region();
+    window.erase = false;
+    for (const HWND child : window.children) DropUpdates(desktop, *desktop.Find(child));
 }
 
 // A style bit set or cleared: whether it was set before; nothing for no window.
@@ -99,29 +83,93 @@ bool MovePoint(HWND from, HWND to, HWND asked, POINT* point) {
 struct Change {
     bool moved = false;
     bool sized = false;
-    RECT rect{};
+    RECT client{}; // in the parent's
 };
 
-std::optional<Change> Place(HWND window, HWND after, const RECT& asked, UINT flags) {
+RECT ClientInParent(const Window& window) { return Moved(window.client, window.rect.left, window.rect.top); }
+
+std::optional<Change> Place(HWND handle, HWND after, const RECT& asked, UINT flags) {
     HostCall call;
-    return WithDesktop([&](Desktop& desktop) -> std::optional<Change> {
-        Window* found = desktop.Find(window);
-        if (!found) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), std::nullopt;
-        if (!(flags & SWP_NOZORDER)) PlaceBehind(desktop, *found, after);
-        const RECT old = found->rect;
+    SceneLock lock;
+    Desktop& desktop = TheDesktop();
+    Window* window = desktop.Find(handle);
+    if (!window) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), std::nullopt;
+    const RECT old = window->rect, oldClient = ClientInParent(*window);
+    ChangeScene(desktop, *window, !(flags & SWP_NOREDRAW), [&](Window& changed) {
+        if (!(flags & SWP_NOZORDER)) PlaceBehind(desktop, changed, after);
         const bool keepPlace = flags & SWP_NOMOVE, keepSize = flags & SWP_NOSIZE;
-        const LONG oldWidth = old.right - old.left, oldHeight = old.bottom - old.top;
-        const RECT now = RectAt(keepPlace ? old.left : asked.left, keepPlace ? old.top : asked.top,
-                                keepSize ? oldWidth : asked.right, keepSize ? oldHeight : asked.bottom);
-        found->rect = now;
-        return Change{now.left != old.left || now.top != old.top,
-                      now.right - now.left != oldWidth || now.bottom - now.top != oldHeight, now};
+        changed.rect = RectAt(keepPlace ? old.left : asked.left, keepPlace ? old.top : asked.top,
+                              keepSize ? WidthOf(old) : asked.right, keepSize ? HeightOf(old) : asked.bottom);
+        const bool sized = WidthOf(changed.rect) != WidthOf(old) || HeightOf(changed.rect) != HeightOf(old);
+        if (sized || (flags & SWP_FRAMECHANGED)) changed.client = ClientInside(desktop, changed);
+        return !EqualRect(&changed.rect, &old) || (flags & SWP_FRAMECHANGED) != 0;
+    });
+    const RECT client = ClientInParent(*window);
+    return Change{client.left != oldClient.left || client.top != oldClient.top,
+                  WidthOf(client) != WidthOf(oldClient) || HeightOf(client) != HeightOf(oldClient), client};
+}
+
+// Whether a window was shown before; nothing for no window.
+std::optional<bool> SetShown(HWND handle, bool show) {
+    HostCall call;
+    SceneLock lock;
+    Desktop& desktop = TheDesktop();
+    Window* window = desktop.Find(handle);
+    if (!window) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), std::nullopt;
+    const bool before = window->Is(WS_VISIBLE);
+    ChangeScene(desktop, *window, true, [show](Window& changed) {
+        changed.style = show ? changed.style | WS_VISIBLE : changed.style & ~WS_VISIBLE;
+        return false;
+    });
+    if (!show) DropUpdates(desktop, *window);
+    return before;
+}
+
+// Shown or hidden, told, and whoever is to be active made so.
+bool Show(HWND window, bool show, bool activate) {
+    const HWND next = show ? nullptr : NextActive(window);
+    const auto before = SetShown(window, show);
+    if (before && *before != show) SendMessageW(window, WM_SHOWWINDOW, show, 0);
+    if (before && show && activate) ActivateShown(window);
+    if (before && next) SetActiveWindow(next);
+    return before.value_or(false);
+}
+
+bool CanBeActive(const Window& window, DWORD threadId) {
+    return window.threadId == threadId && window.Is(WS_VISIBLE) && !window.Is(WS_DISABLED) && !window.dying &&
+           !(window.exStyle & WS_EX_NOACTIVATE);
+}
+
+} // namespace
+
+void ActivateShown(HWND handle) {
+    {
+        HostCall call;
+        const DWORD self = GetCurrentThreadId();
+        Desktop& desktop = TheDesktop();
+        std::lock_guard lock(desktop.lock);
+        const Window* window = desktop.Find(handle);
+        if (!window || window->parent != desktop.root || !CanBeActive(*window, self)) return;
+    }
+    SetActiveWindow(handle);
+}
+
+HWND NextActive(HWND handle) {
+    HostCall call;
+    const DWORD self = GetCurrentThreadId();
+    return WithDesktop([&](Desktop& desktop) -> HWND {
+        const Window* window = desktop.Find(handle);
+        const Queue* queue = desktop.FindQueue(self);
+        if (!window || !queue || queue->active != handle) return nullptr;
+        if (const Window* owner = desktop.Find(window->owner))
+            if (const HWND top = desktop.TopLevelOf(owner->handle); CanBeActive(*desktop.Find(top), self))
+                return top;
+        for (const HWND other : desktop.Find(desktop.root)->children)
+            if (other != handle && CanBeActive(*desktop.Find(other), self)) return other;
+        return nullptr;
     });
 }
 
-LPARAM PairOf(LONG low, LONG high) { return MAKELPARAM(static_cast<WORD>(low), static_cast<WORD>(high)); }
-
-} // namespace
 } // namespace plat
 
 // --- Parents and order --------------------------------------------------------------------------------------------
@@ -140,19 +188,22 @@ HWND GetParent(HWND window) {
 
 HWND SetParent(HWND window, HWND parent) {
     plat::HostCall call;
-    return plat::WithDesktop([&](plat::Desktop& desktop) -> HWND {
-        plat::Window* child = desktop.Find(window);
-        const HWND target = parent ? parent : desktop.root;
-        plat::Window* above = desktop.Find(target);
-        if (!child || !above) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
-        if (target == window || window == desktop.root || desktop.StandsUnder(target, window))
-            return SetLastError(ERROR_INVALID_PARAMETER), nullptr;
-        const HWND former = child->parent;
-        if (plat::Window* old = desktop.ParentOf(*child)) std::erase(old->children, window);
-        child->parent = target;
+    plat::SceneLock lock;
+    plat::Desktop& desktop = plat::TheDesktop();
+    plat::Window* child = desktop.Find(window);
+    const HWND target = parent ? parent : desktop.root;
+    plat::Window* above = desktop.Find(target);
+    if (!child || !above) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
+    if (target == window || window == desktop.root || desktop.StandsUnder(target, window))
+        return SetLastError(ERROR_INVALID_PARAMETER), nullptr;
+    const HWND former = child->parent;
+    plat::ChangeScene(desktop, *child, true, [&](plat::Window& changed) {
+        if (plat::Window* old = desktop.ParentOf(changed)) std::erase(old->children, window);
+        changed.parent = target;
         above->children.insert(above->children.begin(), window);
-        return former;
+        return true;
     });
+    return former;
 }
 
 HWND GetWindow(HWND window, UINT relation) {
@@ -226,6 +277,7 @@ HWND SetActiveWindow(HWND window) {
         if (window) desktop.foreground = window;
     }
     if (former == window) return former;
+    if (window) SetWindowPos(window, HWND_TOP, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE);
     if (former) SendMessageW(former, WM_ACTIVATE, 0, reinterpret_cast<LPARAM>(window));
     if (window) SendMessageW(window, WM_ACTIVATE, 1, reinterpret_cast<LPARAM>(former));
     return former;
@@ -275,10 +327,7 @@ BOOL IsWindowVisible(HWND window) {
 }
 
 BOOL ShowWindow(HWND window, int command) {
-    const bool show = command != SW_HIDE;
-    const auto before = plat::ChangeStyle(window, WS_VISIBLE, show);
-    if (before && *before != show) SendMessageW(window, WM_SHOWWINDOW, show, 0);
-    return before.value_or(false);
+    return plat::Show(window, command != SW_HIDE, command != SW_SHOWNA);
 }
 
 // --- Places -------------------------------------------------------------------------------------------------------
@@ -286,17 +335,18 @@ BOOL ShowWindow(HWND window, int command) {
 BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
     const auto change = plat::Place(window, after, {x, y, width, height}, flags);
     if (!change) return FALSE;
-    const RECT& rect = change->rect;
-    if (change->moved) SendMessageW(window, WM_MOVE, 0, plat::PairOf(rect.left, rect.top));
+    const RECT& client = change->client;
+    if (change->moved) SendMessageW(window, WM_MOVE, 0, plat::PairOf(client.left, client.top));
     if (change->sized)
-        SendMessageW(window, WM_SIZE, 0, plat::PairOf(rect.right - rect.left, rect.bottom - rect.top));
+        SendMessageW(window, WM_SIZE, 0, plat::PairOf(plat::WidthOf(client), plat::HeightOf(client)));
     if (flags & (SWP_SHOWWINDOW | SWP_HIDEWINDOW))
-        ShowWindow(window, flags & SWP_SHOWWINDOW ? SW_SHOW : SW_HIDE);
+        plat::Show(window, (flags & SWP_SHOWWINDOW) != 0, !(flags & SWP_NOACTIVATE));
     return TRUE;
 }
 
-BOOL MoveWindow(HWND window, int x, int y, int width, int height, BOOL) {
-    return SetWindowPos(window, nullptr, x, y, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+BOOL MoveWindow(HWND window, int x, int y, int width, int height, BOOL repaint) {
+    const UINT flags = SWP_NOZORDER | SWP_NOACTIVATE | (repaint ? 0 : SWP_NOREDRAW);
+    return SetWindowPos(window, nullptr, x, y, width, height, flags);
 }
 
 BOOL BringWindowToTop(HWND window) {
@@ -306,21 +356,19 @@ BOOL BringWindowToTop(HWND window) {
 BOOL GetWindowRect(HWND window, RECT* rect) {
     plat::HostCall call;
     if (!rect) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
-    const PlatScreen screen = PlatGetScreen();
     return plat::WithDesktop([&](plat::Desktop& desktop) -> BOOL {
         const plat::Window* found = desktop.Find(window);
         if (!found) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), FALSE;
-        if (window == desktop.root) return *rect = {0, 0, screen.width, screen.height}, TRUE;
-        const POINT origin = plat::OriginOf(desktop, found);
-        *rect = {origin.x, origin.y, origin.x + found->rect.right - found->rect.left,
-                 origin.y + found->rect.bottom - found->rect.top};
-        return TRUE;
+        return *rect = plat::WindowOnScreen(desktop, *found), TRUE;
     });
 }
 
 BOOL GetClientRect(HWND window, RECT* rect) {
-    if (!GetWindowRect(window, rect)) return FALSE;
-    *rect = {0, 0, rect->right - rect->left, rect->bottom - rect->top};
+    plat::HostCall call;
+    if (!rect) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
+    const auto client = plat::WithWindow(window, [](plat::Window& found) { return found.client; });
+    if (!client) return FALSE;
+    *rect = {0, 0, plat::WidthOf(*client), plat::HeightOf(*client)};
     return TRUE;
 }
 
@@ -333,11 +381,4 @@ int MapWindowPoints(HWND from, HWND to, POINT* points, UINT count) {
     if (!shift || !points) return 0;
     for (UINT i = 0; i < count; ++i) points[i] = {points[i].x + shift->x, points[i].y + shift->y};
     return static_cast<int>(plat::PairOf(shift->x, shift->y));
-}
-
-HWND WindowFromPoint(POINT point) {
-    plat::HostCall call;
-    return plat::WithDesktop([&](plat::Desktop& desktop) -> HWND {
-        return plat::Topmost(desktop, *desktop.Find(desktop.root), point);
-    });
 }

@@ -160,7 +160,7 @@ TEST_F(ThreadsWindows, ChildrenGoWithTheirParentAndOwnedWindowsWithTheirOwner) {
     std::vector<HWND> order;
     for (const Seen& seen : t_seen)
         if (seen.message == WM_DESTROY) order.push_back(seen.window);
-    EXPECT_EQ(order, (std::vector<HWND>{owned, top, child, grandchild}));
+    EXPECT_EQ(order, (std::vector<HWND>{owned, grandchild, child, top}));
     for (const HWND window : {top, child, grandchild, owned}) EXPECT_FALSE(IsWindow(window));
 }
 
