@@ -65,7 +65,8 @@ void HTMLLayout::Place(const HTMLTOKEN& token) {
 void HTMLLayout::End() {
     CountPen();
     CloseLine();
-    SelectBack(nullptr);
+    m_font = nullptr;
+    UseFont();
     m_rect = m_start;
     if (Painting()) return;
     m_rect.right = m_start.left + m_rightmost;

@@ -4,6 +4,8 @@
 #include "QNGridCtrl/DrawHTML.h"
 #include "QNGridCtrl/HTMLCanvas.h"
 
+#include <array>
+
 // One piece of text on a line.
 struct HTMLRun {
     int placed = 0;     // characters of it that stand on the line
@@ -19,7 +21,7 @@ struct HTMLLineMeasure {
     bool allLines = false;
 };
 
-class HTMLLayout {
+class QN_API HTMLLayout {
 public:
     HTMLLayout(HTMLCanvas& canvas, CHTMLParser& parser, RECT& rect, int wrapIndent, HTMLHotSpots* hotSpots,
                DWORD flags, COLORREF selectionTextColor, bool noWrap);
@@ -61,10 +63,12 @@ private:
 
     // --- Measuring (HTMLMeasure.cpp)
     HTMLRun PlaceRun(const WCHAR* text, int length, const RECT& rect, bool paint);
+    HTMLRun FitRun(const WCHAR* text, int length, int width);
     SIZE MeasureLine(const HTMLLineMeasure& measure);
     SIZE ImageSize(int limit, bool squeeze, int top) const;
+    int Descent();
     void Select(HFONT font);
-    void SelectBack(HFONT former);
+    void UseFont();
 
     friend class HTMLLineWalk;
 
@@ -99,6 +103,19 @@ private:
     RECT m_whole{}; // the rectangle without the column in it
 
     HFONT m_firstFont = nullptr; // the one that was selected before
-    HFONT m_font = nullptr;      // the one selected here, null: none yet
-    long long m_work;            // tokens that measuring may still look at
+    HFONT m_selected = nullptr;  // the one selected now, null: that one
+    HFONT m_font = nullptr;      // the one to measure and paint with
+
+    // The first line is measured before it is laid out, with the same questions: the last answers are kept.
+    struct KnownRun {
+        const WCHAR* text = nullptr;
+        HFONT font = nullptr;
+        int length = 0;
+        int width = 0;
+        HTMLRun run;
+    };
+    std::array<KnownRun, 8> m_known;
+    unsigned m_nextKnown = 0;
+
+    long long m_work; // tokens that measuring may still look at
 };

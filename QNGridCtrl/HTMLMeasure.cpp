@@ -31,16 +31,28 @@ int Scaled(int side, int from, int to) {
 } // namespace
 
 HTMLRun HTMLLayout::PlaceRun(const WCHAR* text, int length, const RECT& rect, bool paint) {
-    HTMLRun run{length, true, {0, 0}};
     const int width = rect.right - rect.left;
-    if (length == 0 || width < 1) return run;
-    const int fit = m_canvas.Fit(text, length, m_noWrap ? -1 : width, run.size);
-    if (fit < length && !m_noWrap) {
+    if (length == 0 || width < 1) return {length, true, {0, 0}};
+    const HTMLRun run = FitRun(text, length, m_noWrap ? -1 : width);
+    if (!paint || run.placed == 0) return run;
+    UseFont();
+    m_canvas.TextOut(rect.left, rect.top, rect, text, run.placed);
+    return run;
+}
+
+// What of a text stands in a width; a negative one has no end.
+HTMLRun HTMLLayout::FitRun(const WCHAR* text, int length, int width) {
+    for (const KnownRun& known : m_known)
+        if (known.text == text && known.width == width && known.length == length && known.font == m_font)
+            return known.run;
+    UseFont();
+    HTMLRun run{length, true, {0, 0}};
+    const int fit = m_canvas.Fit(text, length, width, run.size);
+    if (fit < length && width >= 0) {
         run = {BreakAt(text, fit), false, {0, 0}};
-        if (run.placed == 0) return run;
-        m_canvas.Fit(text, run.placed, -1, run.size);
+        if (run.placed > 0) m_canvas.Fit(text, run.placed, -1, run.size);
     }
-    if (paint) m_canvas.TextOut(rect.left, rect.top, rect, text, run.placed);
+    m_known[m_nextKnown++ % m_known.size()] = {text, m_font, length, width, run};
     return run;
 }
 
@@ -108,11 +120,10 @@ private:
         if (!m_alignChanged) {
             if (!run.whole) m_skip += run.placed;
             m_used = std::min(m_used + static_cast<int>(run.size.cx), kTallest);
-            m_descent = std::max(m_descent, m_layout.m_canvas.Descent());
+            m_descent = std::max(m_descent, m_layout.Descent());
             m_height = std::max(m_height, static_cast<int>(run.size.cy));
         } else if (run.size.cy > m_height) {
-            m_descent = m_layout.m_canvas
-                            .Descent(); // the height stays: this text stands on the line, but not with it
+            m_descent = m_layout.Descent(); // the height stays: this text stands on the line, but not with it
         }
         if (run.whole) return Step::Next;
         if (!m_measure.allLines) return Step::Stop;
@@ -170,7 +181,7 @@ SIZE HTMLLayout::MeasureLine(const HTMLLineMeasure& measure) {
     m_parser.SetBookmark();
     const SIZE size = HTMLLineWalk(*this, measure).Measure();
     m_parser.GotoBookmark();
-    SelectBack(font);
+    m_font = font;
     return size;
 }
 
@@ -206,14 +217,18 @@ SIZE HTMLLayout::ImageSize(int limit, bool squeeze, int top) const {
 // --- Fonts --------------------------------------------------------------------------------------------------------
 
 void HTMLLayout::Select(HFONT font) {
-    if (!font || font == m_font) return;
-    const HFONT former = m_canvas.SelectFont(font);
-    if (!m_firstFont) m_firstFont = former;
-    m_font = font;
+    if (font) m_font = font;
 }
 
-void HTMLLayout::SelectBack(HFONT former) {
-    if (former == m_font) return;
-    m_canvas.SelectFont(former ? former : m_firstFont);
-    m_font = former;
+// Selects it when something is asked of it.
+void HTMLLayout::UseFont() {
+    if (m_selected == m_font) return;
+    const HFONT former = m_canvas.SelectFont(m_font ? m_font : m_firstFont);
+    if (!m_firstFont) m_firstFont = former;
+    m_selected = m_font;
+}
+
+int HTMLLayout::Descent() {
+    UseFont();
+    return m_canvas.Descent();
 }

@@ -297,7 +297,9 @@ std::size_t HTMLTokenizer::TextEnd(std::size_t from) const {
 
 const HTMLTokenizer::Rule* HTMLTokenizer::RuleOf(Text body) const {
     for (const Rule& rule : kRules)
-        if (rule.prefix ? body.starts_with(rule.name) : body == rule.name) return &rule;
+        if (body.front() == rule.name.front() &&
+            (rule.prefix ? body.starts_with(rule.name) : body == rule.name))
+            return &rule;
     return nullptr;
 }
 
@@ -341,6 +343,8 @@ void HTMLTokenizer::Store(TOKENTYPE type, Text text, UINT align) {
         m_bOutOfMemory = true;
         return;
     }
+    constexpr std::size_t kUsual = 8; // tokens of a cell
+    if (m_parser.m_Tokens.empty()) m_parser.m_Tokens.reserve(kUsual);
     m_parser.m_Tokens.push_back(m_pending);
     m_pending = {};
 }

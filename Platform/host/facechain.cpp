@@ -87,8 +87,8 @@ CharKind KindOf(char32_t c) {
         return CharKind::Shaped;
     const auto category = u_charType(character);
     if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK) return CharKind::Mark;
-    if (category == U_FORMAT_CHAR || category == U_CONTROL_CHAR) return CharKind::Invisible;
-    if (category == U_SURROGATE) return CharKind::Plain;
+    if (category == U_FORMAT_CHAR || category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR)
+        return CharKind::Invisible;
     return IsPlainScript(c) ? CharKind::Plain : CharKind::Shaped;
 }
 

@@ -261,6 +261,19 @@ std::shared_ptr<TextFont> MakeFont(const LOGFONTW& description) {
     return font;
 }
 
+// The font of that description, found or made; the same description gives the same font while one of it lives. Under the
+// lock of the fonts.
+std::shared_ptr<TextFont> FindTextFont(Fonts& fonts, const LOGFONTW& description) {
+    constexpr std::size_t kMostKept = 128;
+    const FontKey key{BoundedHeight(description.lfHeight), StyleOf(description), description.lfFaceName};
+    std::shared_ptr<TextFont>& font = fonts.known[key];
+    if (font) return font;
+    const std::shared_ptr<TextFont> made = font = MakeFont(description);
+    if (fonts.known.size() > kMostKept)
+        std::erase_if(fonts.known, [](const auto& known) { return known.second.use_count() == 1; });
+    return made;
+}
+
 std::atomic<bool> g_fixedWidth{false};
 [[maybe_unused]] const bool g_registered = (AtReset([] { PlatUseFixedWidthText(false); }), true);
 
@@ -271,23 +284,21 @@ std::mutex& TextLock() {
     return lock;
 }
 
-std::shared_ptr<TextFont> FindTextFont(const LOGFONTW& description) {
-    constexpr std::size_t kMostKept = 128;
-    const FontKey key{BoundedHeight(description.lfHeight), StyleOf(description), description.lfFaceName};
+TextFont& TextFontOf(GdiFont& font) {
+    if (g_fixedWidth.load(std::memory_order_relaxed)) {
+        thread_local std::shared_ptr<TextFont> last;
+        last = MakeFixedFont(font.data);
+        return *last;
+    }
+    if (void* text = font.text.load(std::memory_order_acquire)) return *static_cast<TextFont*>(text);
     Fonts& fonts = TheFonts();
     std::lock_guard lock(fonts.lock);
-    std::shared_ptr<TextFont>& font = fonts.known[key];
-    if (font) return font;
-    const std::shared_ptr<TextFont> made = font = MakeFont(description);
-    if (fonts.known.size() > kMostKept)
-        std::erase_if(fonts.known, [](const auto& known) { return known.second.use_count() == 1; });
-    return made;
-}
-
-std::shared_ptr<TextFont> TextFontOf(GdiFont& font) {
-    if (g_fixedWidth.load(std::memory_order_relaxed)) return MakeFixedFont(font.data);
-    std::call_once(font.faceFound, [&] { font.face = FindTextFont(font.data); });
-    return std::static_pointer_cast<TextFont>(font.face);
+    if (!font.face) {
+        std::shared_ptr<TextFont> found = FindTextFont(fonts, font.data);
+        font.text.store(found.get(), std::memory_order_release);
+        font.face = std::move(found);
+    }
+    return *static_cast<TextFont*>(font.text.load(std::memory_order_relaxed));
 }
 
 } // namespace plat

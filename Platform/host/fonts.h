@@ -46,10 +46,8 @@ protected:
     FontMetrics m_metrics;
 };
 
-// The font of that description, found or made. The same description gives the same font while one of it lives.
-std::shared_ptr<TextFont> FindTextFont(const LOGFONTW& description);
-// The one of an object, found at first use.
-std::shared_ptr<TextFont> TextFontOf(GdiFont& font);
+// The one of an object, found at first use; it stays as long as the object, in tests until the thread's next call.
+TextFont& TextFontOf(GdiFont& font);
 
 // Of fixed width: every unit 6 pixels, a fifth of the height below the base line; a character paints as a bar.
 std::shared_ptr<TextFont> MakeFixedFont(const LOGFONTW& description);

@@ -8,11 +8,11 @@ namespace {
 
 struct TextCall {
     HostCall call;
-    std::shared_ptr<GdiContext> context;
-    std::shared_ptr<TextFont> font;
+    ContextPointer context;
+    TextFont* font = nullptr;
 
     explicit TextCall(HDC dc) : context(FindContext(dc)) {
-        if (context) font = TextFontOf(*context->state.font);
+        if (context) font = &TextFontOf(*context->state.font);
     }
     explicit operator bool() const { return font != nullptr; }
 };

@@ -40,20 +40,16 @@ GlyphCache& Cache() {
     return cache;
 }
 
-// Two channels at a time; a coverage of 255 is the whole way.
+// Two channels at a time, from what is there towards the colour; a coverage of 255 is the whole way.
 Pixel Mixed(Pixel under, Pixel color, unsigned coverage) {
     const unsigned part = coverage + (coverage >> 7);
-    const Pixel odd = (under & 0xFF00FF) * (256 - part) + (color & 0xFF00FF) * part;
-    const Pixel green = (under & 0x00FF00) * (256 - part) + (color & 0x00FF00) * part;
-    return (under & 0xFF000000) | (odd >> 8 & 0xFF00FF) | (green >> 8 & 0x00FF00);
+    const Pixel odd = under & 0xFF00FF, green = under & 0x00FF00;
+    return (under & 0xFF000000) | ((odd + (((color & 0xFF00FF) - odd) * part >> 8)) & 0xFF00FF) |
+           ((green + (((color & 0x00FF00) - green) * part >> 8)) & 0x00FF00);
 }
 
-void PaintRow(Surface& surface, int x, int y, int n, const std::uint8_t* coverage, Pixel color) {
-    surface.Edit(x, y, n, [&](Pixel* row, int count) {
-        for (int i = 0; i < count; ++i)
-            if (const unsigned c = coverage[i]) row[i] = Mixed(row[i], color, c);
-        coverage += count;
-    });
+void PaintRow(Pixel* row, const std::uint8_t* coverage, int count, Pixel color) {
+    for (int i = 0; i < count; ++i) row[i] = Mixed(row[i], color, coverage[i]);
 }
 
 void PaintGlyph(Surface& surface, const RECT& part, const StandingGlyph& standing, Pixel color) {
@@ -61,11 +57,13 @@ void PaintGlyph(Surface& surface, const RECT& part, const StandingGlyph& standin
     const int left = standing.x + bitmap.left, top = standing.y - bitmap.top;
     const RECT r = Intersection(part, {left, top, left + bitmap.width, top + bitmap.height});
     if (r.left >= r.right) return;
-    for (int y = r.top; y < r.bottom; ++y)
-        PaintRow(surface, r.left, y, WidthOf(r),
-                 bitmap.coverage.data() + static_cast<std::ptrdiff_t>(y - top) * bitmap.width +
-                     (r.left - left),
-                 color);
+    const std::uint8_t* coverage =
+        bitmap.coverage.data() + (r.left - left) + static_cast<std::ptrdiff_t>(r.top - top) * bitmap.width;
+    for (int y = r.top; y < r.bottom; ++y, coverage += bitmap.width)
+        surface.Edit(r.left, y, WidthOf(r), [&, from = coverage](Pixel* row, int count) mutable {
+            PaintRow(row, from, count, color);
+            from += count;
+        });
 }
 
 } // namespace

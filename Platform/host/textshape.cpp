@@ -136,27 +136,32 @@ private:
                                            -Whole(positions[i].y_offset)});
             pen += positions[i].x_advance;
         }
-        const int width = WidthOf(start, end, Whole(pen));
-        m_shaped.clusters.push_back({static_cast<int>(start), static_cast<int>(end - start), width, first,
+        m_shaped.clusters.push_back({static_cast<int>(start), static_cast<int>(end - start),
+                                     TakeWidths(start, end, Whole(pen)), first,
                                      static_cast<int>(m_shaped.glyphs.size()) - first});
-        m_shaped.widths[start] = width;
-        m_shaped.ends[end - 1] = 1;
-        m_shaped.width += width;
+        m_shaped.width += m_shaped.clusters.back().width;
     }
 
     // Of plain characters what they measure by themselves, whatever shaping made of them: so the parts of a text measure
-    // what the whole does.
-    int WidthOf(std::size_t start, std::size_t end, int shaped) {
+    // what the whole does. Gives the width of the cluster.
+    int TakeWidths(std::size_t start, std::size_t end, int shaped) {
         int width = 0;
         for (std::size_t at = start; at < end;) {
+            const std::size_t from = at;
             const char32_t c = CharAt(m_text, at);
             const CharKind kind = KindOf(c);
             if (kind == CharKind::Shaped) {
                 m_shaped.joins = true;
-                return std::max(shaped, 0);
+                std::fill(m_shaped.widths.begin() + static_cast<std::ptrdiff_t>(start),
+                          m_shaped.widths.begin() + static_cast<std::ptrdiff_t>(end), 0);
+                m_shaped.widths[start] = width = std::max(shaped, 0);
+                break;
             }
-            if (kind == CharKind::Plain) width += m_faces.PlaceOf(c).advance;
+            if (kind != CharKind::Plain) continue;
+            if (from > start) m_shaped.ends[from - 1] = 1;
+            width += m_shaped.widths[from] = m_faces.PlaceOf(c).advance;
         }
+        m_shaped.ends[end - 1] = 1;
         return width;
     }
 
