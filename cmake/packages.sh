@@ -21,6 +21,6 @@ need_packages() {
     fi
     rm -f "$log"
 }
-build_packages="g++ cmake ninja-build ccache lld pkg-config libsqlite3-dev libicu-dev libical-dev libcairo2-dev libharfbuzz-dev \
-libfreetype-dev libfontconfig-dev zlib1g-dev libgdk-pixbuf-2.0-dev librsvg2-bin fonts-wine fonts-dejavu-core tzdata"
-test_packages="libgtest-dev libbenchmark-dev libpng-dev clang-format clang-tidy libgcc-12-dev"
+build_packages="g++ cmake ninja-build ccache lld pkg-config libsqlite3-dev libicu-dev libical-dev libstb-dev libcairo2-dev libharfbuzz-dev \
+libfreetype-dev libfontconfig-dev zlib1g-dev libgdk-pixbuf-2.0-dev libsdl2-dev librsvg2-bin fonts-wine fonts-dejavu-core tzdata"
+test_packages="libgtest-dev libbenchmark-dev libpng-dev libpango1.0-dev clang-format clang-tidy libgcc-12-dev"
