@@ -195,6 +195,7 @@ private:
     void TakeFreeTime(CDataMonth& day, double start, double end, int weekday) const;
     void PaintHalfHours(HDC hdc, const RECT& rect, int inset, const CDataMonth& day) const;
     void PaintMarks(HDC hdc, const RECT& rect, BarForm form, int weekday) const;
+    void PaintSelectedSpan(HDC hdc, const RECT& rect) const;
 
     std::array<DWORD, kCalendarOptions> m_options{};
     CalendarColors m_colors;

@@ -5,6 +5,8 @@
 #include "NorvoUI/hidpi.h"
 #include "Platform/clock.h"
 #include "Platform/strings.h"
+#include "Platform/windows.h"
+#include "QNGridCtrl/gradients.h"
 
 #include <algorithm>
 #include <cmath>
@@ -70,10 +72,7 @@ bool Takes(const HalfHours& range, int hour, int half) {
 }
 
 void FillRectangle(HDC hdc, int left, int top, int right, int bottom, COLORREF color) {
-    const RECT rect{left, top, right, bottom};
-    const HBRUSH brush = CreateSolidBrush(color);
-    FillRect(hdc, &rect, brush);
-    DeleteObject(brush);
+    PaintRect(hdc, left, top, right - left, bottom - top, color);
 }
 
 double HourWidth(const RECT& rect) { return static_cast<double>(rect.right - rect.left) / kHours; }
@@ -188,6 +187,7 @@ int CCalendarSubview::OwnerDrawCellFullRowTimeBar(const CCalendarSubview& view, 
     view.PaintHalfHours(hdc, rect, form == kBarSmall ? ScalePx(g_HIDPI_LogPixelsY, 3) : 0, day);
     view.PaintMarks(hdc, rect, form, weekday);
     if (pHotSpots) AddHourSpots(rect, *pHotSpots);
+    view.PaintSelectedSpan(hdc, rect);
     PaintFrame(hdc, rect);
     return kPainted;
 }
@@ -219,4 +219,13 @@ void CCalendarSubview::PaintMarks(HDC hdc, const RECT& rect, BarForm form, int w
         const int x = HourX(rect, WorkMinute(weekday, time) / 60.0);
         FillRectangle(hdc, x, rect.bottom - 1 - tick, x + 1, rect.bottom - 1, kBlack);
     }
+}
+
+void CCalendarSubview::PaintSelectedSpan(HDC hdc, const RECT& rect) const {
+    constexpr BYTE kIntensity = 150;
+    if (m_flDayTop >= m_flDayBottom) return;
+    const RECT span{HourX(rect, m_flDayTop * kHours), rect.top, HourX(rect, m_flDayBottom * kHours),
+                    rect.bottom};
+    ShadeRect(hdc, span, GetSysColor(static_cast<int>(COLOR_HIGHLIGHT | SYS_COLOR_INDEX_FLAG)), nullptr,
+              kIntensity);
 }

@@ -1,15 +1,7 @@
-// The generated table of pictures: each in 16 and in 32 pixels.
+// The generated table of pictures: each in 16 pixels, and in 32 for screens of 144 dots an inch and more.
 #pragma once
 
-#include "Platform/types.h"
+#include "Platform/modules.h"
 
-#include <cstddef>
-
-struct Picture {
-    WORD number;
-    WORD pixels; // of a side
-    const BYTE* png;
-    DWORD size; // bytes
-};
-extern const Picture kPictures[];
+extern const PlatModuleResource kPictures[];
 extern const std::size_t kPictureCount;

@@ -1,5 +1,7 @@
-// QNResources.dll: the texts of the suite by number, one table a language, made at build time from strings.*.txt.
+// QNResources.dll: the texts and the pictures of the suite by number, made at build time from strings.*.txt, one table a
+// language, and pictures/*.svg.
 #include "Resources/languages.h"
+#include "Resources/picturetable.h"
 
 #include "Platform/modules.h"
 
@@ -11,6 +13,8 @@ struct RegisterResources {
         module.name = u"QNResources.dll";
         module.languages = kLanguages;
         module.languageCount = kLanguageCount;
+        module.resources = kPictures;
+        module.resourceCount = kPictureCount;
         PlatRegisterModule(module);
     }
 } const g_registerResources;

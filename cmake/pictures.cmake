@@ -21,6 +21,8 @@ file(MAKE_DIRECTORY ${folder})
 file(GLOB drawings ${INPUT}/*.svg)
 list(SORT drawings COMPARE NATURAL)
 
+set(least_dots_16 0)
+set(least_dots_32 144) # an inch
 set(bytes "")
 set(rows "")
 foreach(drawing IN LISTS drawings)
@@ -38,7 +40,7 @@ foreach(drawing IN LISTS drawings)
     file(READ ${png} hex HEX)
     string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," hex "${hex}")
     string(APPEND bytes "constexpr BYTE k${number}_${size}[] = {${hex}};\n")
-    string(APPEND rows "    Row(${number}, ${size}, k${number}_${size}),\n")
+    string(APPEND rows "    Row(${number}, ${least_dots_${size}}, k${number}_${size}),\n")
   endforeach()
 endforeach()
 
@@ -51,14 +53,14 @@ file(WRITE ${OUTPUT}
 namespace {
 
 template<std::size_t N>
-constexpr Picture Row(WORD number, WORD pixels, const BYTE (&png)[N]) {
-    return {number, pixels, png, static_cast<DWORD>(N)};
+constexpr PlatModuleResource Row(WORD number, WORD leastDots, const BYTE (&png)[N]) {
+    return {0, number, png, static_cast<DWORD>(N), u\"PNGPIC\", leastDots};
 }
 
 ${bytes}
 } // namespace
 
-const Picture kPictures[] = {
+const PlatModuleResource kPictures[] = {
 ${rows}};
 const std::size_t kPictureCount = std::size(kPictures);
 ")

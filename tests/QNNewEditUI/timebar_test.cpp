@@ -1,5 +1,6 @@
 // The bar of a day: half hours, conflicts, free time, and its pixels.
 #include "tests/QNNewEditUI/calendarpage.h"
+#include "Platform/windows.h"
 #include "tests/support/canvas.h"
 
 #include <cmath>
@@ -236,6 +237,27 @@ TEST_F(TimeBar, Pixels) {
                       form == CCalendarSubview::kBarFull ? probe.full : probe.small)
                 << probe.what << (form == CCalendarSubview::kBarFull ? ", full" : ", small");
     }
+}
+
+// 24 of 240 pixels in the system's colour of selections, 150 parts of 255 over white.
+TEST_F(TimeBar, SelectedSpan) {
+    Canvas canvas(240, 20);
+    const auto paint = [&](double top, double bottom) {
+        Page().SetSelectedSpan(top, bottom);
+        CCalendarSubview::OwnerDrawCellFullRowTimeBar(m_page, CCalendarSubview::kBarFull, CDataMonth(),
+                                                      canvas, {0, 0, 240, 20}, nullptr);
+    };
+    const COLORREF selection = GetSysColor(13);
+    paint(0.1, 0.2);
+    EXPECT_EQ(canvas.At(23, 10), kWhite);
+    EXPECT_EQ(canvas.At(48, 10), kWhite);
+    for (const int x : {24, 47})
+        for (const int shift : {0, 8, 16})
+            EXPECT_NEAR((canvas.At(x, 10) >> shift) & 0xFF,
+                        (150 * ((selection >> shift) & 0xFF) + 105 * 255) / 255.0, 1.01);
+    m_page.InitTabVars();                                      // forgets it
+    paint(m_page.WorkDay(0, CCalendarSubview::kWorkStart), 7); // beyond the day: no span
+    EXPECT_EQ(canvas.At(30, 10), kWhite);
 }
 
 TEST_F(TimeBar, HourSpots) {

@@ -2,7 +2,9 @@
 #include "NorvoTools/globals.h"
 #include "Platform/modules.h"
 #include "QNGridCtrl/HTMLParser.h"
+#include "QNGridCtrl/PNGPicture.h"
 #include "QNNewEditUI/MarkupText.h"
+#include "Resources/pictures.h"
 #include "tests/QNNewEditUI/calendarpage.h"
 
 #include <filesystem>
@@ -168,6 +170,23 @@ TEST_F(WeekItem, Images) {
     EXPECT_EQ(Narrow(buffer), "");
     m_page.SetImagesRight(0, buffer, 40, true, nullptr, nullptr);
     EXPECT_EQ(Narrow(buffer), "");
+}
+
+// All pictures of the rows are in the resource library, by the screen's dots.
+TEST_F(WeekItem, PicturesOfTheLibrary) {
+    for (const auto& [dots, side] : {std::pair{96, 16u}, {143, 16u}, {144, 32u}, {192, 32u}}) {
+        PlatSetScreen({480, 640, dots});
+        for (const WORD number :
+             {kPictureTask, kPictureMeeting, kPictureAllDay, kPictureJournal, kPictureGoesOn, kPictureBegan,
+              kPictureReminder, kPictureRecurring, kPictureRegenerating, kPicturePrivate, kPictureLinked,
+              kPictureNote, kPictureQuickEntry}) {
+            PNGPicture picture(g_hResources, number);
+            EXPECT_TRUE(picture.IsLoaded()) << number;
+            EXPECT_EQ(picture.GetWidth(), side) << number;
+            EXPECT_EQ(picture.GetHeight(), side) << number;
+        }
+    }
+    PlatSetScreen({});
 }
 
 // --- What users write ---------------------------------------------------------------------------------------------
