@@ -1,0 +1,30 @@
+// What the person does in the real window, told to the device: pointer, first finger, wheel, keys, typed text.
+#pragma once
+
+#include "Platform/host/sdl/sdlwindow.h"
+
+#include <optional>
+
+namespace plat {
+
+class SdlInput {
+public:
+    explicit SdlInput(const SdlWindow& window) : m_window(window) {}
+    // False for an event that is no input.
+    bool Handle(const SDL_Event& event);
+
+private:
+    bool Button(const SDL_MouseButtonEvent& button);
+    bool Finger(const SDL_TouchFingerEvent& finger);
+    void Wheel(const SDL_MouseWheelEvent& wheel) const;
+    void Press(POINT point);
+    void Move(POINT point) const;
+    void Release(POINT point);
+
+    const SdlWindow& m_window;
+    std::optional<SDL_FingerID> m_finger; // the one that is the button
+    POINT m_down{};                       // where the press began, and when
+    Uint32 m_downTime = 0;
+};
+
+} // namespace plat
