@@ -16,5 +16,8 @@ int DeleteCommand(const Words& words);
 int GetCommand(const Words& words);
 int SetCommand(const Words& words);
 int ExportCommand(const Words& words);
+// The screen that is drawn on is settled before the library reads it.
+void PrepareMarkUp(const Words& words);
+int MarkUpCommand(const Words& words);
 
 } // namespace qn

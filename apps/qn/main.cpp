@@ -57,6 +57,7 @@ struct Command {
     std::string_view name;
     int (*run)(const qn::Words&);
     const char* help;
+    void (*prepare)(const qn::Words&) = nullptr; // before the library is up
 };
 
 constexpr Command kCommands[] = {
@@ -98,6 +99,15 @@ constexpr Command kCommands[] = {
     {"export", &qn::ExportCommand,
      "qn export --ics [FILE]\n"
      "  Writes all appointments and tasks as one iCalendar file, to standard output without FILE.\n"},
+    {"mark-up", &qn::MarkUpCommand,
+     "qn mark-up [--png FILE] [--dump] [--width N] [--dpi N] [--line] FILE|-\n"
+     "  Shows what the display makes of a text of mark-up (UTF-8; - is standard input): a picture, and with "
+     "--dump "
+     "its\n"
+     "  tokens, what stands where, and the hot spots, in pixels.\n"
+     "  The text is as wide as N pixels, 240 at 96 dots an inch unless told otherwise; --line doesn't wrap "
+     "it.\n",
+     &qn::PrepareMarkUp},
 };
 
 void PrintHelp() {
@@ -109,7 +119,8 @@ void PrintHelp() {
               "  show      one item\n"
               "  delete    take items out\n"
               "  get, set  the settings\n"
-              "  export    write iCalendar\n\n"
+              "  export    write iCalendar\n"
+              "  mark-up   draw a text of mark-up\n\n"
               "`qn COMMAND --help` tells more.\n"
               "The device folder is DIR, else $QN_DEVICE, else ~/.local/share/quillonary.\n"
               "TZ and the locale variables are the device's zone and locale.\n"
@@ -190,6 +201,7 @@ int Run(int argc, char** argv) {
     if (!command) qn::Usage("there is no command " + words[0]);
     words.erase(words.begin());
     if (WantsHelp(words)) return PrintText(command->help);
+    if (command->prepare) command->prepare(words);
     const Library library;
     return command->run(words);
 }

@@ -1,0 +1,82 @@
+// The text layer of a context.
+#include "QNGridCtrl/ContextCanvas.h"
+
+#include "NorvoTools/globals.h"
+#include "Platform/gdi.h"
+#include "QNGridCtrl/HTMLImage.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr COLORREF kEdgeColor = 0xBEBEBE;
+constexpr LONG kWidest = 1 << 24;
+
+// A piece ends behind a blank, where no letters join; in a text without any at least not inside of a surrogate pair.
+int PieceAt(const WCHAR* text, int start, int piece, int length) {
+    if (start + piece == length) return piece;
+    for (int i = piece; i > 0; --i)
+        if (text[start + i - 1] == u' ') return i;
+    const WCHAR last = text[start + piece - 1];
+    return last >= 0xD800 && last < 0xDC00 ? piece - 1 : piece;
+}
+
+} // namespace
+
+HFONT ContextCanvas::SelectFont(HFONT font) {
+    m_descent = -1;
+    return static_cast<HFONT>(SelectObject(m_hdc, font));
+}
+
+// In pieces, so that a long text costs what fits and not what there is.
+int ContextCanvas::Fit(const WCHAR* text, int length, int width, SIZE& size) {
+    constexpr int kPiece = 256;
+    int fit = 0;
+    size = {0, 0};
+    do {
+        const int piece = PieceAt(text, fit, std::min(kPiece, length - fit), length);
+        int fits = piece;
+        SIZE extent{};
+        if (width < 0)
+            GetTextExtentExPointW(m_hdc, text + fit, piece, 0, nullptr, nullptr, &extent);
+        else
+            GetTextExtentExPointW(m_hdc, text + fit, piece, width - size.cx, &fits, nullptr, &extent);
+        size.cx = std::min(size.cx + extent.cx, kWidest);
+        size.cy = std::max(size.cy, extent.cy);
+        fit += fits;
+        if (fits < piece) break;
+    } while (fit < length);
+    return fit;
+}
+
+int ContextCanvas::Descent() {
+    if (m_descent >= 0) return m_descent;
+    TEXTMETRICW metrics{};
+    GetTextMetricsW(m_hdc, &metrics);
+    return m_descent = metrics.tmDescent;
+}
+
+void ContextCanvas::TextOut(int x, int y, const RECT& clip, const WCHAR* text, int length) {
+    ExtTextOutW(m_hdc, x, y, ETO_CLIPPED, &clip, text, static_cast<UINT>(length), nullptr);
+}
+
+void ContextCanvas::SetColors(const COLORREF* text, const COLORREF* ground) {
+    SetBkMode(m_hdc, ground ? OPAQUE : TRANSPARENT);
+    if (ground) SetBkColor(m_hdc, *ground);
+    if (text) SetTextColor(m_hdc, *text);
+}
+
+void ContextCanvas::FocusFrame(const RECT& rect) { DrawFocusRect(m_hdc, &rect); }
+
+void ContextCanvas::Edge(int left, int right, int y) {
+    const HPEN pen = CreatePen(PS_SOLID, static_cast<int>(g_HIDPI_BorderPixels), kEdgeColor);
+    const HGDIOBJ former = SelectObject(m_hdc, pen);
+    const POINT line[] = {{left, y}, {right, y}};
+    Polygon(m_hdc, line, 2);
+    SelectObject(m_hdc, former);
+    DeleteObject(pen);
+}
+
+void ContextCanvas::Picture(CHTMLImage& image, const RECT& rect) {
+    image.DrawTransparent(m_hdc, rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top);
+}

@@ -1,0 +1,23 @@
+// The text layer of a context: what DrawHTML gives the layout.
+#pragma once
+
+#include "QNGridCtrl/HTMLCanvas.h"
+
+class QN_API ContextCanvas : public HTMLCanvas {
+public:
+    // The context stays the caller's.
+    explicit ContextCanvas(HDC hdc) : m_hdc(hdc) {}
+
+    HFONT SelectFont(HFONT font) override;
+    int Fit(const WCHAR* text, int length, int width, SIZE& size) override;
+    int Descent() override;
+    void TextOut(int x, int y, const RECT& clip, const WCHAR* text, int length) override;
+    void SetColors(const COLORREF* text, const COLORREF* ground) override;
+    void FocusFrame(const RECT& rect) override;
+    void Edge(int left, int right, int y) override;
+    void Picture(CHTMLImage& image, const RECT& rect) override;
+
+private:
+    HDC m_hdc;
+    int m_descent = -1; // of the selected font; -1: not asked yet
+};
