@@ -19,6 +19,7 @@ constexpr std::size_t kFirstChunk = 33; // the header chunk stands at its fixed 
 constexpr std::size_t kChunkHead = 8;
 constexpr std::size_t kCheckValue = 4;
 constexpr std::size_t kMostExpansion = 1040; // of deflated data
+constexpr std::size_t kRoomBehind = 272; // with it inflating stays quick up to the end, and comes to see it
 constexpr std::size_t kRawBlock = 64 * 1024; // lines are inflated and converted in blocks of about this size
 
 enum ColorType : BYTE { kGrey = 0, kRGB = 2, kPalette = 3, kGreyAlpha = 4, kRGBA = 6 };
@@ -71,12 +72,15 @@ public:
     bool IsGood() const { return m_good; }
     bool Failed() const { return m_failed; }
 
-    // Fills `out` as far as there is data; gives the bytes.
-    std::size_t Read(std::span<BYTE> out) {
+    // Fills `out` as far as there is data; gives the bytes. When `all` is to fit, with kRoomBehind bytes to spare, no
+    // copy is kept for a next call.
+    std::size_t Read(std::span<BYTE> out, bool all = false) {
         m_stream.next_out = out.data();
         m_stream.avail_out = static_cast<uInt>(out.size());
         while (m_stream.avail_out > 0 && !m_ended && HasInput()) {
-            const int result = inflate(&m_stream, Z_SYNC_FLUSH);
+            const int result = inflate(&m_stream, all ? Z_FINISH : Z_SYNC_FLUSH);
+            if (all && result == Z_BUF_ERROR)
+                continue; // more data is to come, or more than there is room for
             m_ended = result != Z_OK;
             m_failed = m_ended && result != Z_STREAM_END;
         }
@@ -106,64 +110,92 @@ private:
 
 // --- Filters: each line is a difference from its left and upper neighbours, `distance` bytes away ------------------
 
-void AddLeft(BYTE* line, std::size_t size, std::size_t distance) {
-    for (std::size_t i = distance; i < size; ++i) line[i] = static_cast<BYTE>(line[i] + line[i - distance]);
+// The bytes of a pixel side by side: they hang on their own neighbours alone.
+using Lanes = short __attribute__((vector_size(16)));
+using ByteLanes = BYTE __attribute__((vector_size(8)));
+
+template<std::size_t kDistance>
+auto LoadPixel(const BYTE* from) {
+    if constexpr (kDistance == 1) {
+        return int{*from};
+    } else {
+        ByteLanes bytes{};
+        std::memcpy(&bytes, from, kDistance);
+        return __builtin_convertvector(bytes, Lanes);
+    }
+}
+
+template<std::size_t kDistance, class T>
+void StorePixel(const T& pixel, BYTE* to) {
+    if constexpr (kDistance == 1) {
+        *to = static_cast<BYTE>(pixel);
+    } else {
+        const ByteLanes bytes = __builtin_convertvector(pixel, ByteLanes);
+        std::memcpy(to, &bytes, kDistance);
+    }
+}
+
+// Whichever of left, above and upper left is nearest to left + above - upper left, in this order.
+template<class T>
+T PaethPredictor(const T& left, const T& above, const T& upperLeft) {
+    const auto size = [](const T& v) -> T { return v < 0 ? -v : v; };
+    const T toLeft = size(above - upperLeft), toAbove = size(left - upperLeft),
+            toUpperLeft = size(left + above - 2 * upperLeft);
+    const T nearest = toAbove <= toUpperLeft ? above : upperLeft;
+    return (toLeft <= toAbove) & (toLeft <= toUpperLeft) ? left : nearest;
+}
+
+// Left of the line stands nothing, which counts as 0.
+template<std::size_t kDistance, class F>
+void AddPredicted(BYTE* line, const BYTE* upper, std::size_t size, F predicted) {
+    decltype(LoadPixel<kDistance>(line)) left{}, upperLeft{};
+    for (std::size_t i = 0; i < size; i += kDistance) {
+        const auto above = LoadPixel<kDistance>(upper + i);
+        left = (LoadPixel<kDistance>(line + i) + predicted(left, above, upperLeft)) & 0xFF;
+        StorePixel<kDistance>(left, line + i);
+        upperLeft = above;
+    }
 }
 
 void AddUpper(BYTE* line, const BYTE* upper, std::size_t size) {
     for (std::size_t i = 0; i < size; ++i) line[i] = static_cast<BYTE>(line[i] + upper[i]);
 }
 
-void AddAverage(BYTE* line, const BYTE* upper, std::size_t size, std::size_t distance) {
-    const std::size_t head = std::min(size, distance);
-    for (std::size_t i = 0; i < head; ++i) line[i] = static_cast<BYTE>(line[i] + upper[i] / 2);
-    for (std::size_t i = head; i < size; ++i)
-        line[i] = static_cast<BYTE>(line[i] + (line[i - distance] + upper[i]) / 2);
-}
-
-// Whichever of left, above and upper left is nearest to left + above - upper left, in this order.
-int PaethPredictor(int left, int above, int upperLeft) {
-    const int toLeft = std::abs(above - upperLeft);
-    const int toAbove = std::abs(left - upperLeft);
-    const int toUpperLeft = std::abs(left + above - 2 * upperLeft);
-    const int nearest = toAbove <= toUpperLeft ? above : upperLeft;
-    return toLeft <= toAbove && toLeft <= toUpperLeft ? left : nearest;
-}
-
 template<std::size_t kDistance>
-void AddPaeth(BYTE* line, const BYTE* upper, std::size_t size) {
-    const std::size_t head = std::min(size, kDistance);
-    AddUpper(line, upper, head);
-    for (std::size_t i = head; i < size; ++i)
-        line[i] =
-            static_cast<BYTE>(line[i] + PaethPredictor(line[i - kDistance], upper[i], upper[i - kDistance]));
-}
-
-void ApplyFilter(BYTE filter, BYTE* line, const BYTE* upper, std::size_t size, std::size_t distance) {
+void ApplyFilter(BYTE filter, BYTE* line, const BYTE* upper, std::size_t size) {
     switch (filter) {
     case 1:
-        return AddLeft(line, size, distance);
+        return AddPredicted<kDistance>(line, upper, size, [](auto& left, auto&, auto&) { return left; });
     case 2:
         return AddUpper(line, upper, size);
     case 3:
-        return AddAverage(line, upper, size, distance);
+        return AddPredicted<kDistance>(line, upper, size,
+                                       [](auto& left, auto& above, auto&) { return (left + above) >> 1; });
     case 4:
-        switch (distance) {
-        case 1:
-            return AddPaeth<1>(line, upper, size);
-        case 2:
-            return AddPaeth<2>(line, upper, size);
-        case 3:
-            return AddPaeth<3>(line, upper, size);
-        case 4:
-            return AddPaeth<4>(line, upper, size);
-        case 6:
-            return AddPaeth<6>(line, upper, size);
-        default:
-            return AddPaeth<8>(line, upper, size);
-        }
+        return AddPredicted<kDistance>(line, upper, size, [](auto& left, auto& above, auto& upperLeft) {
+            return PaethPredictor(left, above, upperLeft);
+        });
     default: // none; one that the format doesn't have leaves the line as it stands
         return;
+    }
+}
+
+void ApplyFilter(BYTE* line, const BYTE* upper, std::size_t size, std::size_t distance) {
+    const BYTE filter = *line++;
+    ++upper;
+    switch (distance) {
+    case 1:
+        return ApplyFilter<1>(filter, line, upper, size);
+    case 2:
+        return ApplyFilter<2>(filter, line, upper, size);
+    case 3:
+        return ApplyFilter<3>(filter, line, upper, size);
+    case 4:
+        return ApplyFilter<4>(filter, line, upper, size);
+    case 6:
+        return ApplyFilter<6>(filter, line, upper, size);
+    default:
+        return ApplyFilter<8>(filter, line, upper, size);
     }
 }
 
@@ -303,14 +335,16 @@ DWORD Decoder::ReadPass(DataStream& stream, const Pass& pass) {
     const std::size_t line = content + 1; // its filter stands in front
     const std::size_t distance = SamplesOfPixel() * SampleBytes();
     const std::size_t most = std::clamp<std::size_t>(kRawBlock / line, 1, rows);
-    std::vector<BYTE> block(line * (most + 1), 0);
+    const bool all = most == rows && !m_interlace;
+    std::vector<BYTE> block(line * (most + 1) + (all ? kRoomBehind : 0), 0);
     BYTE* first = block.data() + line;
     for (DWORD done = 0; done < rows;) {
         const std::size_t wanted = std::min<std::size_t>(most, rows - done);
-        const std::size_t got = stream.Read({first, wanted * line}) / line;
+        const std::size_t bytes = wanted * line + (all ? kRoomBehind : 0);
+        const std::size_t got = std::min(stream.Read({first, bytes}, all) / line, wanted);
         for (std::size_t i = 0; i < got; ++i) {
             BYTE* now = first + i * line;
-            ApplyFilter(now[0], now + 1, now + 1 - line, content, distance);
+            ApplyFilter(now, now - line, content, distance);
             ReadLine(now + 1, pass.firstRow + (done + static_cast<DWORD>(i)) * pass.rowStep, pass);
         }
         if (got < wanted) return done;

@@ -1,6 +1,7 @@
 // Pictures: our decoder beside another one, what this one does in its own way, damage, scaling and drawing.
 #include "QNGridCtrl/PNGPicture.h"
 
+#include "Platform/modules.h"
 #include "QNGridCtrl/PNGScale.h"
 #include "tests/support/canvas.h"
 #include "tests/support/devicefiles.h"
@@ -315,6 +316,10 @@ protected:
         Put("p.png", std::string(bytes.begin(), bytes.end()));
         return u"\\p.png";
     }
+    void PutPicture(int id, const PNGRecipe& recipe) {
+        const PNGBytes bytes = MakePNG(recipe);
+        Put("r/png/" + std::to_string(id) + ".png", std::string(bytes.begin(), bytes.end()));
+    }
 };
 
 TEST_F(PNGFiles, ErrorsOfFiles) {
@@ -381,6 +386,46 @@ TEST_F(PNGFiles, ScalesToASizeWithMeansOfColoursAndTransparency) {
     EXPECT_EQ(picture.GetImage().alpha.size(), 4u);
     picture.PreDrawScale(1, 1, PNG_SMOOTH | PNG_KEEP_ALPHA);
     EXPECT_EQ(Flat(picture.GetImage()), (PNGBytes{25, 25, 25, 100}));
+}
+
+TEST_F(PNGFiles, ResourcesAreDrawnAndListed) {
+    const BYTE mail[] = {1, 2, 3};
+    PutPicture(1, Of(2, 1, 4, 8, {}, {255, 255, 255, 0}));
+    Put("r/png/2.png", {reinterpret_cast<const char*>(mail), sizeof mail});
+    const HINSTANCE folder = LoadLibraryW(u"\\r");
+    EXPECT_TRUE(PNGPicture::IsPNG(folder, 1));
+    EXPECT_FALSE(PNGPicture::IsPNG(folder, 3));
+    EXPECT_EQ(PNGPicture(folder, 2).GetLastError(), PNG_NO_SIGNATURE);
+    EXPECT_EQ(PNGPicture(folder, 3).GetLastError(), PNG_NO_RESOURCE);
+
+    const Canvas canvas(4, 2);
+    EXPECT_TRUE(PNGPicture::DrawFromResources(canvas, 0, 0, 4, 1, folder, 1));
+    EXPECT_TRUE(PNGPicture::DrawFromResources(canvas, 2, 1, 0, 0, folder, 1));
+    EXPECT_FALSE(PNGPicture::DrawFromResources(canvas, 0, 0, 4, 1, folder, 3));
+    EXPECT_EQ(canvas.Rows(), (TextRows{"WW..", "..W."}));
+
+    const HIMAGELIST list = ImageList_Create(2, 1, ILC_COLOR24 | ILC_MASK, 1, 1);
+    EXPECT_EQ(PNGPicture::AddToImageList(list, folder, 1), 0);
+    EXPECT_EQ(PNGPicture::AddToImageList(list, folder, 3), -1);
+    PatBlt(canvas, 0, 0, 4, 2, BLACKNESS);
+    ImageList_Draw(list, 0, canvas, 1, 0, ILD_TRANSPARENT);
+    EXPECT_EQ(canvas.Rows()[0], ".W..");
+    ImageList_Destroy(list);
+    FreeLibrary(folder);
+}
+
+TEST_F(PNGFiles, TheSuitesPicturesFitTheScreen) {
+    const HINSTANCE suite = LoadLibraryW(u"QNResources.dll");
+    for (const auto& [dots, pixels] : {std::pair(96, 16u), {143, 16u}, {144, 32u}}) {
+        PlatSetScreen({480, 640, dots});
+        for (const WORD id : {10, 207, 234, 237, 375}) {
+            const PNGPicture picture(suite, id);
+            EXPECT_EQ(picture.GetLastError(), PNG_OK) << id;
+            EXPECT_EQ(std::pair(picture.GetWidth(), picture.GetHeight()), std::pair(pixels, pixels)) << id;
+        }
+    }
+    EXPECT_FALSE(PNGPicture::IsPNG(suite, 0));
+    FreeLibrary(suite);
 }
 
 // A side that no bitmap can have: it stays what it is.
