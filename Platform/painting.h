@@ -56,7 +56,7 @@ BOOL EndPaint(HWND window, const PAINTSTRUCT* paint);
 
 // --- Host side ----------------------------------------------------------------------------------------------------
 
-// Who shows the screen, in a real window. All are called on any thread, with no lock held but that of this provider:
+// Who shows the screen, in a real window. All are called on any thread, and while the screen may be held:
 // they must not call windows back, only wake somebody who does.
 class PlatPresenter {
 public:

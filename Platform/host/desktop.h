@@ -90,7 +90,7 @@ struct InputRecord {
     bool held = false;     // a press that counts as held
     POINT point{};         // on the screen
     DWORD time = 0;
-    KeySet keys; // as they are behind it
+    KeySet keys{}; // as they are behind it
 };
 
 struct Queue {

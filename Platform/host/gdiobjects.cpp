@@ -138,6 +138,14 @@ std::shared_ptr<GdiBitmap> SystemBitmap(int width, int height) {
     return bitmap->surface.Make(width, height) ? bitmap : nullptr;
 }
 
+// Bare ground, until windows paint on it.
+std::shared_ptr<GdiBitmap> GroundOf(const PlatScreen& screen) {
+    auto bitmap = SystemBitmap(screen.width, screen.height);
+    const Pixel ground = PixelOf(GetSysColor(COLOR_BACKGROUND));
+    for (int y = 0; bitmap && y < screen.height; ++y) bitmap->surface.Fill(0, y, screen.width, ground);
+    return bitmap;
+}
+
 // What a context in memory starts with: a pixel of its own, under one handle for all.
 Selected<GdiBitmap> OnePixel(Gdi& gdi) {
     static const HGDIOBJ handle = AddLocked(gdi, SystemBitmap(1, 1));
@@ -164,14 +172,6 @@ int DescribeBitmap(const GdiBitmap& bitmap, int size, void* buffer) {
     if (static_cast<std::size_t>(std::max(size, 0)) >= sizeof whole)
         return CopyDescription(whole, size, buffer);
     return CopyDescription(whole.dsBm, size, buffer);
-}
-
-// Puts an object in the place of another; the former handle.
-template<class T>
-HGDIOBJ Exchange(Selected<T>& place, const ObjectPointer& object, HGDIOBJ handle) {
-    const HGDIOBJ former = place.handle;
-    place = {std::static_pointer_cast<T>(object), handle};
-    return former;
 }
 
 } // namespace
@@ -223,135 +223,13 @@ std::shared_ptr<GdiContext> MakeContext() {
 std::shared_ptr<GdiBitmap> ScreenBitmap() {
     Gdi& gdi = TheGdi();
     std::lock_guard lock(gdi.lock);
-    if (!gdi.pixels) gdi.pixels = SystemBitmap(gdi.screen.width, gdi.screen.height);
+    if (!gdi.pixels) gdi.pixels = GroundOf(gdi.screen);
     return gdi.pixels;
 }
 
 } // namespace plat
 
 using namespace plat;
-
-// --- Contexts -----------------------------------------------------------------------------------------------------
-
-HDC CreateCompatibleDC(HDC) {
-    HostCall call;
-    std::shared_ptr<GdiContext> context = MakeContext();
-    context->memory = true;
-    return static_cast<HDC>(AddGdi(std::move(context)));
-}
-
-BOOL DeleteDC(HDC dc) {
-    HostCall call;
-    if (RemoveContext(dc, true)) return TRUE;
-    SetLastError(ERROR_INVALID_HANDLE);
-    return FALSE;
-}
-
-int SaveDC(HDC dc) {
-    HostCall call;
-    constexpr std::size_t kDeepest = 1024;
-    const auto context = FindContext(dc);
-    if (!context || context->saved.size() >= kDeepest) return 0;
-    context->saved.push_back(context->state);
-    return static_cast<int>(context->saved.size());
-}
-
-BOOL RestoreDC(HDC dc, int level) {
-    HostCall call;
-    const auto context = FindContext(dc);
-    if (!context) return FALSE;
-    const int depth = static_cast<int>(context->saved.size());
-    const int target = level < 0 ? depth + level + 1 : level;
-    if (target < 1 || target > depth) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    context->state = std::move(context->saved[static_cast<std::size_t>(target) - 1]);
-    context->saved.resize(static_cast<std::size_t>(target) - 1);
-    context->Changed();
-    return TRUE;
-}
-
-int GetDeviceCaps(HDC dc, int index) {
-    HostCall call;
-    if (!FindContext(dc)) return 0;
-    const PlatScreen screen = PlatGetScreen();
-    switch (index) {
-    case HORZRES:
-        return screen.width;
-    case VERTRES:
-        return screen.height;
-    case BITSPIXEL:
-        return 24;
-    case LOGPIXELSX:
-    case LOGPIXELSY:
-        return screen.dotsPerInch;
-    default:
-        return 0;
-    }
-}
-
-HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
-    HostCall call;
-    const auto context = FindContext(dc);
-    const ObjectPointer object = FindGdiObject(handle);
-    if (!context || !object) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return nullptr;
-    }
-    switch (object->kind) {
-    case GdiObject::Kind::Pen:
-        return Exchange(context->state.pen, object, handle);
-    case GdiObject::Kind::Brush:
-        return Exchange(context->state.brush, object, handle);
-    case GdiObject::Kind::Font:
-        return Exchange(context->state.font, object, handle);
-    case GdiObject::Kind::Bitmap:
-        if (!context->memory) break;
-        context->Changed();
-        return Exchange(context->bitmap, object, handle);
-    case GdiObject::Kind::Region:
-        return reinterpret_cast<HGDIOBJ>(static_cast<LONG_PTR>(SelectClipRgn(dc, static_cast<HRGN>(handle))));
-    case GdiObject::Kind::Context:
-        break;
-    }
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return nullptr;
-}
-
-int SetBkMode(HDC dc, int mode) {
-    HostCall call;
-    const auto context = FindContext(dc);
-    return context ? std::exchange(context->state.backMode, mode) : 0;
-}
-
-namespace {
-constexpr COLORREF kNoColor = 0xFFFFFFFF;
-}
-
-COLORREF SetBkColor(HDC dc, COLORREF color) {
-    HostCall call;
-    const auto context = FindContext(dc);
-    return context ? std::exchange(context->state.backColor, color & 0xFFFFFF) : kNoColor;
-}
-
-COLORREF GetBkColor(HDC dc) {
-    HostCall call;
-    const auto context = FindContext(dc);
-    return context ? context->state.backColor : kNoColor;
-}
-
-COLORREF SetTextColor(HDC dc, COLORREF color) {
-    HostCall call;
-    const auto context = FindContext(dc);
-    return context ? std::exchange(context->state.textColor, color & 0xFFFFFF) : kNoColor;
-}
-
-COLORREF GetTextColor(HDC dc) {
-    HostCall call;
-    const auto context = FindContext(dc);
-    return context ? context->state.textColor : kNoColor;
-}
 
 // --- Objects ------------------------------------------------------------------------------------------------------
 
@@ -440,7 +318,7 @@ HGDIOBJ GetStockObject(int index) {
 bool PlatSetScreen(const PlatScreen& screen) {
     HostCall call;
     if (!IsScreen(screen)) return false;
-    auto pixels = SystemBitmap(screen.width, screen.height);
+    auto pixels = GroundOf(screen);
     if (!pixels) return false;
     {
         Gdi& gdi = TheGdi();

@@ -1,4 +1,4 @@
-// Sets of pixels, as rectangles.
+// Sets of pixels, as rectangles. Most are none or one, which costs no memory.
 #pragma once
 
 #include "Platform/types.h"
@@ -11,38 +11,52 @@ namespace plat {
 
 class Region {
 public:
-    Region() : m_region(cairo_region_create()) {}
+    Region() = default;
     explicit Region(const RECT& rect);
-    Region(const Region& other) : m_region(cairo_region_copy(other.m_region)) {}
-    Region(Region&& other) noexcept : m_region(std::exchange(other.m_region, cairo_region_create())) {}
+    Region(const Region& other)
+        : m_box(other.m_box), m_parts(other.m_parts ? cairo_region_copy(other.m_parts) : nullptr) {}
+    Region(Region&& other) noexcept
+        : m_box(std::exchange(other.m_box, {})), m_parts(std::exchange(other.m_parts, nullptr)) {}
     Region& operator=(Region other) noexcept {
-        std::swap(m_region, other.m_region);
+        std::swap(m_box, other.m_box);
+        std::swap(m_parts, other.m_parts);
         return *this;
     }
-    ~Region() { cairo_region_destroy(m_region); }
+    ~Region() {
+        if (m_parts) cairo_region_destroy(m_parts);
+    }
 
-    void And(const Region& other) { cairo_region_intersect(m_region, other.m_region); }
-    void Or(const Region& other) { cairo_region_union(m_region, other.m_region); }
-    void Xor(const Region& other) { cairo_region_xor(m_region, other.m_region); }
-    void Subtract(const Region& other) { cairo_region_subtract(m_region, other.m_region); }
-    void Offset(int x, int y) { cairo_region_translate(m_region, x, y); }
+    void And(const Region& other);
+    void Or(const Region& other);
+    void Xor(const Region& other);
+    void Subtract(const Region& other);
+    void Offset(int x, int y);
 
-    bool IsEmpty() const { return cairo_region_is_empty(m_region); }
-    bool Holds(int x, int y) const { return cairo_region_contains_point(m_region, x, y); }
-    RECT Box() const;
+    bool IsEmpty() const { return !m_parts && m_box.left >= m_box.right; }
+    bool Holds(int x, int y) const;
+    RECT Box() const; // all zero of an empty one
     int Kind() const; // NULLREGION, SIMPLEREGION, COMPLEXREGION
 
     // The rectangles, from the top, none touching another from the side.
     template<class F>
     void ForEach(F&& visit) const {
-        const int count = cairo_region_num_rectangles(m_region);
+        if (!m_parts) {
+            if (!IsEmpty()) visit(m_box);
+            return;
+        }
+        const int count = cairo_region_num_rectangles(m_parts);
         for (int i = 0; i < count; ++i) visit(At(i));
     }
 
 private:
-    RECT At(int index) const;
+    using Operation = cairo_status_t (*)(cairo_region_t*, const cairo_region_t*);
+    using BoxOperation = cairo_status_t (*)(cairo_region_t*, const cairo_rectangle_int_t*);
 
-    cairo_region_t* m_region;
+    RECT At(int index) const;
+    void Combine(const Region& other, Operation operation, BoxOperation withBox);
+
+    RECT m_box{};                      // the whole of it, all zero when empty
+    cairo_region_t* m_parts = nullptr; // instead: of two rectangles or more
 };
 
 } // namespace plat

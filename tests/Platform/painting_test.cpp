@@ -108,6 +108,69 @@ TEST_F(Painting, AContextFollowsItsWindow) {
     DestroyWindow(b);
 }
 
+// --- Regions ------------------------------------------------------------------------------------------------------
+
+// Sets of the nine pixels of a small bitmap, as bits, beside regions.
+class Sets {
+public:
+    Sets() : m_dc(CreateCompatibleDC(nullptr)), m_bitmap(CreateCompatibleBitmap(nullptr, 3, 3)) {
+        SelectObject(m_dc, m_bitmap);
+    }
+    ~Sets() {
+        DeleteDC(m_dc);
+        DeleteObject(m_bitmap);
+    }
+    unsigned PixelsOf(HRGN region) const {
+        const RECT all{0, 0, 3, 3};
+        FillRect(m_dc, &all, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
+        SelectClipRgn(m_dc, region);
+        FillRect(m_dc, &all, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+        SelectClipRgn(m_dc, nullptr);
+        unsigned bits = 0;
+        for (int i = 0; i < 9; ++i) bits |= GetPixel(m_dc, i % 3, i / 3) != 0 ? 1U << i : 0;
+        return bits;
+    }
+    static unsigned Combined(unsigned a, unsigned b, int mode) {
+        const unsigned both[] = {a & b, a | b, a ^ b, a & ~b};
+        return both[mode - RGN_AND];
+    }
+
+private:
+    HDC m_dc;
+    HBITMAP m_bitmap;
+};
+
+TEST_F(Painting, RegionsAreSetsOfPixels) {
+    const Sets sets;
+    std::vector<HRGN> rects;
+    for (int i = 0; i < 256; ++i) { // every rectangle
+        const int left = i % 4, top = i / 4 % 4, right = i / 16 % 4, bottom = i / 64;
+        if (left < right && top < bottom) rects.push_back(CreateRectRgn(left, top, right, bottom));
+    }
+    ASSERT_EQ(rects.size(), 36u);
+    const HRGN first = CreateRectRgn(0, 0, 0, 0), second = CreateRectRgn(0, 0, 0, 0);
+    for (std::size_t a = 0; a < rects.size(); ++a)
+        for (const int inner : {RGN_AND, RGN_OR, RGN_XOR, RGN_DIFF}) {
+            const HRGN b = rects[(a * 7 + 5) % rects.size()];
+            CombineRgn(first, rects[a], b, inner);
+            const unsigned pixels = Sets::Combined(sets.PixelsOf(rects[a]), sets.PixelsOf(b), inner);
+            ASSERT_EQ(sets.PixelsOf(first), pixels) << a << " " << inner;
+            for (const HRGN c : rects)
+                for (const int outer : {RGN_AND, RGN_OR, RGN_XOR, RGN_DIFF}) {
+                    const unsigned other = sets.PixelsOf(c);
+                    CombineRgn(second, first, c, outer);
+                    ASSERT_EQ(sets.PixelsOf(second), Sets::Combined(pixels, other, outer))
+                        << a << " " << outer;
+                    CombineRgn(second, c, first, outer);
+                    ASSERT_EQ(sets.PixelsOf(second), Sets::Combined(other, pixels, outer))
+                        << a << " " << outer;
+                }
+        }
+    for (const HRGN region : rects) DeleteObject(region);
+    DeleteObject(first);
+    DeleteObject(second);
+}
+
 // --- Update regions -----------------------------------------------------------------------------------------------
 
 RECT UpdateBox(HWND window) {
