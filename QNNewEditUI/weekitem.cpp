@@ -363,7 +363,7 @@ int CCalendarSubview::FormatTaskAlarms(double alarm, double day, WCHAR* pszBuffe
 
 void CCalendarSubview::FormatTaskMarks(const DATATASKS& task, MarkupText& text) const {
     constexpr std::size_t kPriorityLimit = 24;
-    if (m_options[kTaskCheckbox]) AddImage(text, kPictureTask);
+    if (m_options[kTaskCheckbox]) AddImage(text, task.m_bCompleted ? kPictureTask : kPictureTaskOpen);
     if (m_options[kShowTaskImportance] && task.m_nImportance > 1) text.Add(u" !");
     if (m_options[kShowTaskImportance] && task.m_nImportance < 1) text.Add(u" \u2193");
     if (m_options[kShowTaskPriority] && (*task.m_szPriorityLetter || *task.m_szPriorityNumber)) {

@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-inline constexpr WORD kPictureTask = 10;
+inline constexpr WORD kPictureTask = 10; // done
 inline constexpr WORD kPictureNote = 207;
 inline constexpr WORD kPictureMeeting = 209;
 inline constexpr WORD kPictureDuration = 213;
@@ -24,6 +24,7 @@ inline constexpr WORD kPictureRegenerating = 243;
 inline constexpr WORD kPicturePrivate = 244;
 inline constexpr WORD kPictureLinked = 245;
 inline constexpr WORD kPictureQuickEntry = 246;
+inline constexpr WORD kPictureTaskOpen = 247;
 inline constexpr WORD kPictureVoice = 267;
 inline constexpr WORD kPictureContact = 293;
 inline constexpr WORD kPictureScribble = 322;

@@ -21,15 +21,17 @@ protected:
         FreeLibrary(g_hResources);
         g_hResources = nullptr;
     }
-    // A row, its constant parts shortened: "{#000000}" for the font of that colour.
+    // A row, its constant parts shortened: [ground> | for the bar of a busy item, {text colour> 'editable'.
     std::string Row(const DATACALENDAR& item, DWORD flags = 0) {
         std::string row = Narrow(Page().BuildWeekItem(item, 2, flags));
-        const auto shorten = [&row](const std::string& from, const std::string& to) {
+        for (const auto& [from, to] :
+             {std::pair<std::string, std::string>{"<FONT SIZE=2 NAME=\"Tahoma\" COLOR=#", "{"},
+              {"<BODY BGCOLOR=#", "["},
+              {"<IMG SRC=S16711680>", "|"},
+              {"<EDITABLE>", "'"},
+              {"</EDITABLE>", "'"}})
             for (std::size_t at; (at = row.find(from)) != std::string::npos;)
                 row.replace(at, from.size(), to);
-        };
-        shorten("<FONT SIZE=2 NAME=\"Tahoma\" COLOR=", "{");
-        shorten("<BODY BGCOLOR=", "[");
         return row;
     }
 };
@@ -59,8 +61,7 @@ TEST_F(WeekItem, Times) {
         {"no dates that can be", {1e9, 60}, Subview::kShowEnd, "<IMG SRC=234><IMG SRC=233>"},
     };
     for (const auto& test : cases)
-        EXPECT_EQ(Row(test.item, test.flags),
-                  std::string("[#EEEEEE>{#000000>") + test.row + " <EDITABLE>Lunch</EDITABLE>")
+        EXPECT_EQ(Row(test.item, test.flags), std::string("[EEEEEE>{000000>") + test.row + " 'Lunch'")
             << test.what;
 }
 
@@ -71,40 +72,31 @@ TEST_F(WeekItem, KindsAndDays) {
         DWORD flags;
         const char* row;
     } cases[] = {
-        {"all-day", Item(0, 1440).AllDay(), 0,
-         "[#F6FFA6><IMG SRC=S16711680> {#000000><IMG SRC=219>  <B><EDITABLE>Lunch</EDITABLE></B>"},
+        {"all-day", Item(0, 1440).AllDay(), 0, "[F6FFA6>| {000000><IMG SRC=219>  <B>'Lunch'</B>"},
         {"all-day, yesterday", Item(-24, 1440).AllDay().OnDay(kFriday - 1), 0,
-         "[#FFFFFF><IMG SRC=S16711680> {#000000><I><IMG SRC=219>  <B><EDITABLE>Lunch</EDITABLE></B>"},
+         "[FFFFFF>| {000000><I><IMG SRC=219>  <B>'Lunch'</B>"},
         {"tomorrow", Item(24 + 9, 60, 0).OnDay(kFriday + 1), 0,
-         "[#FFFFFF><IMG SRC=S6291316> {#000000><A=ATIMES>9:00a</A> <EDITABLE>Lunch</EDITABLE>"},
-        {"over since an hour",
-         {10, 60},
-         0,
-         "[#F6FFA6><IMG SRC=S16711680> {#000000><I><A=ATIMES>10:00a</A> <EDITABLE>Lunch</EDITABLE>"},
-        {"still going",
-         {10, 121},
-         0,
-         "[#F6FFA6><IMG SRC=S16711680> {#000000><A=ATIMES>10:00a</A> <EDITABLE>Lunch</EDITABLE>"},
-        {"journal", Item(9, 60).Type(kLineJournal), 0, "[#CDCDCD>{#000000><A=ATIMES>9:00a</A> Lunch"},
+         "[FFFFFF><IMG SRC=S6291316> {000000><A=ATIMES>9:00a</A> 'Lunch'"},
+        {"over since an hour", {10, 60}, 0, "[F6FFA6>| {000000><I><A=ATIMES>10:00a</A> 'Lunch'"},
+        {"still going", {10, 121}, 0, "[F6FFA6>| {000000><A=ATIMES>10:00a</A> 'Lunch'"},
+        {"journal", Item(9, 60).Type(kLineJournal), 0, "[CDCDCD>{000000><A=ATIMES>9:00a</A> Lunch"},
         {"place", Item(13, 60).Place(u"Room 5"), Subview::kShowLocation,
-         "[#F6FFA6><IMG SRC=S16711680> {#000000><A=ATIMES>1:00p</A> <EDITABLE>Lunch</EDITABLE> [Room 5]"},
+         "[F6FFA6>| {000000><A=ATIMES>1:00p</A> 'Lunch' [Room 5]"},
         {"place on the line of the images", Item(13, 60).Place(u"Room 5"),
          Subview::kShowLocation | Subview::kOwnIconLine,
-         "[#F6FFA6><IMG SRC=S16711680> {#000000><A=ATIMES>1:00p</A> <EDITABLE>Lunch</EDITABLE><BR> [Room 5]"},
+         "[F6FFA6>| {000000><A=ATIMES>1:00p</A> 'Lunch'<BR> [Room 5]"},
     };
     for (const auto& test : cases) EXPECT_EQ(Row(test.item, test.flags), test.row) << test.what;
     Set(u"CAV", u"UseBoldAllday", 0u);
-    EXPECT_EQ(Row(Item(0, 1440).AllDay()),
-              "[#F6FFA6><IMG SRC=S16711680> {#000000><IMG SRC=219>  <EDITABLE>Lunch</EDITABLE>");
+    EXPECT_EQ(Row(Item(0, 1440).AllDay()), "[F6FFA6>| {000000><IMG SRC=219>  'Lunch'");
 }
 
 TEST_F(WeekItem, PastStyles) {
-    const char* const looks[] = {"{#A7A29D>",    "{#000000><S>", "{#A7A29D><S>",
-                                 "{#000000><I>", "{#A7A29D><I>", "{#000000>"};
+    const char* const looks[] = {"{A7A29D>",    "{000000><S>", "{A7A29D><S>",
+                                 "{000000><I>", "{A7A29D><I>", "{000000>"};
     for (DWORD style = 0; style < 6; ++style) {
         Set(u"CAV", u"dwOldApptHandle", style);
-        EXPECT_EQ(Row(Item(9, 60)), std::string("[#F6FFA6><IMG SRC=S16711680> ") + looks[style] +
-                                        "<A=ATIMES>9:00a</A> <EDITABLE>Lunch</EDITABLE>");
+        EXPECT_EQ(Row(Item(9, 60)), std::string("[F6FFA6>| ") + looks[style] + "<A=ATIMES>9:00a</A> 'Lunch'");
     }
 }
 
@@ -117,20 +109,19 @@ TEST_F(WeekItem, CategoryColors) {
         DWORD statusBar;
         const char* look;
     } cases[] = {
-        {kCategoryToBack, u"Light", 1, "[#FFF080><IMG SRC=S16711680> {#000000>"},
-        {kCategoryToBack, u"Dark", 1,
-         "[#002040><IMG SRC=S16711680> {#FFFFFF>"}, // black could not be read there
-        {kCategoryToText, u"Dark", 1, "[#F6FFA6><IMG SRC=S16711680> {#002040>"},
-        {kCategoryColorOff, u"Dark", 1, "[#F6FFA6><IMG SRC=S16711680> {#000000>"},
-        {kCategoryToBack, u"Light", 0, "[#FFF080>{#000000>"},
-        {kCategoryColorOff, u"Light", 0, "[#0000FF>{#FFFFFF>"}, // of the status
-        {kCategoryToBack, u"Other", 1, "[#F6FFA6><IMG SRC=S16711680> {#000000>"},
+        {kCategoryToBack, u"Light", 1, "[FFF080>| {000000>"},
+        {kCategoryToBack, u"Dark", 1, "[002040>| {FFFFFF>"}, // black could not be read there
+        {kCategoryToText, u"Dark", 1, "[F6FFA6>| {002040>"},
+        {kCategoryColorOff, u"Dark", 1, "[F6FFA6>| {000000>"},
+        {kCategoryToBack, u"Light", 0, "[FFF080>{000000>"},
+        {kCategoryColorOff, u"Light", 0, "[0000FF>{FFFFFF>"}, // of the status
+        {kCategoryToBack, u"Other", 1, "[F6FFA6>| {000000>"},
     };
     for (const auto& test : cases) {
         Set(u"CAV", u"ShowCatColorBackground", test.use);
         Set(u"CAV", u"ShowStatusBar", test.statusBar);
         EXPECT_EQ(Row(Item(13, 60).Categories(test.category)),
-                  std::string(test.look) + "<A=ATIMES>1:00p</A> <EDITABLE>Lunch</EDITABLE>");
+                  std::string(test.look) + "<A=ATIMES>1:00p</A> 'Lunch'");
     }
 }
 
@@ -147,19 +138,17 @@ TEST_F(WeekItem, Images) {
     const std::string right =
         "<SPAN><IMG SRC=241><IMG SRC=242><IMG SRC=244><IMG SRC=209><IMG SRC=245><IMG SRC=232>"
         "<IMG SRC=207></SPAN>";
-    const std::string row = "{#000000><A=ATIMES>1:00p</A> <IMG SRC=\"\\Icons\\a.png\"><IMG SRC=\"Work.png\">"
-                            "<EDITABLE>Lunch</EDITABLE> [Hall]";
-    EXPECT_EQ(Row(item, Subview::kShowLocation), "[#F6FFA6><IMG SRC=S16711680> " + row + right);
-    EXPECT_EQ(Row(item, Subview::kShowLocation | Subview::kOneLine),
-              "[#F6FFA6>" + right + "<IMG SRC=S16711680> " + row);
+    const std::string row = "{000000><A=ATIMES>1:00p</A> <IMG SRC=\"\\Icons\\a.png\"><IMG SRC=\"Work.png\">"
+                            "'Lunch' [Hall]";
+    EXPECT_EQ(Row(item, Subview::kShowLocation), "[F6FFA6>| " + row + right);
+    EXPECT_EQ(Row(item, Subview::kShowLocation | Subview::kOneLine), "[F6FFA6>" + right + "| " + row);
     item.m_szIcon[3] = u'"'; // a name that would end its tag
     EXPECT_NE(Row(item).find("<IMG SRC=246><IMG SRC=\"Work.png\">"), std::string::npos);
     for (const WCHAR* name :
          {u"ShowReminderIcons", u"ShowRecurringIcons", u"ShowPrivateIcons", u"ShowMeetingIcons",
           u"ShowLinkedIcons", u"ShowJournalIcons", u"ShowHasNoteIcons", u"ShowQEIcons", u"ShowCatIcons"})
         Set(u"CAV", name, 0u);
-    EXPECT_EQ(Row(item),
-              "[#F6FFA6><IMG SRC=S16711680> {#000000><A=ATIMES>1:00p</A> <EDITABLE>Lunch</EDITABLE>");
+    EXPECT_EQ(Row(item), "[F6FFA6>| {000000><A=ATIMES>1:00p</A> 'Lunch'");
 
     WCHAR buffer[40];
     m_page.SetImagesRight(Subview::kImageRegenerating, buffer, 40, false, u"a<b", nullptr);
@@ -205,28 +194,19 @@ std::u16string Visible(const WCHAR* row, bool editableOnly = false) {
     return text;
 }
 
+std::u16string Repeat(const WCHAR* piece, int times) {
+    std::u16string text;
+    while (times-- > 0) text += piece;
+    return text;
+}
+
 TEST_F(WeekItem, SubjectsAndPlacesShowAsTheyAreWritten) {
-    for (const WCHAR* text : {u"a<B>b",
-                              u"1 < 2",
-                              u"<",
-                              u"<<",
-                              u"<>",
-                              u"a<",
-                              u"><",
-                              u"<\"",
-                              u"\"<B x=\"",
-                              u"\"open",
-                              u"</EDITABLE>x",
-                              u"<A=\"x\">y",
-                              u"<FONT COLOR=#FFFFFF>",
-                              u"a@b <a@b>",
-                              u"&lt;&amp;",
-                              u"%s%n%d",
-                              u"<IMG SRC=219>",
-                              u"<•> done",
-                              u"<BR>",
-                              u"<<<B>>>"}) {
-        const Item item(13, 60, 2, text);
+    const std::unique_ptr<CeStrList<>> texts(Split(
+        u"a<B>b\n1 < 2\n<\n<<\n<>\na<\n><\n<\"\n\"<B x=\"\n\"open\n</EDITABLE>x\n<A=\"x\">y\n<BR>\n<<<B>>>\n"
+        u"<FONT COLOR=#FFFFFF>\na@b <a@b>\n&lt;&amp;\n%s%n%d\n<IMG SRC=219>\n<\u2022> done",
+        u'\n'));
+    ASSERT_EQ(texts->Count(), 20);
+    for (const WCHAR* text : *texts) {
         const WCHAR* row = Page().BuildWeekItem(Item(13, 60, 2, text).Place(text), 2, Subview::kShowLocation);
         EXPECT_EQ(Narrow(Visible(row).c_str()), " 1:00p " + Narrow(text) + " [" + Narrow(text) + "]");
         EXPECT_EQ(Narrow(Visible(row, true).c_str()), Narrow(text)); // what an edit in the row would show
@@ -234,43 +214,23 @@ TEST_F(WeekItem, SubjectsAndPlacesShowAsTheyAreWritten) {
 }
 
 TEST_F(WeekItem, SubjectsThatCantBeShownAreNotEditable) {
+    using Text = std::u16string;
     const struct {
         const char* what;
-        std::u16string text;
-        std::u16string shown; // at its beginning
+        Text text;
+        Text shown;
     } cases[] = {
-        {"line breaks and controls", u"a\r\nb\tc\x01", u"a  b c  [Hall]"},
-        {"a long one", std::u16string(100000, u'x'), std::u16string(3599, u'x') + u"\u2026 [Hall]"},
-        {"tags and tags",
-         [] {
-             std::u16string text;
-             for (int i = 0; i < 30000; ++i) text += u"<B>";
-             return text;
-         }(),
-         [] {
-             std::u16string text; // 10 characters of mark-up each
-             for (int i = 0; i < 359; ++i) text += u"<B>";
-             return text + u"<B\u2026 [Hall]";
-         }()},
-        {"pairs are not cut",
-         u"x" +
-             [] {
-                 std::u16string text;
-                 for (int i = 0; i < 5000; ++i) text += u"\U0001F600";
-                 return text;
-             }(),
-         u"x" +
-             [] {
-                 std::u16string text;
-                 for (int i = 0; i < 1799; ++i) text += u"\U0001F600";
-                 return text;
-             }() +
-             u"\u2026 [Hall]"},
+        {"line breaks and controls", u"a\r\nb\tc\x01", u"a  b c "},
+        {"a long one", Text(100000, u'x'), Text(3599, u'x') + u"\u2026"},
+        {"8 characters of mark-up each", Text(9000, u'<'), Text(449, u'<') + u"\u2026"},
+        {"pairs are not cut", u"x" + Repeat(u"\U0001F600", 5000),
+         u"x" + Repeat(u"\U0001F600", 1799) + u"\u2026"},
     };
     for (const auto& test : cases) {
         const WCHAR* row = Page().BuildWeekItem(Item(13, 60, 2, test.text.c_str()).Place(u"Hall"), 2,
                                                 Subview::kShowLocation);
-        EXPECT_EQ(Narrow(Visible(row).c_str()), Narrow((u" 1:00p " + test.shown).c_str())) << test.what;
+        EXPECT_EQ(Narrow(Visible(row).c_str()), Narrow((u" 1:00p " + test.shown + u" [Hall]").c_str()))
+            << test.what;
         EXPECT_EQ(Visible(row, true), u"") << test.what;
     }
 }
@@ -309,28 +269,21 @@ struct TaskItem : Item {
 
 TEST_F(WeekItem, Tasks) {
     const struct {
-        const char* what;
         TaskItem item;
         const char* row;
     } cases[] = {
-        {"plain",
-         {kFriday + 3},
-         "[#FFFFFF>{#000000><IMG SRC=10> Paint <</BODY>red> <U><A=\"Due\">3d</A></U><SPAN>[11/23]</SPAN>"},
-        {"overdue",
-         {kFriday - 12, 2},
-         "[#FFCCCC>{#FF0000><IMG SRC=10> ! Paint <</BODY>red> <U><A=\"Due\">-12</A></U><SPAN>[11/08]</SPAN>"},
-        {"due today",
-         {kFriday},
-         "[#CCFFCC>{#000000><IMG SRC=10> Paint <</BODY>red> <U><A=\"Due\">D!</A></U><SPAN>[11/20]</SPAN>"},
-        {"completed",
-         {kFriday - 1, 2, true},
-         "[#AAAAAA>{#3f3f3f><S><IMG SRC=10> ! Paint <</BODY>red><SPAN>[11/19]</SPAN>"},
-        {"high",
-         {kFriday + 1, 2},
-         "[#FFFF74>{#000000><IMG SRC=10> ! Paint <</BODY>red> <U><A=\"Due\">1d</A></U><SPAN>[11/21]</SPAN>"},
-        {"undated", {kNoDate}, "[#bdc4fe>{#000000><IMG SRC=10> Paint <</BODY>red>"},
+        {{kFriday + 3},
+         "[FFFFFF>{000000><IMG SRC=247> Paint <</BODY>red> <U><A=\"Due\">3d</A></U><SPAN>[11/23]</SPAN>"},
+        {{kFriday - 12, 2},
+         "[FFCCCC>{FF0000><IMG SRC=247> ! Paint <</BODY>red> <U><A=\"Due\">-12</A></U><SPAN>[11/08]</SPAN>"},
+        {{kFriday},
+         "[CCFFCC>{000000><IMG SRC=247> Paint <</BODY>red> <U><A=\"Due\">D!</A></U><SPAN>[11/20]</SPAN>"},
+        {{kFriday - 1, 2, true}, "[AAAAAA>{3f3f3f><S><IMG SRC=10> ! Paint <</BODY>red><SPAN>[11/19]</SPAN>"},
+        {{kFriday + 1, 2},
+         "[FFFF74>{000000><IMG SRC=247> ! Paint <</BODY>red> <U><A=\"Due\">1d</A></U><SPAN>[11/21]</SPAN>"},
+        {{kNoDate}, "[bdc4fe>{000000><IMG SRC=247> Paint <</BODY>red>"},
     };
-    for (const auto& test : cases) EXPECT_EQ(Row(test.item), test.row) << test.what;
+    for (const auto& test : cases) EXPECT_EQ(Row(test.item), test.row);
 
     TaskItem item(kFriday - 1, 0);
     wcscpy(item.m_pTask->m_szPriorityLetter, u"<A");
@@ -340,14 +293,14 @@ TEST_F(WeekItem, Tasks) {
     Set(u"Colors", u"CAV_TaskUseOverdueColors", 0u); // the next that holds
     Set(u"Fonts", u"CAV_TaskImportanceStyle", u"<U><I>");
     EXPECT_EQ(Row(item),
-              "[#93B5F0>{#000000><U><I><IMG SRC=10> ↓ <</BODY>A12 Paint <</BODY>red> <U><A=\"Due\">-1</A></U>"
+              "[93B5F0>{000000><U><I><IMG SRC=247> ↓ <</BODY>A12 Paint <</BODY>red> <U><A=\"Due\">-1</A></U>"
               "<SPAN><IMG SRC=241>[11/19][11/21 9:30a]</SPAN>");
     item.m_pTask->m_dtReminder = kFriday + 9.5 / 24;
     for (const WCHAR* name :
          {u"ShowTaskDates", u"ShowTaskPriority", u"ShowTaskImportance", u"ShowTaskDaysToDue"})
         Set(u"CAV", name, 0u);
     Set(u"TV", u"TV_ShowCheckbox", 0u);
-    EXPECT_EQ(Row(item), "[#93B5F0>{#000000><U><I> Paint <</BODY>red><SPAN><IMG SRC=241>[9:30a]</SPAN>");
+    EXPECT_EQ(Row(item), "[93B5F0>{000000><U><I> Paint <</BODY>red><SPAN><IMG SRC=241>[9:30a]</SPAN>");
 }
 
 // --- Settings -----------------------------------------------------------------------------------------------------
