@@ -93,6 +93,13 @@ TEST_F(Present, TheWindowFillsTheRealOne) {
     EXPECT_EQ(rect.right, 300);
     EXPECT_EQ(rect.bottom, 200);
     EXPECT_EQ(PlatGetScreen().width, 300);
+    // It appears with the first picture, also of what was painted before it was there.
+    EXPECT_TRUE(Eventually([] {
+        for (Uint32 id = 1; id < 100; ++id)
+            if (SDL_Window* window = SDL_GetWindowFromID(id))
+                return (SDL_GetWindowFlags(window) & SDL_WINDOW_SHOWN) != 0;
+        return false;
+    }));
 }
 
 TEST_F(Present, MouseAndFirstFingerAreThePointer) {

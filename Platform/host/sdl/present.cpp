@@ -92,7 +92,7 @@ bool Presentation::Start(const PlatWindow& window) {
     PlatEnableGestures(true);
     PlatSetClipboardProvider(this);
     PlatSetPresenter(this);
-    PlatTouchScreen();
+    m_thread.Painted(); // what was painted before was told to nobody
     return true;
 }
 
