@@ -19,9 +19,7 @@ using namespace plat;
 
 HDC CreateCompatibleDC(HDC) {
     HostCall call;
-    std::shared_ptr<GdiContext> context = MakeContext();
-    context->memory = true;
-    return static_cast<HDC>(AddGdi(std::move(context)));
+    return static_cast<HDC>(AddGdi(MakeMemoryContext()));
 }
 
 BOOL DeleteDC(HDC dc) {

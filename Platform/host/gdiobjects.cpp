@@ -23,6 +23,7 @@ struct Gdi {
     std::map<COLORREF, HBRUSH> systemBrushes;
     std::map<int, HGDIOBJ> stock;
     PlatScreen screen;
+    std::vector<std::shared_ptr<GdiContext>> spare;
     std::shared_ptr<GdiBitmap> pixels; // of the screen, made at first use
 };
 bool IsScreen(const PlatScreen& screen) {
@@ -45,6 +46,7 @@ Gdi& TheGdi() {
     static Gdi& gdi = *[] {
         auto* made = new Gdi;
         made->screen = FirstScreen();
+        made->spare.reserve(8);
         return made;
     }();
     return gdi;
@@ -152,6 +154,20 @@ Selected<GdiBitmap> OnePixel(Gdi& gdi) {
     return {SystemBitmap(1, 1), handle};
 }
 
+// Contexts of windows come and go with each painting: a few wait for the next. Under the lock.
+void Recycle(Gdi& gdi, std::shared_ptr<GdiContext> context) {
+    if (context.use_count() > 1 || gdi.spare.size() == gdi.spare.capacity()) return;
+    context->Renew();
+    gdi.spare.push_back(std::move(context));
+}
+
+std::shared_ptr<GdiContext> SpareContext(Gdi& gdi) {
+    if (gdi.spare.empty()) return std::make_shared<GdiContext>();
+    auto context = std::move(gdi.spare.back());
+    gdi.spare.pop_back();
+    return context;
+}
+
 template<class T>
 int CopyDescription(const T& description, int size, void* buffer) {
     if (!buffer) return sizeof description;
@@ -195,7 +211,7 @@ bool RemoveContext(HDC dc, bool memory) {
     const ObjectPointer* found = gdi.objects.Find(NumberOf(dc));
     if (!found || (*found)->kind != GdiObject::Kind::Context) return false;
     if (static_cast<const GdiContext&>(**found).memory != memory) return false;
-    gdi.objects.Remove(NumberOf(dc));
+    Recycle(gdi, std::static_pointer_cast<GdiContext>(*gdi.objects.Remove(NumberOf(dc))));
     return true;
 }
 
@@ -210,12 +226,20 @@ HBRUSH SystemBrush(COLORREF color) {
 }
 
 std::shared_ptr<GdiContext> MakeContext() {
-    auto context = std::make_shared<GdiContext>();
     Gdi& gdi = TheGdi();
     std::lock_guard lock(gdi.lock);
+    auto context = SpareContext(gdi);
     context->state.pen = SelectedStock<GdiPen>(gdi, BLACK_PEN);
     context->state.brush = SelectedStock<GdiBrush>(gdi, WHITE_BRUSH);
     context->state.font = SelectedStock<GdiFont>(gdi, SYSTEM_FONT);
+    return context;
+}
+
+std::shared_ptr<GdiContext> MakeMemoryContext() {
+    auto context = MakeContext();
+    Gdi& gdi = TheGdi();
+    std::lock_guard lock(gdi.lock);
+    context->memory = true;
     context->bitmap = OnePixel(gdi);
     return context;
 }

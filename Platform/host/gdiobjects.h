@@ -108,6 +108,19 @@ struct GdiContext : GdiObject {
     // Where it may paint, on the bitmap. Kept until Changed.
     const Region& Paintable();
     void Changed() { m_paintable.reset(); }
+    // As new, without its objects.
+    void Renew() {
+        state = {};
+        saved.clear();
+        bitmap = {};
+        memory = onScreen = false;
+        window = nullptr;
+        origin = {0, 0};
+        visible.reset();
+        update.reset();
+        scene = marked = 0;
+        Changed();
+    }
 
 private:
     std::optional<Region> m_paintable;
@@ -148,8 +161,9 @@ private:
 ContextPointer FindContext(HDC dc);
 
 HBRUSH SystemBrush(COLORREF color);
-// A context with the objects that each one starts with, on a bitmap of one pixel.
+// A context with the objects that each one starts with; one in memory has a bitmap of one pixel.
 std::shared_ptr<GdiContext> MakeContext();
+std::shared_ptr<GdiContext> MakeMemoryContext();
 // What the windows' contexts draw on; it has the size of the screen.
 std::shared_ptr<GdiBitmap> ScreenBitmap();
 

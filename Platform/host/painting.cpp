@@ -181,9 +181,7 @@ HDC BeginPaint(HWND window, PAINTSTRUCT* paint) {
 
 BOOL EndPaint(HWND window, const PAINTSTRUCT* paint) {
     HostCall call;
-    const auto context = paint ? FindContext(paint->hdc) : ContextPointer();
-    if (!context) return FALSE;
-    RemoveContext(paint->hdc, false);
+    if (!paint || !RemoveContext(paint->hdc, false)) return FALSE;
     SceneLock lock;
     Desktop& desktop = TheDesktop();
     const Window* found = desktop.Find(window);
