@@ -53,8 +53,9 @@ void EditLayout::Wrap(std::u16string_view text, int start, int end, int next, in
         const auto at = static_cast<std::size_t>(i);
         const bool blank = text[at] <= u' ';
         x += m_Widths[at];
-        if (x > width && i > start && !blank && !IsLowSurrogate(text[at])) {
-            const int cut = breakAt > start ? breakAt : i;
+        const int whole = i > start && IsLowSurrogate(text[at]) ? i - 1 : i;
+        if (x > width && whole > start && !blank) {
+            const int cut = breakAt > start ? breakAt : whole;
             m_Rows.push_back({start, cut, cut});
             start = breakAt = cut;
             x = Span(cut, i + 1);
