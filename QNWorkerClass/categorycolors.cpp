@@ -116,6 +116,8 @@ void CCategoryColorIcons::ParseCategory(const WCHAR* text, bool bColor, bool bIc
 }
 
 void CCategoryColorIcons::AddIcon(std::u16string_view category) {
+    if (category.find(u'"') != std::u16string_view::npos)
+        return; // would leave the tag open to the end of the text
     const WCHAR* extension = IconExists(m_szIconPath, category, u".bmp")   ? u".bmp"
                              : IconExists(m_szIconPath, category, u".png") ? u".png"
                                                                            : nullptr;

@@ -340,7 +340,8 @@ TEST_F(Categories, ColorOfTheLastColoredCategory) {
 
 TEST_F(Categories, IconsOfTheFilesThereAre) {
     SetToRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"IconPath", u"\\Icons");
-    for (const char* file : {"Icons/Work.bmp", "Icons/Home.png", "Icons/Both.bmp", "Icons/Both.png"})
+    for (const char* file :
+         {"Icons/Work.bmp", "Icons/Home.png", "Icons/Both.bmp", "Icons/Both.png", "Icons/a\"b.bmp"})
         PutFile(file);
     const struct {
         const WCHAR* text;
@@ -351,7 +352,8 @@ TEST_F(Categories, IconsOfTheFilesThereAre) {
         {u"Work", false, "<IMG SRC=\"Work.bmp\">", true},
         {u"Idle, Home", false, "<IMG SRC=\"Home.png\">", true},
         {u"Both, Work", true, "<IMG SRC=\"Both.bmp\"><IMG SRC=\"Work.bmp\">", true},
-        {u"Idle", true, "", false}, // has a category, though no icon
+        {u"a\"b, Work", true, "<IMG SRC=\"Work.bmp\">", true}, // a quote would leave its tag open
+        {u"Idle", true, "", false},                            // has a category, though no icon
         {u"", true, "<IMG SRC=\"~NoCategory.bmp\">", true},
         {u"", false, "", false},
     };
