@@ -25,12 +25,16 @@ int PieceAt(const WCHAR* text, int start, int piece, int length) {
 
 HFONT ContextCanvas::SelectFont(HFONT font) {
     m_descent = -1;
+    m_front = nullptr;
     return static_cast<HFONT>(SelectObject(m_hdc, font));
 }
 
 // In pieces, so that a long text costs what fits and not what there is.
 int ContextCanvas::Fit(const WCHAR* text, int length, int width, SIZE& size) {
-    constexpr int kPiece = 256;
+    if (width < 0 && KnowsFront(text, length)) {
+        size = {m_widths[static_cast<std::size_t>(length) - 1], m_height};
+        return length;
+    }
     int fit = 0;
     size = {0, 0};
     do {
@@ -40,13 +44,27 @@ int ContextCanvas::Fit(const WCHAR* text, int length, int width, SIZE& size) {
         if (width < 0)
             GetTextExtentExPointW(m_hdc, text + fit, piece, 0, nullptr, nullptr, &extent);
         else
-            GetTextExtentExPointW(m_hdc, text + fit, piece, width - size.cx, &fits, nullptr, &extent);
+            GetTextExtentExPointW(m_hdc, text + fit, piece, width - size.cx, &fits,
+                                  fit == 0 ? m_widths.data() : nullptr, &extent);
+        if (fit == 0 && width >= 0) {
+            m_front = text;
+            m_frontLength = piece;
+            m_height = extent.cy;
+        }
         size.cx = std::min(size.cx + extent.cx, kWidest);
         size.cy = std::max(size.cy, extent.cy);
         fit += fits;
         if (fits < piece) break;
     } while (fit < length);
     return fit;
+}
+
+// Whether the widths from the last look at this text are those of its front. Letters that join may look otherwise at an
+// end; below their scripts none does.
+bool ContextCanvas::KnowsFront(const WCHAR* text, int length) const {
+    constexpr WCHAR kFirstJoining = 0x590;
+    return text == m_front && length > 0 && length <= m_frontLength &&
+           std::all_of(text, text + length, [](WCHAR c) { return c < kFirstJoining; });
 }
 
 int ContextCanvas::Descent() {

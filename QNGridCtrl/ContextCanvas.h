@@ -3,6 +3,8 @@
 
 #include "QNGridCtrl/HTMLCanvas.h"
 
+#include <array>
+
 class QN_API ContextCanvas : public HTMLCanvas {
 public:
     // The context stays the caller's.
@@ -18,6 +20,16 @@ public:
     void Picture(CHTMLImage& image, const RECT& rect) override;
 
 private:
+    static constexpr int kPiece = 256;
+
+    bool KnowsFront(const WCHAR* text, int length) const;
+
     HDC m_hdc;
     int m_descent = -1; // of the selected font; -1: not asked yet
+
+    // Of the first piece of the text last looked at: a line that breaks asks at once for what stands before the break.
+    const WCHAR* m_front = nullptr;
+    int m_frontLength = 0;
+    LONG m_height = 0;
+    std::array<int, kPiece> m_widths;
 };

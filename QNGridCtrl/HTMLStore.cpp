@@ -18,6 +18,10 @@ HTMLTexts& HTMLTexts::operator=(HTMLTexts&& other) noexcept {
     return *this;
 }
 
+void HTMLTexts::Expect(std::size_t characters) {
+    m_nextBlock = std::clamp(characters, m_nextBlock, kLargestBlock);
+}
+
 const WCHAR* HTMLTexts::Add(std::u16string_view text) {
     const std::size_t needed = text.size() + 1;
     if (needed > m_left) {
@@ -57,6 +61,7 @@ HFONT HTMLFonts::Get(const LOGFONTW& style) {
     for (std::size_t i = m_fonts.size(); i-- > first;)
         if (std::memcmp(&m_fonts[i].style, &style, sizeof style) == 0) return m_fonts[i].font;
     HFONT font = CreateFontIndirectW(&style);
+    if (m_fonts.empty()) m_fonts.reserve(kRemembered);
     if (font) m_fonts.push_back({style, font});
     return font;
 }

@@ -15,6 +15,8 @@ public:
     HTMLTexts(HTMLTexts&& other) noexcept;
     HTMLTexts& operator=(HTMLTexts&& other) noexcept;
 
+    // Room for about so many characters at once.
+    void Expect(std::size_t characters);
     // Null without memory.
     const WCHAR* Add(std::u16string_view text);
     void Clear();

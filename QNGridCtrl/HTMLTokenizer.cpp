@@ -526,6 +526,7 @@ void CHTMLParser::Reset() {
 int CHTMLParser::ParseHTML(HWND hNotifyWnd) {
     m_hNotifyWnd = hNotifyWnd;
     Reset();
+    if (m_pszHTML) m_Texts.Expect(Text(m_pszHTML).size());
     if (!m_pszHTML || HTMLTokenizer(*this).Run()) return 1;
     SHShowOutOfMemory(hNotifyWnd, 0);
     return 0;

@@ -9,7 +9,6 @@
 #include <array>
 #include <atomic>
 #include <cstring>
-#include <map>
 #include <string>
 
 namespace plat {
@@ -239,13 +238,24 @@ private:
 struct FontKey {
     int height;
     FaceStyle style;
-    std::u16string name;
-    auto operator<=>(const FontKey&) const = default;
+    std::array<WCHAR, LF_FACESIZE> name{}; // zeros behind its end
+
+    explicit FontKey(const LOGFONTW& description)
+        : height(BoundedHeight(description.lfHeight)), style(StyleOf(description)) {
+        for (std::size_t i = 0; i < name.size() && description.lfFaceName[i]; ++i)
+            name[i] = description.lfFaceName[i];
+    }
+    bool operator==(const FontKey&) const = default;
+};
+
+struct KnownFont {
+    FontKey key;
+    std::shared_ptr<TextFont> font;
 };
 
 struct Fonts {
     std::mutex lock;
-    std::map<FontKey, std::shared_ptr<TextFont>> known;
+    std::vector<KnownFont> known; // a suite uses few: a look along them is the shortest way
 };
 Fonts& TheFonts() {
     static Fonts& fonts = *new Fonts;
@@ -265,12 +275,13 @@ std::shared_ptr<TextFont> MakeFont(const LOGFONTW& description) {
 // lock of the fonts.
 std::shared_ptr<TextFont> FindTextFont(Fonts& fonts, const LOGFONTW& description) {
     constexpr std::size_t kMostKept = 128;
-    const FontKey key{BoundedHeight(description.lfHeight), StyleOf(description), description.lfFaceName};
-    std::shared_ptr<TextFont>& font = fonts.known[key];
-    if (font) return font;
-    const std::shared_ptr<TextFont> made = font = MakeFont(description);
-    if (fonts.known.size() > kMostKept)
-        std::erase_if(fonts.known, [](const auto& known) { return known.second.use_count() == 1; });
+    const FontKey key(description);
+    const auto known = std::ranges::find(fonts.known, key, &KnownFont::key);
+    if (known != fonts.known.end()) return known->font;
+    if (fonts.known.size() >= kMostKept)
+        std::erase_if(fonts.known, [](const KnownFont& k) { return k.font.use_count() == 1; });
+    std::shared_ptr<TextFont> made = MakeFont(description);
+    fonts.known.push_back({key, made});
     return made;
 }
 

@@ -265,7 +265,7 @@ TEST_F(HTMLParser, AsksForImages) {
 }
 
 TEST_F(HTMLParser, TellsTheUserOfMissingMemory) {
-    m_html.assign(100, u'x'); // more than the first block holds
+    m_html.assign(5000, u'x'); // more than the first block holds
     m_html = u"a<B>" + m_html;
     m_parser.SetHTML(m_html.c_str());
     PlatInjectFault(PlatFault::Allocate, 2);
