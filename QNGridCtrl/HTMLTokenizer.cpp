@@ -223,6 +223,7 @@ const std::array<HTMLTokenizer::Rule, 30> HTMLTokenizer::kRules = {{
 // --- The scanner --------------------------------------------------------------------------------------------------
 
 bool HTMLTokenizer::Run() {
+    m_parser.m_Texts.Expect(m_html.size());
     while (!Ended() && !m_bOutOfMemory) {
         const WCHAR c = At(m_next);
         if (c == u'\r' || c == u'\n')
@@ -526,7 +527,6 @@ void CHTMLParser::Reset() {
 int CHTMLParser::ParseHTML(HWND hNotifyWnd) {
     m_hNotifyWnd = hNotifyWnd;
     Reset();
-    if (m_pszHTML) m_Texts.Expect(Text(m_pszHTML).size());
     if (!m_pszHTML || HTMLTokenizer(*this).Run()) return 1;
     SHShowOutOfMemory(hNotifyWnd, 0);
     return 0;
