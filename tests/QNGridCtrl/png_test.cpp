@@ -3,6 +3,7 @@
 
 #include "Platform/modules.h"
 #include "QNGridCtrl/PNGScale.h"
+#include "QNGridCtrl/PNGStaticWindow.h"
 #include "tests/support/canvas.h"
 #include "tests/support/devicefiles.h"
 #include "tests/support/libpngpeer.h"
@@ -426,6 +427,34 @@ TEST_F(PNGFiles, TheSuitesPicturesFitTheScreen) {
     }
     EXPECT_FALSE(PNGPicture::IsPNG(suite, 0));
     FreeLibrary(suite);
+}
+
+// White all over, the picture in the middle; a window that is too small shows all of it, smaller.
+TEST_F(PNGFiles, AWindowShowsItsPicture) {
+    PutPicture(1, Of(2, 2, 6, 8, {}, {255, 0, 0, 255, 255, 0, 0, 255, 255, 0, 0, 255, 255, 0, 0, 0}));
+    const HINSTANCE folder = LoadLibraryW(u"\\r");
+    CeWnd parent;
+    ASSERT_TRUE(parent.Create(nullptr, nullptr, RECT{0, 0, 4, 4}, u"", WS_POPUP | WS_VISIBLE));
+    PNGStaticWindow window;
+    EXPECT_FALSE(PNGStaticWindow().Init(parent.GetHWnd(), folder, 2));
+    ASSERT_TRUE(window.Init(parent.GetHWnd(), folder, 1));
+    const auto rows = [&](int side) {
+        UpdateWindow(window.GetHWnd());
+        const HDC dc = GetDC(window.GetHWnd());
+        TextRows text(static_cast<std::size_t>(side));
+        for (int i = 0; i < side * side; ++i)
+            text[static_cast<std::size_t>(i / side)] += LetterOf(GetPixel(dc, i % side, i / side));
+        ReleaseDC(window.GetHWnd(), dc);
+        return text;
+    };
+    EXPECT_EQ(rows(4), (TextRows{"WWWW", "WRRW", "WRWW", "WWWW"}));
+    MoveWindow(window.GetHWnd(), 0, 0, 1, 1, TRUE);
+    EXPECT_EQ(rows(1).size(), 1u);
+    const HDC dc = GetDC(window.GetHWnd()); // three quarters of red over white: 255*64/255 of the ground
+    EXPECT_EQ(GetPixel(dc, 0, 0), 0x4040FFu);
+    ReleaseDC(window.GetHWnd(), dc);
+    DestroyWindow(parent.GetHWnd());
+    FreeLibrary(folder);
 }
 
 // A side that no bitmap can have: it stays what it is.
