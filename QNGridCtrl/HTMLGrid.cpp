@@ -14,8 +14,7 @@ constexpr DWORD kStyle = 0x52310000; // child, visible, clip children, both scro
 
 int ScaleX(int pixels) { return ScalePx(g_HIDPI_LogPixelsX, pixels); }
 
-// How many of the fixed rows or columns are left once `count` from `first` on
-// are gone.
+// How many of the fixed rows or columns are left once `count` from `first` on are gone.
 WORD FixedLeft(WORD fixed, WORD first, WORD count) {
     const int gone = std::clamp(fixed - first, 0, int{count});
     return static_cast<WORD>(fixed - gone);
@@ -72,8 +71,7 @@ LRESULT CHTMLGrid::OnSize(WPARAM type, int cx, int cy, bool& handled) {
     return 0;
 }
 
-// --- Rows and columns
-// ---------------------------------------------------------------------------------------------
+// --- Rows and columns ---------------------------------------------------------------------------------------------
 
 void CHTMLGrid::SetDimensions(DWORD rows, DWORD cols) {
     Resize(static_cast<int>(std::min<DWORD>(rows, GRID_NONE)),
@@ -169,8 +167,7 @@ void CHTMLGrid::DeleteCols(WORD first, WORD count) {
     Reset();
 }
 
-// --- Updates
-// ------------------------------------------------------------------------------------------------------
+// --- Updates ------------------------------------------------------------------------------------------------------
 
 void CHTMLGrid::EndUpdate() {
     if (m_nUpdates == 0 || --m_nUpdates > 0) return;
@@ -223,8 +220,7 @@ void CHTMLGrid::DestroyBitmapBuffer() {
     m_bBufferValid = false;
 }
 
-// --- Look
-// ---------------------------------------------------------------------------------------------------------
+// --- Look ---------------------------------------------------------------------------------------------------------
 
 void CHTMLGrid::SetBackColor(COLORREF color) {
     m_crBack = color;
@@ -288,8 +284,7 @@ GRIDDRAWPROC CHTMLGrid::SetFixedCellOwnerDrawProc(GRIDDRAWPROC draw, GRIDDRAWPRO
     return former;
 }
 
-// --- Modes
-// --------------------------------------------------------------------------------------------------------
+// --- Modes --------------------------------------------------------------------------------------------------------
 
 bool CHTMLGrid::SetBarsScrollMode(WORD mode) {
     if (mode > GRID_SCROLL_CURRENT) return false;

@@ -672,6 +672,7 @@ private:
     bool HasOwnBars() const { return !m_hVerticalBar && !m_hHorizontalBar; }
     void OfferBars();
     void RequestRow(WORD row);
+    void RequestView();
     RECT TextRect(WORD col, WORD row, const tagCELLINFO& cell) const;
     void SetBar(HWND hBar, int bar, int total, int fixed, int client, int position);
 };

@@ -62,8 +62,7 @@ void CHTMLGrid::SetFloaterOptions(bool bText, bool bBar) {
     Repaint();
 }
 
-// --- Selection
-// ----------------------------------------------------------------------------------------------------
+// --- Selection ----------------------------------------------------------------------------------------------------
 
 void CHTMLGrid::UpdateSelectionForFloaters(bool bForward) {
     const tagCELLINFO* cell = m_Cells.Find(m_wCurCol, m_wCurRow);

@@ -5,8 +5,7 @@
 
 namespace {
 
-// Along one axis: fixed cells at the edge, the others moved by `scroll`, which
-// is measured from the first one.
+// Along one axis: fixed cells at the edge, the others moved by `scroll`, which is measured from the first one.
 int ToClient(const HTMLGridAxis& axis, int index, int fixedCount, int scroll) {
     const int before = axis.Before(index);
     return index < fixedCount ? before : before - scroll + axis.Before(fixedCount);
@@ -17,8 +16,8 @@ int FromClient(const HTMLGridAxis& axis, int pixel, int fixedCount, int scroll) 
     return axis.At(pixel < fixed ? pixel : pixel - fixed + scroll);
 }
 
-// The scroll position that shows `size` pixels at `start` of a view that goes
-// from `scroll` on, moved as little as it takes; the start wins.
+// The scroll position that shows `size` pixels at `start` of a view that goes from `scroll` on, moved as little as
+// it takes; the start wins.
 int Shown(int scroll, int view, int start, int size) {
     if (start + size > scroll + view) scroll = start + size - view;
     return std::min(scroll, start);
@@ -65,8 +64,7 @@ bool CHTMLGrid::GetPointFromCell(WORD col, WORD row, POINT& point) const {
     return true;
 }
 
-// --- The view
-// -----------------------------------------------------------------------------------------------------
+// --- The view -----------------------------------------------------------------------------------------------------
 
 void CHTMLGrid::SetTopRow(WORD row) {
     if (row < GetRowCount()) MoveTo(m_nLeftPixel, RowToPixel(row));

@@ -1,5 +1,4 @@
-// Widths and heights: what is measured, what is estimated, what the scroll bars
-// leave.
+// Widths and heights: what is measured, what is estimated, what the scroll bars leave.
 #include "QNGridCtrl/HTMLGrid.h"
 
 #include <algorithm>
@@ -35,8 +34,7 @@ int WithBar(LONG window, LONG client, int bar) {
 
 } // namespace
 
-// --- Setting
-// ------------------------------------------------------------------------------------------------------
+// --- Setting ------------------------------------------------------------------------------------------------------
 
 void CHTMLGrid::SetColWidth(WORD col, WORD width) {
     if (col >= GetColCount()) return;
@@ -65,8 +63,7 @@ void CHTMLGrid::SetFixedColsFix(bool bFix) {
     Repaint();
 }
 
-// --- Columns and rows
-// ---------------------------------------------------------------------------------------------
+// --- Columns and rows ---------------------------------------------------------------------------------------------
 
 int CHTMLGrid::RecalcCols(int width) {
     int given = 0, automatic = 0;
@@ -150,11 +147,9 @@ void CHTMLGrid::RowChanged(WORD row) {
     Repaint();
 }
 
-// --- Cells
-// --------------------------------------------------------------------------------------------------------
+// --- Cells --------------------------------------------------------------------------------------------------------
 
-// What a cell's text has: from its margins to the right edge, which the line
-// takes off.
+// What a cell's text has: from its margins to the right edge, which the line takes off.
 RECT CHTMLGrid::TextRect(WORD col, WORD row, const tagCELLINFO& cell) const {
     const LONG line = HasVLines(col, row) ? 1 : 0;
     const RECT& margins = cell.rcMargins;
@@ -192,8 +187,7 @@ tagDRAWITEMSTRUCT CHTMLGrid::DrawItem(HDC hdc, WORD col, WORD row, const RECT& r
             rect, cell.dwData};
 }
 
-// --- The whole
-// ----------------------------------------------------------------------------------------------------
+// --- The whole ----------------------------------------------------------------------------------------------------
 
 SIZE CHTMLGrid::WholeClient() const {
     RECT window{}, client{};
@@ -252,7 +246,16 @@ void CHTMLGrid::RequestRow(WORD row) {
     for (int col = 0; col < m_Cols.Count(); ++col) RequestCell(static_cast<WORD>(col), row);
 }
 
-// Rows that come out lower than they were taken for let others into view.
+// All rows that can be seen from the top pixel on.
+void CHTMLGrid::RequestView() {
+    for (WORD row = 0; row < m_wFixedRows; ++row) RequestRow(row);
+    WORD row = GetTopRow();
+    for (int y = RowToPixel(row); row < GetRowCount() && y < GetBottomPixel(); ++row) {
+        RequestRow(row);
+        y += GetRowHeight(row);
+    }
+}
+
 void CHTMLGrid::RecalcScreenCells() {
     if (IsInUpdate()) {
         m_dwOwed |= kOwedScreenCells;
@@ -261,22 +264,19 @@ void CHTMLGrid::RecalcScreenCells() {
     RecalcMaxScrolls();
     if (!m_bVirtual) return;
     const int total = m_Rows.Total();
-    for (WORD row = 0; row < m_wFixedRows; ++row) RequestRow(row);
-    WORD row = GetTopRow();
-    for (int y = RowToPixel(row); row < GetRowCount() && y < GetBottomPixel(); ++row) {
-        RequestRow(row);
-        y += GetRowHeight(row);
-    }
-    if (m_bColsOwed && !m_bInRecalc) {
-        RecalcGrid();
-    } else if (m_Rows.Total() != total) {
+    // Rows that come out lower than they were taken for let the end of a list slip, and with it the top.
+    for (int top = -1; top != m_nTopPixel;) {
+        top = m_nTopPixel;
+        RequestView();
         RecalcMaxScrolls();
-        UpdateScrollBars(GRID_BAR_VERTICAL);
     }
+    if (m_bColsOwed && !m_bInRecalc)
+        RecalcGrid();
+    else if (m_Rows.Total() != total)
+        UpdateScrollBars(GRID_BAR_VERTICAL);
 }
 
-// --- Scroll bars
-// --------------------------------------------------------------------------------------------------
+// --- Scroll bars --------------------------------------------------------------------------------------------------
 
 void CHTMLGrid::SetShowScrollBars(DWORD bars) {
     m_dwShowBars = bars;

@@ -26,16 +26,14 @@ LRESULT CHTMLGrid::AskOwner(UINT message, tagNM_GRIDVIEW& view) const {
 
 LRESULT CHTMLGrid::OnHotspotNotify(tagNM_GRIDVIEW& view) { return NotifyOwner(view); }
 
-// --- Cells
-// --------------------------------------------------------------------------------------------------------
+// --- Cells --------------------------------------------------------------------------------------------------------
 
 tagCELLINFO* CHTMLGrid::RequestCell(WORD col, WORD row) {
     tagCELLINFO* cell = m_Cells.Find(col, row);
     return cell ? cell : AskForCell(col, row);
 }
 
-// The cell with what the owner answers; null, and what is there stays, without
-// text.
+// The cell with what the owner answers; null, and what is there stays, without text.
 tagCELLINFO* CHTMLGrid::AskForCell(WORD col, WORD row) {
     tagNM_GRIDCELL ask{};
     ask.hdr = {m_hWnd, HTMLGridCells::Key(col, row), GRIDM_CELL};
@@ -74,8 +72,7 @@ bool CHTMLGrid::ReadFloaterText(WORD col, WORD row, DWORD id, CHTMLParser& text)
     return text.SetHTML(view.pszText) && text.ParseHTML(m_hWnd) != 0;
 }
 
-// --- Notifications to the grid
-// ------------------------------------------------------------------------------------
+// --- Notifications to the grid ------------------------------------------------------------------------------------
 
 LRESULT CHTMLGrid::OnNotify(int, NMHDR* header, bool& handled) {
     handled = true;
@@ -92,8 +89,7 @@ LRESULT CHTMLGrid::OnNotify(int, NMHDR* header, bool& handled) {
     }
 }
 
-// --- Images
-// -------------------------------------------------------------------------------------------------------
+// --- Images -------------------------------------------------------------------------------------------------------
 
 bool CHTMLGrid::OnInlineImageNotify(tagNM_IMAGENOTIFY& image) {
     image.pImage = m_Images.Find({image.pszSource, image.hdr.idFrom}, image.bFromResource);

@@ -1,5 +1,4 @@
-// The cells of a grid: their text, what hangs on it, and what of it can be
-// taken out.
+// The cells of a grid: their text, what hangs on it, and what of it can be taken out.
 #include "QNGridCtrl/HTMLGrid.h"
 
 #include "NorvoTools/globals.h"
@@ -16,8 +15,7 @@ constexpr std::size_t kMostCopiedSpots = 150;
 
 } // namespace
 
-// --- Text
-// ---------------------------------------------------------------------------------------------------------
+// --- Text ---------------------------------------------------------------------------------------------------------
 
 tagCELLINFO* CHTMLGrid::CellForText(WORD col, WORD row) {
     if (col >= GetColCount() || row >= GetRowCount()) return nullptr;
@@ -78,8 +76,7 @@ void CHTMLGrid::UpdateRowText(WORD row) {
     if (row < GetRowCount()) RowChanged(row);
 }
 
-// --- What hangs on a cell
-// -----------------------------------------------------------------------------------------
+// --- What hangs on a cell -----------------------------------------------------------------------------------------
 
 void CHTMLGrid::SetCellData(WORD col, WORD row, DWORD data) {
     if (tagCELLINFO* cell = m_Cells.Find(col, row)) cell->dwData = data;
@@ -115,8 +112,7 @@ void CHTMLGrid::SetRowUserID(WORD row, DWORD id) {
     if (row < m_RowUserIDs.size()) m_RowUserIDs[row] = id;
 }
 
-// --- Hot spots
-// ----------------------------------------------------------------------------------------------------
+// --- Hot spots ----------------------------------------------------------------------------------------------------
 
 WCHAR* CHTMLGrid::GetCellHotSpot(WORD col, WORD row, DWORD index) const {
     const tagCELLINFO* cell = m_Cells.Find(col, row);
@@ -137,8 +133,7 @@ void CHTMLGrid::CopyCellHotSpots(HTMLHotSpots& destination, WORD row, WORD col, 
     }
 }
 
-// --- Taken out
-// ----------------------------------------------------------------------------------------------------
+// --- Taken out ----------------------------------------------------------------------------------------------------
 
 HBITMAP CHTMLGrid::GetCellBitmap(WORD col, WORD row) {
     tagCELLINFO* cell = m_Cells.Find(col, row);

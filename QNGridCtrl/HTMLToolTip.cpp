@@ -9,14 +9,12 @@ namespace {
 const WCHAR kClass[] = u"HTMLTOOLTIPCLASS";
 constexpr double kScreenShare = 0.75; // the widest tip
 
-// What the tip has around its text. The text starts where it does with the
-// small margin, whatever the size.
+// What the tip has around its text. The text starts where it does with the small margin, whatever the size.
 constexpr SIZE kMargin = {5, 1};
 constexpr SIZE kBigMargin = {8, 3};
 constexpr POINT kTextStart = {5, 2};
 
-// The left or top edge of `size` pixels that lie within `room`; when they
-// can't, the start wins.
+// The left or top edge of `size` pixels that lie within `room`; when they can't, the start wins.
 LONG Within(LONG start, LONG size, LONG room) { return std::max<LONG>(std::min(start, room - size), 0); }
 
 } // namespace

@@ -1,6 +1,5 @@
-// A grid and its owner: what is asked for, measured, estimated, selected, and
-// where it lies. Text is 6 pixels a character and 14 high; a row without more
-// has 15.
+// A grid and its owner: what is asked for, measured, estimated, selected, and where it lies. Text is 6 pixels a
+// character and 14 high; a row without more has 15.
 #include "QNGridCtrl/HTMLGrid.h"
 #include "tests/support/device.h"
 #include "tests/support/narrow.h"
@@ -110,8 +109,7 @@ protected:
     std::unique_ptr<CHTMLGrid> m_grid;
 };
 
-// --- Widths and heights
-// -------------------------------------------------------------------------------------------
+// --- Widths and heights -------------------------------------------------------------------------------------------
 
 TEST_F(Grid, AutomaticColumnsShareWhatIsLeft) {
     CHTMLGrid& grid = Make(101, 300, 1, 2);
@@ -178,11 +176,10 @@ TEST_F(Grid, ABarTakesItsRoomFromTheColumns) {
     EXPECT_EQ(grid.GetColWidth(0), 101);
 }
 
-// --- Cells on request
-// ---------------------------------------------------------------------------------------------
+// --- Cells on request ---------------------------------------------------------------------------------------------
 
-// As many rows as there can be. Rows of 15 are asked for until the screen of
-// 300 is more than full; the last one of them stands in for all the others.
+// As many rows as there can be. Rows of 15 are asked for until the screen of 300 is more than full; the last one of
+// them stands in for all the others.
 TEST_F(Grid, AVirtualListAsksForItsFirstScreenAlone) {
     List(u"a row");
     CHTMLGrid& grid = Make(200, 300, 100000, 1, true);
@@ -201,6 +198,19 @@ TEST_F(Grid, AVirtualListAsksForItsFirstScreenAlone) {
     EXPECT_EQ(grid.PixelToRow(15000 + 55), 1001);
     EXPECT_EQ(grid.GetRowHeight(5000), 28);
     EXPECT_EQ(m_owner->m_requests, 12);
+}
+
+// The first screen makes the list look longer than it is: at its end it slips, and what comes into view then is asked for.
+TEST_F(Grid, AListThatTurnsOutShorterHasAllOfItsLastScreen) {
+    m_owner->m_text = [](WORD, WORD row) { return std::u16string(row < 11 ? u"two<BR>lines" : u"one"); };
+    CHTMLGrid& grid = Make(200, 300, 50, 1, true);
+    EXPECT_EQ(grid.GetTotalHeight(), 50 * 28);
+    grid.SetTopRow(49);
+    EXPECT_EQ(grid.GetTopPixel(), grid.GetTotalHeight() - 300 - 1);
+    for (WORD row = grid.GetTopRow(); row < 50; ++row) {
+        EXPECT_TRUE(grid.FindCell(0, row)) << row;
+        EXPECT_EQ(grid.GetRowHeight(row), 15) << row;
+    }
 }
 
 TEST_F(Grid, TheAnswerFillsTheCell) {
@@ -260,8 +270,7 @@ TEST_F(Grid, CellsThatAreNotThereTakeNoText) {
     EXPECT_EQ(std::u16string(text.get()), u"a " + std::u16string(4093, u'x'));
 }
 
-// --- Images
-// -------------------------------------------------------------------------------------------------------
+// --- Images -------------------------------------------------------------------------------------------------------
 
 TEST_F(Grid, ASwatchIsMadeOnceAndForgottenEverywhere) {
     m_owner->m_swatch = CreateBitmap(10, 8, 1, 24, nullptr);
@@ -283,11 +292,9 @@ TEST_F(Grid, ASwatchIsMadeOnceAndForgottenEverywhere) {
     EXPECT_EQ(GetObjectW(m_owner->m_swatch, sizeof gone, &gone), 0);
 }
 
-// --- Places
-// -------------------------------------------------------------------------------------------------------
+// --- Places -------------------------------------------------------------------------------------------------------
 
-// Two fixed rows and one fixed column; 10 rows of 15 in 100 pixels, 4 columns
-// of 50 in 100.
+// Two fixed rows and one fixed column; 10 rows of 15 in 100 pixels, 4 columns of 50 in 100.
 TEST_F(Grid, FixedCellsStayWhileOthersScroll) {
     CHTMLGrid& grid = Make(100, 100, 10, 4);
     grid.SetShowScrollBars(0);
@@ -317,8 +324,7 @@ TEST_F(Grid, FixedCellsStayWhileOthersScroll) {
     EXPECT_EQ(grid.GetTopPixel(), 30 - 100 + 150 - 1);
 }
 
-// --- Floaters
-// -----------------------------------------------------------------------------------------------------
+// --- Floaters -----------------------------------------------------------------------------------------------------
 
 TEST_F(Grid, FloatersNeedTextAndAreMovedByTheirBar) {
     m_owner->m_floaters = {{1, u"one"}, {2, u"two"}};
@@ -373,8 +379,7 @@ TEST_F(Grid, TheSelectedFloaterFollowsTheCurrentCell) {
     EXPECT_FALSE(grid.IsFloaterSelected());
 }
 
-// --- Selection
-// ----------------------------------------------------------------------------------------------------
+// --- Selection ----------------------------------------------------------------------------------------------------
 
 TEST_F(Grid, ASelectionTellsWhetherItChanged) {
     CHTMLGrid& grid = Make(100, 300, 5, 3);
@@ -431,8 +436,7 @@ TEST_F(Grid, SelectedTextGoesToTheClipboard) {
     CloseClipboard();
 }
 
-// --- Hot spots, links, drawing by the owner
-// -----------------------------------------------------------------------
+// --- Hot spots, links, drawing by the owner -----------------------------------------------------------------------
 
 TEST_F(Grid, HotSpotsAreCopiedAndTold) {
     CHTMLGrid& grid = Make(200, 300, 1, 2);
@@ -483,8 +487,7 @@ TEST_F(Grid, TheOwnerTellsTheSizeOfCellsThatItDraws) {
     EXPECT_EQ(grid.GetRowHeight(1), 15);
 }
 
-// Twenty characters of 120 pixels: in a column of 60 three lines, over the
-// client less the indent of 5 two.
+// Twenty characters of 120 pixels: in a column of 60 three lines, over the client less the indent of 5 two.
 TEST_F(Grid, AFullLineIsMeasuredOverTheWholeClient) {
     CHTMLGrid& grid = Make(120, 300, 1, 2);
     grid.SetCellText(0, 0, u"aaaa bbbb cccc dddd ");

@@ -1,5 +1,4 @@
-// The tip: where it stands, and what a tap on it does. Text is 6 pixels a
-// character and 14 high.
+// The tip: where it stands, and what a tap on it does. Text is 6 pixels a character and 14 high.
 #include "QNGridCtrl/HTMLGridRecords.h"
 #include "QNGridCtrl/HTMLToolTip.h"
 #include "tests/support/device.h"
