@@ -51,7 +51,7 @@ void Give(Clipboard& clipboard, HLOCAL block) {
     if (former != block) LocalFree(former);
 }
 
-bool Put(std::u16string text, HLOCAL block) {
+bool Put(const std::u16string& text, HLOCAL block) {
     PlatClipboardProvider* provider;
     {
         HostCall call;

@@ -150,7 +150,7 @@ public:
     explicit ContextPointer(std::shared_ptr<GdiContext> context) : m_context(std::move(context)) {}
     void Lock(std::recursive_mutex& screen) { m_lock = std::unique_lock(screen); }
 
-    explicit operator bool() const { return m_context != nullptr; }
+    explicit operator bool() const { return m_context.get() != nullptr; }
     GdiContext* operator->() const { return m_context.get(); }
     GdiContext& operator*() const { return *m_context; }
 

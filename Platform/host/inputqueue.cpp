@@ -85,7 +85,7 @@ void Push(Desktop& desktop, InputRecord input) {
     if (!queue) return;
     if (input.message == WM_MOUSEMOVE) DropOlderMove(*queue, input);
     if (queue->input.size() >= kMostInput) return;
-    queue->input.push_back(std::move(input));
+    queue->input.push_back(input);
     queue->thread->waker.Wake();
 }
 
@@ -94,13 +94,13 @@ void PushPointer(Desktop& desktop, UINT message, DWORD time, bool held = false) 
     InputRecord input{InputRecord::Kind::Pointer, message};
     input.time = time;
     input.held = held;
-    Push(desktop, std::move(input));
+    Push(desktop, input);
 }
 
 void PushCharacter(Desktop& desktop, WCHAR unit, DWORD time) {
     InputRecord input{InputRecord::Kind::Character, WM_CHAR, unit, 1};
     input.time = time;
-    Push(desktop, std::move(input));
+    Push(desktop, input);
 }
 
 // A message as the window gets it.
@@ -248,7 +248,7 @@ void PlatWheel(int x, int y, int notches) {
     if (!scrolled) {
         input.wParam = static_cast<WPARAM>(MAKELPARAM(0, static_cast<WORD>(notches * 120)) & 0xFFFFFFFF);
         input.lParam = PairOf(x, y);
-        return Push(desktop, std::move(input));
+        return Push(desktop, input);
     }
     input.message = WM_VSCROLL;
     input.wParam = static_cast<WPARAM>(notches > 0 ? SB_LINEUP : SB_LINEDOWN);
@@ -273,7 +273,7 @@ void PlatKey(int key, bool down) {
     const UINT message = down ? (system ? WM_SYSKEYDOWN : WM_KEYDOWN) : (system ? WM_SYSKEYUP : WM_KEYUP);
     InputRecord input{InputRecord::Kind::Key, message, code, static_cast<LPARAM>(flags)};
     input.time = now;
-    Push(desktop, std::move(input));
+    Push(desktop, input);
     const bool makesCharacter = key == VK_BACK || key == VK_TAB || key == VK_RETURN || key == VK_ESCAPE;
     if (down && !system && makesCharacter) PushCharacter(desktop, static_cast<WCHAR>(key), now);
 }
@@ -297,5 +297,5 @@ void PlatLoseInput() {
     input.window = desktop.capture       ? desktop.capture
                    : desktop.drag.window ? desktop.drag.window
                                          : KeyTarget(desktop);
-    Push(desktop, std::move(input));
+    Push(desktop, input);
 }
