@@ -135,14 +135,19 @@ void CHTMLGrid::RemeasureRow(WORD row) {
     if (row < GetRowCount()) m_Rows.SetSize(row, height, measured);
 }
 
-// A row has other cells, or another height given: the rest keeps what it has.
+// A row has other cells, or another height given: the rest keeps what it has, until a bar comes or goes by it.
 void CHTMLGrid::RowChanged(WORD row) {
     if (IsInUpdate()) {
         m_dwOwed |= kOwedRecalc;
     } else {
         const int total = m_Rows.Total();
         RemeasureRow(row);
-        if (m_Rows.Total() != total) RecalcScreenCells();
+        if ((total > m_nClientHeight) != (m_Rows.Total() > m_nClientHeight)) {
+            RecalcGrid();
+        } else if (m_Rows.Total() != total) {
+            RecalcScreenCells();
+            UpdateScrollBars(GRID_BAR_VERTICAL);
+        }
     }
     Repaint();
 }

@@ -164,14 +164,22 @@ TEST_F(Grid, NothingIsRecalculatedInAnUpdate) {
 
 TEST_F(Grid, ABarTakesItsRoomFromTheColumns) {
     CHTMLGrid& grid = Make(101, 100, 6, 1);
+    const int withBar = 101 - GetSystemMetrics(SM_CXVSCROLL);
+    const auto range = [&] {
+        SCROLLINFO info{sizeof info, SIF_ALL, 0, 0, 0, 0, 0};
+        grid.GetScrollInfo(SB_VERT, &info);
+        return std::to_string(info.nMax) + " by " + std::to_string(info.nPage);
+    };
     EXPECT_EQ(grid.GetColWidth(0), 101);
     grid.InsertRow(0);
-    EXPECT_EQ(grid.GetRowCount(), 7);
-    EXPECT_EQ(grid.GetColWidth(0), 101 - GetSystemMetrics(SM_CXVSCROLL));
-    SCROLLINFO info{sizeof info, SIF_ALL, 0, 0, 0, 0, 0};
-    EXPECT_TRUE(grid.GetScrollInfo(SB_VERT, &info));
-    EXPECT_EQ(info.nMax, 104);
-    EXPECT_EQ(info.nPage, 100u);
+    EXPECT_EQ(grid.GetColWidth(0), withBar);
+    EXPECT_EQ(range(), "104 by 100");
+    grid.DeleteRows(0, 1);
+    EXPECT_EQ(grid.GetColWidth(0), 101);
+    grid.SetCellText(0, 5, u"a<BR>b"); // 103
+    EXPECT_EQ(grid.GetColWidth(0), withBar);
+    grid.SetCellText(0, 4, u"a<BR>b");
+    EXPECT_EQ(range(), "115 by 100");
     grid.SetShowScrollBars(0);
     EXPECT_EQ(grid.GetColWidth(0), 101);
 }
