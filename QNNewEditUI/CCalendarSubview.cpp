@@ -8,6 +8,7 @@
 #include "Platform/clock.h"
 #include "Platform/registry.h"
 #include "Platform/strings.h"
+#include "QNNewEditUI/CalendarText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -102,7 +103,7 @@ CCalendarSubview::CCalendarSubview()
     nScale5 = scale(5);
     nScale10 = scale(10);
     nScale15 = scale(15);
-    InitPatterns();
+    InitCalendarPatterns();
 }
 
 void CCalendarSubview::Init() {

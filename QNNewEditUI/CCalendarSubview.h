@@ -22,6 +22,7 @@
 #include <array>
 #include <memory>
 
+class CHTMLGrid;
 class MarkupText;
 
 // Numbers of the settings.
@@ -128,6 +129,9 @@ public:
     };
     // The row of an item. The text is good until the next call.
     const WCHAR* BuildWeekItem(const DATACALENDAR& item, int nFontSize, DWORD flags);
+    // The same, put into a cell of the grid.
+    void FormatWeekItem(const DATACALENDAR& item, CHTMLGrid& grid, WORD column, WORD row, int nFontSize,
+                        DWORD flags);
     // The bitmap of a status bar, for the grid's message 2048 with the colour; the grid's cache owns it.
     static HBITMAP CreateStatusBar(COLORREF color);
 
@@ -181,7 +185,6 @@ private:
         const WCHAR* pszStyle;
     };
     static Moment Now();
-    void InitPatterns();
     void ReadWorkDays();
 
     RowLook AppointmentLook(const DATACALENDAR& item, const Moment& moment) const;

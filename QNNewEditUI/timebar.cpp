@@ -7,6 +7,7 @@
 #include "Platform/strings.h"
 #include "Platform/windows.h"
 #include "QNGridCtrl/gradients.h"
+#include "QNNewEditUI/CalendarText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,13 +23,12 @@ constexpr COLORREF kFrame = 0xABABAB;
 // 30 December 1899 was a Saturday.
 int WeekdayOf(LONG day) { return ((day % 7 + 7) % 7 + 6) % 7; }
 
-LONG DayOf(double date) { return static_cast<LONG>(std::clamp(std::floor(date), -1e6, 1e6)); }
-
 struct Clock {
     int hour;
     int minute;
 };
 Clock ClockOf(double moment) {
+    if (!std::isfinite(moment)) return {0, 0};
     const LONG minutes = std::lround((moment - std::floor(moment)) * kMinutesPerDay) % kMinutesPerDay;
     return {static_cast<int>(minutes / 60), static_cast<int>(minutes % 60)};
 }
@@ -47,9 +47,9 @@ struct HalfHours {
 LONG MinutesOn(const DATACALENDAR& item, LONG day, Clock& start) {
     const Clock end = ClockOf(item.m_dtEnd);
     LONG minutes = item.m_lDuration;
-    if (day > DayOf(item.m_dtStart)) {
+    if (day > CalendarDay(item.m_dtStart)) {
         start = {0, 0};
-        minutes = day >= DayOf(item.m_dtEnd) ? end.hour * 60 : kMinutesPerDay;
+        minutes = day >= CalendarDay(item.m_dtEnd) ? end.hour * 60 : kMinutesPerDay;
     }
     if (minutes > kMinutesPerDay) minutes = (kHours - end.hour) * 60; // whole hours alone count here
     return std::max<LONG>(minutes, 1);
@@ -115,7 +115,7 @@ void PaintFrame(HDC hdc, const RECT& rect) {
 void CCalendarSubview::SetupBarDataStruct(CDataMonth& day, const DATACALENDAR& item, double date,
                                           bool bUseCategoryColor) {
     if (item.m_nType != kLineAppointment || item.m_bAllDay || item.IsHeader()) return;
-    const LONG whole = DayOf(date);
+    const LONG whole = CalendarDay(date);
     if (m_bFreeTime)
         TakeFreeTime(day, DayFraction(item.m_dtStart - whole), DayFraction(item.m_dtEnd - whole),
                      WeekdayOf(whole));
@@ -176,7 +176,7 @@ int CCalendarSubview::OwnerDrawCellFullRowTimeBar(const CCalendarSubview& view, 
     constexpr int kPainted = 1;
     double date = 0;
     SystemTimeToVariantTime(&day, &date);
-    const int weekday = WeekdayOf(DayOf(date));
+    const int weekday = WeekdayOf(CalendarDay(date));
     const double start = view.WorkMinute(weekday, kWorkStart) / 60.0,
                  end = view.WorkMinute(weekday, kWorkEnd) / 60.0;
 

@@ -6,13 +6,12 @@
 #include "QNNewEditUI/CCalendarSubview.h"
 
 #include "NorvoTools/globals.h"
-#include "NorvoTools/paths.h"
-#include "NorvoTools/registryfunctions.h"
 #include "NorvoUI/hidpi.h"
 #include "Platform/clock.h"
-#include "Platform/locale.h"
 #include "Platform/modules.h"
 #include "Platform/strings.h"
+#include "QNGridCtrl/HTMLGrid.h"
+#include "QNNewEditUI/CalendarText.h"
 #include "QNNewEditUI/MarkupText.h"
 #include "Resources/pictures.h"
 
@@ -22,7 +21,6 @@
 
 namespace {
 
-constexpr WCHAR kViewKey[] = u"Software\\Norvo\\Quillonary\\CAV";
 constexpr UINT kTextDays = 42474;
 constexpr UINT kTextDueToday = 44033;
 
@@ -30,86 +28,9 @@ constexpr std::size_t kSubjectLimit = 3600; // characters of mark-up
 constexpr std::size_t kPlaceLimit = 1800;
 constexpr std::size_t kIconLimit = 259; // the longest source of an image
 
-// --- Patterns of dates and times, once a process ------------------------------------------------------------------
-
-struct Patterns {
-    WCHAR szDate[40];
-    WCHAR szTime[40];
-};
-
-// A separator of letters would be taken for a part of the picture.
-void LocaleSeparator(DWORD item, const WCHAR* pszDefault, WCHAR (&text)[16]) {
-    WCHAR plain[8] = {};
-    if (GetLocaleInfoW(LOCALE_USER_DEFAULT, item, plain, static_cast<int>(std::size(plain))) == 0)
-        wcscpy(plain, pszDefault);
-    const bool letters =
-        std::any_of(plain, plain + wcslen(plain), [](WCHAR c) { return towlower(c) != towupper(c); });
-    _snwprintf(text, std::size(text), letters && !wcschr(plain, u'\'') ? u"'%s'" : u"%s", plain);
-}
-
-DWORD LocaleNumber(DWORD item) {
-    DWORD value = 0;
-    GetLocaleInfoW(LOCALE_USER_DEFAULT, item | LOCALE_RETURN_NUMBER, reinterpret_cast<WCHAR*>(&value), 2);
-    return value;
-}
-
-Patterns ReadPatterns() {
-    Patterns patterns{};
-    WCHAR separator[16];
-    LocaleSeparator(LOCALE_SDATE, u"/", separator);
-    constexpr DWORD kDayFirst = 1;
-    const bool dayFirst = LocaleNumber(LOCALE_IDATE) == kDayFirst;
-    wsprintfW(patterns.szDate, dayFirst ? u"dd%sM" : u"M%sdd", separator);
-    for (const WCHAR* key : {kSuiteKey, kViewKey}) {
-        WCHAR own[std::size(patterns.szDate)] = {};
-        if (GetFromRegistrySZ(HKEY_CURRENT_USER, key, u"Date_MM_d", own, static_cast<int>(std::size(own))) ==
-                0 &&
-            *own)
-            wcscpy(patterns.szDate, own);
-    }
-    LocaleSeparator(LOCALE_STIME, u":", separator);
-    wsprintfW(patterns.szTime, LocaleNumber(LOCALE_ITIME) ? u"H%smm" : u"h%smmt", separator);
-    return patterns;
-}
-
-const Patterns& GetPatterns() {
-    static const Patterns patterns = ReadPatterns();
-    return patterns;
-}
-
-using ShortText = std::array<WCHAR, 40>;
-
-// Lower-cased; empty for what is no date.
-ShortText TimeText(double moment) {
-    ShortText text{};
-    SYSTEMTIME time;
-    if (!VariantTimeToSystemTime(moment, &time) ||
-        !GetTimeFormatW(LOCALE_USER_DEFAULT, 0, &time, GetPatterns().szTime, text.data(),
-                        static_cast<int>(text.size())))
-        text[0] = 0;
-    _wcslwr(text.data());
-    return text;
-}
-
-ShortText DateText(double moment) {
-    ShortText text{};
-    SYSTEMTIME date;
-    if (!VariantTimeToSystemTime(moment, &date) ||
-        !GetDateFormatW(LOCALE_USER_DEFAULT, 0, &date, GetPatterns().szDate, text.data(),
-                        static_cast<int>(text.size())))
-        text[0] = 0;
-    return text;
-}
-
-// --- Days ---------------------------------------------------------------------------------------------------------
-
-bool IsDate(double date) { return date < kLatestListDate; }
-
-LONG DayOf(double date) { return static_cast<LONG>(std::clamp(std::floor(date), -1e6, 1e6)); }
-
 // The last day that an item touches: one that ends at midnight doesn't touch the day behind it.
 LONG LastDay(const DATACALENDAR& item) {
-    const LONG day = DayOf(item.m_dtEnd);
+    const LONG day = CalendarDay(item.m_dtEnd);
     return item.m_dtEnd > item.m_dtStart && item.m_dtEnd == day ? day - 1 : day;
 }
 
@@ -202,14 +123,12 @@ void AddBracketed(MarkupText& text, const WCHAR* pszText) {
 
 } // namespace
 
-void CCalendarSubview::InitPatterns() { GetPatterns(); }
-
 CCalendarSubview::Moment CCalendarSubview::Now() {
     SYSTEMTIME local;
     GetLocalTime(&local);
     double now = 0;
     SystemTimeToVariantTime(&local, &now);
-    return {now, DayOf(now)};
+    return {now, CalendarDay(now)};
 }
 
 // --- Images -------------------------------------------------------------------------------------------------------
@@ -255,10 +174,10 @@ void CCalendarSubview::SetImagesRight(DWORD bits, WCHAR* pszBuffer, int size, bo
 }
 
 void CCalendarSubview::BuildRight(const DATACALENDAR& item, WCHAR* pszBuffer) const {
-    ShortText due{};
+    CalendarShortText due{};
     WCHAR alarm[80] = {};
     if (const DATATASKS* task = item.m_pTask) {
-        if (m_options[kShowTaskDates] && IsDate(task->m_dtDue)) due = DateText(task->m_dtDue);
+        if (m_options[kShowTaskDates] && IsListDate(task->m_dtDue)) due = CalendarDateText(task->m_dtDue);
         if (m_options[kShowTaskAlarmTime] && task->m_wFlag8)
             FormatTaskAlarms(task->m_dtReminder, item.m_lDay, alarm, static_cast<int>(std::size(alarm)));
     }
@@ -295,7 +214,7 @@ CCalendarSubview::RowLook CCalendarSubview::AppointmentLook(const DATACALENDAR& 
         look.pszBack = m_colors.Text(item.m_nType == kLineJournal  ? kColorJournal
                                      : item.m_lDay == moment.today ? kColorToday
                                                                    : kColorBack);
-    const bool past = item.m_bAllDay ? DayOf(item.m_dtEnd) < moment.today : item.m_dtEnd < moment.now;
+    const bool past = item.m_bAllDay ? CalendarDay(item.m_dtEnd) < moment.today : item.m_dtEnd < moment.now;
     if (past && item.m_nType == kLineAppointment) ApplyPast(look);
     if (colored) look.pszText = Readable(look.pszText, look.pszBack);
     return look;
@@ -312,15 +231,15 @@ void CCalendarSubview::ApplyPast(RowLook& look) const {
 void CCalendarSubview::SetTaskColors(const DATATASKS& task, const WCHAR*& pszBack, const WCHAR*& pszText,
                                      const WCHAR*& pszStyle) const {
     const LONG today = Now().today;
-    const bool dated = IsDate(task.m_dtDue);
+    const bool dated = IsListDate(task.m_dtDue);
     constexpr LONG kHigh = 2, kNormal = 1;
     const struct {
         bool holds;
         TaskLook look;
     } looks[] = {
         {task.m_bCompleted != 0, kTaskCompleted},
-        {dated && DayOf(task.m_dtDue) < today && !task.m_bCompleted, kTaskOverdue},
-        {dated && DayOf(task.m_dtDue) == today && !task.m_bCompleted, kTaskDueToday},
+        {dated && CalendarDay(task.m_dtDue) < today && !task.m_bCompleted, kTaskOverdue},
+        {dated && CalendarDay(task.m_dtDue) == today && !task.m_bCompleted, kTaskDueToday},
         {task.m_nImportance >= kHigh, kTaskHigh},
         {task.m_nImportance < kNormal, kTaskLow},
         {!dated, kTaskUndated},
@@ -355,9 +274,9 @@ int CCalendarSubview::FormatTaskDaysToDue(LONG days, WCHAR* pszBuffer, int size)
 
 int CCalendarSubview::FormatTaskAlarms(double alarm, double day, WCHAR* pszBuffer, int size) const {
     MarkupText text(pszBuffer, static_cast<std::size_t>(size));
-    if (!IsDate(alarm)) return 0;
-    if (DayOf(alarm) != DayOf(day)) text.Add(DateText(alarm).data()).Add(u" ");
-    text.Add(TimeText(alarm).data());
+    if (!IsListDate(alarm)) return 0;
+    if (CalendarDay(alarm) != CalendarDay(day)) text.Add(CalendarDateText(alarm).data()).Add(u" ");
+    text.Add(CalendarTimeText(alarm).data());
     return static_cast<int>(text.Length());
 }
 
@@ -381,18 +300,18 @@ void CCalendarSubview::FormatTimes(const DATACALENDAR& item, DWORD flags, Markup
         text.Add(u" ");
         return;
     }
-    const bool beganBefore = DayOf(item.m_dtStart) != item.m_lDay;
+    const bool beganBefore = CalendarDay(item.m_dtStart) != item.m_lDay;
     const bool goesOn = LastDay(item) > item.m_lDay;
     if (beganBefore)
         AddImage(text, kPictureBegan);
     else
-        text.Format(u"<A=ATIMES>%s</A>", TimeText(item.m_dtStart).data());
+        text.Format(u"<A=ATIMES>%s</A>", CalendarTimeText(item.m_dtStart).data());
     if (goesOn)
         AddImage(text, kPictureGoesOn);
     else if (beganBefore)
-        text.Format(u"<A=ATIMEE>%s</A>", TimeText(item.m_dtEnd).data());
+        text.Format(u"<A=ATIMEE>%s</A>", CalendarTimeText(item.m_dtEnd).data());
     else if (flags & kShowEnd)
-        text.Format(u"-<A=ATIMEE>%s</A>", TimeText(item.m_dtEnd).data());
+        text.Format(u"-<A=ATIMEE>%s</A>", CalendarTimeText(item.m_dtEnd).data());
 }
 
 // A subject that doesn't show as it is can't be edited in the row: what is typed there would take its place.
@@ -411,8 +330,8 @@ void CCalendarSubview::AddTail(const DATACALENDAR& item, const Moment& moment, D
                                MarkupText& row) const {
     if (const DATATASKS* task = item.m_pTask) {
         WCHAR due[64];
-        const bool shown = m_options[kShowTaskDaysToDue] && !task->m_bCompleted && IsDate(task->m_dtDue);
-        FormatTaskDaysToDue(shown ? DayOf(task->m_dtDue) - moment.today : kNoDueDays, due,
+        const bool shown = m_options[kShowTaskDaysToDue] && !task->m_bCompleted && IsListDate(task->m_dtDue);
+        FormatTaskDaysToDue(shown ? CalendarDay(task->m_dtDue) - moment.today : kNoDueDays, due,
                             static_cast<int>(std::size(due)));
         row.Add(due);
         return;
@@ -458,4 +377,12 @@ const WCHAR* CCalendarSubview::BuildWeekItem(const DATACALENDAR& item, int nFont
     AddTail(item, moment, flags, row);
     if (!(flags & kOneLine)) row.Add(right);
     return row.Text();
+}
+
+void CCalendarSubview::FormatWeekItem(const DATACALENDAR& item, CHTMLGrid& grid, WORD column, WORD row,
+                                      int nFontSize, DWORD flags) {
+    constexpr BYTE kGreyEdges = 0, kFineEdges = 5;
+    grid.SetCellSingleLine(column, row, (flags & kOneLine) != 0);
+    grid.SetCellText(column, row, BuildWeekItem(item, nFontSize, flags),
+                     m_options[kClearType] ? kFineEdges : kGreyEdges);
 }

@@ -71,6 +71,7 @@ TEST_F(TimeBar, HalfHoursOfOneItem) {
         {"last of three days, to half past nine: whole hours", {10, 2850}, kFriday + 2, "0-8=BB", "am"},
         {"first day, when the end is late", {10, 3480}, kFriday, "10-13=BB", "am pm"},
         {"a length that can't be", {9, -2147483647}, kFriday, "9=B-", "am"},
+        {"no date", {NAN, 60}, kFriday, "0=BB", "am"},
         {"a number that is no status", {9, 60, 77}, kFriday, "9=BB", "am"},
         {"a number below all", {9, 60, -9}, kFriday, "9=FF", "am"},
     };

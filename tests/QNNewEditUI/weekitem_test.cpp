@@ -1,18 +1,27 @@
 // The row of an item as mark-up, and the settings behind it.
 #include "NorvoTools/globals.h"
 #include "Platform/modules.h"
+#include "Platform/windows.h"
+#include "QNGridCtrl/HTMLGrid.h"
 #include "QNGridCtrl/HTMLParser.h"
 #include "QNGridCtrl/PNGPicture.h"
 #include "QNNewEditUI/MarkupText.h"
 #include "Resources/pictures.h"
 #include "tests/QNNewEditUI/calendarpage.h"
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
 namespace {
 
 using Subview = CCalendarSubview;
+
+std::u16string Repeat(const WCHAR* piece, int times) {
+    std::u16string text;
+    while (times-- > 0) text += piece;
+    return text;
+}
 
 class WeekItem : public CalendarPage {
 protected:
@@ -58,6 +67,7 @@ TEST_F(WeekItem, Times) {
         {"to midnight", {23, 60}, Subview::kShowEnd, "<A=ATIMES>11:00p</A>-<A=ATIMEE>12:00a</A>"},
         {"second and last day", {23 - 24, 840}, 0, "<IMG SRC=234><A=ATIMEE>1:00p</A>"},
         {"a day between", {-1, 2880}, 0, "<IMG SRC=234><IMG SRC=233>"},
+        {"no dates", {NAN, 60}, Subview::kShowEnd, "<IMG SRC=234><IMG SRC=233>"},
         {"no dates that can be", {1e9, 60}, Subview::kShowEnd, "<IMG SRC=234><IMG SRC=233>"},
     };
     for (const auto& test : cases)
@@ -178,6 +188,28 @@ TEST_F(WeekItem, PicturesOfTheLibrary) {
     PlatSetScreen({});
 }
 
+TEST_F(WeekItem, GoesIntoTheGrid) {
+    WNDCLASSW owner{};
+    owner.lpfnWndProc = DefWindowProcW;
+    owner.lpszClassName = u"GridOwner";
+    RegisterClassW(&owner);
+    const HWND parent =
+        CreateWindowExW(0, u"GridOwner", u"", WS_VISIBLE, 0, 0, 240, 320, nullptr, nullptr, nullptr, nullptr);
+    CHTMLGrid grid;
+    ASSERT_TRUE(grid.InitWindow(parent, {0, 0, 240, 320}, false, u"week"));
+    grid.SetDimensions(2, 1);
+    grid.CreateCells();
+    const std::u16string text = u"Paint <red> " + Repeat(u"walls ", 20);
+    for (const WORD row : {0, 1})
+        Page().FormatWeekItem(Item(13, 60, 2, text.c_str()), grid, 0, row, 2,
+                              row ? DWORD{Subview::kOneLine} : 0);
+    WCHAR* const shown = grid.GetCellText(0, 0, true);
+    EXPECT_EQ(Narrow(shown), Narrow(text.c_str()));
+    free(shown);
+    EXPECT_GT(grid.GetRowHeight(0, true), 2 * grid.GetRowHeight(1, true));
+    DestroyWindow(parent);
+}
+
 // --- What users write ---------------------------------------------------------------------------------------------
 
 // The visible texts of a row, joined; "|" for a break.
@@ -191,12 +223,6 @@ std::u16string Visible(const WCHAR* row, bool editableOnly = false) {
             text.append(token.pszText, token.nLength);
         if (token.eType == TOKEN_TAG) text += u'|';
     }
-    return text;
-}
-
-std::u16string Repeat(const WCHAR* piece, int times) {
-    std::u16string text;
-    while (times-- > 0) text += piece;
     return text;
 }
 
