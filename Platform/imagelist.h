@@ -10,7 +10,7 @@
 inline constexpr UINT ILC_COLOR24 = 0x18;
 inline constexpr UINT ILC_COLOR32 = 0x20;
 inline constexpr UINT ILC_MASK = 1;
-// Pixels of one picture; null with error 87 for a side below 1. The kind, the first size and the growth are not looked at.
+// Pixels of one picture; null with error 87 for a side below 1 or over 4,096. The kind, the first size and the growth are not looked at.
 HIMAGELIST ImageList_Create(int width, int height, UINT kind, int initial, int grow);
 BOOL ImageList_Destroy(HIMAGELIST list);
 // -1 where the handle is none, as everywhere below.

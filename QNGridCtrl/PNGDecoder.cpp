@@ -142,7 +142,7 @@ T PaethPredictor(const T& left, const T& above, const T& upperLeft) {
     const T toLeft = size(above - upperLeft), toAbove = size(left - upperLeft),
             toUpperLeft = size(left + above - 2 * upperLeft);
     const T nearest = toAbove <= toUpperLeft ? above : upperLeft;
-    return (toLeft <= toAbove) & (toLeft <= toUpperLeft) ? left : nearest;
+    return ((toLeft <= toAbove) & (toLeft <= toUpperLeft)) ? left : nearest;
 }
 
 // Left of the line stands nothing, which counts as 0.

@@ -102,7 +102,8 @@ int AddCut(ImageList& list, HBITMAP bitmap, F seen) {
                                            static_cast<std::size_t>(left + x)] &
                                     0xFFFFFF;
                 if (seen(left + x, y, color))
-                    part[static_cast<std::size_t>(y * list.width + x)] = 0xFF000000 | color;
+                    part[static_cast<std::size_t>(y) * static_cast<std::size_t>(list.width) +
+                         static_cast<std::size_t>(x)] = 0xFF000000 | color;
             }
         list.images.push_back(CreateBitmap(list.width, list.height, 1, 32, part.data()));
     }
@@ -135,7 +136,8 @@ using namespace plat;
 
 HIMAGELIST ImageList_Create(int width, int height, UINT, int, int) {
     HostCall call;
-    if (width < 1 || height < 1) {
+    constexpr int kLargestSide = 4096;
+    if (width < 1 || height < 1 || width > kLargestSide || height > kLargestSide) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }

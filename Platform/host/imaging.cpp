@@ -61,7 +61,8 @@ HBITMAP FlatBitmap(std::string_view file, COLORREF ground) {
     const BYTE below[] = {static_cast<BYTE>(ground >> 16), static_cast<BYTE>(ground >> 8),
                           static_cast<BYTE>(ground)};
     std::vector<BYTE> rows;
-    const auto rowBytes = static_cast<std::size_t>(image.width * 3 + image.width % 2);
+    const auto width = static_cast<std::size_t>(image.width);
+    const std::size_t rowBytes = width * 3 + width % 2;
     rows.reserve(rowBytes * static_cast<std::size_t>(image.height));
     const BYTE* pixel = image.pixels.data();
     for (int y = 0; y < image.height; ++y) {
