@@ -45,10 +45,11 @@ GlyphCache& Cache() {
 // The channels of two pixels, 16 bits each.
 typedef std::uint16_t Lanes __attribute__((vector_size(16)));
 typedef std::uint8_t Channels __attribute__((vector_size(8)));
+typedef std::uint64_t Halves __attribute__((vector_size(16)));
 
-Lanes LanesOf(const Pixel* two) {
+Lanes LanesOf(std::uint64_t two) {
     Channels channels;
-    std::memcpy(&channels, two, sizeof channels);
+    std::memcpy(&channels, &two, sizeof channels);
     return __builtin_convertvector(channels, Lanes);
 }
 
@@ -62,23 +63,31 @@ constexpr std::array<std::array<std::uint16_t, 4>, 256> kParts = [] {
     return parts;
 }();
 
-// Both pixels at `row`, and nothing behind them.
-void PaintTwo(Pixel* row, std::uint8_t first, std::uint8_t second, Lanes color) {
-    Lanes part;
-    std::memcpy(&part, &kParts[first], 8);
-    std::memcpy(reinterpret_cast<char*>(&part) + 8, &kParts[second], 8);
-    const Lanes mixed = (LanesOf(row) * (256 - part) + color * part) >> 8;
-    const Channels channels = __builtin_convertvector(mixed, Channels);
-    std::memcpy(row, &channels, sizeof channels);
+// Two pixels with a coverage each. Nothing goes through memory in parts: the machine would wait for it.
+std::uint64_t Mixed(std::uint64_t two, std::uint8_t first, std::uint8_t second, Lanes color) {
+    std::uint64_t one = 0, other = 0;
+    std::memcpy(&one, &kParts[first], sizeof one);
+    std::memcpy(&other, &kParts[second], sizeof other);
+    const Lanes part = reinterpret_cast<Lanes>(Halves{one, other});
+    const Channels mixed =
+        __builtin_convertvector((LanesOf(two) * (256 - part) + color * part) >> 8, Channels);
+    std::memcpy(&two, &mixed, sizeof two);
+    return two;
 }
 
 void PaintRow(Pixel* row, const std::uint8_t* coverage, int count, Lanes color) {
+    std::uint64_t two = 0;
     int i = 0;
-    for (; i + 1 < count; i += 2) PaintTwo(row + i, coverage[i], coverage[i + 1], color);
+    for (; i + 1 < count; i += 2) {
+        std::memcpy(&two, row + i, sizeof two);
+        two = Mixed(two, coverage[i], coverage[i + 1], color);
+        std::memcpy(row + i, &two, sizeof two);
+    }
     if (i == count) return;
-    Pixel last[2] = {row[i], 0};
-    PaintTwo(last, coverage[i], 0, color);
-    row[i] = last[0];
+    two = 0;
+    std::memcpy(&two, row + i, sizeof(Pixel));
+    two = Mixed(two, coverage[i], 0, color);
+    std::memcpy(row + i, &two, sizeof(Pixel));
 }
 
 void PaintGlyph(Surface& surface, const RECT& part, const StandingGlyph& standing, Lanes color) {
@@ -100,8 +109,7 @@ void PaintGlyph(Surface& surface, const RECT& part, const StandingGlyph& standin
 void PaintGlyphs(GdiContext& context, const RECT& clip, const std::vector<StandingGlyph>& glyphs,
                  Pixel color) {
     Surface& surface = context.Pixels();
-    const Pixel both[2] = {color, color};
-    const Lanes lanes = LanesOf(both);
+    const Lanes lanes = LanesOf(std::uint64_t{color} << 32 | color);
     context.Paintable().ForEach([&](const RECT& visible) {
         const RECT part = Intersection(visible, clip);
         if (part.left >= part.right || part.top >= part.bottom) return;
