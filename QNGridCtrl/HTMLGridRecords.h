@@ -1,8 +1,9 @@
 // What a grid and its owner, the parent window, say to each other.
 //
-// Messages (GRIDM_) are sent with wParam 0 and a record in lParam unless told otherwise; notifications (GRIDN_) are
-// WM_NOTIFY, with the grid's id in wParam. Texts in a record belong to its sender; a text that the owner hands over is
-// parsed at once, so that it may be freed or used again at the next message.
+// Messages (GRIDM_) are sent with wParam 0 and a tagNM_GRIDVIEW in lParam unless told otherwise, those of an object's
+// drag (2028 to 2032) with a tagGRIDDRAG, and wParam the window under it. Notifications (GRIDN_) are WM_NOTIFY, with the
+// grid's id in wParam. Texts in a record belong to its sender; a text that the owner hands over is parsed at once, so
+// that it may be freed or used again at the next message.
 #pragma once
 
 #include "QNGridCtrl/HTMLGridCells.h"
@@ -17,15 +18,14 @@ inline constexpr UINT GRIDM_FLOATER_TO =
     2025; // may it go there from the cell wParam? 0 no; 2 in its column; 1 in its row; else both
 inline constexpr UINT GRIDM_FLOATER_TEXT = 2026;  // pszText: the mark-up of the floater dwData; null: none
 inline constexpr UINT GRIDM_FLOATER_MOVED = 2027; // its drag is over
-inline constexpr UINT GRIDM_DROP_QUERY =
-    2028; // to the window under a drag: would it accept? All of a drag: tagGRIDDRAG, wParam that window
-inline constexpr UINT GRIDM_DROP_ALLOWED = 2029; // to the owner: is that target allowed?
-inline constexpr UINT GRIDM_DROP = 2030;         // dropped
-inline constexpr UINT GRIDM_DRAG_BEGIN = 2031;   // may a drag begin?
-inline constexpr UINT GRIDM_DRAG_TIP = 2032;     // text of the drag's tip
-inline constexpr UINT GRIDM_DRAG_IMAGES = 2033;  // the image list of the drag
-inline constexpr UINT GRIDM_EDIT_BEGIN = 2034;   // tagNM_GRIDVIEW: may this cell be edited?
-inline constexpr UINT GRIDM_EDIT_END = 2035;     // tagNM_GRIDVIEW: the new text and its length
+inline constexpr UINT GRIDM_DROP_QUERY = 2028;    // to the window under a drag: would it accept?
+inline constexpr UINT GRIDM_DROP_ALLOWED = 2029;  // to the owner: is that target allowed?
+inline constexpr UINT GRIDM_DROP = 2030;          // dropped; wParam null: nowhere that accepts
+inline constexpr UINT GRIDM_DRAG_BEGIN = 2031;    // may a drag begin?
+inline constexpr UINT GRIDM_DRAG_TIP = 2032;      // pszTip: text of the drag's tip; 1: none
+inline constexpr UINT GRIDM_DRAG_IMAGES = 2033;   // an image list, the grid's from then on; dwData the index
+inline constexpr UINT GRIDM_EDIT_BEGIN = 2034;    // tagNM_GRIDVIEW: may this cell be edited?
+inline constexpr UINT GRIDM_EDIT_END = 2035;      // tagNM_GRIDVIEW: the new text and its length
 inline constexpr UINT GRIDM_SCROLL_DOWN =
     2036; // of the grid to itself: the distance in the low half of lParam
 inline constexpr UINT GRIDM_SCROLL_UP = 2037;
@@ -35,16 +35,17 @@ inline constexpr UINT GRIDM_SCROLLED = 2044; // posted: wParam 1 vertical, 0 hor
 inline constexpr UINT GRIDM_KEY_SELECTED = 2045; // arrow keys moved the selection
 inline constexpr UINT GRIDM_SWIPE_LEFT = 2054;
 inline constexpr UINT GRIDM_SWIPE_RIGHT = 2055;
-inline constexpr UINT GRIDM_HOLD_QUERY = 0xFFFFFFCE; // -50: is there a menu for a press that is held?
+inline constexpr UINT GRIDM_HOLD_QUERY =
+    0xFFFFFFCE; // -50: wParam the grid; 0: there is a menu for a press that is held
 inline constexpr UINT GRIDM_SWATCH =
     2048; // wParam the grid, lParam the number behind the letter: answers a bitmap
 
 inline constexpr UINT GRIDN_HOT_SPOT_PRESS = 2046;
 inline constexpr UINT GRIDN_HOT_SPOT = 1125;       // activated
 inline constexpr UINT GRIDN_TEST_HOT_SPOTS = 2047; // pressed on a cell that has some: shall they be tested?
-inline constexpr UINT GRIDN_KEY_HELD = 2049;
-inline constexpr UINT GRIDN_HOLD = 1000;               // pressed and held: the context menu
-inline constexpr UINT GRIDN_CLICK = 0xFFFFFFFE;        // -2; to the grid itself, then to the owner
+inline constexpr UINT GRIDN_KEY_HELD = 2049;       // x the arrow key, dwData one of GRID_HELD_
+inline constexpr UINT GRIDN_HOLD = 1000;           // pressed and held: the context menu
+inline constexpr UINT GRIDN_CLICK = 0xFFFFFFFE;    // -2; to the grid itself, then to the owner
 inline constexpr UINT GRIDN_TAP_SELECTED = 0xFFFFFFF3; // -13: tapped, which changed the selection
 inline constexpr UINT GRIDN_TAP = 0xFFFFFF8E;          // -114: tapped what was selected
 
