@@ -6,6 +6,8 @@
 #include "Platform/locale.h"
 #include "Platform/strings.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr WCHAR kViewKey[] = u"Software\\Norvo\\Quillonary\\CAV";
