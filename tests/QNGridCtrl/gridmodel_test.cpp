@@ -1,8 +1,9 @@
 // A grid and its owner: what is asked for, measured, estimated, selected, and where it lies. Text is 6 pixels a
 // character and 14 high; a row without more has 15.
 #include "QNGridCtrl/HTMLGrid.h"
-#include "tests/support/device.h"
+#include "tests/support/devicefiles.h"
 #include "tests/support/narrow.h"
+#include "tests/support/pngmaker.h"
 
 #include <cstdlib>
 #include <functional>
@@ -66,7 +67,7 @@ private:
     std::u16string m_last;
 };
 
-class Grid : public DeviceTest {
+class Grid : public DeviceFilesTest {
 protected:
     Grid() {
         PlatUseFixedWidthText(true);
@@ -298,6 +299,30 @@ TEST_F(Grid, ASwatchIsMadeOnceAndForgottenEverywhere) {
     EXPECT_FALSE(grid.FindCell(0, 0)->Floaters.begin()->second->Text.Tokens()[0].pImage);
     BITMAP gone{};
     EXPECT_EQ(GetObjectW(m_owner->m_swatch, sizeof gone, &gone), 0);
+}
+
+TEST_F(Grid, FilesOfTheResourcesRootAreLoadedOnce) {
+    const auto put = [this](const char* file, DWORD width, DWORD height) {
+        const PNGBytes png = MakePNG({.width = width, .height = height});
+        Put(file, {reinterpret_cast<const char*>(png.data()), png.size()});
+    };
+    put("icons/a.png", 3, 5);
+    put("other/c.png", 7, 1);
+    const char bmp[] = "BM\x3E\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0\2\0\0\0\1\0\0\0\1\0\x18\0" // two pixels
+                       "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0abcdef\0";
+    Put("icons/b.bmp", {bmp, sizeof bmp});
+    CHTMLGrid& grid = Make(200, 300, 2, 1);
+    grid.SetResourcesRootPath(u"\\icons");
+    EXPECT_EQ(std::u16string(grid.GetResourcesRootPath()), u"\\icons\\");
+    grid.SetCellText(0, 0, u"<IMG SRC=a.png><IMG SRC=\"\\other\\c.png\"><IMG SRC=b.bmp><IMG SRC=none.png>");
+    std::string sizes;
+    for (const HTMLTOKEN& token : grid.FindCell(0, 0)->Tokens())
+        sizes +=
+            std::to_string(token.pImage->GetWidth()) + "x" + std::to_string(token.pImage->GetHeight()) + " ";
+    EXPECT_EQ(sizes, "3x5 7x1 2x1 ");
+    Put("icons/a.png", "");
+    grid.SetCellText(0, 1, u"<IMG SRC=a.png>");
+    EXPECT_EQ(grid.FindCell(0, 1)->Tokens()[0].pImage, grid.FindCell(0, 0)->Tokens()[0].pImage);
 }
 
 // --- Places -------------------------------------------------------------------------------------------------------
