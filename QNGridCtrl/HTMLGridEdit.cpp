@@ -129,12 +129,12 @@ void CHTMLGrid::EndEdit(bool bKeep) {
     if (!m_hEdit || std::exchange(m_Edit.ending, true)) return;
     const std::u16string text = EditedText(m_hEdit);
     const WORD col = m_Edit.col, row = m_Edit.row;
-    const HWND focus = GetFocus();
-    const bool taken = focus && focus != m_hEdit && focus != m_hWnd; // by who makes it end
+    const HWND focus = GetFocus(), self = m_hWnd;
+    const bool taken = focus && focus != m_hEdit && focus != self; // by who makes it end
     ::DestroyWindow(m_hEdit);
-    SHSipPreference(m_hWnd, SIP_DOWN);
-    if (!taken) SetFocus();
-    if (!bKeep) return;
+    SHSipPreference(self, SIP_DOWN);
+    if (!taken) ::SetFocus(self);
+    if (!bKeep || !::IsWindow(self)) return;
     tagNM_GRIDVIEW view = ViewOf(col, row, GRIDM_EDIT_END);
     view.pszText = text.c_str();
     view.dwData = static_cast<DWORD>(text.size());

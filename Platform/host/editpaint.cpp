@@ -176,8 +176,8 @@ void EditControl::Paint(HDC hdc) {
     const HGDIOBJ former = SelectObject(hdc, m_hFont ? m_hFont : GetStockObject(SYSTEM_FONT));
     FillRect(hdc, &client, PrepareColors(hdc));
     SetBkMode(hdc, TRANSPARENT);
-    for (int row = m_nTopRow; row < m_Layout.RowCount() && TopOf(row) < client.bottom; ++row)
-        PaintRow(hdc, row, TopOf(row));
+    const int endRow = std::min(m_nTopRow + VisibleRows(), m_Layout.RowCount()); // none is cut
+    for (int row = m_nTopRow; row < endRow; ++row) PaintRow(hdc, row, TopOf(row));
     if (m_bCaretOn) PaintCaret(hdc);
     SelectObject(hdc, former);
 }
