@@ -507,7 +507,8 @@ protected:
     WORD m_wUpdateRow = GRID_NONE;
     WORD m_wUpdateCol = GRID_NONE;
     HTMLGridView m_Painted; // at the last paint
-    RECT m_rcUpdated{};     // what is painted now
+    RECT m_rcUpdated{};     // what is painted now, and the clip of the pane that is
+    HRGN m_hPaneClip = nullptr;
     HBITMAP m_hSlideBitmap = nullptr;
 
     // --- Scrolling

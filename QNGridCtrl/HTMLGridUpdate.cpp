@@ -1,0 +1,171 @@
+// Paints that bring the retained picture up to date where something has changed: another selection, another place, one
+// cell. Where that can't be told, all is painted.
+#include "QNGridCtrl/HTMLGrid.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+// Where a row or column begins or ends in the client area; those that scroll stop at the fixed ones.
+int EdgeOf(const HTMLGridAxis& axis, int edge, bool isFixed, int fixedSize, int scroll) {
+    const int before = axis.Before(std::min(edge, axis.Count()));
+    return isFixed ? before : std::max(before - scroll + fixedSize, fixedSize);
+}
+
+// Moves what is in a rectangle, up or left for positive distances, and gives the part that has nothing of it now.
+RECT Shift(HDC hdc, const RECT& rect, int dx, int dy) {
+    const int width = rect.right - rect.left - std::abs(dx), height = rect.bottom - rect.top - std::abs(dy);
+    BitBlt(hdc, rect.left + std::max(-dx, 0), rect.top + std::max(-dy, 0), width, height, hdc,
+           rect.left + std::max(dx, 0), rect.top + std::max(dy, 0), SRCCOPY);
+    RECT bare = rect;
+    if (dx > 0) bare.left = rect.right - dx;
+    if (dx < 0) bare.right = rect.left - dx;
+    if (dy > 0) bare.top = rect.bottom - dy;
+    if (dy < 0) bare.bottom = rect.top - dy;
+    return bare;
+}
+
+// What of `outer` isn't in `inner`, in up to four bands: above, below, left, right.
+struct Bands {
+    std::array<HTMLGridSelection, 4> band;
+    int count = 0;
+
+    void Add(int left, int top, int right, int bottom) {
+        if (left > right || top > bottom) return;
+        band[static_cast<std::size_t>(count++)] = {static_cast<WORD>(left), static_cast<WORD>(top),
+                                                   static_cast<WORD>(right), static_cast<WORD>(bottom)};
+    }
+};
+
+Bands Cep(const HTMLGridSelection& outer, const HTMLGridSelection& inner) {
+    Bands bands;
+    if (outer.IsEmpty()) return bands;
+    const int left = std::max(outer.left, inner.left), right = std::min(outer.right, inner.right);
+    const int top = std::max(outer.top, inner.top), bottom = std::min(outer.bottom, inner.bottom);
+    if (inner.IsEmpty() || left > right || top > bottom) {
+        bands.Add(outer.left, outer.top, outer.right, outer.bottom);
+        return bands;
+    }
+    bands.Add(outer.left, outer.top, outer.right, top - 1);
+    bands.Add(outer.left, bottom + 1, outer.right, outer.bottom);
+    bands.Add(outer.left, top, left - 1, bottom);
+    bands.Add(right + 1, top, outer.right, bottom);
+    return bands;
+}
+
+} // namespace
+
+// --- What has moved -----------------------------------------------------------------------------------------------
+
+HTMLGridView CHTMLGrid::View() const {
+    HTMLGridView view;
+    if (!IsFloaterSelected()) view.selection = m_Selection;
+    view.floater = m_pCurFloater;
+    view.fixed = {GetFixedColsWidth(), GetFixedRowsHeight()};
+    const int cols = m_Cols.Count(), rows = m_Rows.Count();
+    if (m_wFixedCols >= cols || m_wFixedRows >= rows) return view;
+    const int x = m_nLeftPixel, y = m_nTopPixel + m_nOverscroll;
+    const RECT client = Client();
+    view.cells.left = static_cast<WORD>(std::clamp<int>(m_Cols.At(x), m_wFixedCols, cols - 1));
+    view.cells.top = static_cast<WORD>(std::clamp<int>(m_Rows.At(y), m_wFixedRows, rows - 1));
+    view.cells.right = static_cast<WORD>(
+        std::clamp<int>(m_Cols.At(x + client.right - view.fixed.cx), view.cells.left, cols - 1));
+    view.cells.bottom = static_cast<WORD>(
+        std::clamp<int>(m_Rows.At(y + client.bottom - view.fixed.cy), view.cells.top, rows - 1));
+    view.place = {m_Cols.Before(view.cells.left) - x, m_Rows.Before(view.cells.top) - y,
+                  m_Cols.Before(view.cells.right + 1) - x, m_Rows.Before(view.cells.bottom + 1) - y};
+    return view;
+}
+
+// How far the cells in view have moved up and left since the last paint; false when they have changed in other ways, as
+// rows of a virtual grid do that turn out to have another height.
+bool CHTMLGrid::MovedBy(SIZE& moved) const {
+    const HTMLGridSelection& cells = m_Painted.cells;
+    if (cells.IsEmpty() || cells.bottom >= GetRowCount() || cells.right >= GetColCount()) return false;
+    if (m_Painted.fixed.cx != GetFixedColsWidth() || m_Painted.fixed.cy != GetFixedRowsHeight()) return false;
+    const int x = m_nLeftPixel, y = m_nTopPixel + m_nOverscroll;
+    const RECT& former = m_Painted.place;
+    moved = {former.left - (m_Cols.Before(cells.left) - x), former.top - (m_Rows.Before(cells.top) - y)};
+    return former.right - (m_Cols.Before(cells.right + 1) - x) == moved.cx &&
+           former.bottom - (m_Rows.Before(cells.bottom + 1) - y) == moved.cy;
+}
+
+// Whether a picture that is shifted so far is what a paint would give. A shaded ground stays where it is, the dots of a
+// focus frame go by their place, and what an owner or a wide cell paints may begin at the edge of the client area.
+bool CHTMLGrid::MayShift(SIZE moved) const {
+    const RECT client = Client();
+    if (std::abs(moved.cx) >= client.right - GetFixedColsWidth() ||
+        std::abs(moved.cy) >= client.bottom - GetFixedRowsHeight())
+        return false;
+    if (HasGradientGround(m_crBack) || IsLinkNavigationActive()) return false;
+    if (m_Floaters.Count() > 0 && (m_bVirtual || (m_pCurFloater && !m_bFloaterTextOn))) return false;
+    return moved.cx == 0 || (!m_pfnDraw && !m_pfnFixedDraw && !HasWideCells());
+}
+
+bool CHTMLGrid::HasWideCells() const {
+    const HTMLGridSelection view = View().cells;
+    const int rows = std::min<int>(view.bottom, GetRowCount() - 1);
+    const auto isWide = [this](int row, int col) {
+        const tagCELLINFO* cell = m_Cells.Find(static_cast<WORD>(col), static_cast<WORD>(row));
+        return cell && cell->rcMargins.right < 0;
+    };
+    for (int row = 0; row <= rows;
+         row == m_wFixedRows - 1 ? row = std::max<int>(view.top, m_wFixedRows) : ++row)
+        for (int col = 0; col < GetColCount(); ++col)
+            if (isWide(row, col)) return true;
+    return false;
+}
+
+// Where cells are seen, as one rectangle.
+RECT CHTMLGrid::RangeRect(const HTMLGridSelection& range) const {
+    const int width = GetFixedColsWidth(), height = GetFixedRowsHeight(), y = m_nTopPixel + m_nOverscroll;
+    return {EdgeOf(m_Cols, range.left, range.left < m_wFixedCols, width, m_nLeftPixel),
+            EdgeOf(m_Rows, range.top, range.top < m_wFixedRows, height, y),
+            EdgeOf(m_Cols, range.right + 1, range.right < m_wFixedCols, width, m_nLeftPixel),
+            EdgeOf(m_Rows, range.bottom + 1, range.bottom < m_wFixedRows, height, y)};
+}
+
+bool CHTMLGrid::IsCellUpdated(WORD col, WORD row) const {
+    if (col >= GetColCount() || row >= GetRowCount()) return false;
+    const RECT cell = RangeRect({col, row, col, row});
+    RECT part;
+    return IntersectRect(&part, &cell, &m_rcUpdated);
+}
+
+// --- Paints -------------------------------------------------------------------------------------------------------
+
+void CHTMLGrid::UpdateSelection(HDC hdc) {
+    const HTMLGridView now = View();
+    SIZE moved;
+    m_bBufferValid &= MovedBy(moved) && moved.cx == 0 && moved.cy == 0 && now.floater == m_Painted.floater;
+    if (!m_bBufferValid) return UpdateScreen(hdc);
+    for (const Bands& bands :
+         {Cep(m_Painted.selection, now.selection), Cep(now.selection, m_Painted.selection)})
+        for (int i = 0; i < bands.count; ++i)
+            PaintPart(hdc, RangeRect(bands.band[static_cast<std::size_t>(i)]));
+}
+
+// The fixed rows keep their height and the fixed columns their place; each direction bares a strip.
+void CHTMLGrid::UpdateScrolled(HDC hdc) {
+    const HTMLGridView now = View();
+    SIZE moved;
+    const bool same = now.selection == m_Painted.selection && now.floater == m_Painted.floater;
+    m_bBufferValid &= same && MovedBy(moved) && MayShift(moved);
+    if (!m_bBufferValid) return UpdateScreen(hdc);
+    RECT rows = Client(), cols = rows;
+    rows.top = GetFixedRowsHeight();
+    cols.left = GetFixedColsWidth();
+    const RECT bareRows = moved.cy ? Shift(hdc, rows, 0, moved.cy) : RECT{};
+    const RECT bareCols = moved.cx ? Shift(hdc, cols, moved.cx, 0) : RECT{};
+    if (moved.cy) PaintPart(hdc, bareRows);
+    if (moved.cx) PaintPart(hdc, bareCols);
+}
+
+void CHTMLGrid::UpdateCell(HDC hdc) {
+    SIZE moved;
+    m_bBufferValid &= MovedBy(moved) && moved.cx == 0 && moved.cy == 0;
+    if (!m_bBufferValid) return UpdateScreen(hdc);
+    if (m_wUpdateCol >= GetColCount() || m_wUpdateRow >= GetRowCount()) return;
+    PaintPart(hdc, RangeRect({m_wUpdateCol, m_wUpdateRow, m_wUpdateCol, m_wUpdateRow}));
+}
