@@ -19,5 +19,7 @@ int ExportCommand(const Words& words);
 // The screen that is drawn on is settled before the library reads it.
 void PrepareMarkUp(const Words& words);
 int MarkUpCommand(const Words& words);
+void PreparePage(const Words& words);
+int PageCommand(const Words& words);
 
 } // namespace qn

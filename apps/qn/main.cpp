@@ -108,6 +108,13 @@ constexpr Command kCommands[] = {
      "  The text is as wide as N pixels, 240 at 96 dots an inch unless told otherwise; --line doesn't wrap "
      "it.\n",
      &qn::PrepareMarkUp},
+    {"page", &qn::PageCommand,
+     "qn page day|week|agenda [--date DATE] [--size WIDTHxHEIGHT] [--dpi N] [--category NAME]... [--png "
+     "FILE]\n"
+     "  Draws a page of the calendar into a picture, day.png, week.png or agenda.png unless told otherwise, "
+     "of 480x640\n"
+     "  pixels. DATE as for agenda, today unless told otherwise.\n",
+     &qn::PreparePage},
 };
 
 void PrintHelp() {
@@ -120,7 +127,8 @@ void PrintHelp() {
               "  delete    take items out\n"
               "  get, set  the settings\n"
               "  export    write iCalendar\n"
-              "  mark-up   draw a text of mark-up\n\n"
+              "  mark-up   draw a text of mark-up\n"
+              "  page      draw a page of the calendar\n\n"
               "`qn COMMAND --help` tells more.\n"
               "The device folder is DIR, else $QN_DEVICE, else ~/.local/share/quillonary.\n"
               "TZ and the locale variables are the device's zone and locale.\n"

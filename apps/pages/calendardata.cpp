@@ -1,0 +1,119 @@
+#include "apps/pages/calendardata.h"
+
+#include "Platform/strings.h"
+#include "Platform/windows.h"
+#include "apps/qn/support.h"
+
+#include <algorithm>
+
+namespace qn {
+
+namespace {
+
+constexpr const WCHAR* kClass = u"qn:calendar data";
+constexpr ULONG_PTR kChangeTimer = 1;
+constexpr UINT kChangeWait = 50; // milliseconds: changes come in bundles
+
+} // namespace
+
+CalendarData::CalendarData(std::function<void()> changed) : m_changed(std::move(changed)) {
+    WNDCLASSW cls{};
+    cls.lpfnWndProc = &CalendarData::Procedure;
+    cls.lpszClassName = kClass;
+    RegisterClassW(&cls);
+    m_window = CreateWindowExW(0, kClass, u"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    if (!m_window) throw Failure("no window for the calendar thread");
+    SetWindowLongW(m_window, GWL_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    for (auto& thread : m_threads) {
+        thread = std::make_unique<CCalendarThread>();
+        thread->m_hClientWnd = m_window;
+    }
+    Watch();
+}
+
+CalendarData::~CalendarData() {
+    for (auto& thread : m_threads) thread->Stop(true);
+    if (m_watched) m_watched->Close();
+    DestroyWindow(m_window);
+}
+
+void CalendarData::Watch() {
+    m_watched = std::make_unique<CeDb>();
+    if (m_watched->MountVolumeEDB(u"\\pim.vol", false))
+        m_watched->Open(u"Appointments Database", 0, 0, m_window);
+}
+
+void CalendarData::Load(LONG first, LONG last) {
+    m_first = first;
+    m_last = last;
+    Reload();
+}
+
+void CalendarData::Reload() {
+    m_again = m_loading;
+    if (!m_loading) Start();
+}
+
+void CalendarData::Start() {
+    CCalendarThread& thread = *m_threads[1 - m_shown];
+    const SYSTEMTIME first = ToSystemTime(m_first);
+    const SYSTEMTIME last = ToSystemTime(m_last);
+    thread.SetRestrict(&first, &last, true);
+    ChooseCategories(thread);
+    m_loadingFirst = m_first;
+    m_loadingLast = m_last;
+    m_loading = true; // Start may be false for a run that is over already: its message tells
+    thread.Start();
+}
+
+void CalendarData::ChooseCategories(CCalendarThread& thread) const {
+    CCategoryFilterInfo* filter = nullptr;
+    thread.GetCategoryRestrict(filter);
+    filter->m_list.Clear();
+    CFullCategoryList all(0, PTRLIST_DELETE);
+    GetFullCategoryInfo(all, true);
+    for (const CFullCategory* category : all)
+        if (std::ranges::any_of(m_categories, [&](const std::u16string& name) {
+                return _wcsicmp(category->m_szName, name.c_str()) == 0;
+            }))
+            filter->m_list.Add(category->Copy());
+}
+
+void CalendarData::Finished() {
+    if (!m_loading) return;
+    m_loading = false;
+    m_shown = 1 - m_shown;
+    m_shownFirst = m_loadingFirst;
+    m_shownLast = m_loadingLast;
+    m_lines.clear();
+    for (const DATACALENDAR* line : m_threads[m_shown]->GetList())
+        if (!line->IsHeader()) m_lines.push_back(line);
+    m_changed();
+    if (std::exchange(m_again, false)) Start();
+}
+
+void CalendarData::Wait() {
+    MSG message;
+    while (m_loading && GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+}
+
+LRESULT CalendarData::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+    case kMsgThreadFinished:
+        return Finished(), 0;
+    case WM_DBNOTIFICATION:
+        return SetTimer(m_window, kChangeTimer, kChangeWait, nullptr), 0;
+    case WM_TIMER:
+        KillTimer(m_window, kChangeTimer);
+        return m_last >= m_first ? Reload() : void(), 0;
+    default:
+        return DefWindowProcW(m_window, message, wParam, lParam);
+    }
+}
+
+LRESULT CalendarData::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    auto* data = reinterpret_cast<CalendarData*>(GetWindowLongW(window, GWL_USERDATA));
+    return data ? data->OnMessage(message, wParam, lParam) : DefWindowProcW(window, message, wParam, lParam);
+}
+
+} // namespace qn

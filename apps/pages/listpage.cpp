@@ -1,0 +1,146 @@
+#include "apps/pages/listpage.h"
+
+#include "apps/pages/pagetext.h"
+#include "apps/qn/support.h"
+
+#include <algorithm>
+
+namespace qn {
+
+namespace {
+
+constexpr int kRowHeight = 24; // pixels at 96 dots an inch
+constexpr COLORREF kHeadingGround = 0xF6EEE8;
+constexpr COLORREF kTodayGround = 0x996633; // that of the bars
+
+} // namespace
+
+void ListPage::SetUpGrid() {
+    m_grid.SetMinRowHeight(static_cast<WORD>(Scaled(kRowHeight)));
+    m_grid.SetCellOwnerDrawProc(&ListPage::DrawCell, nullptr);
+}
+
+void ListPage::Fill(bool sameDay) {
+    const DayRange range = RangeOf(m_day);
+    m_firstDay = range.first;
+    m_rows.clear();
+    std::size_t next = 0;
+    const auto& lines = m_data->Lines();
+    while (next < lines.size() && lines[next]->m_lDay < range.first) ++next;
+    for (LONG day = range.first; day <= range.last; ++day) {
+        const bool empty = next >= lines.size() || lines[next]->m_lDay != day;
+        if (!empty || ShowsEmptyDays()) m_rows.push_back({day, kNoLine});
+        for (; next < lines.size() && lines[next]->m_lDay == day; ++next) m_rows.push_back({day, next});
+    }
+    FillBars();
+    m_topRow = sameDay ? m_grid.GetTopRow() : WORD{0};
+    m_grid.DestroyCells();
+    m_grid.SetShowVLines(false);
+    m_grid.SetShowHLines(true);
+    m_grid.SetRowSelect(true);
+    m_grid.SetDimensions(static_cast<DWORD>(std::max<std::size_t>(m_rows.size(), 1)), 1);
+}
+
+void ListPage::Scroll() { m_grid.SetTopRow(m_topRow); }
+
+void ListPage::FillBars() {
+    m_bars.clear();
+    if (BarWidth(100) == 0) return;
+    const DayRange range = RangeOf(m_day);
+    for (LONG day = range.first; day <= range.last; ++day) {
+        CDataMonth bar;
+        static_cast<SYSTEMTIME&>(bar) = ToSystemTime(day);
+        m_bars.push_back(bar);
+    }
+    for (const DATACALENDAR* line : m_data->Lines())
+        if (line->m_lDay >= range.first && line->m_lDay <= range.last)
+            m_view.SetupBarDataStruct(m_bars[static_cast<std::size_t>(line->m_lDay - range.first)], *line,
+                                      line->m_lDay, false);
+}
+
+LRESULT ListPage::OnCellRequest(tagNM_GRIDCELL& cell) {
+    const auto number = static_cast<WORD>(cell.hdr.idFrom >> 16);
+    const Row* row = RowAt(number);
+    cell.rcMargins = {Scaled(6), Scaled(3), Scaled(6), Scaled(3)};
+    cell.dwData = number;
+    if (!row)
+        m_text = u"<BODY BGCOLOR=#FFFFFF><P CENTER><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" +
+                 std::u16string(kQuietText) + u">" + EmptyText();
+    else if (row->line == kNoLine)
+        m_text = HeadingText(row->day);
+    else if (const DATACALENDAR* line = LineOf(row->line))
+        m_text = m_view.BuildWeekItem(*line, 2, CCalendarSubview::kShowEnd | CCalendarSubview::kShowLocation);
+    cell.pszText = m_text.c_str();
+    return 1;
+}
+
+int ListPage::DrawCell(tagDRAWITEMSTRUCT& item, tagCELLINFO&) {
+    return static_cast<ListPage*>(static_cast<PageGrid*>(item.pGrid)->page)->DrawHeading(item);
+}
+
+// The bar of the hours stands at the right of the heading.
+int ListPage::DrawHeading(const tagDRAWITEMSTRUCT& item) const {
+    const Row* row = RowAt(static_cast<WORD>(item.itemID >> 16));
+    if (!row || row->line != kNoLine || (item.itemState & GRID_ITEM_SELECTED)) return GRID_DRAW_ALL;
+    const HBRUSH ground =
+        CreateSolidBrush(row->day == static_cast<LONG>(Today()) ? kTodayGround : kHeadingGround);
+    FillRect(item.hDC, &item.rcItem, ground);
+    DeleteObject(ground);
+    const int width = BarWidth(item.rcItem.right - item.rcItem.left);
+    const auto index = static_cast<std::size_t>(row->day - m_firstDay);
+    if (width > 0 && index < m_bars.size()) {
+        const RECT bar{item.rcItem.right - width - Scaled(6), item.rcItem.top + Scaled(4),
+                       item.rcItem.right - Scaled(6), item.rcItem.bottom - Scaled(5)};
+        CCalendarSubview::OwnerDrawCellFullRowTimeBar(m_view, CCalendarSubview::kBarFull, m_bars[index],
+                                                      item.hDC, bar, nullptr);
+    }
+    return GRID_DRAW_LINES_TEXT;
+}
+
+void ListPage::Tapped(const tagNM_GRIDVIEW& view) {
+    const Row* row = RowAt(view.wRow);
+    if (!row) return;
+    if (row->line == kNoLine) return m_host.OpenDay(row->day);
+    if (const DATACALENDAR* line = LineOf(row->line)) m_host.OpenItem(*line);
+}
+
+// --- The week -----------------------------------------------------------------------------------------------------
+
+DayRange WeekPage::RangeOf(LONG day) const {
+    const LONG first = WeekStart(day);
+    return {first, first + 6};
+}
+
+std::u16string WeekPage::Title(LONG day, bool narrow) const {
+    const DayRange range = RangeOf(day);
+    const bool oneMonth = DateText(range.first, u"MMM") == DateText(range.last, u"MMM");
+    return DateText(range.first, oneMonth ? u"d" : u"d MMM") + u" - " +
+           DateText(range.last, narrow ? u"d MMM" : u"d MMM yyyy");
+}
+
+namespace {
+
+std::u16string Heading(LONG day, const std::u16string& text) {
+    const bool today = day == static_cast<LONG>(Today());
+    return u"<BODY BGCOLOR=" + std::u16string(today ? kBarColor : kActiveColor) +
+           u"><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + (today ? kBarText : u"#000000") + u"><B>" +
+           Escaped(text) + u"</B>";
+}
+
+} // namespace
+
+std::u16string WeekPage::HeadingText(LONG day) const { return Heading(day, DateText(day, u"ddd d MMM")); }
+
+// --- The agenda ---------------------------------------------------------------------------------------------------
+
+std::u16string AgendaPage::Title(LONG day, bool narrow) const {
+    return narrow ? u"From " + DateText(day, u"d MMM") : u"Agenda from " + DateText(day, u"d MMMM yyyy");
+}
+
+std::u16string AgendaPage::HeadingText(LONG day) const {
+    const LONG ahead = day - static_cast<LONG>(Today());
+    const bool near = ahead >= -1 && ahead < 7;
+    return Heading(day, NearDay(day) + (near ? u", " + DateText(day, u"d MMMM") : u""));
+}
+
+} // namespace qn

@@ -1,0 +1,82 @@
+#include "apps/pages/pagetext.h"
+
+#include "NorvoTools/globals.h"
+#include "NorvoUI/hidpi.h"
+#include "Platform/clock.h"
+#include "Platform/locale.h"
+#include "Platform/memory.h"
+#include "Platform/strings.h"
+#include "QNNewEditUI/MarkupText.h"
+#include "apps/qn/support.h"
+
+#include <cmath>
+
+namespace qn {
+
+int Scaled(int pixels) { return ScalePx(g_HIDPI_LogPixelsX, pixels); }
+
+std::u16string DateText(LONG day, const WCHAR* picture) {
+    WCHAR text[128] = {};
+    const SYSTEMTIME date = ToSystemTime(day);
+    GetDateFormatW(LOCALE_USER_DEFAULT, picture ? 0 : DATE_SHORTDATE, &date, picture, text, 128);
+    return text;
+}
+
+std::u16string LongDate(LONG day) {
+    WCHAR text[128] = {};
+    const SYSTEMTIME date = ToSystemTime(day);
+    GetDateFormatW(LOCALE_USER_DEFAULT, DATE_LONGDATE, &date, nullptr, text, 128);
+    return text;
+}
+
+std::u16string NearDay(LONG day) {
+    const LONG ahead = day - static_cast<LONG>(Today());
+    if (ahead == 0) return u"Today";
+    if (ahead == 1) return u"Tomorrow";
+    if (ahead == -1) return u"Yesterday";
+    return ahead > 0 && ahead < 7 ? DateText(day, u"dddd") : DateText(day, u"ddd ") + DateText(day, nullptr);
+}
+
+std::u16string TimeText(DATE moment) {
+    WCHAR text[64] = {};
+    const SYSTEMTIME time = ToSystemTime(moment);
+    GetTimeFormatW(LOCALE_USER_DEFAULT, TIME_NOSECONDS, &time, nullptr, text, 64);
+    return text;
+}
+
+std::u16string Escaped(std::u16string_view text) {
+    constexpr std::size_t kMost = 4000;
+    std::u16string buffer(kMost, u'\0');
+    MarkupText markup(buffer.data(), buffer.size());
+    markup.AddUserText(text, kMost - 1);
+    buffer.resize(markup.Length());
+    return buffer;
+}
+
+std::u16string WhenText(const DATACALENDAR& line) {
+    const auto first = static_cast<LONG>(std::floor(line.m_dtStart));
+    const auto last = static_cast<LONG>(std::floor(line.m_dtEnd));
+    if (line.m_bAllDay) {
+        const bool longer = line.m_dtEnd - line.m_dtStart > 1;
+        return LongDate(first) + (longer ? u" - " + LongDate(last) : u"") + u", all day";
+    }
+    std::u16string text = LongDate(first) + u", " + TimeText(line.m_dtStart);
+    if (line.m_dtEnd <= line.m_dtStart) return text;
+    return text + u" - " + (last != first ? LongDate(last) + u", " : u"") + TimeText(line.m_dtEnd);
+}
+
+// 30 December 1899 was a Saturday.
+int Weekday(LONG day) { return static_cast<int>(((day + 5) % 7 + 7) % 7); }
+
+LONG WeekStart(LONG day) {
+    WCHAR text[8] = {};
+    GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_IFIRSTDAYOFWEEK, text, 8);
+    const int first = text[0] >= u'0' && text[0] <= u'6' ? text[0] - u'0' : 0;
+    return day - (Weekday(day) - first + 7) % 7;
+}
+
+std::u16string_view TextOf(BSTR text) {
+    return text ? std::u16string_view(text, SysStringLen(text)) : std::u16string_view();
+}
+
+} // namespace qn

@@ -1,0 +1,73 @@
+// qnshell: the window of the suite.
+#include "Platform/present.h"
+#include "QNTools/QNTools.h"
+#include "apps/qn/options.h"
+#include "apps/qn/support.h"
+#include "apps/qnshell/shell.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+// What the library brings up goes down, whatever happens between.
+struct Library {
+    Library() { InitQNTools(nullptr, true); }
+    ~Library() { UnInitQNTools(); }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+};
+
+struct Presentation {
+    explicit Presentation(const qn::ShellState& state) {
+        PlatWindow window;
+        window.title = "Quillonary";
+        window.width = state.width;
+        window.height = state.height;
+        if (!PlatStartPresenting(window)) throw qn::Failure("there is no display");
+    }
+    ~Presentation() { PlatStopPresenting(); }
+    Presentation(const Presentation&) = delete;
+    Presentation& operator=(const Presentation&) = delete;
+};
+
+constexpr qn::OptionRule kRules[] = {{"--date", true}, {"--help", false}};
+
+constexpr const char* kHelp = "usage: qnshell [--date DATE]\n"
+                              "  The calendar of the device folder $QN_DEVICE, else "
+                              "~/.local/share/quillonary, in a window, today's or another\n"
+                              "  day's: 2026-11-21, tomorrow, +3, or as your locale writes it.\n"
+                              "  Arrows left and right turn the page, T goes to today, Ctrl+1 to 3 are day, "
+                              "week and agenda, Ctrl+F chooses\n"
+                              "  categories, Enter opens an item, Escape goes back, Ctrl+Q leaves.\n";
+
+int Run(const std::vector<std::string>& words) {
+    const qn::Options options("qnshell", words, kRules);
+    if (options.Has("--help")) return std::fputs(kHelp, stdout), qn::kExitDone;
+    const auto day = qn::ParseDay(options.Get("--date", "today"));
+    if (!day || !options.Rest().empty()) throw qn::Failure(kHelp, qn::kExitBroken);
+    const qn::ShellState state = qn::ShellState::Read();
+    const Presentation presentation(state);
+    const Library library;
+    qn::Shell shell;
+    if (!shell.Open(state, static_cast<LONG>(*day))) throw qn::Failure("no window");
+    PlatPresentWindow(shell.GetHWnd());
+    MSG message{};
+    while (GetMessageW(&message, nullptr, 0, 0) > 0)
+        if (!shell.TakeKey(message)) DispatchMessageW(&message);
+    return static_cast<int>(message.wParam);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run({argv + 1, argv + argc});
+    } catch (const qn::Failure& failure) {
+        std::fprintf(stderr, "qnshell: %s\n", failure.what());
+        return failure.Code();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "qnshell: %s\n", error.what());
+        return qn::kExitFailed;
+    }
+}

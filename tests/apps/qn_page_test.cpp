@@ -1,0 +1,51 @@
+// qn page: pictures of the calendar's pages, compared with each other; what is refused.
+#include "tests/apps/qn_run.h"
+
+namespace {
+
+class Page : public QnTest {
+protected:
+    // The bytes of a picture of a day that is neither today nor near it, so that nothing in it moves.
+    std::string Draw(const std::string& page, std::vector<std::string> more = {}) const {
+        more.insert(more.begin(), {"page", page, "--date", "2031-03-05", "--png", "page.png"});
+        const Ran ran = Qn(more);
+        EXPECT_EQ(ran.code, 0) << ran.err;
+        return Read("page.png");
+    }
+};
+
+TEST_F(Page, ShowsWhatTheStoreHolds) {
+    const auto event = [](const std::string& uid, const std::string& times, const std::string& category) {
+        return Event(uid, times + "\r\nSUMMARY:Talk\r\nCATEGORIES:" + category);
+    };
+    for (const std::string page : {"day", "week", "agenda"}) {
+        m_device = m_folder + "/" + page;
+        const std::string empty = Draw(page);
+        EXPECT_TRUE(Draw(page) == empty) << page << " is drawn the same twice";
+        ASSERT_EQ(Import(event("1", "DTSTART:20310305T090000Z\r\nDTEND:20310305T100000Z", "Work")).code, 0);
+        const std::string one = Draw(page);
+        EXPECT_FALSE(one == empty) << page;
+        ASSERT_EQ(Import(event("2", "DTSTART;VALUE=DATE:20310305", "Home")).code, 0);
+        EXPECT_FALSE(Draw(page) == one) << page << " shows all-day items";
+        EXPECT_TRUE(Draw(page, {"--category", "Work"}) == one) << page << " leaves other categories out";
+    }
+}
+
+TEST_F(Page, WhatCantBeDoneIsTold) {
+    const struct {
+        std::vector<std::string> words;
+        int code;
+    } cases[] = {
+        {{"page"}, 2},
+        {{"page", "month"}, 2},
+        {{"page", "day", "week"}, 2},
+        {{"page", "day", "--date", "2026-02-30"}, 2},
+        {{"page", "day", "--size", "480"}, 2},
+        {{"page", "day", "--size", "0x10"}, 2},
+        {{"page", "day", "--size", "99999x99999"}, 1},
+        {{"page", "day", "--png", "no/such/day.png"}, 1},
+    };
+    for (const auto& one : cases) EXPECT_EQ(Qn(one.words).code, one.code) << one.words.back();
+}
+
+} // namespace
