@@ -77,8 +77,8 @@ bool CHTMLGrid::PressFloater(POINT point) {
 // Selects at once, not at the release: that is what one sees first.
 void CHTMLGrid::PressCell(bool bShift) {
     const WORD col = m_Press.col, row = m_Press.row;
-    const bool stretch =
-        bShift && m_bMultiSelect && m_wAnchorRow < GetRowCount() && m_wAnchorCol < GetColCount();
+    const bool stretch = bShift && m_bMultiSelect && m_wCurRow < GetRowCount();
+    if (stretch) BeginExtension();
     if (std::exchange(m_pCurFloater, nullptr)) Repaint();
     m_Press.known = IsCellSelected(col, row);
     const bool current = col == m_Press.formerCol && row == m_Press.formerRow;
@@ -249,7 +249,8 @@ void CHTMLGrid::TouchHorizontally(LONG dx, DWORD elapsed) {
 
 bool CHTMLGrid::IsRubberBand(POINT point) {
     if (m_Press.rubberBand) return true;
-    if (!m_bMultiSelect || m_bTouchScrolling || !IsPlainPress() || m_Press.row == GRID_NONE) return false;
+    const bool onCell = m_Press.row != GRID_NONE && !m_Press.floater;
+    if (!m_bMultiSelect || m_bTouchScrolling || !IsPlainPress() || !onCell) return false;
     const SIZE way = Way(m_Press.down, point);
     if (m_bDragAllowed)
         m_Press.rubberBand = way.cx >= kRubberBandWidth || way.cy > m_wMinRowHeight;

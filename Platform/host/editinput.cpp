@@ -42,6 +42,9 @@ std::optional<LRESULT> EditControl::HandleInput(UINT message, WPARAM wParam, LPA
         Release();
         if (message == WM_CANCELMODE) return std::nullopt;
         return 0;
+    case WM_CAPTURECHANGED:
+        m_bPressed = m_bCaptured = false;
+        return 0;
     case WM_VSCROLL:
     case WM_HSCROLL:
         Scroll(LOWORD(wParam), message == WM_VSCROLL);

@@ -398,7 +398,10 @@ TEST_F(EditTest, ACaptureFromBeforeStays) {
     Point(Down, 1);
     Point(Up, 1);
     EXPECT_EQ(GetCapture(), m_field);
+    Point(Down, 2);
     ReleaseCapture();
+    Point(Move, 4);
+    EXPECT_EQ(State(), u"te|xt") << "the drag is over";
 }
 
 // --- Looks --------------------------------------------------------------------------------------------------------

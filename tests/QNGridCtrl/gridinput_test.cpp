@@ -309,6 +309,7 @@ TEST_F(GridFloaterDrag, StaysWhole) {
 
 TEST_F(GridFloaterDrag, OffItsBarItIsTapped) {
     MakeFloater();
+    grid->SetMultiSelect(true);
     Tap(12, 28);
     EXPECT_EQ(Log(), "spot party 0,1\n");
     Down(80, 45);
@@ -316,6 +317,7 @@ TEST_F(GridFloaterDrag, OffItsBarItIsTapped) {
     Up(80, 45);
     EXPECT_EQ(Place(), "0,1");
     EXPECT_TRUE(grid->IsFloaterSelected());
+    EXPECT_EQ(Selected(), "0,1") << "it draws no selection";
     EXPECT_EQ(Log(), "tap 0,2\n");
 }
 

@@ -58,6 +58,11 @@ TEST_F(GridKeys, ShiftStretches) {
     EXPECT_EQ(Selected(), "2,1");
     Shift(VK_LEFT);
     EXPECT_EQ(Selected(), "1,1-2,1");
+    Key(VK_DOWN);
+    PlatKey(VK_SHIFT, true);
+    Tap(10, 65);
+    PlatKey(VK_SHIFT, false);
+    EXPECT_EQ(Selected(), "0,2-1,3") << "a press goes on from there";
 }
 
 TEST_F(GridKeys, OtherModesScroll) {
