@@ -216,6 +216,7 @@ void CHTMLGrid::RequestCellUpdate(WORD col, WORD row) {
 }
 
 void CHTMLGrid::DestroyBitmapBuffer() {
+    if (m_hBuffer) DeleteDC(std::exchange(m_hBuffer, nullptr));
     if (m_hBackBitmap) DeleteObject(std::exchange(m_hBackBitmap, nullptr));
     m_bBufferValid = false;
 }

@@ -506,9 +506,10 @@ protected:
     UpdateKind m_eUpdateKind = UPDATE_ALL;
     WORD m_wUpdateRow = GRID_NONE;
     WORD m_wUpdateCol = GRID_NONE;
-    HTMLGridView m_Painted; // at the last paint
-    RECT m_rcUpdated{};     // what is painted now, and the clip of the pane that is
-    HRGN m_hPaneClip = nullptr;
+    HTMLGridView m_Painted;  // at the last paint
+    HDC m_hBuffer = nullptr; // the context that has it selected, kept for the next step of a scroll
+    RECT m_rcUpdated{};      // what is painted now, and what of it lies in the pane at work
+    RECT m_rcPane{};
     HBITMAP m_hSlideBitmap = nullptr;
 
     // --- Scrolling
@@ -541,10 +542,11 @@ private:
 
     // --- Painting (HTMLGridPaint.cpp, HTMLGridUpdate.cpp, HTMLGridFloaterPaint.cpp)
     RECT Client() const;
-    bool HoldBuffer(HDC hdc);
+    bool HoldBuffer();
     void PaintBuffer(HDC hdc);
     bool PrepareBuffer();
-    void CopyOut(HDC hdc, HDC buffer) const;
+    void CopyOut(HDC hdc) const;
+    void ClipToPane(HDC hdc) const;
     void UpdateScreen(HDC hdc);
     void UpdateSelection(HDC hdc);
     void UpdateScrolled(HDC hdc);

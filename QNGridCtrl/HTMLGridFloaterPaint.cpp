@@ -101,5 +101,5 @@ void CHTMLGrid::DrawFloaterBody(HDC hdc, tagFLOATERINFO& floater, const RECT& bo
     IntersectClipRect(hdc, text.left, text.top, text.right, text.bottom);
     DrawHTML(hdc, text, 0, floater.Text, &floater.HotSpots, current ? HTML_SELECTED : 0,
              current ? m_crSelText : HTML_NO_COLOR, false);
-    SelectClipRgn(hdc, m_hPaneClip);
+    ClipToPane(hdc);
 }

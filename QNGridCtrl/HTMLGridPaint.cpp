@@ -3,7 +3,6 @@
 #include "QNGridCtrl/gradients.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace {
 
@@ -35,29 +34,27 @@ LRESULT CHTMLGrid::OnPaint(bool& handled) {
     PAINTSTRUCT paint;
     const HDC hdc = BeginPaint(&paint);
     if (!hdc) return 0;
-    const HDC buffer = CreateCompatibleDC(hdc);
-    const bool held = HoldBuffer(hdc);
+    const bool held = HoldBuffer();
     if (held) {
-        const HGDIOBJ former = SelectObject(buffer, m_hBackBitmap);
-        PaintBuffer(buffer);
-        CopyOut(hdc, buffer);
-        SelectObject(buffer, former);
+        PaintBuffer(m_hBuffer);
+        CopyOut(hdc);
     }
-    DeleteDC(buffer);
     EndPaint(&paint);
     if (held && m_pfnCustomPaint) m_pfnCustomPaint(nullptr);
     return 0;
 }
 
 // False without memory, or without a client area.
-bool CHTMLGrid::HoldBuffer(HDC hdc) {
+bool CHTMLGrid::HoldBuffer() {
     if (m_hBackBitmap) return true;
     const RECT client = Client();
-    if (IsRectEmpty(&client)) return false;
-    m_hBackBitmap = CreateCompatibleBitmap(hdc, client.right, client.bottom);
+    m_hBuffer = IsRectEmpty(&client) ? nullptr : CreateCompatibleDC(nullptr);
+    if (m_hBuffer) m_hBackBitmap = CreateCompatibleBitmap(m_hBuffer, client.right, client.bottom);
+    if (!m_hBackBitmap) return DestroyBitmapBuffer(), false;
+    SelectObject(m_hBuffer, m_hBackBitmap);
     m_eUpdateKind = UPDATE_ALL;
     m_bBufferValid = false;
-    return m_hBackBitmap != nullptr;
+    return true;
 }
 
 void CHTMLGrid::PaintBuffer(HDC hdc) {
@@ -83,24 +80,18 @@ void CHTMLGrid::PaintBuffer(HDC hdc) {
 
 // Brings the picture up to date without showing it.
 bool CHTMLGrid::PrepareBuffer() {
-    const HDC buffer = CreateCompatibleDC(nullptr);
-    const bool held = HoldBuffer(buffer);
-    if (held) {
-        const HGDIOBJ former = SelectObject(buffer, m_hBackBitmap);
-        PaintBuffer(buffer);
-        SelectObject(buffer, former);
-        if (m_pfnCustomPaint) m_pfnCustomPaint(nullptr);
-    }
-    DeleteDC(buffer);
-    return held;
+    if (!HoldBuffer()) return false;
+    PaintBuffer(m_hBuffer);
+    if (m_pfnCustomPaint) m_pfnCustomPaint(nullptr);
+    return true;
 }
 
-void CHTMLGrid::CopyOut(HDC hdc, HDC buffer) const {
+void CHTMLGrid::CopyOut(HDC hdc) const {
     const RECT client = Client();
     RECT box{}, part;
     const bool simple = GetClipBox(hdc, &box) == SIMPLEREGION && IntersectRect(&part, &box, &client);
     if (!simple) part = client;
-    BitBlt(hdc, part.left, part.top, part.right - part.left, part.bottom - part.top, buffer, part.left,
+    BitBlt(hdc, part.left, part.top, part.right - part.left, part.bottom - part.top, m_hBuffer, part.left,
            part.top, SRCCOPY);
 }
 
@@ -125,19 +116,21 @@ std::array<HTMLGridPane, 4> CHTMLGrid::Panes() const {
              {{x, y, client.right, client.bottom}, m_wFixedRows, rows, m_wFixedCols, cols, {dx, dy}, true}}};
 }
 
+void CHTMLGrid::ClipToPane(HDC hdc) const {
+    SelectClipRgn(hdc, nullptr);
+    IntersectClipRect(hdc, m_rcPane.left, m_rcPane.top, m_rcPane.right, m_rcPane.bottom);
+}
+
 // What comes out is what a paint of the whole would give there.
 void CHTMLGrid::PaintPart(HDC hdc, const RECT& part) {
     m_rcUpdated = part;
     for (const HTMLGridPane& pane : Panes()) {
-        RECT box;
-        if (!IntersectRect(&box, &pane.rect, &part)) continue;
-        m_hPaneClip = CreateRectRgn(box.left, box.top, box.right, box.bottom);
-        SelectClipRgn(hdc, m_hPaneClip);
-        DrawBackground(hdc, box);
-        PaintPane(hdc, pane, box);
-        SelectClipRgn(hdc, nullptr);
-        DeleteObject(std::exchange(m_hPaneClip, nullptr));
+        if (!IntersectRect(&m_rcPane, &pane.rect, &part)) continue;
+        ClipToPane(hdc);
+        DrawBackground(hdc, m_rcPane);
+        PaintPane(hdc, pane, m_rcPane);
     }
+    SelectClipRgn(hdc, nullptr);
     m_rcUpdated = {};
 }
 
@@ -206,7 +199,7 @@ void CHTMLGrid::OnCellDraw(HDC hdc, WORD row, WORD col, const RECT& rect) {
     IntersectClipRect(hdc, box.left, box.top, box.right, box.bottom);
     DrawHTML(hdc, text, cell->wWrapIndent, *cell, &cell->HotSpots, state, m_crSelText,
              cell->bSingleLine != 0);
-    SelectClipRgn(hdc, m_hPaneClip);
+    ClipToPane(hdc);
 }
 
 void CHTMLGrid::DrawNoCell(HDC hdc, WORD row, WORD col, RECT rect) const {
