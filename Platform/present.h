@@ -27,7 +27,8 @@ struct PlatWindow {
 // False when there is no display, or one is shown already.
 bool PlatStartPresenting(const PlatWindow& window);
 // The top-level window that follows the size of the real one, hears WM_CLOSE when the person closes that, and gives it
-// its title. It belongs to the calling thread. Null: none any more.
+// its title. It belongs to the calling thread; what it has painted by now is the first that the person sees. Null: none
+// any more.
 void PlatPresentWindow(HWND top);
 // Takes messages out and dispatches them, shown or not; gives the number of PostQuitMessage.
 int PlatRunMessages();

@@ -70,6 +70,7 @@ void CalendarData::ChooseCategories(CCalendarThread& thread) const {
     CCategoryFilterInfo* filter = nullptr;
     thread.GetCategoryRestrict(filter);
     filter->m_list.Clear();
+    if (m_categories.empty()) return;
     CFullCategoryList all(0, PTRLIST_DELETE);
     GetFullCategoryInfo(all, true);
     for (const CFullCategory* category : all)

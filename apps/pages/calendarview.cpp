@@ -190,6 +190,9 @@ bool CalendarView::Key(WPARAM key) {
         return !card && (Turn(-1), true);
     case VK_RIGHT:
         return !card && (Turn(1), true);
+    case VK_UP:
+    case VK_DOWN:
+        return !card && Page().BeginSelection();
     case 'T':
         return !card && (GoTo(m_kind, static_cast<LONG>(Today())), true);
     default:

@@ -90,6 +90,7 @@ void DayPage::Fill(bool sameDay) {
     FillAllDay();
     FillHours();
     AddAppointments();
+    if (!sameDay) m_grid.EmptySelection();
     m_scrolled = sameDay ? scrolled : -1;
 }
 

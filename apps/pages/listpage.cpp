@@ -22,6 +22,8 @@ void ListPage::SetUpGrid() {
 
 void ListPage::Fill(bool sameDay) {
     const DayRange range = RangeOf(m_day);
+    const Row* selected = sameDay ? RowAt(m_grid.GetRow()) : nullptr;
+    m_selected = selected ? std::optional(*selected) : std::nullopt;
     m_firstDay = range.first;
     m_rows.clear();
     std::size_t next = 0;
@@ -29,8 +31,9 @@ void ListPage::Fill(bool sameDay) {
     while (next < lines.size() && lines[next]->m_lDay < range.first) ++next;
     for (LONG day = range.first; day <= range.last; ++day) {
         const bool empty = next >= lines.size() || lines[next]->m_lDay != day;
-        if (!empty || ShowsEmptyDays()) m_rows.push_back({day, kNoLine});
-        for (; next < lines.size() && lines[next]->m_lDay == day; ++next) m_rows.push_back({day, next});
+        if (!empty || ShowsEmptyDays()) m_rows.push_back({day, kNoLine, 0});
+        for (; next < lines.size() && lines[next]->m_lDay == day; ++next)
+            m_rows.push_back({day, next, lines[next]->m_oid});
     }
     FillBars();
     m_topRow = sameDay ? m_grid.GetTopRow() : WORD{0};
@@ -41,7 +44,16 @@ void ListPage::Fill(bool sameDay) {
     m_grid.SetDimensions(static_cast<DWORD>(std::max<std::size_t>(m_rows.size(), 1)), 1);
 }
 
-void ListPage::Scroll() { m_grid.SetTopRow(m_topRow); }
+void ListPage::Scroll() {
+    const auto found =
+        m_selected ? std::ranges::find_if(m_rows, [&](const Row& row) { return row.IsSame(*m_selected); })
+                   : m_rows.end();
+    if (found == m_rows.end())
+        m_grid.EmptySelection();
+    else
+        m_grid.SetRow(static_cast<WORD>(found - m_rows.begin()));
+    m_grid.SetTopRow(m_topRow);
+}
 
 void ListPage::FillBars() {
     m_bars.clear();

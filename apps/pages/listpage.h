@@ -4,6 +4,8 @@
 
 #include "apps/pages/page.h"
 
+#include <optional>
+
 namespace qn {
 
 class ListPage : public CalendarPage {
@@ -15,6 +17,8 @@ protected:
     struct Row {
         LONG day;
         std::size_t line; // kNoLine: the heading of the day
+        DWORD oid;        // of the line's item
+        bool IsSame(const Row& other) const { return day == other.day && oid == other.oid; }
     };
     virtual bool ShowsEmptyDays() const = 0;
     virtual std::u16string EmptyText() const { return u""; }
@@ -36,7 +40,9 @@ private:
     std::vector<Row> m_rows;
     std::vector<CDataMonth> m_bars; // from the first day on
     LONG m_firstDay = 0;
+    // What stood at the top and what was selected before the list was built anew.
     WORD m_topRow = 0;
+    std::optional<Row> m_selected;
     std::u16string m_text; // lent to the grid
 };
 

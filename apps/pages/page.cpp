@@ -34,6 +34,13 @@ void CalendarPage::Show(const CalendarData& data, LONG day) {
     Scroll();
 }
 
+bool CalendarPage::BeginSelection() {
+    if (m_grid.GetRow() != GRID_NONE || m_grid.GetRowCount() == 0) return false;
+    const WORD row = m_grid.GetTopRow();
+    const auto col = static_cast<WORD>(m_grid.GetColCount() - 1);
+    return m_grid.SetSelection(col, row, col, row);
+}
+
 LRESULT CalendarPage::OnSize(WPARAM type, int cx, int cy, bool& handled) {
     m_grid.MoveWindow(0, 0, cx, cy);
     return CeWnd::OnSize(type, cx, cy, handled);

@@ -46,6 +46,8 @@ public:
     // Builds the grid anew from the lines; what was scrolled and selected stays while the day is the same.
     void Show(const CalendarData& data, LONG day);
     void TakeFocus() { m_grid.SetFocus(); }
+    // For arrow keys: when nothing is selected, what stands at the top is from now on. False when something was.
+    bool BeginSelection();
 
 protected:
     virtual bool IsVirtual() const = 0;

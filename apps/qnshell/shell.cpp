@@ -81,6 +81,7 @@ bool Shell::Open(const ShellState& state, LONG day) {
     Arrange();
     ShowWindow(SW_SHOW);
     m_calendar.TakeFocus();
+    RedrawWindow(nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN); // complete when it is seen first
     return true;
 }
 

@@ -92,7 +92,6 @@ bool Presentation::Start(const PlatWindow& window) {
     PlatEnableGestures(true);
     PlatSetClipboardProvider(this);
     PlatSetPresenter(this);
-    m_thread.Painted(); // what was painted before was told to nobody
     return true;
 }
 
@@ -115,6 +114,7 @@ void Presentation::SetTop(HWND top) {
         m_thread.Post([name = Narrow(title)](SdlWindow& window) { window.SetTitle(name.c_str()); });
     const PlatScreen screen = PlatGetScreen();
     FollowSize(screen.width, screen.height);
+    m_thread.Painted(); // what was painted so far was told to nobody
 }
 
 // A keyboard on the screen comes and goes; with a real one nothing changes.
