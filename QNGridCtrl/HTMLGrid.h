@@ -554,7 +554,6 @@ private:
     HTMLGridView View() const;
     bool MovedBy(SIZE& moved) const;
     bool MayShift(SIZE moved) const;
-    bool HasWideCells() const;
     RECT RangeRect(const HTMLGridSelection& range) const;
     void PaintPart(HDC hdc, const RECT& part);
     std::array<HTMLGridPane, 4> Panes() const;

@@ -92,7 +92,7 @@ bool CHTMLGrid::MovedBy(SIZE& moved) const {
 }
 
 // Whether a picture that is shifted so far is what a paint would give. A shaded ground stays where it is, the dots of a
-// focus frame go by their place, and what an owner or a wide cell paints may begin at the edge of the client area.
+// focus frame go by their place, and what an owner paints may begin at the edge of the client area.
 bool CHTMLGrid::MayShift(SIZE moved) const {
     const RECT client = Client();
     if (std::abs(moved.cx) >= client.right - GetFixedColsWidth() ||
@@ -100,21 +100,7 @@ bool CHTMLGrid::MayShift(SIZE moved) const {
         return false;
     if (HasGradientGround(m_crBack) || IsLinkNavigationActive()) return false;
     if (m_Floaters.Count() > 0 && (m_bVirtual || (m_pCurFloater && !m_bFloaterTextOn))) return false;
-    return moved.cx == 0 || (!m_pfnDraw && !m_pfnFixedDraw && !HasWideCells());
-}
-
-bool CHTMLGrid::HasWideCells() const {
-    const HTMLGridSelection view = View().cells;
-    const int rows = std::min<int>(view.bottom, GetRowCount() - 1);
-    const auto isWide = [this](int row, int col) {
-        const tagCELLINFO* cell = m_Cells.Find(static_cast<WORD>(col), static_cast<WORD>(row));
-        return cell && cell->rcMargins.right < 0;
-    };
-    for (int row = 0; row <= rows;
-         row == m_wFixedRows - 1 ? row = std::max<int>(view.top, m_wFixedRows) : ++row)
-        for (int col = 0; col < GetColCount(); ++col)
-            if (isWide(row, col)) return true;
-    return false;
+    return moved.cx == 0 || (!m_pfnDraw && !m_pfnFixedDraw);
 }
 
 // Where cells are seen, as one rectangle.

@@ -108,7 +108,18 @@ TEST_F(GridPaint, APartIsPaintedAsTheWholeIs) {
              for (WORD row = 0; row < 40; ++row) g.FindCell(1, row)->rcMargins.left = 9;
          }},
         {"shaded ground", false, [](OpenGrid&, GridOwner&) { CHTMLGrid::SetGradientDrawSupported(true); }},
-        {"links", false, [](OpenGrid& g, GridOwner&) { g.SetLinkNavigationMode(LINK_NAVIGATION_ALWAYS); }},
+        {"links with the focus", false,
+         [](OpenGrid& g, GridOwner&) {
+             g.SetLinkNavigationMode(LINK_NAVIGATION_ALWAYS);
+             g.SetRowSelect(true);
+             g.SetMultiSelect(true);
+             for (WORD row = 0; row < 40; ++row) {
+                 g.SetCellText(2, row, u"<A=\"x\">link</A>");
+                 g.FindCell(2, row)->SetNavigatable(true);
+                 g.FindCell(2, row)->OnNavigationButton(VK_RIGHT);
+             }
+             g.SetSelection(0, 0, 0, 39);
+         }},
         {"rows of a virtual grid", true, [](OpenGrid& g, GridOwner&) { g.SetMultiSelect(true); }},
         {"few rows", false, [](OpenGrid& g, GridOwner&) { g.SetDimensions(4, 6); }},
     };
