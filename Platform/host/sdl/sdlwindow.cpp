@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace plat {
 namespace {
@@ -22,6 +23,13 @@ void SetHints() {
     SDL_SetHint(SDL_HINT_APP_NAME, "QNTools");
 }
 
+// Under X11 pictures go to the server through shared memory; trying out a graphics driver instead would take tens of
+// megabytes and as many milliseconds.
+void KeepToMemory() {
+    const char* const driver = SDL_GetCurrentVideoDriver();
+    if (driver && std::strcmp(driver, "x11") == 0) SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+}
+
 // No larger than the display has room for.
 SIZE FitToDisplay(int width, int height) {
     SDL_Rect room{};
@@ -36,6 +44,7 @@ SIZE FitToDisplay(int width, int height) {
 bool SdlWindow::Open(const char* title, int width, int height) {
     SetHints();
     if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) return false;
+    KeepToMemory();
     const SIZE size = FitToDisplay(width, height);
     m_window.reset(SDL_CreateWindow(title, SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, size.cx, size.cy,
                                     SDL_WINDOW_HIDDEN | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI));
