@@ -3,7 +3,7 @@
 # usage: cmake -P cmake/tidy.cmake
 set(top ${CMAKE_CURRENT_LIST_DIR}/..)
 set(stamps ${top}/build/tidy)
-execute_process(COMMAND pkg-config --cflags-only-I cairo freetype2 harfbuzz fontconfig OUTPUT_VARIABLE includes
+execute_process(COMMAND pkg-config --cflags-only-I cairo freetype2 harfbuzz fontconfig gdk-pixbuf-2.0 sdl2 OUTPUT_VARIABLE includes
                 OUTPUT_STRIP_TRAILING_WHITESPACE)
 separate_arguments(includes)
 set(flags -std=c++20 ${includes} -I${top} -DQN_BUILDING -DQN_VERSION="0" -Wno-unknown-warning-option)

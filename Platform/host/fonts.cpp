@@ -175,7 +175,8 @@ private:
         const ShapedText& shaped = Shaped(painting.text);
         for (const ShapedCluster& cluster : shaped.clusters) {
             for (int i = 0; i < cluster.glyphs; ++i) {
-                const ShapedGlyph& glyph = shaped.glyphs[static_cast<std::size_t>(cluster.firstGlyph + i)];
+                const ShapedGlyph& glyph =
+                    shaped.glyphs[static_cast<std::size_t>(cluster.firstGlyph) + static_cast<std::size_t>(i)];
                 stand.Add(m_faces->At(glyph.face), glyph.glyph, glyph.x, glyph.y);
             }
             int width = cluster.width;

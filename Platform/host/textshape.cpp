@@ -1,6 +1,7 @@
 #include "Platform/host/textshape.h"
 
 #include <algorithm>
+#include <array>
 #include <unicode/ubidi.h>
 #include <unicode/uscript.h>
 
@@ -48,7 +49,8 @@ public:
         for (std::int32_t i = 0; U_SUCCESS(error) && i < runs; ++i) {
             std::int32_t start = 0, count = 0;
             const bool fromRight = ubidi_getVisualRun(bidi.get(), i, &start, &count) == UBIDI_RTL;
-            Direction(static_cast<std::size_t>(start), static_cast<std::size_t>(start + count), fromRight);
+            Direction(static_cast<std::size_t>(start),
+                      static_cast<std::size_t>(start) + static_cast<std::size_t>(count), fromRight);
         }
         return std::move(m_shaped);
     }

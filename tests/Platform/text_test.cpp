@@ -133,12 +133,13 @@ const Text kPlainTexts[] = {
     u"e\u0301 a\u0308\u0323b n\u0303 x\u0301\u0302y",
     u"\u0395\u03BB\u03BB\u03B7\u03BD\u03B9\u03BA\u03AC \u041F\u0440\u0438\u0432\u0435\u0442",
     u"\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8 \uD55C\uAD6D\uC5B4",
-    u"\U0001F600 \U0001F382x\u2764\uFE0F \U0001F468\u200D\U0001F469 \U00020000",
+    u"\U0001F600 \U0001F382x\u2764\uFE0F \U0001F468\U0001F469 \U00020000",
     u"\u05E9\u05B8\u05DC\u05D5\u05DD (abc) 12 \u05D8\u05E7\u05E1\u05D8",
     {u'a', 0xD83D, u'b', 0xDE00, u'c', 0xD83D},
     {u'\t', 1, u'x', 0x7F, u'\n', 0xAD, u'y', 0x200B, u'z', 0, u'!'},
 };
 const Text kJoiningTexts[] = {
+    u"ab \U0001F468\u200D\U0001F469 cd",
     u"\u0645\u0631\u062D\u0628\u0627 \u0628\u0627\u0644\u0639\u0627\u0644\u0645 (2026) abc \u0644\u0627",
     u"\u0939\u093F\u0928\u094D\u0926\u0940 \u0E44\u0E17\u0E22",
 };

@@ -32,7 +32,7 @@ void SdlThread::Stop() {
     m_thread.join();
 }
 
-void SdlThread::Run(std::promise<std::optional<Opened>>& opened, std::string title, SIZE wanted) {
+void SdlThread::Run(std::promise<std::optional<Opened>>& opened, const std::string& title, SIZE wanted) {
     const auto result = Open(title, wanted);
     opened.set_value(result);
     if (result) {

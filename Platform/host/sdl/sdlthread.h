@@ -39,7 +39,7 @@ public:
     bool Call(std::function<void()> request);
 
 private:
-    void Run(std::promise<std::optional<Opened>>& opened, std::string title, SIZE wanted);
+    void Run(std::promise<std::optional<Opened>>& opened, const std::string& title, SIZE wanted);
     std::optional<Opened> Open(const std::string& title, SIZE wanted);
     void Loop();
     int Patience() const;
