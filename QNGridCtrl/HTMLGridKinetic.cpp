@@ -170,7 +170,7 @@ bool HTMLGridKinetic::Start(HWND hGrid) {
     if (!m_motion->hWake) return false;
     auto own = std::make_unique<std::shared_ptr<Motion>>(m_motion);
     m_hThread = CreateThread(nullptr, 0, &Thread::Run, own.get(), 0, nullptr);
-    if (m_hThread) own.release(); // the thread's
+    if (m_hThread) static_cast<void>(own.release()); // the thread's
     return m_hThread != nullptr;
 }
 
