@@ -1,6 +1,6 @@
 // A PNG picture: decoded once into colours and transparency, scaled once, blended over what is there.
 //
-// The format is that of the PNG specification (ISO/IEC 15948), all kinds, depths and interlacing. Check values are not
+// The format is that of ISO/IEC 15948, all kinds, depths and interlacing. Check values are not
 // tested, so a damaged file shows as it decodes. A file can't make it allocate more than its own size allows: at most
 // what its data could expand to, and at most `PNGMaxPixels` (of the suite's settings, 64 millions) pixels.
 //
