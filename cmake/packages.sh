@@ -21,6 +21,8 @@ need_packages() {
     fi
     rm -f "$log"
 }
+# Tahoma's free twin and Latin; Chinese, Japanese and Korean; emoji; the other scripts. Without them boxes stand for letters.
+font_packages="fonts-wine fonts-dejavu-core fonts-wqy-microhei fonts-symbola fonts-freefont-ttf"
 build_packages="g++ cmake ninja-build ccache lld pkg-config libsqlite3-dev libicu-dev libical-dev libstb-dev libcairo2-dev libharfbuzz-dev \
-libfreetype-dev libfontconfig-dev zlib1g-dev libgdk-pixbuf-2.0-dev libsdl2-dev librsvg2-bin fonts-wine fonts-dejavu-core tzdata"
+libfreetype-dev libfontconfig-dev zlib1g-dev libgdk-pixbuf-2.0-dev libsdl2-dev librsvg2-bin tzdata $font_packages"
 test_packages="libgtest-dev libbenchmark-dev libpng-dev libpango1.0-dev clang-format clang-tidy libgcc-12-dev"
