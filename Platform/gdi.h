@@ -29,7 +29,7 @@ int ReleaseDC(HWND window, HDC dc);
 // A context in memory: one pixel, until a bitmap is selected.
 HDC CreateCompatibleDC(HDC dc);
 BOOL DeleteDC(HDC dc);
-// Keeps the objects, colours and clip of a context; gives a level. RestoreDC goes back to a level, -1 is the last.
+// Keeps the objects, colours and clip of a context (the bitmap too); gives a level. RestoreDC goes back to a level, -1 is the last.
 int SaveDC(HDC dc);
 BOOL RestoreDC(HDC dc, int level);
 // 0 for a context that is none or an index that is not listed above.
@@ -65,7 +65,7 @@ struct LOGFONTW {
     BYTE lfCharSet;
     BYTE lfOutPrecision;
     BYTE lfClipPrecision;
-    BYTE lfQuality; // 0, 4 grey edges; 3 none; 5, 6 finer ones
+    BYTE lfQuality; // 3: edges without greys
     BYTE lfPitchAndFamily;
     WCHAR lfFaceName[LF_FACESIZE];
 };
@@ -164,8 +164,9 @@ LONG SetBitmapBits(HBITMAP bitmap, DWORD bytes, const void* bits);
 // padded to four bytes, from the bottom unless biHeight is negative. The context is not looked at, nor the last two.
 HBITMAP CreateDIBSection(HDC dc, const BITMAPINFO* info, UINT usage, void** bits, HANDLE section,
                          DWORD offset);
-// Copies rows from `start` counted from the bottom in the form that info asks for (24 or 32 bits); null bits fill info
-// alone. Gives the rows.
+// Copies rows from `start` counted from the bottom in the form that info asks for: 24 or 32 bits, rows of biWidth pixels
+// of which those beyond the bitmap stay as they are, from the top when biHeight is negative. Null bits fill info alone.
+// Gives the rows; 0 with error 87 for another form.
 int GetDIBits(HDC dc, HBITMAP bitmap, UINT start, UINT rows, void* bits, BITMAPINFO* info, UINT usage);
 
 inline constexpr DWORD SRCCOPY = 0x00CC0020;

@@ -81,6 +81,7 @@ private:
 
 // Within one bitmap rows and their parts are copied in the order in which none is read behind its change.
 void CopyPlain(GdiContext& to, int x, int y, Source& source) {
+    x = NearPixel(x), y = NearPixel(y);
     const RECT held = source.Held();
     const RECT& whole = source.Rect();
     if (held.left >= held.right || held.top >= held.bottom) return;
@@ -221,19 +222,21 @@ int GetDIBits(HDC, HBITMAP handle, UINT start, UINT rows, void* bits, BITMAPINFO
         return surface.Height();
     }
     const auto height = static_cast<UINT>(surface.Height());
-    if ((header.biBitCount != 24 && header.biBitCount != 32) || start >= height) {
+    const bool known = header.biBitCount == 24 || header.biBitCount == 32;
+    if (!known || start >= height || header.biWidth < 1 || header.biWidth > Surface::kLargestSide) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
     const int count = static_cast<int>(std::min(rows, height - start));
-    const LONG rowBytes = RowBytes(surface.Width(), header.biBitCount, 4);
+    const int width = std::min(surface.Width(), header.biWidth);
     Surface target;
-    target.Attach(static_cast<BYTE*>(bits), surface.Width(), count, header.biBitCount / 8, rowBytes);
+    target.Attach(static_cast<BYTE*>(bits), width, count, header.biBitCount / 8,
+                  RowBytes(header.biWidth, header.biBitCount, 4));
     std::vector<Pixel> room(static_cast<std::size_t>(surface.Width()));
     for (int i = 0; i < count; ++i) { // row i from the bottom
         const int y = static_cast<int>(height - start) - 1 - i;
         const int to = header.biHeight < 0 ? count - 1 - i : i;
-        target.Write(0, to, surface.Width(), surface.Read(0, y, surface.Width(), room.data()));
+        target.Write(0, to, width, surface.Read(0, y, width, room.data()));
     }
     return count;
 }
@@ -247,15 +250,9 @@ BOOL PatBlt(HDC dc, int x, int y, int width, int height, DWORD operation) {
     case PATCOPY:
         FillWith(*context, rect, *context->state.brush);
         return TRUE;
-    case PATINVERT: {
-        const Pixel mask = PixelOf(context->state.brush->data.lbColor);
-        ForEachSpan(*context, rect, [&](int atX, int atY, int n) {
-            context->Pixels().Edit(atX, atY, n, [mask](Pixel* row, int count) {
-                for (int i = 0; i < count; ++i) row[i] ^= mask;
-            });
-        });
+    case PATINVERT:
+        InvertWith(*context, rect, *context->state.brush);
         return TRUE;
-    }
     case BLACKNESS:
         FillColor(*context, rect, 0x000000);
         return TRUE;

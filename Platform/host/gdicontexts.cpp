@@ -6,9 +6,9 @@ namespace {
 
 // Puts an object in the place of another; the former handle.
 template<class T>
-HGDIOBJ Exchange(Selected<T>& place, const std::shared_ptr<GdiObject>& object, HGDIOBJ handle) {
+HGDIOBJ Exchange(Selected<T>& place, std::shared_ptr<GdiObject>& object, HGDIOBJ handle) {
     const HGDIOBJ former = place.handle;
-    place = {std::static_pointer_cast<T>(object), handle};
+    place = {std::static_pointer_cast<T>(std::move(object)), handle};
     return former;
 }
 
@@ -34,7 +34,7 @@ int SaveDC(HDC dc) {
     constexpr std::size_t kDeepest = 1024;
     const auto context = FindContext(dc);
     if (!context || context->saved.size() >= kDeepest) return 0;
-    context->saved.push_back(context->state);
+    context->saved.push_back({context->state, context->bitmap});
     return static_cast<int>(context->saved.size());
 }
 
@@ -48,7 +48,9 @@ BOOL RestoreDC(HDC dc, int level) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
-    context->state = std::move(context->saved[static_cast<std::size_t>(target) - 1]);
+    GdiContext::Saved& kept = context->saved[static_cast<std::size_t>(target) - 1];
+    context->state = std::move(kept.state);
+    if (context->memory) context->bitmap = std::move(kept.bitmap); // the screen's may be another one by now
     context->saved.resize(static_cast<std::size_t>(target) - 1);
     context->Changed();
     return TRUE;
@@ -76,7 +78,7 @@ int GetDeviceCaps(HDC dc, int index) {
 HGDIOBJ SelectObject(HDC dc, HGDIOBJ handle) {
     HostCall call;
     const auto context = FindContext(dc);
-    const std::shared_ptr<GdiObject> object = FindGdiObject(handle);
+    std::shared_ptr<GdiObject> object = FindGdiObject(handle);
     if (!context || !object) {
         SetLastError(ERROR_INVALID_HANDLE);
         return nullptr;

@@ -21,7 +21,7 @@ struct Gdi {
     std::mutex lock;
     SlotTable<ObjectPointer> objects;
     std::map<COLORREF, HBRUSH> systemBrushes;
-    std::map<int, HGDIOBJ> stock;
+    std::map<int, Selected<GdiObject>> stock;
     PlatScreen screen;
     std::vector<std::shared_ptr<GdiContext>> spare;
     std::shared_ptr<GdiBitmap> pixels; // of the screen, made at first use
@@ -120,18 +120,19 @@ ObjectPointer MakeStock(int index, int dotsPerInch) {
 }
 
 // Under the lock.
-HGDIOBJ StockObject(Gdi& gdi, int index) {
+Selected<GdiObject> StockObject(Gdi& gdi, int index) {
     if (const auto known = gdi.stock.find(index); known != gdi.stock.end()) return known->second;
-    ObjectPointer object = MakeStock(index, gdi.screen.dotsPerInch);
-    if (!object) return nullptr;
-    object->system = true;
-    return gdi.stock[index] = AddLocked(gdi, std::move(object));
+    Selected<GdiObject> made{MakeStock(index, gdi.screen.dotsPerInch)};
+    if (!made.object) return {};
+    made.object->system = true;
+    made.handle = AddLocked(gdi, made.object);
+    return made.handle ? gdi.stock[index] = made : made; // a full table may have room the next time
 }
 
 template<class T>
 Selected<T> SelectedStock(Gdi& gdi, int index) {
-    const HGDIOBJ handle = StockObject(gdi, index);
-    return {std::static_pointer_cast<T>(*gdi.objects.Find(NumberOf(handle))), handle};
+    Selected<GdiObject> stock = StockObject(gdi, index);
+    return {std::static_pointer_cast<T>(std::move(stock.object)), stock.handle};
 }
 
 std::shared_ptr<GdiBitmap> SystemBitmap(int width, int height) {
@@ -205,13 +206,18 @@ ObjectPointer FindGdiObject(HGDIOBJ handle) {
     return found ? *found : nullptr;
 }
 
+std::atomic<unsigned> g_contextsGone{0};
+
 bool RemoveContext(HDC dc, bool memory) {
+    ForgetLastContext(dc);
     Gdi& gdi = TheGdi();
     std::lock_guard lock(gdi.lock);
     const ObjectPointer* found = gdi.objects.Find(NumberOf(dc));
     if (!found || (*found)->kind != GdiObject::Kind::Context) return false;
     if (static_cast<const GdiContext&>(**found).memory != memory) return false;
-    Recycle(gdi, std::static_pointer_cast<GdiContext>(*gdi.objects.Remove(NumberOf(dc))));
+    auto removed = std::static_pointer_cast<GdiContext>(*gdi.objects.Remove(NumberOf(dc)));
+    ++g_contextsGone;
+    Recycle(gdi, std::move(removed));
     return true;
 }
 
@@ -334,7 +340,7 @@ HGDIOBJ GetStockObject(int index) {
     HostCall call;
     Gdi& gdi = TheGdi();
     std::lock_guard lock(gdi.lock);
-    return StockObject(gdi, index);
+    return StockObject(gdi, index).handle;
 }
 
 // --- The screen ---------------------------------------------------------------------------------------------------
@@ -347,9 +353,10 @@ bool PlatSetScreen(const PlatScreen& screen) {
     {
         Gdi& gdi = TheGdi();
         std::lock_guard lock(gdi.lock);
+        // Made anew by other measures; the former stays for those who have it.
+        if (gdi.screen.dotsPerInch != screen.dotsPerInch) gdi.stock.erase(SYSTEM_FONT);
         gdi.screen = screen;
         gdi.pixels = std::move(pixels);
-        gdi.stock.erase(SYSTEM_FONT); // made anew by the new measures; the former stays for those who have it
     }
     ScreenChanged();
     PostMessageW(HWND_BROADCAST, WM_SETTINGCHANGE, SPI_SETWORKAREA, 0);

@@ -77,7 +77,7 @@ struct Selected {
     T& operator*() const { return *object; }
 };
 
-// What SaveDC keeps.
+// What belongs to a context, but for what it draws on.
 struct ContextState {
     Selected<GdiPen> pen;
     Selected<GdiBrush> brush;
@@ -93,8 +93,13 @@ struct GdiContext : GdiObject {
     GdiContext() : GdiObject(kKind) {}
 
     ContextState state;
-    std::vector<ContextState> saved;
     Selected<GdiBitmap> bitmap; // what is drawn on: the one selected, or the screen
+    // Of SaveDC.
+    struct Saved {
+        ContextState state;
+        Selected<GdiBitmap> bitmap;
+    };
+    std::vector<Saved> saved;
     bool memory = false;
     bool onScreen = false;         // of a window or of the whole screen
     HWND window = nullptr;         // whose context it is
@@ -147,18 +152,32 @@ std::shared_ptr<T> FindGdi(HGDIOBJ handle) {
 class ContextPointer {
 public:
     ContextPointer() = default;
-    explicit ContextPointer(std::shared_ptr<GdiContext> context) : m_context(std::move(context)) {}
+    explicit ContextPointer(std::shared_ptr<GdiContext> context)
+        : m_context(context.get()), m_owned(std::move(context)) {}
+    // Somebody else keeps it while `uses` counts this one.
+    ContextPointer(GdiContext& context, int& uses) : m_context(&context), m_use(&++uses) {}
     void Lock(std::recursive_mutex& screen) { m_lock = std::unique_lock(screen); }
 
-    explicit operator bool() const { return m_context.get() != nullptr; }
-    GdiContext* operator->() const { return m_context.get(); }
+    explicit operator bool() const { return m_context != nullptr; }
+    GdiContext* operator->() const { return m_context; }
     GdiContext& operator*() const { return *m_context; }
 
 private:
-    std::shared_ptr<GdiContext> m_context;
+    struct Leave {
+        void operator()(int* uses) const { --*uses; }
+    };
+
+    GdiContext* m_context = nullptr;
+    std::shared_ptr<GdiContext> m_owned;
+    std::unique_ptr<int, Leave> m_use;
     std::unique_lock<std::recursive_mutex> m_lock;
 };
 ContextPointer FindContext(HDC dc);
+
+// A thread remembers the context that it found last, as long as this count of those that have gone stands.
+extern std::atomic<unsigned> g_contextsGone;
+// The calling thread lets go of what it remembers.
+void ForgetLastContext(HDC dc);
 
 HBRUSH SystemBrush(COLORREF color);
 // A context with the objects that each one starts with; one in memory has a bitmap of one pixel.
@@ -181,6 +200,8 @@ void ForEachSpan(GdiContext& context, const RECT& rect, F&& paint) {
 
 // Fills in the colour or pattern of a brush; a hollow one does nothing.
 void FillWith(GdiContext& context, const RECT& rect, const GdiBrush& brush);
+// The pixels of the brush change those that are there; done twice it is undone.
+void InvertWith(GdiContext& context, const RECT& rect, const GdiBrush& brush);
 void FillColor(GdiContext& context, const RECT& rect, COLORREF color);
 
 } // namespace plat

@@ -22,23 +22,24 @@ int Wrapped(int value, int size) {
     return rest < 0 ? rest + size : rest;
 }
 
-// Tiled from the origin of the context.
-void FillPattern(GdiContext& context, const RECT& rect, const Surface& pattern) {
+// Tiled from the origin of the context; mix(pixel, of the pattern) puts each there.
+template<class Mix>
+void MixPattern(GdiContext& context, const RECT& rect, const Surface& pattern, Mix&& mix) {
     ForEachSpan(context, rect, [&](int x, int y, int n) {
         const Pixel* tile =
             pattern.Read(0, Wrapped(y - context.origin.y, pattern.Height()), pattern.Width(), nullptr);
         int at = Wrapped(x - context.origin.x, pattern.Width());
         context.Pixels().Edit(x, y, n, [&](Pixel* row, int count) {
-            for (int i = 0; i < count; ++i, at = at + 1 < pattern.Width() ? at + 1 : 0) row[i] = tile[at];
+            for (int i = 0; i < count; ++i, at = at + 1 < pattern.Width() ? at + 1 : 0) mix(row[i], tile[at]);
         });
     });
 }
 
-void InvertPixels(GdiContext& context, const RECT& rect) {
+void InvertPixels(GdiContext& context, const RECT& rect, Pixel mask) {
     Surface& surface = context.Pixels();
     ForEachSpan(context, rect, [&](int x, int y, int n) {
-        surface.Edit(x, y, n, [](Pixel* row, int count) {
-            for (int i = 0; i < count; ++i) row[i] ^= 0xFFFFFF;
+        surface.Edit(x, y, n, [mask](Pixel* row, int count) {
+            for (int i = 0; i < count; ++i) row[i] ^= mask;
         });
     });
 }
@@ -149,8 +150,15 @@ void FillGradient(GdiContext& context, const TRIVERTEX& a, const TRIVERTEX& b, b
 } // namespace
 
 void FillWith(GdiContext& context, const RECT& rect, const GdiBrush& brush) {
-    if (brush.IsPattern()) return FillPattern(context, rect, brush.pattern);
+    if (brush.IsPattern())
+        return MixPattern(context, rect, brush.pattern, [](Pixel& out, Pixel in) { out = in; });
     if (!brush.IsHollow()) FillColor(context, rect, brush.data.lbColor);
+}
+
+void InvertWith(GdiContext& context, const RECT& rect, const GdiBrush& brush) {
+    if (brush.IsPattern())
+        return MixPattern(context, rect, brush.pattern, [](Pixel& out, Pixel in) { out ^= in & 0xFFFFFF; });
+    if (!brush.IsHollow()) InvertPixels(context, rect, PixelOf(brush.data.lbColor));
 }
 
 } // namespace plat
@@ -254,7 +262,7 @@ BOOL InvertRect(HDC dc, const RECT* rect) {
     HostCall call;
     const auto context = FindContext(dc);
     if (!context) return FALSE;
-    InvertPixels(*context, *rect);
+    InvertPixels(*context, *rect, 0xFFFFFF);
     return TRUE;
 }
 

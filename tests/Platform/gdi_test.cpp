@@ -141,6 +141,17 @@ TEST(Gdi, WhatInvertsIsItsOwnOpposite) {
         invert();
         EXPECT_EQ(canvas.Rows(), before);
     }
+    const Object pattern(CreatePatternBrush(Canvas({"RG", "B."}).Bitmap()));
+    const Canvas white(2, 2);
+    PatBlt(white, 0, 0, 2, 2, WHITENESS);
+    SelectObject(white, pattern);
+    PatBlt(white, 0, 0, 2, 1, PATINVERT);
+    SelectObject(white, GetStockObject(NULL_BRUSH));
+    PatBlt(white, 0, 1, 2, 1, PATINVERT);
+    PatBlt(white, 0, 0, 2, 1, PATINVERT);
+    EXPECT_EQ(white.At(0, 0), 0xFFFF00u); // white less red
+    EXPECT_EQ(white.At(1, 0), 0xFF00FFu);
+    EXPECT_EQ(white.Rows()[1], "WW");
     PatBlt(canvas, 0, 0, 1, 3, PATCOPY);
     PatBlt(canvas, 1, 0, 1, 3, WHITENESS);
     PatBlt(canvas, 2, 0, 1, 3, BLACKNESS);
@@ -210,6 +221,15 @@ TEST(Gdi, CopiesFromAnotherBitmap) {
     }
     const Canvas twice({"RG", ".."}); // within one bitmap stretching, too, reads what was there
     EXPECT_TRUE(StretchBlt(twice, 0, 0, 2, 2, twice, 1, 0, 1, 2, SRCCOPY));
+    EXPECT_EQ(twice.Rows(), (TextRows{"GG", ".."}));
+
+    constexpr int kLeast = static_cast<int>(0x80000000), kMost = 0x7FFFFFFF; // and nothing overflows
+    for (const int at : {kLeast, kMost})
+        for (const int size : {kLeast, 2, kMost}) {
+            EXPECT_TRUE(BitBlt(twice, at, at, size, size, source, 0, 0, SRCCOPY));
+            EXPECT_TRUE(BitBlt(twice, 0, 0, size, size, source, at, at, SRCCOPY));
+            EXPECT_TRUE(StretchBlt(twice, at, at, size, size, source, at, at, size, size, SRCCOPY));
+        }
     EXPECT_EQ(twice.Rows(), (TextRows{"GG", ".."}));
 }
 
@@ -290,9 +310,9 @@ TEST(Gdi, BitsGoInFromTheTopAndComeOutFromTheBottom) {
               2);
     EXPECT_EQ(std::tuple(info.bmiHeader.biWidth, info.bmiHeader.biHeight, info.bmiHeader.biSizeImage),
               std::tuple(1, 2, 8u));
-    const auto out = [&](UINT start, UINT rows, bool topDown) {
+    const auto out = [&](UINT start, UINT rows, bool topDown, int width = 1) {
         std::vector<BYTE> bytes(8, 0xEE);
-        info = SectionInfo(1, 2, 24, topDown);
+        info = SectionInfo(width, 2, 24, topDown);
         const int got =
             GetDIBits(nullptr, static_cast<HBITMAP>(bitmap.handle), start, rows, bytes.data(), &info, 0);
         bytes.resize(static_cast<std::size_t>(got) * 4);
@@ -302,6 +322,8 @@ TEST(Gdi, BitsGoInFromTheTopAndComeOutFromTheBottom) {
     EXPECT_EQ(out(0, 2, true), (std::vector<BYTE>{1, 2, 3, 0xEE, 4, 5, 6, 0xEE}));
     EXPECT_EQ(out(1, 1, false), (std::vector<BYTE>{1, 2, 3, 0xEE}));
     EXPECT_EQ(out(2, 1, false), std::vector<BYTE>{});
+    EXPECT_EQ(out(0, 1, true, 2), (std::vector<BYTE>{4, 5, 6, 0xEE})); // wider rows than there are: the front
+    EXPECT_EQ(out(0, 1, true, -1), std::vector<BYTE>{});
     const BYTE one[] = {7, 8, 9, 0, 7}; // a row that is cut is not taken
     EXPECT_EQ(SetBitmapBits(static_cast<HBITMAP>(bitmap.handle), 5, one), 4);
     EXPECT_EQ(out(0, 2, true), (std::vector<BYTE>{7, 8, 9, 0xEE, 4, 5, 6, 0xEE}));
@@ -436,6 +458,25 @@ TEST(Gdi, StaleAndForeignHandlesFail) {
     EXPECT_EQ(GetStockObject(99), nullptr);
 }
 
+// Of the handles there can be, all taken: whatever needs one more fails, also what the host makes for itself.
+TEST(Gdi, AFullTableIsTold) {
+    const PlatScreen screen = PlatGetScreen();
+    const HGDIOBJ font = GetStockObject(SYSTEM_FONT);
+    std::vector<HRGN> all;
+    while (const HRGN region = CreateRectRgn(0, 0, 1, 1)) all.push_back(region);
+    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_GT(all.size(), 100'000u);
+    PlatSetScreen({screen.width + 1, screen.height, screen.dotsPerInch});
+    EXPECT_EQ(GetStockObject(SYSTEM_FONT), font); // of the same dots the same
+    PlatSetScreen({screen.width, screen.height, 2 * screen.dotsPerInch});
+    EXPECT_EQ(GetStockObject(SYSTEM_FONT), nullptr);
+    EXPECT_EQ(CreateCompatibleDC(nullptr), nullptr);
+    EXPECT_EQ(CreateSolidBrush(kRed), nullptr);
+    for (const HRGN region : all) DeleteObject(region);
+    EXPECT_NE(GetStockObject(SYSTEM_FONT), nullptr);
+    PlatSetScreen(screen);
+}
+
 TEST(Gdi, SavedStateComesBack) {
     const Canvas canvas(2, 1);
     SetTextColor(canvas, kRed);
@@ -459,6 +500,14 @@ TEST(Gdi, SavedStateComesBack) {
     EXPECT_EQ(canvas.Rows(), TextRows{"WW"});
     EXPECT_FALSE(RestoreDC(canvas, 1));
     EXPECT_FALSE(RestoreDC(canvas, -1));
+
+    const HDC dc = CreateCompatibleDC(canvas); // on its own pixel
+    SaveDC(dc);
+    SelectObject(dc, canvas.Bitmap());
+    EXPECT_EQ(SetPixel(dc, 1, 0, kGreen), kGreen);
+    RestoreDC(dc, -1);
+    EXPECT_EQ(SetPixel(dc, 1, 0, kRed), 0xFFFFFFFFu);
+    DeleteDC(dc);
 }
 
 } // namespace
