@@ -123,7 +123,7 @@ FaceChain::FaceChain(const LOGFONTW& description) : m_style(StyleOf(description)
     const Cell cell = CellOf(file->face);
     const int units = std::max(1, cell.ascent + cell.descent);
     // A cell of that height holds letters of the size that comes closest to it.
-    m_metrics.em = height < 0 ? -height : std::max(1, (height * cell.em + units / 2) / units);
+    m_metrics.em = height < 0 ? -height : std::clamp((height * cell.em + units / 2) / units, 1, kTallestFont);
     Add(*file);
     TakeMetrics(cell, height);
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <unicode/utf16.h>
 
 namespace plat {
 namespace {
@@ -16,7 +17,7 @@ public:
 
     long long Measure(std::u16string_view text, long long limit, int* fit, int* widths) override {
         const auto count = static_cast<long long>(text.size());
-        if (fit) *fit = static_cast<int>(std::clamp(limit / kUnit, 0LL, count));
+        if (fit) *fit = WholeCharacters(text, std::clamp(limit / kUnit, 0LL, count));
         for (long long i = 0; widths && i < count; ++i) widths[i] = NearPixel((i + 1) * kUnit);
         return count * kUnit;
     }
@@ -36,6 +37,13 @@ public:
 
 private:
     static constexpr int kUnit = 6;
+
+    // Not half of a pair.
+    static int WholeCharacters(std::u16string_view text, long long count) {
+        const auto at = static_cast<std::size_t>(count);
+        const bool splits = at > 0 && at < text.size() && U16_IS_LEAD(text[at - 1]) && U16_IS_TRAIL(text[at]);
+        return static_cast<int>(splits ? count - 1 : count);
+    }
 };
 
 } // namespace

@@ -45,8 +45,12 @@ FcConfig* Config() {
     static FcConfig* const config = [] {
         const Kept kept;
         FcConfig* loaded = FcInitLoadConfigAndFonts();
-        for (const char* file : {kUsualFile, kUsualBoldFile})
-            FcConfigAppFontAddFile(loaded, reinterpret_cast<const FcChar8*>(file));
+        const FcChar8* root =
+            FcConfigGetSysRoot(loaded); // null, but where the fonts of another root are asked for
+        for (const char* file : {kUsualFile, kUsualBoldFile}) {
+            const std::string path = (root ? reinterpret_cast<const char*>(root) : std::string()) + file;
+            FcConfigAppFontAddFile(loaded, reinterpret_cast<const FcChar8*>(path.c_str()));
+        }
         return loaded;
     }();
     return config;

@@ -85,27 +85,25 @@ public:
     }
     bool IsEmpty() const { return m_faces->IsEmpty(); }
 
+    // No text is taken for wider than the farthest pixel: so plain whole numbers do.
     long long Measure(std::u16string_view text, long long limit, int* fit, int* widths) override {
-        long long width = 0;
+        const int most = NearPixel(limit);
+        int width = 0;
         std::size_t fits = 0;
-        const UnitTable::Page* page = nullptr;
-        unsigned pageNumber = ~0U;
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            const char16_t unit = text[i];
-            if (unit / UnitTable::Page::kUnits != pageNumber) {
-                page = m_units.PageOf(unit);
-                pageNumber = page ? unit / UnitTable::Page::kUnits : ~0U;
+        for (std::size_t i = 0; i < text.size();) {
+            const UnitTable::Page* page = m_units.PageOf(text[i]);
+            const unsigned number = text[i] / UnitTable::Page::kUnits;
+            for (; page && i < text.size() && text[i] / UnitTable::Page::kUnits == number; ++i) {
+                const int advance =
+                    page->advance[UnitTable::PlaceOn(text[i])].load(std::memory_order_acquire);
+                if (advance >= UnitTable::kShaped) [[unlikely]]
+                    break;
+                width = std::min(width + advance, kFarthestPixel);
+                if (width <= most) fits = i + 1;
+                if (widths) widths[i] = width;
             }
-            std::uint16_t advance =
-                page ? page->advance[UnitTable::PlaceOn(unit)].load(std::memory_order_acquire)
-                     : UnitTable::kUnknown;
-            if (advance >= UnitTable::kShaped) [[unlikely]] {
-                if (advance == UnitTable::kUnknown) advance = Fill(unit);
-                if (advance == UnitTable::kShaped) return MeasureShaped(text, limit, fit, widths);
-            }
-            width += advance;
-            if (width <= limit) fits = i + 1;
-            if (widths) widths[i] = NearPixel(width);
+            if (i < text.size() && AdvanceOf(text[i]) == UnitTable::kShaped)
+                return MeasureShaped(text, limit, fit, widths);
         }
         if (fit) *fit = static_cast<int>(fits);
         return width;
@@ -146,7 +144,12 @@ private:
         }
     };
 
-    std::uint16_t Fill(char16_t unit) {
+    std::uint16_t AdvanceOf(char16_t unit) {
+        const UnitTable::Page* page = m_units.PageOf(unit);
+        const std::uint16_t known =
+            page ? page->advance[UnitTable::PlaceOn(unit)].load(std::memory_order_acquire)
+                 : UnitTable::kUnknown;
+        if (known != UnitTable::kUnknown) return known;
         std::lock_guard lock(TextLock());
         return m_units.Fill(*m_faces, unit);
     }
@@ -211,15 +214,18 @@ private:
             if (!over && shaped.ends[i]) fits = i + 1;
             if (widths) widths[i] = NearPixel(width);
         }
-        if (fit) *fit = static_cast<int>(shaped.joins && over ? FitOfJoined(text, limit, fits) : fits);
+        if (fit)
+            *fit =
+                static_cast<int>(shaped.joins && over ? FitOfJoined(text, shaped.ends, limit, fits) : fits);
         return whole;
     }
 
     // Where letters join, those that are cut off may look and measure differently at the end: so what fits is tried.
-    std::size_t FitOfJoined(std::u16string_view text, long long limit, std::size_t fits) {
+    std::size_t FitOfJoined(std::u16string_view text, const std::vector<char>& endsOfWhole, long long limit,
+                            std::size_t fits) {
         constexpr int kSteps = 16;
+        const std::vector<char> ends = endsOfWhole; // shaping another text ends what was shaped last
         for (int tried = 0; fits > 0; ++tried) {
-            const std::vector<char> ends = Shaped(text).ends;
             if (Shaped(text.substr(0, fits)).width <= limit) return fits;
             fits = tried < kSteps ? fits - 1 : fits / 2;
             while (fits > 0 && !ends[fits - 1]) --fits;

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <unicode/uchar.h>
+#include <unicode/utf16.h>
 #include <vector>
 
 namespace {
@@ -101,13 +103,21 @@ private:
         m_lines.push_back({start, end - start});
     }
 
+    // What is far longer than a line need not be measured whole.
     std::size_t Fit(Text text) const {
-        constexpr std::size_t kPiece = 1024; // what is far longer than a line need not be measured whole
-        const Text piece = text.substr(0, kPiece);
+        std::size_t piece = 512;
+        std::size_t fit = 0;
+        do {
+            piece *= 2;
+            fit = Fit(text.substr(0, piece), RectWidth());
+        } while (fit == piece && piece < text.size());
+        return fit;
+    }
+
+    std::size_t Fit(Text text, int width) const {
         int fit = 0;
-        SIZE size{};
-        GetTextExtentExPointW(m_dc, piece.data(), static_cast<int>(piece.size()), RectWidth(), &fit, nullptr,
-                              &size);
+        GetTextExtentExPointW(m_dc, text.data(), static_cast<int>(text.size()), width, &fit, nullptr,
+                              nullptr);
         return static_cast<std::size_t>(fit);
     }
 
@@ -147,24 +157,39 @@ private:
     Text Shortened(Text text) {
         if (!Has(DT_END_ELLIPSIS) || WidthOf(text) <= RectWidth()) return text;
         constexpr Text kDots = u"...";
-        int fit = 0;
-        SIZE size{};
-        GetTextExtentExPointW(m_dc, text.data(), static_cast<int>(text.size()),
-                              std::max(0, RectWidth() - WidthOf(kDots)), &fit, nullptr, &size);
-        m_short = std::u16string(text.substr(0, static_cast<std::size_t>(fit))).append(kDots);
+        const std::size_t fit = Fit(text, std::max(0, RectWidth() - WidthOf(kDots)));
+        m_short = std::u16string(text.substr(0, fit)).append(kDots);
+        constexpr char16_t kFromRight =
+            0x200F; // without width; the dots before it stand where the text is cut
+        if (EndsFromRight(text.substr(0, fit))) m_short += kFromRight;
         return m_short;
+    }
+
+    static bool EndsFromRight(Text text) {
+        for (std::size_t i = text.size(); i > 0; --i) {
+            const UCharDirection direction = u_charDirection(text[i - 1]);
+            if (direction == U_LEFT_TO_RIGHT) return false;
+            if (direction == U_RIGHT_TO_LEFT || direction == U_RIGHT_TO_LEFT_ARABIC) return true;
+        }
+        return false;
     }
 
     // The line under a marked letter.
     void PaintMark(Text text, std::size_t mark, int x, int y) {
         TEXTMETRICW metrics{};
         GetTextMetricsW(m_dc, &metrics);
-        const int left = x + WidthOf(text.substr(0, mark)), right = x + WidthOf(text.substr(0, mark + 1));
+        const std::size_t end = EndOfCharacter(text, mark);
+        const int left = x + WidthOf(text.substr(0, mark)), right = x + WidthOf(text.substr(0, end));
         RECT line = {left, y + metrics.tmAscent + 1, right, y + metrics.tmAscent + 2};
         if (!Has(DT_NOCLIP) && !IntersectRect(&line, &line, &m_rect)) return;
         const COLORREF ground = SetBkColor(m_dc, GetTextColor(m_dc));
         ExtTextOutW(m_dc, 0, 0, ETO_OPAQUE, &line, nullptr, 0, nullptr);
         SetBkColor(m_dc, ground);
+    }
+
+    static std::size_t EndOfCharacter(Text text, std::size_t at) {
+        const bool pair = U16_IS_LEAD(text[at]) && at + 1 < text.size() && U16_IS_TRAIL(text[at + 1]);
+        return at + (pair ? 2 : 1);
     }
 
     Text TextOf(const Line& line) const { return Text(m_text).substr(line.start, line.size); }

@@ -412,6 +412,21 @@ TEST(ThreadsText, PaintAtOnce) {
     EXPECT_TRUE(pixels[0] == pixels[2] && pixels[1] == pixels[2]);
 }
 
+// What is written from the right is cut at its left, and there the dots stand.
+TEST(Text, DotsStandWhereTheTextIsCut) {
+    Page page;
+    const Font font(page, {20});
+    const Text whole = u"\u05E9\u05DC\u05D5\u05DD \u05E2\u05D5\u05DC\u05DD", front = whole.substr(0, 4);
+    const int dots = WidthOf(page, u"...");
+    Put(page, 10, 5, u"...");
+    Put(page, 10 + dots, 5, front);
+    const std::vector<BYTE> expected = page.Pixels();
+    page.Clear();
+    RECT rect{10, 5, 10 + dots + WidthOf(page, front), 40};
+    DrawTextW(page, whole.c_str(), -1, &rect, DT_END_ELLIPSIS | DT_NOCLIP);
+    EXPECT_TRUE(page.Pixels() == expected);
+}
+
 // --- Text in a rectangle, of fixed width: 6 pixels a character, lines of 10 ----------------------------------------
 
 class DrawTextTest : public testing::Test {
@@ -424,6 +439,8 @@ protected:
 };
 
 TEST_F(DrawTextTest, SizesAndBreaksLines) {
+    Text longLine = u"word";
+    while (longLine.size() < 1999) longLine += u" word";
     const struct {
         const char16_t* text;
         int width; // of the rectangle
@@ -441,6 +458,7 @@ TEST_F(DrawTextTest, SizesAndBreaksLines) {
         {u"a immeasurable", 30, DT_WORDBREAK, {72, 20}},
         {u"&one && two", 200, 0, {54, 10}},
         {u"&one && two", 200, DT_NOPREFIX, {66, 10}},
+        {longLine.c_str(), 13000, DT_WORDBREAK, {11994, 10}},
     };
     for (const auto& c : cases) {
         RECT rect{10, 20, 10 + c.width, 25};
@@ -470,7 +488,9 @@ TEST_F(DrawTextTest, PlacesLines) {
         {u"abcdef", {10, 20, 30, 25}, DT_LEFT, {10, 20, 30, 25}},
         {u"abcdef", {10, 20, 30, 25}, DT_NOCLIP, {10, 20, 45, 28}},
         {u"a\nb\nc", {10, 20, 30, 35}, DT_LEFT, {10, 20, 15, 35}},
-        {u"abcdef", {10, 20, 45, 50}, DT_END_ELLIPSIS, {10, 20, 39, 28}}, // ab...
+        {u"abcdef", {10, 20, 45, 50}, DT_END_ELLIPSIS, {10, 20, 39, 28}},           // ab...
+        {u"ab\U0001F600cdef", {10, 20, 50, 50}, DT_END_ELLIPSIS, {10, 20, 39, 28}}, // room for half a pair
+        {u"&\U0001F600", {10, 20, 45, 50}, DT_LEFT, {10, 20, 22, 30}},
         {u"&a",
          {10, 20, 45, 50},
          DT_LEFT,
