@@ -34,6 +34,11 @@ protected:
         TakeLog();
         return m_top;
     }
+    static SDL_Window* RealWindow() {
+        SDL_Window* window = nullptr;
+        for (Uint32 id = 1; !window && id < 100; ++id) window = SDL_GetWindowFromID(id);
+        return window;
+    }
     static void Push(SDL_Event event) { EXPECT_EQ(SDL_PushEvent(&event), 1); }
     static SDL_Event Button(Uint32 type, Uint8 button, int x, int y, Uint32 which = 0) {
         SDL_Event event{};
@@ -52,10 +57,11 @@ protected:
         event.tfinger.y = y;
         return event;
     }
-    static SDL_Event Key(Uint32 type, SDL_Keycode key) {
+    static SDL_Event Key(Uint32 type, SDL_Keycode key, Uint16 modifiers = 0) {
         SDL_Event event{};
         event.key.type = type;
         event.key.keysym.sym = key;
+        event.key.keysym.mod = modifiers;
         return event;
     }
     static SDL_Event Text(const char* utf8) {
@@ -94,12 +100,7 @@ TEST_F(Present, TheWindowFillsTheRealOne) {
     EXPECT_EQ(rect.bottom, 200);
     EXPECT_EQ(PlatGetScreen().width, 300);
     // It appears with the first picture, also of what was painted before it was there.
-    EXPECT_TRUE(Eventually([] {
-        for (Uint32 id = 1; id < 100; ++id)
-            if (SDL_Window* window = SDL_GetWindowFromID(id))
-                return (SDL_GetWindowFlags(window) & SDL_WINDOW_SHOWN) != 0;
-        return false;
-    }));
+    EXPECT_TRUE(Eventually([] { return (SDL_GetWindowFlags(RealWindow()) & SDL_WINDOW_SHOWN) != 0; }));
 }
 
 TEST_F(Present, MouseAndFirstFingerAreThePointer) {
@@ -132,6 +133,38 @@ TEST_F(Present, KeysAndTypedText) {
     Push(Text("\xC3\xA4\xF0\x9F\x98\x80")); // an a umlaut and a face, which takes two units
     EXPECT_EQ(HeardUntil("char 56832"), "a key 113\na key-up 113\na key 81\na char 113\na key-up 81\n"
                                         "a char 228\na char 55357\na char 56832\n");
+
+    Push(Key(SDL_KEYDOWN, SDLK_1, KMOD_LCTRL)); // a command types nothing
+    Push(Text("1"));
+    Push(Key(SDL_KEYDOWN, SDLK_e, KMOD_RALT));
+    Push(Text("\xE2\x82\xAC")); // the right Alt key does: a euro
+    Push(Key(SDL_KEYDOWN, SDLK_KP_4));
+    Push(Key(SDL_KEYDOWN, SDLK_KP_4, KMOD_NUM)); // the number pad goes left, or types
+    Push(Text("4"));
+    EXPECT_EQ(HeardUntil("char 52"), "a key 49\na key 69\na char 8364\na key 37\na char 52\n");
+}
+
+// What was held when the real window loses the focus is not held any more, and its release need not come.
+TEST_F(Present, LosingTheFocusEndsWhatIsHeld) {
+    Show(300, 200);
+    Push(Finger(SDL_FINGERDOWN, 7, 0.5F, 0.25F));
+    HeardUntil("down 150,50");
+    SetCapture(m_top);
+    SDL_Event lost{};
+    lost.window.type = SDL_WINDOWEVENT;
+    lost.window.event = SDL_WINDOWEVENT_FOCUS_LOST;
+    Push(lost);
+    EXPECT_NE(HeardUntil("cancel").find("a cancel"), std::string::npos);
+    Push(Finger(SDL_FINGERDOWN, 8, 1, 1)); // the far corner is a pixel of the window
+    EXPECT_NE(HeardUntil("down 299,199").find("a down 299,199"), std::string::npos);
+}
+
+TEST_F(Present, TheWindowFollowsTheRealOne) {
+    Show(300, 200);
+    for (const int width : {310, 320, 330}) SDL_SetWindowSize(RealWindow(), width, 240);
+    EXPECT_NE(HeardUntil("size 330,240").find("a size 330,240\n"), std::string::npos);
+    EXPECT_EQ(PlatGetScreen().width, 330);
+    EXPECT_EQ(PlatGetScreen().height, 240);
 }
 
 TEST_F(Present, TheWheelHasTheDirectionOfTheDevice) {

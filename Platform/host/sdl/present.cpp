@@ -53,10 +53,12 @@ private:
 
     static LRESULT BridgeProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     bool MakeBridge();
-    void FollowSize(int width, int height) const;
+    void FollowSize(SIZE size) const;
 
     SdlThread m_thread{*this};
     std::atomic<HWND> m_bridge{nullptr};
+    std::atomic<SIZE> m_size{};       // of the real window, by the last word of it
+    std::atomic<bool> m_sized{false}; // the application was told, and has not looked yet
     HWND m_top = nullptr;
     int m_dots = 96;
 };
@@ -102,6 +104,7 @@ void Presentation::Stop() {
     PlatEnableGestures(false);
     m_thread.Stop();
     m_top = nullptr;
+    m_sized = false;
     DestroyWindow(m_bridge.exchange(nullptr));
 }
 
@@ -113,7 +116,7 @@ void Presentation::SetTop(HWND top) {
     if (!title.empty())
         m_thread.Post([name = Narrow(title)](SdlWindow& window) { window.SetTitle(name.c_str()); });
     const PlatScreen screen = PlatGetScreen();
-    FollowSize(screen.width, screen.height);
+    FollowSize({screen.width, screen.height});
     m_thread.Painted(); // what was painted so far was told to nobody
 }
 
@@ -138,21 +141,25 @@ std::u16string Presentation::GetText() {
     return done ? Wide(*text) : std::u16string();
 }
 
+// While the person drags a corner there are more sizes than can be laid out: the newest counts.
 void Presentation::Resized(SIZE size) {
-    PostMessageW(m_bridge, kMsgResized, static_cast<WPARAM>(size.cx), size.cy);
+    m_size = size;
+    if (!m_sized.exchange(true) && !PostMessageW(m_bridge, kMsgResized, 0, 0)) m_sized = false;
 }
 
-void Presentation::FollowSize(int width, int height) const {
+void Presentation::FollowSize(SIZE size) const {
     const PlatScreen screen = PlatGetScreen();
-    if (screen.width != width || screen.height != height) PlatSetScreen({width, height, m_dots});
-    if (m_top) SetWindowPos(m_top, nullptr, 0, 0, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+    if ((screen.width != size.cx || screen.height != size.cy) && !PlatSetScreen({size.cx, size.cy, m_dots}))
+        return;
+    if (m_top) SetWindowPos(m_top, nullptr, 0, 0, size.cx, size.cy, SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 LRESULT Presentation::BridgeProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    const Presentation& self = ThePresentation();
+    Presentation& self = ThePresentation();
     switch (message) {
     case kMsgResized:
-        self.FollowSize(static_cast<int>(wParam), static_cast<int>(lParam));
+        self.m_sized = false;
+        self.FollowSize(self.m_size);
         return 0;
     case kMsgClose:
         return self.m_top ? SendMessageW(self.m_top, WM_CLOSE, 0, 0) : 0;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 #include <string>
 
 namespace plat {
@@ -26,19 +27,31 @@ constexpr KeyPair kKeys[] = {
     {SDLK_RIGHT, VK_RIGHT},     {SDLK_DOWN, VK_DOWN},      {SDLK_INSERT, VK_INSERT},
     {SDLK_DELETE, VK_DELETE},   {SDLK_SELECT, VK_RETURN},
 };
+// What the number pad means while it is not one.
+constexpr KeyPair kPadKeys[] = {
+    {SDLK_KP_1, VK_END},    {SDLK_KP_2, VK_DOWN},        {SDLK_KP_3, VK_NEXT}, {SDLK_KP_4, VK_LEFT},
+    {SDLK_KP_6, VK_RIGHT},  {SDLK_KP_7, VK_HOME},        {SDLK_KP_8, VK_UP},   {SDLK_KP_9, VK_PRIOR},
+    {SDLK_KP_0, VK_INSERT}, {SDLK_KP_PERIOD, VK_DELETE},
+};
+
+int NumberIn(std::span<const KeyPair> keys, SDL_Keycode key) {
+    const auto pair = std::ranges::find(keys, key, &KeyPair::key);
+    return pair != keys.end() ? pair->number : 0;
+}
 
 // 0 for a key that has no number here.
-int KeyNumber(SDL_Keycode key) {
+int KeyNumber(SDL_Keycode key, bool padHasDigits) {
     if (key >= SDLK_a && key <= SDLK_z) return 'A' + (key - SDLK_a);
     if (key >= SDLK_0 && key <= SDLK_9) return '0' + (key - SDLK_0);
     if (key >= SDLK_F1 && key <= SDLK_F12) return VK_F1 + (key - SDLK_F1);
-    for (const KeyPair& pair : kKeys)
-        if (pair.key == key) return pair.number;
-    return 0;
+    const int number = NumberIn(kKeys, key);
+    return number || padHasDigits ? number : NumberIn(kPadKeys, key);
 }
 
-void Key(const SDL_KeyboardEvent& event, bool down) {
-    if (const int number = KeyNumber(event.keysym.sym)) PlatKey(number, down);
+// The key of a command, which the window system tells as text all the same. The right Alt key makes characters.
+bool IsCommand(Uint16 modifiers) {
+    return (modifiers & (KMOD_CTRL | KMOD_LALT | KMOD_GUI)) != 0 &&
+           (modifiers & (KMOD_RALT | KMOD_MODE)) == 0;
 }
 
 void Text(const char* utf8) {
@@ -79,12 +92,24 @@ bool SdlInput::Handle(const SDL_Event& event) {
         return Finger(event.tfinger);
     case SDL_KEYDOWN:
     case SDL_KEYUP:
-        return Key(event.key, event.type == SDL_KEYDOWN), true;
+        return Key(event.key), true;
     case SDL_TEXTINPUT:
-        return Text(event.text.text), true;
+        if (!IsCommand(m_modifiers)) Text(event.text.text);
+        return true;
     default:
         return false;
     }
+}
+
+void SdlInput::Key(const SDL_KeyboardEvent& event) {
+    m_modifiers = event.keysym.mod;
+    if (const int number = KeyNumber(event.keysym.sym, (m_modifiers & KMOD_NUM) != 0))
+        PlatKey(number, event.type == SDL_KEYDOWN);
+}
+
+void SdlInput::Forget() {
+    m_finger.reset();
+    m_modifiers = 0;
 }
 
 void SdlInput::Press(POINT point) {
@@ -113,8 +138,11 @@ bool SdlInput::Button(const SDL_MouseButtonEvent& button) {
 // The first finger is the button; further ones do nothing until it is lifted.
 bool SdlInput::Finger(const SDL_TouchFingerEvent& finger) {
     const SIZE size = m_window.Size();
-    const POINT point{static_cast<LONG>(finger.x * static_cast<float>(size.cx)),
-                      static_cast<LONG>(finger.y * static_cast<float>(size.cy))};
+    const auto pixel = [](float part, LONG pixels) { // the far edge is the last one's
+        return std::clamp<LONG>(static_cast<LONG>(part * static_cast<float>(pixels)), 0,
+                                std::max<LONG>(pixels - 1, 0));
+    };
+    const POINT point{pixel(finger.x, size.cx), pixel(finger.y, size.cy)};
     if (finger.type == SDL_FINGERDOWN) {
         if (m_finger) return true;
         m_finger = finger.fingerId;

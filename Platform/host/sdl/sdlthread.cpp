@@ -16,10 +16,12 @@ constexpr int kLongestWait = 1000;
 } // namespace
 
 std::optional<SdlThread::Opened> SdlThread::Start(const char* title, int width, int height) {
-    std::promise<std::optional<Opened>> promise;
+    std::promise<std::optional<Opened>>
+        promise; // the thread's, which may be in it still when the answer is here
     auto opened = promise.get_future();
-    m_end = false;
-    m_thread = std::thread([&, name = std::string(title)] { Run(promise, name, {width, height}); });
+    m_end = m_painted = false;
+    m_thread = std::thread([this, promise = std::move(promise), name = std::string(title),
+                            wanted = SIZE{width, height}]() mutable { Run(promise, name, wanted); });
     const auto result = opened.get();
     if (!result) m_thread.join();
     return result;
@@ -45,6 +47,7 @@ void SdlThread::Run(std::promise<std::optional<Opened>>& opened, const std::stri
 
 std::optional<SdlThread::Opened> SdlThread::Open(const std::string& title, SIZE wanted) {
     if (!m_window.Open(title.c_str(), wanted.cx, wanted.cy)) return std::nullopt;
+    m_input.Forget();
     m_wakeEvent = SDL_RegisterEvents(1);
     // Without a keyboard of the screen's own, text is always welcome.
     SDL_HasScreenKeyboardSupport() ? SDL_StopTextInput() : SDL_StartTextInput();
@@ -100,6 +103,7 @@ void SdlThread::WindowEvent(const SDL_WindowEvent& event) {
     case SDL_WINDOWEVENT_EXPOSED:
         return m_window.Repeat();
     case SDL_WINDOWEVENT_FOCUS_LOST:
+        m_input.Forget(); // a finger that goes up elsewhere is not waited for
         return PlatLoseInput();
     default:
         return;
@@ -107,7 +111,7 @@ void SdlThread::WindowEvent(const SDL_WindowEvent& event) {
 }
 
 void SdlThread::RunRequests() {
-    std::deque<std::function<void(SdlWindow&)>> requests;
+    Requests requests;
     {
         std::lock_guard lock(m_lock);
         requests.swap(m_requests);
@@ -126,7 +130,7 @@ void SdlThread::Painted() {
     Wake();
 }
 
-void SdlThread::Post(std::function<void(SdlWindow&)> request) {
+void SdlThread::Post(Requests::value_type request) {
     {
         std::lock_guard lock(m_lock);
         m_requests.push_back(std::move(request));

@@ -33,8 +33,9 @@ public:
 
     // Any thread. Something was painted.
     void Painted();
+    using Requests = std::deque<std::function<void(SdlWindow&)>>;
     // Runs it there, soon.
-    void Post(std::function<void(SdlWindow&)> request);
+    void Post(Requests::value_type request);
     // Runs it there and waits, but not for ever: false when it has not been run by then.
     bool Call(std::function<void()> request);
 
@@ -58,7 +59,7 @@ private:
     std::atomic<bool> m_end{false};
     std::atomic<bool> m_painted{false};
     std::mutex m_lock;
-    std::deque<std::function<void(SdlWindow&)>> m_requests;
+    Requests m_requests;
 };
 
 } // namespace plat

@@ -2,6 +2,7 @@
 #include "Platform/host/sdl/sdlwindow.h"
 
 #include "Platform/painting.h"
+#include "Platform/windows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,6 +21,8 @@ void SetHints() {
     SDL_SetHint(SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0");
     SDL_SetHint(SDL_HINT_TOUCH_MOUSE_EVENTS, "0");
     SDL_SetHint(SDL_HINT_MOUSE_TOUCH_EVENTS, "0");
+    SDL_SetHint(SDL_HINT_IME_INTERNAL_EDITING, "1"); // an input method shows itself what it composes
+    SDL_SetHint(SDL_HINT_IME_SHOW_UI, "1");
     SDL_SetHint(SDL_HINT_APP_NAME, "QNTools");
 }
 
@@ -91,6 +94,9 @@ void SdlWindow::Present() {
 void SdlWindow::Repeat() {
     if (!m_texture) return Present();
     const SDL_Rect place{0, 0, m_textureSize.cx, m_textureSize.cy};
+    const COLORREF ground = GetSysColor(COLOR_BACKGROUND); // beside it, until a larger window is painted
+    SDL_SetRenderDrawColor(m_renderer.get(), static_cast<Uint8>(ground), static_cast<Uint8>(ground >> 8),
+                           static_cast<Uint8>(ground >> 16), SDL_ALPHA_OPAQUE);
     SDL_RenderClear(m_renderer.get());
     SDL_RenderCopy(m_renderer.get(), m_texture.get(), nullptr, &place);
     SDL_RenderPresent(m_renderer.get());
