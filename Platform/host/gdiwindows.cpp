@@ -35,10 +35,54 @@ void MarkOnce(GdiContext& context) {
     MarkPainted(area);
 }
 
+// The context that a thread found last: operations come in rows on one, and find it here without the table's lock.
+struct LastContext {
+    HDC dc = nullptr;
+    unsigned gone = 0; // the count of those that had gone by then
+    int uses = 0;      // operations under way on it
+    std::shared_ptr<GdiContext> context;
+};
+
+#define OF_THREAD thread_local __attribute__((tls_model("initial-exec")))
+OF_THREAD LastContext* t_last = nullptr; // null before the thread's first operation and at its end
+OF_THREAD bool t_ended = false;
+
+struct ThreadsLast {
+    LastContext last;
+    ThreadsLast() { t_last = &last; }
+    ~ThreadsLast() {
+        t_last = nullptr;
+        t_ended = true;
+    }
+};
+
+LastContext* Last() {
+    if (t_last || t_ended) return t_last;
+    thread_local ThreadsLast made;
+    return &made.last;
+}
+
+ContextPointer Find(HDC dc) {
+    LastContext* last = Last();
+    const unsigned gone = g_contextsGone.load(std::memory_order_acquire);
+    if (!last) return ContextPointer(FindGdi<GdiContext>(dc));
+    if (last->context && last->dc == dc && last->gone == gone) return {*last->context, last->uses};
+    auto context = FindGdi<GdiContext>(dc);
+    if (!context || last->uses > 0) return ContextPointer(std::move(context));
+    last->dc = dc;
+    last->gone = gone;
+    last->context = std::move(context);
+    return {*last->context, last->uses};
+}
+
 } // namespace
 
+void ForgetLastContext(HDC dc) {
+    if (t_last && t_last->dc == dc && t_last->uses == 0) t_last->context.reset();
+}
+
 ContextPointer FindContext(HDC dc) {
-    ContextPointer found(FindGdi<GdiContext>(dc));
+    ContextPointer found = Find(dc);
     if (!found || !found->onScreen) return found;
     found.Lock(ScreenLock());
     const unsigned former = found->scene;
