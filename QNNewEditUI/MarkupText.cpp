@@ -1,6 +1,7 @@
 #include "QNNewEditUI/MarkupText.h"
 
 #include "Platform/strings.h"
+#include "QNGridCtrl/HTMLEscape.h"
 
 #include <algorithm>
 #include <cstdarg>
@@ -9,8 +10,6 @@ namespace {
 
 constexpr WCHAR kFirstVisible = 32;
 constexpr WCHAR kEllipsis[] = u"\u2026";
-// "<<" is a literal one, but its second half may begin a tag with what follows: so that tag is one without effect.
-constexpr std::u16string_view kLiteralLess = u"<</BODY>";
 
 bool IsHighSurrogate(WCHAR c) { return (c & 0xFC00) == 0xD800; }
 
@@ -47,7 +46,7 @@ bool MarkupText::AddUserText(std::u16string_view text, std::size_t limit) {
     for (const WCHAR c : text) {
         if (m_length < end && !(m_length > 0 && IsHighSurrogate(m_pszBuffer[m_length - 1]))) cut = m_length;
         const WCHAR shown = std::max(c, kFirstVisible);
-        const std::u16string_view piece = c == u'<' ? kLiteralLess : std::u16string_view(&shown, 1);
+        const std::u16string_view piece = c == u'<' ? HTML_LITERAL_LESS : std::u16string_view(&shown, 1);
         if (piece.size() > end - m_length) {
             m_length = cut;
             if (cut < end) Add(kEllipsis);

@@ -1,5 +1,6 @@
 // The pictures of QNResources.dll by number: resources of the type "PNGPIC", 16 pixels wide below 144 dots an inch and 32
-// from there. The drawings stand in pictures/NUMBER.svg. In mark-up a picture is <IMG SRC=NUMBER>.
+// from there. The drawings stand in pictures/NUMBER.svg, those of pictures twice as large in NUMBER.large.svg. In mark-up a
+// picture is <IMG SRC=NUMBER>.
 #pragma once
 
 #include "Platform/types.h"
@@ -25,6 +26,17 @@ inline constexpr WORD kPicturePrivate = 244;
 inline constexpr WORD kPictureLinked = 245;
 inline constexpr WORD kPictureQuickEntry = 246;
 inline constexpr WORD kPictureTaskOpen = 247;
+inline constexpr WORD kPictureDayPage = 248; // on light grounds and on bars
+inline constexpr WORD kPictureWeekPage = 249;
+inline constexpr WORD kPictureAgendaPage = 250;
+inline constexpr WORD kPictureFilter = 251; // white, for bars, as the next two
+inline constexpr WORD kPictureFilterOn = 252;
+inline constexpr WORD kPictureMenu = 253;
+inline constexpr WORD kPictureError = 254; // of message boxes: 32 and 64 pixels, as the next three
+inline constexpr WORD kPictureQuestion = 255;
+inline constexpr WORD kPictureWarning = 256;
+inline constexpr WORD kPictureInformation = 257;
+inline constexpr WORD kPictureNoCategory = 260;
 inline constexpr WORD kPictureVoice = 267;
 inline constexpr WORD kPictureContact = 293;
 inline constexpr WORD kPictureScribble = 322;

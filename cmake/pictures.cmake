@@ -1,5 +1,6 @@
-# Draws Resources/pictures/NUMBER.svg at 16 and 32 pixels and puts the PNG files into the table of Resources/picturetable.h:
-# one generated source in the build tree, made anew when a drawing changes. The same file is the script that does it.
+# Draws Resources/pictures/NUMBER.svg at 16 and 32 pixels, NUMBER.large.svg at 32 and 64, and puts the PNG files into the table
+# of Resources/picturetable.h: one generated source in the build tree, made anew when a drawing changes. The same file is the
+# script that does it.
 
 if(NOT CMAKE_SCRIPT_MODE_FILE)
   find_program(QN_RSVG_CONVERT rsvg-convert REQUIRED)
@@ -21,8 +22,7 @@ file(MAKE_DIRECTORY ${folder})
 file(GLOB drawings ${INPUT}/*.svg)
 list(SORT drawings COMPARE NATURAL)
 
-set(least_dots_16 0)
-set(least_dots_32 144) # an inch
+set(high_dots 144) # an inch: from there on the larger one is for
 set(bytes "")
 set(rows "")
 foreach(drawing IN LISTS drawings)
@@ -30,7 +30,13 @@ foreach(drawing IN LISTS drawings)
   if(NOT number MATCHES "^[1-9][0-9]*$" OR number GREATER 65535)
     message(FATAL_ERROR "${drawing}: the name is no number of a picture")
   endif()
-  foreach(size 16 32)
+  set(small 16)
+  if(drawing MATCHES "\\.large\\.svg$")
+    set(small 32)
+  endif()
+  foreach(times 1 2)
+    math(EXPR size "${small} * ${times}")
+    math(EXPR least_dots "${high_dots} * (${times} - 1)")
     set(png ${folder}/${number}-${size}.png)
     execute_process(COMMAND ${CONVERT} --width=${size} --height=${size} --format=png --output=${png} ${drawing}
                     RESULT_VARIABLE failed ERROR_VARIABLE error)
@@ -40,7 +46,7 @@ foreach(drawing IN LISTS drawings)
     file(READ ${png} hex HEX)
     string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," hex "${hex}")
     string(APPEND bytes "constexpr BYTE k${number}_${size}[] = {${hex}};\n")
-    string(APPEND rows "    Row(${number}, ${least_dots_${size}}, k${number}_${size}),\n")
+    string(APPEND rows "    Row(${number}, ${least_dots}, k${number}_${size}),\n")
   endforeach()
 endforeach()
 

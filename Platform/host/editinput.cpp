@@ -1,5 +1,6 @@
 // Keys, characters and the pointer in a text field.
 #include "Platform/host/edit.h"
+#include "Platform/host/textorder.h"
 
 #include <algorithm>
 #include <utility>
@@ -49,8 +50,9 @@ std::optional<LRESULT> EditControl::HandleInput(UINT message, WPARAM wParam, LPA
     case WM_HSCROLL:
         Scroll(LOWORD(wParam), message == WM_VSCROLL);
         return 0;
-    case WM_GETDLGCODE: {
-        const LRESULT returns = Is(ES_MULTILINE) || Is(ES_WANTRETURN) ? DLGC_WANTALLKEYS : 0;
+    case WM_GETDLGCODE: { // for the key in wParam: Escape is the dialog's
+        const bool keeps = (Is(ES_MULTILINE) || Is(ES_WANTRETURN)) && wParam != VK_ESCAPE;
+        const LRESULT returns = keeps ? DLGC_WANTALLKEYS : 0;
         return returns | DLGC_WANTARROWS | DLGC_WANTCHARS | DLGC_HASSETSEL;
     }
     default:
@@ -127,12 +129,19 @@ void EditControl::MoveCaret(int key, bool extend) {
             m_Text.MoveTo(ctrl ? 0 : row.start, extend);
         else if (key == VK_END)
             m_Text.MoveTo(ctrl ? m_Text.Length() : row.end - (wrapped ? 1 : 0), extend);
-        else if (key == VK_LEFT || key == VK_UP)
+        else if (GoesBack(key, row))
             m_Text.Move(ctrl ? Motion::WordLeft : Motion::Left, extend);
         else
             m_Text.Move(ctrl ? Motion::WordRight : Motion::Right, extend);
     }
     ShowCaret();
+}
+
+// Left is onward in what is written from the right, for all of a row, so that the caret never goes in circles.
+bool EditControl::GoesBack(int key, const EditLayout::Row& row) const {
+    const auto start = static_cast<std::size_t>(row.start), end = static_cast<std::size_t>(row.end);
+    const bool turned = BeginsFromRight(std::u16string_view(m_Shown).substr(start, end - start));
+    return key == VK_UP || key == (turned ? VK_RIGHT : VK_LEFT);
 }
 
 // Up and down the caret keeps to where it came from, also across shorter rows.

@@ -110,10 +110,9 @@ PlatMenuRecord RecordOf(HWND owner, const std::vector<MenuRow>& rows) {
 
 UINT Choose(HMENU menu, HWND window, int x, int y) {
     std::optional<UINT> chosen;
-    std::vector<MenuRow> rows;
     {
         HostCall call;
-        rows = RowsOf(menu);
+        const std::vector<MenuRow> rows = RowsOf(menu);
         Prompts& prompts = ThePrompts();
         std::lock_guard lock(prompts.lock);
         Keep(prompts.menus, RecordOf(window, rows));
@@ -121,7 +120,8 @@ UINT Choose(HMENU menu, HWND window, int x, int y) {
     }
     if (!chosen)
         if (PlatPromptProvider* provider = Provider()) chosen = provider->PickFromMenu(window, menu, x, y);
-    return chosen && CanChoose(rows, *chosen) ? *chosen : 0;
+    HostCall call;
+    return chosen && CanChoose(RowsOf(menu), *chosen) ? *chosen : 0; // sub-menus were filled meanwhile
 }
 
 } // namespace
