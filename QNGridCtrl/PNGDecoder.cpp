@@ -1,11 +1,14 @@
 #include "QNGridCtrl/PNGDecoder.h"
 
+#include "QNGridCtrl/PNGFilters.h"
 #include "QNGridCtrl/PNGPicture.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <bit>
 #include <cstring>
+#include <limits>
+#include <memory>
 #include <new>
 #include <string_view>
 #include <zlib.h>
@@ -18,14 +21,15 @@ constexpr std::array<BYTE, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1
 constexpr std::size_t kFirstChunk = 33; // the header chunk stands at its fixed place
 constexpr std::size_t kChunkHead = 8;
 constexpr std::size_t kCheckValue = 4;
-constexpr std::size_t kMostExpansion = 1040; // of deflated data
+constexpr unsigned long long kMostExpansion = 1040; // of deflated data
 constexpr std::size_t kRoomBehind = 272; // with it inflating stays quick up to the end, and comes to see it
 constexpr std::size_t kRawBlock = 64 * 1024; // lines are inflated and converted in blocks of about this size
 
 enum ColorType : BYTE { kGrey = 0, kRGB = 2, kPalette = 3, kGreyAlpha = 4, kRGBA = 6 };
 
 struct Color {
-    BYTE blue, green, red;
+    BYTE blue = 0, green = 0, red = 0; // in the order of the pixels
+    BYTE alpha = 255;
 };
 
 struct Pass {
@@ -37,6 +41,12 @@ constexpr std::array<Pass, 1> kWholeImage = {{{0, 0, 1, 1}}};
 
 DWORD BigEndian(const BYTE* p) { return DWORD{p[0]} << 24 | DWORD{p[1]} << 16 | DWORD{p[2]} << 8 | p[3]; }
 
+// A pixel from the low bytes. The fourth goes to the next pixel of the line, which must be yet to come: so it is one store.
+void PutPixelAndMore(BYTE* pixel, DWORD value) {
+    if constexpr (std::endian::native == std::endian::big) value = __builtin_bswap32(value);
+    std::memcpy(pixel, &value, sizeof value);
+}
+
 struct Chunk {
     std::string_view name;
     Bytes data; // as far as the file has it
@@ -46,10 +56,10 @@ struct Chunk {
 // False where no chunk can stand any more.
 bool ReadChunk(Bytes file, std::size_t at, Chunk& chunk) {
     if (at > file.size() || file.size() - at < kChunkHead) return false;
-    const std::size_t length = BigEndian(&file[at]);
     const std::size_t start = at + kChunkHead;
+    const std::size_t length = std::min<std::size_t>(BigEndian(&file[at]), file.size() - start);
     chunk.name = {reinterpret_cast<const char*>(&file[at + 4]), 4};
-    chunk.data = file.subspan(start, std::min(length, file.size() - start));
+    chunk.data = file.subspan(start, length);
     chunk.next = start + length + kCheckValue;
     return true;
 }
@@ -108,97 +118,6 @@ private:
     bool m_failed = false;
 };
 
-// --- Filters: each line is a difference from its left and upper neighbours, `distance` bytes away ------------------
-
-// The bytes of a pixel side by side: they hang on their own neighbours alone.
-using Lanes = short __attribute__((vector_size(16)));
-using ByteLanes = BYTE __attribute__((vector_size(8)));
-
-template<std::size_t kDistance>
-auto LoadPixel(const BYTE* from) {
-    if constexpr (kDistance == 1) {
-        return int{*from};
-    } else {
-        ByteLanes bytes{};
-        std::memcpy(&bytes, from, kDistance);
-        return __builtin_convertvector(bytes, Lanes);
-    }
-}
-
-template<std::size_t kDistance, class T>
-void StorePixel(const T& pixel, BYTE* to) {
-    if constexpr (kDistance == 1) {
-        *to = static_cast<BYTE>(pixel);
-    } else {
-        const ByteLanes bytes = __builtin_convertvector(pixel, ByteLanes);
-        std::memcpy(to, &bytes, kDistance);
-    }
-}
-
-// Whichever of left, above and upper left is nearest to left + above - upper left, in this order.
-template<class T>
-T PaethPredictor(const T& left, const T& above, const T& upperLeft) {
-    const auto size = [](const T& v) -> T { return v < 0 ? -v : v; };
-    const T toLeft = size(above - upperLeft), toAbove = size(left - upperLeft),
-            toUpperLeft = size(left + above - 2 * upperLeft);
-    const T nearest = toAbove <= toUpperLeft ? above : upperLeft;
-    return ((toLeft <= toAbove) & (toLeft <= toUpperLeft)) ? left : nearest;
-}
-
-// Left of the line stands nothing, which counts as 0.
-template<std::size_t kDistance, class F>
-void AddPredicted(BYTE* line, const BYTE* upper, std::size_t size, F predicted) {
-    decltype(LoadPixel<kDistance>(line)) left{}, upperLeft{};
-    for (std::size_t i = 0; i < size; i += kDistance) {
-        const auto above = LoadPixel<kDistance>(upper + i);
-        left = (LoadPixel<kDistance>(line + i) + predicted(left, above, upperLeft)) & 0xFF;
-        StorePixel<kDistance>(left, line + i);
-        upperLeft = above;
-    }
-}
-
-void AddUpper(BYTE* line, const BYTE* upper, std::size_t size) {
-    for (std::size_t i = 0; i < size; ++i) line[i] = static_cast<BYTE>(line[i] + upper[i]);
-}
-
-template<std::size_t kDistance>
-void ApplyFilter(BYTE filter, BYTE* line, const BYTE* upper, std::size_t size) {
-    switch (filter) {
-    case 1:
-        return AddPredicted<kDistance>(line, upper, size, [](auto& left, auto&, auto&) { return left; });
-    case 2:
-        return AddUpper(line, upper, size);
-    case 3:
-        return AddPredicted<kDistance>(line, upper, size,
-                                       [](auto& left, auto& above, auto&) { return (left + above) >> 1; });
-    case 4:
-        return AddPredicted<kDistance>(line, upper, size, [](auto& left, auto& above, auto& upperLeft) {
-            return PaethPredictor(left, above, upperLeft);
-        });
-    default: // none; one that the format doesn't have leaves the line as it stands
-        return;
-    }
-}
-
-void ApplyFilter(BYTE* line, const BYTE* upper, std::size_t size, std::size_t distance) {
-    const BYTE filter = *line++;
-    ++upper;
-    switch (distance) {
-    case 1:
-        return ApplyFilter<1>(filter, line, upper, size);
-    case 2:
-        return ApplyFilter<2>(filter, line, upper, size);
-    case 3:
-        return ApplyFilter<3>(filter, line, upper, size);
-    case 4:
-        return ApplyFilter<4>(filter, line, upper, size);
-    case 6:
-        return ApplyFilter<6>(filter, line, upper, size);
-    default:
-        return ApplyFilter<8>(filter, line, upper, size);
-    }
-}
-
 // --- The decoder --------------------------------------------------------------------------------------------------
 
 class Decoder {
@@ -210,6 +129,7 @@ private:
     bool FindData(Chunk& data);
     void ReadPalette(Bytes data);
     void MakeGreyscalePalette();
+    void ReadTransparency();
     bool IsKnownKind() const;
     bool IsTooLarge(unsigned long long maxPixels) const;
     DWORD SamplesOfPixel() const;
@@ -218,11 +138,12 @@ private:
     void ReadGrey(const BYTE* line, DWORD row, const Pass& pass);
     void ReadPaletteBits(const BYTE* line, DWORD row, const Pass& pass);
     void ReadPaletteBytes(const BYTE* line, DWORD row, const Pass& pass);
+    void ReadPaletteLine(const BYTE* line, DWORD row);
     template<bool kHasAlpha>
     void ReadRGB(const BYTE* line, DWORD row, const Pass& pass);
     template<bool kHasAlpha>
-    void ReadRGBBytes(const BYTE* line, DWORD row);
-    BYTE AlphaOfIndex(BYTE index) const;
+    void ReadRGBLine(const BYTE* line, DWORD row);
+    void PutColor(const Color& color, DWORD row, DWORD column);
     bool IsTransparentColor(BYTE red, BYTE green, BYTE blue) const;
 
     bool HasAlpha() const { return m_type == kGreyAlpha || m_type == kRGBA; }
@@ -240,7 +161,7 @@ private:
     BYTE m_depth = 0;
     BYTE m_type = 0;
     BYTE m_interlace = 0;
-    std::array<Color, 256> m_palette{}; // what is missing is black
+    std::array<Color, 256> m_palette{}; // what is missing is black and opaque
     Bytes m_transparency;
     std::size_t m_rowBytes = 0;
 };
@@ -280,6 +201,7 @@ bool Decoder::FindData(Chunk& chunk) {
         if (chunk.name == "tRNS") m_transparency = chunk.data;
         if (chunk.name == "IDAT") {
             if (IsGrey()) MakeGreyscalePalette();
+            ReadTransparency();
             return true;
         }
     }
@@ -288,14 +210,24 @@ bool Decoder::FindData(Chunk& chunk) {
 
 void Decoder::ReadPalette(Bytes data) {
     const std::size_t entries = std::min(data.size() / 3, m_palette.size());
-    for (std::size_t i = 0; i < entries; ++i) m_palette[i] = {data[i * 3 + 2], data[i * 3 + 1], data[i * 3]};
+    for (std::size_t i = 0; i < entries; ++i)
+        m_palette[i] = {data[i * 3 + 2], data[i * 3 + 1], data[i * 3], 255};
+}
+
+// Of a palette each entry has its own; of few greys the one that is told has none. Bytes of grey have no such value.
+void Decoder::ReadTransparency() {
+    if (m_type == kPalette)
+        for (std::size_t i = 0; i < std::min(m_transparency.size(), m_palette.size()); ++i)
+            m_palette[i].alpha = m_transparency[i];
+    else if (m_type == kGrey && m_depth < 8 && m_transparency.size() >= 2)
+        m_palette[m_transparency[1]].alpha = 0;
 }
 
 void Decoder::MakeGreyscalePalette() {
     const int levels = m_depth < 8 ? 1 << m_depth : 256;
     for (int i = 0; i < levels; ++i) {
         const auto level = static_cast<BYTE>(i * 255 / std::max(levels - 1, 1));
-        m_palette[static_cast<std::size_t>(i)] = {level, level, level};
+        m_palette[static_cast<std::size_t>(i)] = {level, level, level, 255};
     }
 }
 
@@ -316,9 +248,10 @@ bool Decoder::IsKnownKind() const {
 }
 
 bool Decoder::IsTooLarge(unsigned long long maxPixels) const {
+    constexpr unsigned long long kMostBytes = std::numeric_limits<std::ptrdiff_t>::max();
     const unsigned long long pixels = static_cast<unsigned long long>(m_image.width) * m_image.height;
-    const unsigned long long bits = pixels > maxPixels ? 0 : pixels * SamplesOfPixel() * m_depth;
-    return pixels > maxPixels || m_image.width > maxPixels || bits / 8 > m_file.size() * kMostExpansion;
+    if (pixels > maxPixels || pixels > kMostBytes / 8) return true;
+    return pixels * SamplesOfPixel() * m_depth / 8 > m_file.size() * kMostExpansion;
 }
 
 DWORD Decoder::SamplesOfPixel() const {
@@ -336,19 +269,20 @@ DWORD Decoder::ReadPass(DataStream& stream, const Pass& pass) {
     const std::size_t distance = SamplesOfPixel() * SampleBytes();
     const std::size_t most = std::clamp<std::size_t>(kRawBlock / line, 1, rows);
     const bool all = most == rows && !m_interlace;
-    std::vector<BYTE> block(line * (most + 1) + (all ? kRoomBehind : 0), 0);
-    BYTE* first = block.data() + line;
+    const auto block = std::make_unique_for_overwrite<BYTE[]>(line * (most + 1) + (all ? kRoomBehind : 0));
+    BYTE* first = block.get() + line;
+    std::memset(block.get(), 0, line); // nothing is above
     for (DWORD done = 0; done < rows;) {
         const std::size_t wanted = std::min<std::size_t>(most, rows - done);
         const std::size_t bytes = wanted * line + (all ? kRoomBehind : 0);
         const std::size_t got = std::min(stream.Read({first, bytes}, all) / line, wanted);
         for (std::size_t i = 0; i < got; ++i) {
             BYTE* now = first + i * line;
-            ApplyFilter(now, now - line, content, distance);
+            ApplyPNGFilter(now, now - line, content, distance);
             ReadLine(now + 1, pass.firstRow + (done + static_cast<DWORD>(i)) * pass.rowStep, pass);
         }
         if (got < wanted) return done;
-        std::memcpy(block.data(), first + (got - 1) * line, line);
+        std::memcpy(block.get(), first + (got - 1) * line, line);
         done += static_cast<DWORD>(got);
     }
     return rows;
@@ -356,18 +290,23 @@ DWORD Decoder::ReadPass(DataStream& stream, const Pass& pass) {
 
 void Decoder::ReadLine(const BYTE* line, DWORD row, const Pass& pass) {
     if (m_depth < 8) return ReadPaletteBits(line, row, pass);
-    const bool plain = m_depth == 8 && pass.columnStep == 1;
+    const bool whole = m_depth == 8 && pass.columnStep == 1;
     switch (m_type) {
     case kPalette:
-        return ReadPaletteBytes(line, row, pass);
+        return whole ? ReadPaletteLine(line, row) : ReadPaletteBytes(line, row, pass);
     case kRGB:
-        return plain && m_transparency.empty() ? ReadRGBBytes<false>(line, row)
+        return whole && m_transparency.empty() ? ReadRGBLine<false>(line, row)
                                                : ReadRGB<false>(line, row, pass);
     case kRGBA:
-        return plain ? ReadRGBBytes<true>(line, row) : ReadRGB<true>(line, row, pass);
+        return whole ? ReadRGBLine<true>(line, row) : ReadRGB<true>(line, row, pass);
     default:
         return ReadGrey(line, row, pass);
     }
+}
+
+void Decoder::PutColor(const Color& color, DWORD row, DWORD column) {
+    std::memcpy(PixelAt(row, column), &color, 3);
+    *AlphaAt(row, column) = color.alpha;
 }
 
 // Of a sample of two bytes the high one counts.
@@ -387,8 +326,7 @@ void Decoder::ReadPaletteBits(const BYTE* line, DWORD row, const Pass& pass) {
     int shift = 8 - m_depth;
     for (DWORD column = pass.firstColumn; column < m_image.width; column += pass.columnStep) {
         const auto index = static_cast<BYTE>(*line >> shift & mask);
-        std::memcpy(PixelAt(row, column), &m_palette[index], 3);
-        *AlphaAt(row, column) = AlphaOfIndex(index);
+        PutColor(m_palette[index], row, column);
         shift -= m_depth;
         if (shift >= 0) continue;
         shift = 8 - m_depth;
@@ -397,10 +335,19 @@ void Decoder::ReadPaletteBits(const BYTE* line, DWORD row, const Pass& pass) {
 }
 
 void Decoder::ReadPaletteBytes(const BYTE* line, DWORD row, const Pass& pass) {
-    for (DWORD column = pass.firstColumn; column < m_image.width; column += pass.columnStep, ++line) {
-        std::memcpy(PixelAt(row, column), &m_palette[*line], 3);
-        if (*line < m_transparency.size()) *AlphaAt(row, column) = m_transparency[*line];
-    }
+    for (DWORD column = pass.firstColumn; column < m_image.width; column += pass.columnStep)
+        PutColor(m_palette[*line++], row, column);
+}
+
+void Decoder::ReadPaletteLine(const BYTE* line, DWORD row) {
+    BYTE* pixel = PixelAt(row, 0);
+    const DWORD last = m_image.width - 1;
+    for (DWORD column = 0; column < last; ++column, pixel += 3)
+        std::memcpy(pixel, &m_palette[line[column]], sizeof(Color)); // the fourth byte is the next one's
+    std::memcpy(pixel, &m_palette[line[last]], 3);
+    if (m_transparency.empty()) return;
+    BYTE* alpha = AlphaAt(row, 0);
+    for (DWORD column = 0; column <= last; ++column) alpha[column] = m_palette[line[column]].alpha;
 }
 
 template<bool kHasAlpha>
@@ -420,23 +367,18 @@ void Decoder::ReadRGB(const BYTE* line, DWORD row, const Pass& pass) {
     }
 }
 
-// The common kind, a whole line at once.
 template<bool kHasAlpha>
-void Decoder::ReadRGBBytes(const BYTE* line, DWORD row) {
+void Decoder::ReadRGBLine(const BYTE* line, DWORD row) {
     BYTE* pixel = PixelAt(row, 0);
     BYTE* alpha = AlphaAt(row, 0);
-    for (DWORD column = 0; column < m_image.width; ++column, pixel += 3, line += kHasAlpha ? 4 : 3) {
-        pixel[0] = line[2];
-        pixel[1] = line[1];
-        pixel[2] = line[0];
-        if constexpr (kHasAlpha) alpha[column] = line[3];
+    const DWORD last = m_image.width - 1;
+    for (DWORD column = 0; column < last; ++column, pixel += 3, line += kHasAlpha ? 4 : 3) {
+        const DWORD rgba = BigEndian(line);
+        PutPixelAndMore(pixel, rgba >> 8);
+        if constexpr (kHasAlpha) alpha[column] = static_cast<BYTE>(rgba);
     }
-}
-
-// Of a palette the entry's own; of grey the one value that is told.
-BYTE Decoder::AlphaOfIndex(BYTE index) const {
-    if (m_type == kPalette) return index < m_transparency.size() ? m_transparency[index] : BYTE{255};
-    return m_transparency.size() >= 2 && m_transparency[1] == index ? BYTE{0} : BYTE{255};
+    for (std::size_t i = 0; i < 3; ++i) pixel[i] = line[2 - i];
+    if constexpr (kHasAlpha) alpha[last] = line[3];
 }
 
 // The low bytes are compared with the first byte of each sample: that is how these pictures have always been shown.

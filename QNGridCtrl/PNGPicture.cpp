@@ -7,6 +7,7 @@
 #include "Platform/threads.h"
 #include "QNGridCtrl/PNGScale.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <string_view>
@@ -19,7 +20,11 @@ const WCHAR kResourceType[] = u"PNGPIC";
 constexpr DWORD kMaxPixels = 64u << 20;
 constexpr COLORREF kListKey = 0xFF00FF;
 
-unsigned long long MaxPixels() { return ReadRegistryWithDefault(kSettings, u"PNGMaxPixels", kMaxPixels); }
+// Any more would be too wide for coordinates.
+unsigned long long MaxPixels() {
+    constexpr DWORD kMost = 0x3FFFFFFF;
+    return std::min(ReadRegistryWithDefault(kSettings, u"PNGMaxPixels", kMaxPixels), kMost);
+}
 
 PNGError ReadWhole(HANDLE file, std::vector<BYTE>& bytes) {
     try {

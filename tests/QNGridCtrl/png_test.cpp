@@ -1,6 +1,7 @@
 // Pictures: our decoder beside another one, what this one does in its own way, damage, scaling and drawing.
 #include "QNGridCtrl/PNGPicture.h"
 
+#include "NorvoTools/registryfunctions.h"
 #include "Platform/modules.h"
 #include "QNGridCtrl/PNGScale.h"
 #include "QNGridCtrl/PNGStaticWindow.h"
@@ -36,13 +37,13 @@ PNGBytes Decoded(const PNGBytes& file, DWORD expected = PNG_OK) {
     return Flat(image);
 }
 
-// Values that neighbours share, with noise: filters then matter.
-PNGRecipe RandomRecipe(BYTE type, BYTE depth, std::mt19937& random) {
+// Values that neighbours share, with noise: filters then matter. A large one is inflated in more than one part.
+PNGRecipe RandomRecipe(BYTE type, BYTE depth, bool large, std::mt19937& random) {
     PNGRecipe r;
     r.type = type;
     r.depth = depth;
-    r.width = 1 + random() % 40;
-    r.height = 1 + random() % 40;
+    r.width = large ? 270 : 1 + random() % 40;
+    r.height = large ? 270 : 1 + random() % 40;
     r.interlace = random() % 2;
     r.filter = static_cast<int>(random() % 6) - 1;
     r.split = random() % 3 ? 0 : 1 + random() % 50;
@@ -69,7 +70,7 @@ TEST(PNG, GoodFilesDecodeAsByLibpng) {
     for (const auto& [type, depths] : kinds)
         for (const BYTE depth : depths)
             for (int i = 0; i < 60; ++i) {
-                const PNGRecipe r = RandomRecipe(type, depth, random);
+                const PNGRecipe r = RandomRecipe(type, depth, depth >= 8 && i == 0, random);
                 const PNGBytes file = MakePNG(r);
                 const PNGBytes peer = DecodeWithLibpng(file);
                 ASSERT_EQ(peer.size(), std::size_t{r.width} * r.height * 4);
@@ -360,33 +361,14 @@ TEST_F(PNGFiles, BitmapsOfPictures) {
     PNGRecipe white = Of(2, 2, 4, 8, {}, {255, 255, 255, 0, 255, 255, 255, 255});
     PNGPicture picture(File(MakePNG(white)));
     PNGPicture overlay(File(MakePNG(Of(1, 1, 6, 8, {}, {255, 0, 0, 255}))));
-    const auto rows = [](HBITMAP bitmap) {
-        const HDC dc = CreateCompatibleDC(nullptr);
-        const HGDIOBJ former = SelectObject(dc, bitmap);
-        TextRows text(2);
-        for (int i = 0; i < 4; ++i)
-            text[static_cast<std::size_t>(i / 2)] += LetterOf(GetPixel(dc, i % 2, i / 2));
-        SelectObject(dc, former);
-        DeleteDC(dc);
-        DeleteObject(bitmap);
-        return text;
-    };
-    EXPECT_EQ(rows(picture.GetBitmap(kBlue)), (TextRows{"WB", "WW"}));
-    EXPECT_EQ(rows(picture.GetBitmap(kBlue, nullptr, true)), (TextRows{"BB", "WB"}));
-    EXPECT_EQ(rows(picture.GetBitmap(kBlue, &overlay, true)), (TextRows{"RB", "WB"}));
+    EXPECT_EQ(TakenRows(picture.GetBitmap(kBlue)), (TextRows{"WB", "WW"}));
+    EXPECT_EQ(TakenRows(picture.GetBitmap(kBlue, nullptr, true)), (TextRows{"BB", "WB"}));
+    EXPECT_EQ(TakenRows(picture.GetBitmap(kBlue, &overlay, true)), (TextRows{"RB", "WB"}));
     // Without its transparency it becomes a bitmap, and stays one.
     picture.PreDrawScale(2, 2, PNG_SMOOTH);
-    EXPECT_EQ(rows(picture.GetBitmap(kBlue)), (TextRows{"WW", "WW"}));
+    EXPECT_EQ(TakenRows(picture.GetBitmap(kBlue)), (TextRows{"WW", "WW"}));
     picture.PreDrawScale(1, 1, PNG_SMOOTH);
     EXPECT_EQ(picture.GetWidth(), 2u);
-}
-
-TEST_F(PNGFiles, ScalesToASizeWithMeansOfColoursAndTransparency) {
-    PNGPicture picture(File(MakePNG(Of(2, 2, 4, 8, {}, {10, 0, 20, 100, 30, 100, 40, 200}))));
-    picture.PreDrawScale(2, 2, PNG_SMOOTH | PNG_KEEP_ALPHA);
-    EXPECT_EQ(picture.GetImage().alpha.size(), 4u);
-    picture.PreDrawScale(1, 1, PNG_SMOOTH | PNG_KEEP_ALPHA);
-    EXPECT_EQ(Flat(picture.GetImage()), (PNGBytes{25, 25, 25, 100}));
 }
 
 TEST_F(PNGFiles, ResourcesAreDrawnAndListed) {
@@ -415,11 +397,20 @@ TEST_F(PNGFiles, ResourcesAreDrawnAndListed) {
     FreeLibrary(folder);
 }
 
+TEST_F(PNGFiles, ASettingIsTheCeiling) {
+    const WCHAR* sixteen = File(MakePNG(SixteenGreys()));
+    for (const DWORD most : {15u, 16u, 0xFFFFFFFFu}) {
+        SetToRegistry(HKEY_CURRENT_USER, u"Software\\Norvo\\Quillonary", u"PNGMaxPixels", most);
+        EXPECT_EQ(PNGPicture(sixteen).GetLastError(), most < 16 ? PNG_NO_MEMORY : PNG_OK) << most;
+    }
+}
+
 TEST_F(PNGFiles, TheSuitesPicturesFitTheScreen) {
     const HINSTANCE suite = LoadLibraryW(u"QNResources.dll");
     for (const auto& [dots, pixels] : {std::pair(96, 16u), {143, 16u}, {144, 32u}}) {
         PlatSetScreen({480, 640, dots});
-        for (const WORD id : {10, 207, 234, 237, 375}) {
+        for (const WORD id : {10,  207, 209, 213, 214, 218, 219, 232, 233, 234,
+                              237, 240, 260, 267, 293, 322, 328, 373, 374, 375}) {
             const PNGPicture picture(suite, id);
             EXPECT_EQ(picture.GetLastError(), PNG_OK) << id;
             EXPECT_EQ(std::pair(picture.GetWidth(), picture.GetHeight()), std::pair(pixels, pixels)) << id;
@@ -438,21 +429,15 @@ TEST_F(PNGFiles, AWindowShowsItsPicture) {
     PNGStaticWindow window;
     EXPECT_FALSE(PNGStaticWindow().Init(parent.GetHWnd(), folder, 2));
     ASSERT_TRUE(window.Init(parent.GetHWnd(), folder, 1));
-    const auto rows = [&](int side) {
-        UpdateWindow(window.GetHWnd());
-        const HDC dc = GetDC(window.GetHWnd());
-        TextRows text(static_cast<std::size_t>(side));
-        for (int i = 0; i < side * side; ++i)
-            text[static_cast<std::size_t>(i / side)] += LetterOf(GetPixel(dc, i % side, i / side));
-        ReleaseDC(window.GetHWnd(), dc);
-        return text;
-    };
-    EXPECT_EQ(rows(4), (TextRows{"WWWW", "WRRW", "WRWW", "WWWW"}));
-    MoveWindow(window.GetHWnd(), 0, 0, 1, 1, TRUE);
-    EXPECT_EQ(rows(1).size(), 1u);
-    const HDC dc = GetDC(window.GetHWnd()); // three quarters of red over white: 255*64/255 of the ground
-    EXPECT_EQ(GetPixel(dc, 0, 0), 0x4040FFu);
+    UpdateWindow(window.GetHWnd());
+    const HDC dc = GetDC(window.GetHWnd());
+    EXPECT_EQ(RowsOf(dc, 4, 4), (TextRows{"WWWW", "WRRW", "WRWW", "WWWW"}));
     ReleaseDC(window.GetHWnd(), dc);
+    MoveWindow(window.GetHWnd(), 0, 0, 1, 1, TRUE);
+    UpdateWindow(window.GetHWnd());
+    const HDC one = GetDC(window.GetHWnd()); // three quarters of red over white: 255*64/255 of the ground
+    EXPECT_EQ(GetPixel(one, 0, 0), 0x4040FFu);
+    ReleaseDC(window.GetHWnd(), one);
     DestroyWindow(parent.GetHWnd());
     FreeLibrary(folder);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/gdi.h"
+#include "Platform/memorycontext.h"
 
 #include <map>
 #include <string>
@@ -28,6 +29,22 @@ inline BITMAPINFO SectionInfo(int width, int height, WORD bits, bool topDown) {
 }
 
 using TextRows = std::vector<std::string>;
+
+inline TextRows RowsOf(HDC dc, int width, int height) {
+    TextRows rows(static_cast<std::size_t>(height));
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) rows[static_cast<std::size_t>(y)] += LetterOf(GetPixel(dc, x, y));
+    return rows;
+}
+
+// The pixels of a bitmap, which goes; empty for none.
+inline TextRows TakenRows(HBITMAP bitmap) {
+    BITMAP size{};
+    if (!GetObjectW(bitmap, sizeof size, &size)) return {};
+    const TextRows rows = RowsOf(MemoryContext(bitmap), size.bmWidth, size.bmHeight);
+    DeleteObject(bitmap);
+    return rows;
+}
 
 class Canvas {
 public:
@@ -60,14 +77,7 @@ public:
     HBITMAP Bitmap() const { return m_bitmap; }
     BYTE* Bits() const { return m_bits; }
     COLORREF At(int x, int y) const { return GetPixel(m_dc, x, y); }
-    TextRows Rows() const {
-        TextRows rows;
-        for (int y = 0; y < m_height; ++y) {
-            rows.emplace_back();
-            for (int x = 0; x < m_width; ++x) rows.back() += LetterOf(At(x, y));
-        }
-        return rows;
-    }
+    TextRows Rows() const { return RowsOf(m_dc, m_width, m_height); }
 
 private:
     int m_width, m_height;
