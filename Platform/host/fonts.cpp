@@ -87,26 +87,15 @@ public:
 
     // No text is taken for wider than the farthest pixel: so plain whole numbers do.
     long long Measure(std::u16string_view text, long long limit, int* fit, int* widths) override {
-        const int most = NearPixel(limit);
-        int width = 0;
-        std::size_t fits = 0;
-        for (std::size_t i = 0; i < text.size();) {
-            const UnitTable::Page* page = m_units.PageOf(text[i]);
-            const unsigned number = text[i] / UnitTable::Page::kUnits;
-            for (; page && i < text.size() && text[i] / UnitTable::Page::kUnits == number; ++i) {
-                const int advance =
-                    page->advance[UnitTable::PlaceOn(text[i])].load(std::memory_order_acquire);
-                if (advance >= UnitTable::kShaped) [[unlikely]]
-                    break;
-                width = std::min(width + advance, kFarthestPixel);
-                if (width <= most) fits = i + 1;
-                if (widths) widths[i] = width;
-            }
-            if (i < text.size() && AdvanceOf(text[i]) == UnitTable::kShaped)
+        Row row{text.data(), text.data() + text.size(), text.data(), 0, NearPixel(limit), widths};
+        while (row.at != row.end) {
+            if (const UnitTable::Page* page = m_units.PageOf(*row.at))
+                widths ? Walk<true>(row, *page) : Walk<false>(row, *page);
+            if (row.at != row.end && AdvanceOf(*row.at) == UnitTable::kShaped)
                 return MeasureShaped(text, limit, fit, widths);
         }
-        if (fit) *fit = static_cast<int>(fits);
-        return width;
+        if (fit) *fit = static_cast<int>(row.fits - text.data());
+        return row.width;
     }
 
     void Paint(const TextPainting& painting) override {
@@ -127,6 +116,13 @@ public:
     }
 
 private:
+    struct TextHash { // a text is looked for without a copy of it
+        using is_transparent = void;
+        std::size_t operator()(std::u16string_view text) const {
+            return std::hash<std::u16string_view>{}(text);
+        }
+    };
+
     static constexpr std::size_t kLongestKept = 256;
     static constexpr std::size_t kMostKept = 64;
 
@@ -143,6 +139,39 @@ private:
                 glyphs.push_back({&face, glyph, static_cast<int>(pen) + x, base + y});
         }
     };
+
+    // A text on its way through the units that are measured by themselves.
+    struct Row {
+        const char16_t* at;
+        const char16_t* end;
+        const char16_t* fits; // the end of what fits
+        int width;            // of what stands before `at`
+        int limit;
+        int* widths;
+    };
+
+    // On to the first unit that is of another page or not known.
+    template<bool toldWidths>
+    static void Walk(Row& row, const UnitTable::Page& page) {
+        const char16_t first = *row.at - UnitTable::PlaceOn(*row.at);
+        const char16_t* at = row.at;
+        const char16_t* fits = row.fits;
+        int width = row.width;
+        int* told = row.widths;
+        // So many can't run over.
+        const char16_t* end =
+            at + std::min<std::ptrdiff_t>(row.end - at, kFarthestPixel / UnitTable::kWidest);
+        for (; at != end; ++at) {
+            const unsigned place = static_cast<unsigned>(*at) - first;
+            if (place >= UnitTable::Page::kUnits) break;
+            const unsigned advance = page.advance[place].load(std::memory_order_acquire);
+            if (advance >= UnitTable::kShaped) break;
+            width += static_cast<int>(advance);
+            if (width <= row.limit) fits = at + 1;
+            if (toldWidths) *told++ = width;
+        }
+        row = {at, row.end, fits, std::min(width, kFarthestPixel), row.limit, told};
+    }
 
     std::uint16_t AdvanceOf(char16_t unit) {
         const UnitTable::Page* page = m_units.PageOf(unit);
@@ -194,8 +223,7 @@ private:
 
     // Stays until the next call. Under TextLock.
     const ShapedText& Shaped(std::u16string_view text) {
-        if (const auto known = m_shaped.find(std::u16string(text)); known != m_shaped.end())
-            return known->second;
+        if (const auto known = m_shaped.find(text); known != m_shaped.end()) return known->second;
         if (text.size() > kLongestKept) return m_longText = ShapeText(*m_faces, text);
         if (m_shaped.size() >= kMostKept) m_shaped.clear();
         return m_shaped[std::u16string(text)] = ShapeText(*m_faces, text);
@@ -235,7 +263,7 @@ private:
 
     UnitTable m_units;
     std::unique_ptr<FaceChain> m_faces;
-    std::unordered_map<std::u16string, ShapedText> m_shaped;
+    std::unordered_map<std::u16string, ShapedText, TextHash, std::equal_to<>> m_shaped;
     ShapedText m_longText;
 };
 

@@ -13,10 +13,10 @@ namespace {
 
 using namespace qntest;
 
-class Present : public WindowTest {
+class ThreadsPresent : public WindowTest {
 protected:
-    Present() { setenv("SDL_VIDEODRIVER", "dummy", 1); }
-    ~Present() override {
+    ThreadsPresent() { setenv("SDL_VIDEODRIVER", "dummy", 1); }
+    ~ThreadsPresent() override {
         PlatStopPresenting();
         unsetenv("SDL_VIDEODRIVER");
     }
@@ -84,7 +84,7 @@ protected:
     HWND m_top = nullptr;
 };
 
-TEST_F(Present, NoDisplayIsTold) {
+TEST_F(ThreadsPresent, NoDisplayIsTold) {
     setenv("SDL_VIDEODRIVER", "no such driver", 1);
     EXPECT_FALSE(PlatStartPresenting({}));
     setenv("SDL_VIDEODRIVER", "dummy", 1);
@@ -92,7 +92,7 @@ TEST_F(Present, NoDisplayIsTold) {
     EXPECT_FALSE(PlatStartPresenting({})); // one is shown already
 }
 
-TEST_F(Present, TheWindowFillsTheRealOne) {
+TEST_F(ThreadsPresent, TheWindowFillsTheRealOne) {
     Show(300, 200);
     RECT rect{};
     GetWindowRect(m_top, &rect);
@@ -103,7 +103,7 @@ TEST_F(Present, TheWindowFillsTheRealOne) {
     EXPECT_TRUE(Eventually([] { return (SDL_GetWindowFlags(RealWindow()) & SDL_WINDOW_SHOWN) != 0; }));
 }
 
-TEST_F(Present, MouseAndFirstFingerAreThePointer) {
+TEST_F(ThreadsPresent, MouseAndFirstFingerAreThePointer) {
     Show(300, 200);
     Push(Button(SDL_MOUSEBUTTONDOWN, SDL_BUTTON_LEFT, 20, 30));
     Push(Button(SDL_MOUSEBUTTONUP, SDL_BUTTON_LEFT, 20, 30));
@@ -120,7 +120,7 @@ TEST_F(Present, MouseAndFirstFingerAreThePointer) {
     EXPECT_EQ(heard.find("30,20"), std::string::npos) << heard;
 }
 
-TEST_F(Present, KeysAndTypedText) {
+TEST_F(ThreadsPresent, KeysAndTypedText) {
     Show(300, 200);
     SetFocus(m_top);
     Pump();
@@ -145,7 +145,7 @@ TEST_F(Present, KeysAndTypedText) {
 }
 
 // What was held when the real window loses the focus is not held any more, and its release need not come.
-TEST_F(Present, LosingTheFocusEndsWhatIsHeld) {
+TEST_F(ThreadsPresent, LosingTheFocusEndsWhatIsHeld) {
     Show(300, 200);
     Push(Finger(SDL_FINGERDOWN, 7, 0.5F, 0.25F));
     HeardUntil("down 150,50");
@@ -159,7 +159,7 @@ TEST_F(Present, LosingTheFocusEndsWhatIsHeld) {
     EXPECT_NE(HeardUntil("down 299,199").find("a down 299,199"), std::string::npos);
 }
 
-TEST_F(Present, TheWindowFollowsTheRealOne) {
+TEST_F(ThreadsPresent, TheWindowFollowsTheRealOne) {
     Show(300, 200);
     for (const int width : {310, 320, 330}) SDL_SetWindowSize(RealWindow(), width, 240);
     EXPECT_NE(HeardUntil("size 330,240").find("a size 330,240\n"), std::string::npos);
@@ -167,7 +167,7 @@ TEST_F(Present, TheWindowFollowsTheRealOne) {
     EXPECT_EQ(PlatGetScreen().height, 240);
 }
 
-TEST_F(Present, TheWheelHasTheDirectionOfTheDevice) {
+TEST_F(ThreadsPresent, TheWheelHasTheDirectionOfTheDevice) {
     Show(300, 200);
     SDL_Event event{};
     event.wheel.type = SDL_MOUSEWHEEL;
@@ -181,7 +181,7 @@ TEST_F(Present, TheWheelHasTheDirectionOfTheDevice) {
 }
 
 // A fast level move over more than half the width is told before the release; a short one is none.
-TEST_F(Present, Flicks) {
+TEST_F(ThreadsPresent, Flicks) {
     Show(300, 200);
     ASSERT_TRUE(EnableGestures(m_top, TRUE));
     std::string told;
@@ -207,7 +207,7 @@ TEST_F(Present, Flicks) {
     EXPECT_EQ(told, "8:2 up 8:4 up up ");
 }
 
-TEST_F(Present, TheClipboardIsTheDesktops) {
+TEST_F(ThreadsPresent, TheClipboardIsTheDesktops) {
     Show(300, 200);
     const auto put = [](const std::u16string& text) {
         auto* block = static_cast<WCHAR*>(LocalAlloc(LMEM_FIXED, (text.size() + 1) * sizeof(WCHAR)));
@@ -224,7 +224,7 @@ TEST_F(Present, TheClipboardIsTheDesktops) {
     CloseClipboard();
 }
 
-TEST_F(Present, ClosingTheRealWindowAsksTheWindow) {
+TEST_F(ThreadsPresent, ClosingTheRealWindowAsksTheWindow) {
     Show(300, 200);
     SDL_Event event{};
     event.type = SDL_QUIT;
