@@ -65,7 +65,8 @@ struct LOGFONTW {
     BYTE lfCharSet;
     BYTE lfOutPrecision;
     BYTE lfClipPrecision;
-    BYTE lfQuality; // 3: edges without greys
+    BYTE
+        lfQuality; // 3: edges without greys; 5, 6: finer than a pixel where the screen can (PlatUsePixelColumns)
     BYTE lfPitchAndFamily;
     WCHAR lfFaceName[LF_FACESIZE];
 };
@@ -314,5 +315,8 @@ struct PlatScreen {
 // the environment, QN_SCREEN=WIDTHxHEIGHT or WIDTHxHEIGHT@DPI.
 bool PlatSetScreen(const PlatScreen& screen);
 PlatScreen PlatGetScreen();
+// The pixels of the real screen are columns of red, green and blue, from the left: fonts of quality 5 and 6 that are first
+// used from now on make use of them. Off at first, so that pictures are the same everywhere.
+void PlatUsePixelColumns(bool on);
 
 #pragma GCC visibility pop

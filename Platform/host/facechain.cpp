@@ -1,8 +1,10 @@
 #include "Platform/host/facechain.h"
 
+#include "Platform/host/faults.h"
 #include "Platform/host/text.h"
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 #include FT_TRUETYPE_TABLES_H
 #include <unicode/uchar.h>
@@ -16,6 +18,9 @@ namespace {
 constexpr LONG kUsualHeight = 12;
 constexpr std::size_t kMostFaces = 64;
 constexpr std::size_t kMostKnown = 8192;
+
+std::atomic<bool> g_columns{false};
+[[maybe_unused]] const bool g_registered = (AtReset([] { PlatUsePixelColumns(false); }), true);
 
 bool IsPlainScript(char32_t c) {
     UErrorCode error = U_ZERO_ERROR;
@@ -72,9 +77,10 @@ int BoundedHeight(LONG height) {
 
 FaceStyle StyleOf(const LOGFONTW& description) {
     constexpr LONG kBoldFrom = 600;
-    constexpr BYTE kNotSmooth = 3;
-    return {description.lfWeight >= kBoldFrom, description.lfItalic != 0,
-            description.lfQuality != kNotSmooth};
+    constexpr BYTE kNotSmooth = 3, kFine = 5, kFineToo = 6;
+    const BYTE quality = description.lfQuality;
+    return {description.lfWeight >= kBoldFrom, description.lfItalic != 0, quality != kNotSmooth,
+            (quality == kFine || quality == kFineToo) && g_columns.load(std::memory_order_relaxed)};
 }
 
 CharKind KindOf(char32_t c) {
@@ -182,3 +188,5 @@ CharPlace FaceChain::Find(char32_t c) {
 }
 
 } // namespace plat
+
+void PlatUsePixelColumns(bool on) { plat::g_columns.store(on, std::memory_order_relaxed); }

@@ -9,6 +9,7 @@
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/lsan_interface.h>
 #endif
+#include FT_LCD_FILTER_H
 #include FT_OUTLINE_H
 #include FT_SIZES_H
 
@@ -26,6 +27,7 @@ FT_Library Library() {
     static const FT_Library library = [] {
         FT_Library made = nullptr;
         FT_Init_FreeType(&made);
+        FT_Library_SetLcdFilter(made, FT_LCD_FILTER_DEFAULT);
         return made;
     }();
     return library;
@@ -155,6 +157,14 @@ constexpr FT_Matrix kSlant = {0x10000, 0x3600, 0, 0x10000}; // about 12 degrees
 
 } // namespace
 
+bool DesktopHasPixelColumns() {
+    FcResult result;
+    const Pattern found(FcFontMatch(Config(), Wanted(kUsualFace, {}).get(), &result));
+    int order = FC_RGBA_UNKNOWN;
+    return found && FcPatternGetInteger(found.get(), FC_RGBA, 0, &order) == FcResultMatch &&
+           order == FC_RGBA_RGB;
+}
+
 FaceFile* FindFace(const std::string& name, const FaceStyle& style) {
     FcResult result;
     const Pattern found(
@@ -177,7 +187,8 @@ FaceFile* FindFallback(const FaceStyle& style, const char32_t* characters, std::
 
 SizedFace::SizedFace(FaceFile& file, int em, const FaceStyle& style)
     : m_file(file), m_id(NextId()), m_em(em), m_embolden(style.bold && !file.bold),
-      m_slant(style.italic && !file.italic), m_smooth(style.smooth) {
+      m_slant(style.italic && !file.italic), m_smooth(style.smooth),
+      m_columns(style.smooth && style.columns) {
     if (FT_New_Size(file.face, &m_size)) return;
     FT_Activate_Size(m_size);
     FT_Set_Pixel_Sizes(file.face, 0, static_cast<FT_UInt>(em));
@@ -203,16 +214,26 @@ int SizedFace::Advance(FT_UInt glyph) {
     return known->second;
 }
 
+FT_Render_Mode SizedFace::Mode() const {
+    if (m_columns) return FT_RENDER_MODE_LCD;
+    return m_smooth ? FT_RENDER_MODE_NORMAL : FT_RENDER_MODE_MONO;
+}
+
 GlyphBitmap SizedFace::Render(FT_UInt glyph) {
     GlyphBitmap bitmap;
     if (!Load(glyph)) return bitmap;
     const FT_GlyphSlot slot = m_file.face->glyph;
     if (m_embolden) Embolden(slot->outline, m_em);
     if (m_slant) FT_Outline_Transform(&slot->outline, &kSlant);
-    if (FT_Render_Glyph(slot, m_smooth ? FT_RENDER_MODE_NORMAL : FT_RENDER_MODE_MONO)) return bitmap;
+    if (FT_Render_Glyph(slot, Mode())) return bitmap;
     const FT_Bitmap& from = slot->bitmap;
-    bitmap = {
-        slot->bitmap_left, slot->bitmap_top, static_cast<int>(from.width), static_cast<int>(from.rows), {}};
+    const int parts = m_columns ? 3 : 1;
+    bitmap = {slot->bitmap_left,
+              slot->bitmap_top,
+              static_cast<int>(from.width) / parts,
+              static_cast<int>(from.rows),
+              parts,
+              {}};
     bitmap.coverage.reserve(std::size_t{from.width} * from.rows);
     for (unsigned y = 0; y < from.rows; ++y) {
         const unsigned char* row = from.buffer + static_cast<std::ptrdiff_t>(y) * from.pitch;

@@ -23,15 +23,18 @@ struct FaceStyle {
     bool bold = false;
     bool italic = false;
     bool smooth = true;
+    bool columns = false; // a coverage for each colour of a pixel
     auto operator<=>(const FaceStyle&) const = default;
 };
 
-// The pixels of a glyph: how far each is covered, from the top row, where they lie from the pen on the base line.
+// The pixels of a glyph: how far each is covered (or its red, green and blue), from the top row, where they lie from the
+// pen on the base line.
 struct GlyphBitmap {
     int left = 0;
     int top = 0; // rows above the base line
     int width = 0;
     int height = 0;
+    int parts = 1; // of a pixel: 3 with columns
     std::vector<std::uint8_t> coverage;
 };
 
@@ -60,6 +63,7 @@ public:
 
 private:
     bool Load(FT_UInt glyph);
+    FT_Render_Mode Mode() const;
 
     FaceFile& m_file;
     const std::uint32_t m_id;
@@ -67,10 +71,14 @@ private:
     const bool m_embolden;
     const bool m_slant;
     const bool m_smooth;
+    const bool m_columns;
     FT_Size m_size = nullptr;
     hb_font_t* m_shaper = nullptr;
     std::unordered_map<FT_UInt, int> m_advances;
 };
+
+// Does the person's desktop say that the pixels are columns of red, green, blue?
+bool DesktopHasPixelColumns();
 
 // The face that fits a name best; null when the system has none.
 FaceFile* FindFace(const std::string& name, const FaceStyle& style);

@@ -90,17 +90,41 @@ void PaintRow(Pixel* row, const std::uint8_t* coverage, int count, Lanes color) 
     std::memcpy(row + i, &two, sizeof(Pixel));
 }
 
-void PaintGlyph(Surface& surface, const RECT& part, const StandingGlyph& standing, Lanes color) {
+// A coverage for each of red, green and blue.
+Pixel MixedColumns(Pixel below, const std::uint8_t* coverage, Pixel color) {
+    const auto channel = [&](int shift, std::uint8_t covered) {
+        const Pixel part = covered + (covered >> 7U), under = below >> shift & 0xFF,
+                    over = color >> shift & 0xFF;
+        return (under * (256 - part) + over * part) >> 8 << shift;
+    };
+    return (below & 0xFF000000) | channel(16, coverage[0]) | channel(8, coverage[1]) |
+           channel(0, coverage[2]);
+}
+
+// What the glyphs are painted in.
+struct Ink {
+    Pixel pixel;
+    Lanes lanes;
+
+    void Paint(Pixel* row, const std::uint8_t* coverage, int count, int parts) const {
+        if (parts == 1) return PaintRow(row, coverage, count, lanes);
+        for (int i = 0; i < count; ++i, coverage += parts) row[i] = MixedColumns(row[i], coverage, pixel);
+    }
+};
+
+void PaintGlyph(Surface& surface, const RECT& part, const StandingGlyph& standing, const Ink& ink) {
     const GlyphBitmap& bitmap = Cache().Get(*standing.face, standing.glyph);
     const int left = standing.x + bitmap.left, top = standing.y - bitmap.top;
     const RECT r = Intersection(part, {left, top, left + bitmap.width, top + bitmap.height});
     if (r.left >= r.right || r.top >= r.bottom) return;
-    const std::uint8_t* coverage =
-        bitmap.coverage.data() + (r.left - left) + static_cast<std::ptrdiff_t>(r.top - top) * bitmap.width;
-    for (int y = r.top; y < r.bottom; ++y, coverage += bitmap.width)
+    const int parts = bitmap.parts, rowBytes = bitmap.width * parts;
+    const std::uint8_t* coverage = bitmap.coverage.data() +
+                                   static_cast<std::ptrdiff_t>(r.left - left) * parts +
+                                   static_cast<std::ptrdiff_t>(r.top - top) * rowBytes;
+    for (int y = r.top; y < r.bottom; ++y, coverage += rowBytes)
         surface.Edit(r.left, y, WidthOf(r), [&, from = coverage](Pixel* row, int count) mutable {
-            PaintRow(row, from, count, color);
-            from += count;
+            ink.Paint(row, from, count, parts);
+            from += static_cast<std::ptrdiff_t>(count) * parts;
         });
 }
 
@@ -109,11 +133,11 @@ void PaintGlyph(Surface& surface, const RECT& part, const StandingGlyph& standin
 void PaintGlyphs(GdiContext& context, const RECT& clip, const std::vector<StandingGlyph>& glyphs,
                  Pixel color) {
     Surface& surface = context.Pixels();
-    const Lanes lanes = LanesOf(std::uint64_t{color} << 32 | color);
+    const Ink ink{color, LanesOf(std::uint64_t{color} << 32 | color)};
     context.Paintable().ForEach([&](const RECT& visible) {
         const RECT part = Intersection(visible, clip);
         if (part.left >= part.right || part.top >= part.bottom) return;
-        for (const StandingGlyph& glyph : glyphs) PaintGlyph(surface, part, glyph, lanes);
+        for (const StandingGlyph& glyph : glyphs) PaintGlyph(surface, part, glyph, ink);
     });
 }
 

@@ -348,6 +348,30 @@ TEST(Text, GroundsColoursAndLines) {
     EXPECT_EQ(page.At(2, 42), kWhite);
 }
 
+// Finer edges have a colour. They need a screen that can, and a font that asks for them; widths stay.
+TEST(Text, EdgesFinerThanAPixel) {
+    const struct {
+        bool columns;
+        BYTE quality;
+        bool colored;
+    } cases[] = {{true, 5, true}, {true, 6, true}, {true, 0, false}, {true, 3, false}, {false, 5, false}};
+    for (const auto& c : cases) {
+        Page page;
+        PlatUsePixelColumns(c.columns);
+        const Font font(page, {20, FW_NORMAL, false, c.quality});
+        Put(page, 5, 5, u"MoWv il");
+        const int width = WidthOf(page, u"MoWv il");
+        PlatUsePixelColumns(false);
+        bool colored = false;
+        for (std::size_t i = 0; i < Page::Size(); i += 4)
+            colored |= page.Bits()[i] != page.Bits()[i + 1] || page.Bits()[i] != page.Bits()[i + 2];
+        EXPECT_EQ(colored, c.colored) << c.columns << " " << int{c.quality};
+        EXPECT_GT(page.InkOf().count, 50);
+        const Font plain(page, {20, FW_NORMAL, false, c.quality});
+        EXPECT_EQ(width, WidthOf(page, u"MoWv il"));
+    }
+}
+
 TEST(Text, SpacingMovesTheLetters) {
     Page page;
     const Font font(page, {20});

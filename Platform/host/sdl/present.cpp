@@ -2,6 +2,8 @@
 #include "Platform/present.h"
 
 #include "Platform/gdi.h"
+#include "Platform/host/fontfaces.h"
+#include "Platform/host/fonts.h"
 #include "Platform/host/sdl/sdlthread.h"
 #include "Platform/strings.h"
 #include "Platform/windows.h"
@@ -68,6 +70,12 @@ Presentation& ThePresentation() {
     return presentation;
 }
 
+void UseColumns() {
+    HostCall call;
+    std::lock_guard lock(TextLock());
+    PlatUsePixelColumns(DesktopHasPixelColumns());
+}
+
 bool Presentation::MakeBridge() {
     WNDCLASSW cls{};
     cls.lpfnWndProc = &Presentation::BridgeProc;
@@ -91,6 +99,7 @@ bool Presentation::Start(const PlatWindow& window) {
              : told || opened->dotsPerInch == 0 ? screen.dotsPerInch
                                                 : opened->dotsPerInch;
     PlatSetScreen({opened->size.cx, opened->size.cy, m_dots});
+    UseColumns();
     PlatEnableGestures(true);
     PlatSetClipboardProvider(this);
     PlatSetPresenter(this);
@@ -102,6 +111,7 @@ void Presentation::Stop() {
     PlatSetPresenter(nullptr);
     PlatSetClipboardProvider(nullptr);
     PlatEnableGestures(false);
+    PlatUsePixelColumns(false);
     m_thread.Stop();
     m_top = nullptr;
     m_sized = false;
