@@ -2,6 +2,7 @@
 #include "Platform/host/edit.h"
 
 #include "Platform/host/text.h"
+#include "Platform/host/textorder.h"
 #include "Platform/memory.h"
 
 #include <algorithm>
@@ -75,7 +76,7 @@ std::optional<LRESULT> EditControl::HandleText(UINT message, WPARAM wParam, LPAR
         Paste();
         return 0;
     case WM_CLEAR:
-        if (m_Text.HasSelection()) Enter({}, false);
+        if (!IsReadOnly() && m_Text.HasSelection()) Enter({}, false);
         return 0;
     case WM_UNDO:
         return UndoOrRedo();
@@ -189,8 +190,7 @@ void EditControl::Enter(std::u16string_view text, bool typed) {
     const int selected = m_Text.SelectionEnd() - m_Text.SelectionStart();
     if (m_nLimit > 0) {
         const int room = std::max(m_nLimit - (m_Text.Length() - selected), 0);
-        text = text.substr(0, static_cast<std::size_t>(room));
-        if (!text.empty() && (text.back() & 0xFC00) == 0xD800) text.remove_suffix(1);
+        text = text.substr(0, static_cast<std::size_t>(CharacterStart(text, room)));
     }
     if (text.empty() && selected == 0) return;
     m_Text.Replace(text, typed);
@@ -235,7 +235,7 @@ void EditControl::StepForward() {
 // One step back; what follows it directly does it again.
 bool EditControl::UndoOrRedo() {
     const bool again = m_bUndone;
-    if (!(again ? m_Text.Redo() : m_Text.Undo())) return false;
+    if (IsReadOnly() || !(again ? m_Text.Redo() : m_Text.Undo())) return false;
     Changed();
     m_bUndone = !again;
     return true;

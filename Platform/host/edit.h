@@ -35,6 +35,7 @@ private:
     bool Key(int key);
     bool Shortcut(int key);
     void MoveCaret(int key, bool extend);
+    bool GoesBack(int key, const EditLayout::Row& row) const;
     void MoveRows(int rows, bool extend);
     void Character(WCHAR unit);
     void Press(POINT point, bool word);
@@ -60,6 +61,7 @@ private:
     void Relayout();
     void UpdateBar();
     void ShowCaret();
+    void ShowSteadyCaret();
     void SetFocusState(bool focused);
     void Blink();
     void ScrollTo(int x, int row);

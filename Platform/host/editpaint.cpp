@@ -135,18 +135,22 @@ void EditControl::ShowCaret() {
     if (left >= x + width) x = left - width + width / 3;
     x = std::min(x, std::max(m_Layout.WidthOf(row) - width + 1, 0));
     ScrollTo(x, std::clamp(m_nTopRow, row - VisibleRows() + 1, row));
-    m_bCaretOn = m_bFocused;
+    if (m_bFocused) ShowSteadyCaret();
 }
 
 // --- Focus and caret ----------------------------------------------------------------------------------------------
 
-// Pictures of a screen that nobody looks at come out the same each time: there the caret stands still.
+// It blinks from now on. Pictures of a screen that nobody looks at come out the same each time: there it stands still.
+void EditControl::ShowSteadyCaret() {
+    m_bCaretOn = true;
+    if (IsPresented()) SetTimer(m_hWnd, kBlinkTimer, kBlink, nullptr);
+}
+
 void EditControl::SetFocusState(bool focused) {
-    m_bFocused = m_bCaretOn = focused;
-    if (focused && IsPresented())
-        SetTimer(m_hWnd, kBlinkTimer, kBlink, nullptr);
-    else
-        KillTimer(m_hWnd, kBlinkTimer);
+    m_bFocused = focused;
+    m_bCaretOn = false;
+    KillTimer(m_hWnd, kBlinkTimer);
+    if (focused) ShowSteadyCaret();
     Invalidate();
     Notify(focused ? EN_SETFOCUS : EN_KILLFOCUS);
 }
@@ -182,32 +186,28 @@ void EditControl::Paint(HDC hdc) {
     SelectObject(hdc, former);
 }
 
-// In up to three pieces: before, in and behind the selection, which shows while the field has the focus.
+// All of it each time, so that letters join and turn as they do in the whole. The selection shows while the field has the
+// focus.
 void EditControl::PaintRow(HDC hdc, int row, int y) {
     const EditLayout::Row& at = m_Layout.At(row);
     const RECT rect = TextRect();
-    const int from = m_bFocused ? std::clamp(m_Text.SelectionStart(), at.start, at.end) : at.end;
-    const int to = m_bFocused ? std::clamp(m_Text.SelectionEnd(), at.start, at.end) : at.end;
-    int x = rect.left - m_nScrollX;
-    const auto piece = [&](int start, int end, bool selected) {
-        if (start >= end) return;
-        SIZE size{};
-        const WCHAR* text = m_Shown.data() + start;
-        GetTextExtentPoint32W(hdc, text, end - start, &size);
-        const RECT box = {std::max<LONG>(x, rect.left), y, std::min<LONG>(x + size.cx, rect.right),
-                          y + m_nLineHeight};
-        const COLORREF color = GetTextColor(hdc);
-        if (selected) {
-            FillRect(hdc, &box, GetSysColorBrush(COLOR_HIGHLIGHT));
-            SetTextColor(hdc, GetSysColor(COLOR_HIGHLIGHTTEXT));
-        }
-        ExtTextOutW(hdc, x, y, ETO_CLIPPED, &box, text, static_cast<UINT>(end - start), nullptr);
-        SetTextColor(hdc, color);
-        x += size.cx;
+    const int left = rect.left - m_nScrollX;
+    const auto paint = [&](const RECT& box) {
+        ExtTextOutW(hdc, left, y, ETO_CLIPPED, &box, m_Shown.data() + at.start,
+                    static_cast<UINT>(at.end - at.start), nullptr);
     };
-    piece(at.start, from, false);
-    piece(from, to, true);
-    piece(to, at.end, false);
+    paint({rect.left, y, rect.right, y + m_nLineHeight});
+    if (!m_bFocused) return;
+    const COLORREF color = SetTextColor(hdc, GetSysColor(COLOR_HIGHLIGHTTEXT));
+    const int from = std::clamp(m_Text.SelectionStart(), at.start, at.end),
+              to = std::clamp(m_Text.SelectionEnd(), at.start, at.end);
+    for (const EditLayout::Piece& piece : m_Layout.PiecesOf(from, to)) {
+        const RECT box = {std::max<LONG>(left + piece.left, rect.left), y,
+                          std::min<LONG>(left + piece.right, rect.right), y + m_nLineHeight};
+        FillRect(hdc, &box, GetSysColorBrush(COLOR_HIGHLIGHT));
+        paint(box);
+    }
+    SetTextColor(hdc, color);
 }
 
 void EditControl::PaintCaret(HDC hdc) {

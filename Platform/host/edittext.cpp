@@ -1,6 +1,8 @@
 // The text of a field over stb_textedit, which knows how the caret moves and keeps what can be undone.
 #include "Platform/host/edittext.h"
 
+#include "Platform/host/textorder.h"
+
 #include <algorithm>
 
 #define STB_TEXTEDIT_CHARTYPE char16_t
@@ -85,13 +87,6 @@ void LayoutRow(StbTexteditRow* row, const Buffer* text, int start) {
 #define STB_TEXTEDIT_IMPLEMENTATION
 #include <stb/stb_textedit.h>
 
-bool PartsPair(const Buffer& text, int at) {
-    const char16_t before = text[static_cast<std::size_t>(at - 1)],
-                   behind = text[static_cast<std::size_t>(at)];
-    const bool surrogates = (before & 0xFC00) == 0xD800 && (behind & 0xFC00) == 0xDC00;
-    return surrogates || (before == u'\r' && behind == u'\n');
-}
-
 int KeyOf(EditText::Motion motion) {
     switch (motion) {
     case EditText::Motion::Left:
@@ -134,16 +129,6 @@ void EditText::ForgetChanges() {
 
 // --- Caret and selection ------------------------------------------------------------------------------------------
 
-int EditText::Whole(int position) const {
-    const int bounded = std::clamp(position, 0, Length());
-    return bounded > 0 && bounded < Length() && PartsPair(m_Text, bounded) ? bounded - 1 : bounded;
-}
-
-int EditText::WholeBehind(int position) const {
-    const int whole = Whole(position);
-    return whole < position && whole < Length() ? whole + 2 : whole;
-}
-
 int EditText::Caret() const { return m_pState->stb.cursor; }
 int EditText::Anchor() const {
     const STB_TexteditState& stb = m_pState->stb;
@@ -159,8 +144,8 @@ std::u16string_view EditText::Selected() const {
 
 void EditText::Select(int anchor, int caret) {
     STB_TexteditState& stb = m_pState->stb;
-    stb.select_start = Whole(anchor);
-    stb.select_end = stb.cursor = Whole(caret);
+    stb.select_start = CharacterStart(m_Text, anchor);
+    stb.select_end = stb.cursor = CharacterStart(m_Text, caret);
 }
 
 // Where the caret would be.
@@ -169,7 +154,7 @@ int EditText::Passed(Motion motion) const {
     moved.select_start = moved.select_end = moved.cursor;
     Buffer& text = const_cast<Buffer&>(m_Text); // moves leave it as it is
     stb_textedit_key(&text, &moved, KeyOf(motion));
-    return GoesForward(motion) ? WholeBehind(moved.cursor) : Whole(moved.cursor);
+    return GoesForward(motion) ? CharacterEnd(m_Text, moved.cursor) : CharacterStart(m_Text, moved.cursor);
 }
 
 // Without Shift a selection closes at the side that the caret goes to.
@@ -200,8 +185,9 @@ void EditText::Replace(std::u16string_view text, bool typed) {
     DeleteUnits(&m_Text, at, removed);
     InsertUnits(&m_Text, at, text.data(), added);
     if (goesOn) MergeTyping();
-    stb.cursor = stb.select_start = stb.select_end = at + added;
-    m_nTypingEnd = typed ? at + added : -1;
+    const int end = CharacterEnd(m_Text, at + added); // what follows may be a mark on it
+    MoveTo(end, false);
+    m_nTypingEnd = typed ? end : -1;
 }
 
 // The last change and the one before become one; both end where the caret was.

@@ -29,7 +29,7 @@ public:
     int SelectionEnd() const;
     bool HasSelection() const { return SelectionStart() != SelectionEnd(); }
     std::u16string_view Selected() const;
-    // Both are bounded, and kept out of surrogate pairs and line ends.
+    // Both are bounded, and kept out of the middle of characters.
     void Select(int anchor, int caret);
     void MoveTo(int caret, bool extend) { Select(extend ? Anchor() : caret, caret); }
     void Move(Motion motion, bool extend);
@@ -45,10 +45,6 @@ public:
     bool Undo();
     bool Redo();
     void ForgetChanges();
-
-    // The nearest place at or before one, or at or behind it, that parts nothing.
-    int Whole(int position) const;
-    int WholeBehind(int position) const;
 
 private:
     struct State;

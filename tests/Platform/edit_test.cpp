@@ -1,6 +1,7 @@
 // Text fields, worked by keys and pointer. A script is what is typed, with keys in <>: "ab<S-Left>" (S Shift, C Ctrl). A
 // field's state is its text with | for the caret or [ ] round the selection.
 #include "Platform/edit.h"
+#include "tests/support/narrow.h"
 #include "tests/support/windows.h"
 
 #include <random>
@@ -13,12 +14,6 @@ using enum PlatPointerAction;
 namespace {
 
 using Text = std::u16string;
-
-std::string Narrow(const Text& text) {
-    std::string narrow;
-    for (const char16_t unit : text) narrow += unit < 0x80 ? static_cast<char>(unit) : '*';
-    return narrow;
-}
 
 int KeyNamed(std::u16string_view name) {
     static const std::map<std::u16string_view, int> keys = {
@@ -65,6 +60,10 @@ protected:
     LRESULT Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
         return SendMessageW(m_field, message, wParam, lParam);
     }
+    void SetText(const Text& text) { Send(WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str())); }
+    void Put(const Text& text, bool undo = true) {
+        Send(EM_REPLACESEL, undo, reinterpret_cast<LPARAM>(text.c_str()));
+    }
 
     void PressKey(std::u16string_view name) {
         const bool shift = name.starts_with(u"S-");
@@ -107,6 +106,10 @@ protected:
         PlatPointer(action, 10 + 2 + 6 * unit + 1, 10 + 10 * row + 5);
         Pump();
     }
+    static void Click(int unit, int row = 0) {
+        Point(Down, unit, row);
+        Point(Up, unit, row);
+    }
 
     HWND m_parent = nullptr;
     HWND m_field = nullptr;
@@ -115,72 +118,44 @@ protected:
     std::function<void(WORD)> m_onCommand;
 };
 
-struct Case {
-    DWORD style;
-    Text text, script, state;
-};
-
-class EditScripts : public EditTest {
-protected:
-    void Check(const std::vector<Case>& cases) {
-        for (const Case& c : cases) {
-            SCOPED_TRACE(Narrow(c.text + u" " + c.script));
-            Field(c.style, c.text);
-            Play(c.script);
-            EXPECT_EQ(State(), c.state) << Narrow(State());
-        }
-    }
-};
-
-TEST_F(EditScripts, CaretAndSelection) {
-    Check({
+TEST_F(EditTest, Scripts) {
+    const Text steps = u"abcdef\r\nab\r\nabcdef", wrapped = u"one two three four";
+    const Text hebrew = u"\u05D0\u05D1", family = u"\U0001F468\u200D\U0001F469"; // two joined to one
+    const struct {
+        DWORD style;
+        Text text, script, state;
+    } cases[] = {
+        // --- caret and selection
         {0, u"", u"hello<Left><Left>p", u"help|lo"},
         {0, u"one two", u"<End><C-Left>x", u"one x|two"},
         {0, u"one two", u"<C-Right>", u"one |two"},
-        {0, u"one two", u"<End><S-C-Left>x", u"one x|"},
         {0, u"abc", u"<End><S-Left><S-Left>", u"a[bc]"},
         {0, u"abc", u"<End><S-Left><S-Left><Left>", u"a|bc"},
         {0, u"abc", u"<End><S-Left><S-Left><Right>", u"abc|"},
         {0, u"abc", u"<S-End>", u"[abc]"},
-        {0, u"ab", u"<End><Up>", u"a|b"},
-        {0, u"abc", u"<Down>", u"a|bc"},
-        {0,
-         u"\xD83D\xDE00"
-         u"b",
-         u"<Right>", u"\xD83D\xDE00|b"},
-        {0,
-         u"\xD83D\xDE00"
-         u"b",
-         u"<End><Left><S-Left>", u"[\xD83D\xDE00]b"},
+        {0, u"ab", u"<End><Up><Up><Down>", u"a|b"},
         {0, u"ab", u"<C-A>x", u"x|"},
-    });
-}
-
-TEST_F(EditScripts, ChangesAndTheirUndoing) {
-    Check({
-        {0, u"", u"abc<BS>", u"ab|"},
+        // --- changes, and back
         {0, u"abc", u"<Del><C-Del>", u"|"},
         {0, u"", u"one two<C-BS>", u"one |"},
-        {0, u"", u"a\xD83D\xDE00<BS>", u"a|"},
-        {0,
-         u"\xD83D\xDE00"
-         u"b",
-         u"<Del>", u"|b"},
         {0, u"", u"a<Enter>b<Esc>", u"ab|"},
         {0, u"", u"abc<C-Z>", u"|"},
         {0, u"", u"abc<C-Z><C-Y>", u"abc|"},
         {0, u"", u"abc<Left><BS><C-Z>", u"ab|c"},
         {0, u"", u"ab<Left>x<C-Z>", u"a|b"},
-        {0, u"", u"ab<Left>x<C-Z><C-Z><C-Z>", u"|"},
         {0, u"", u"abc<C-A>xy<C-Z>", u"abc|"},
-        {0, u"abc", u"<C-A><C-C><End><C-V>", u"abcabc|"},
         {0, u"abc", u"<C-A><C-X><C-V><C-V>", u"abcabc|"},
         {0, u"abc", u"<S-End><S-Del><S-Ins><S-Ins>", u"abcabc|"},
-    });
-}
-
-TEST_F(EditScripts, FieldsThatRefuse) {
-    Check({
+        // --- characters of several units, and what is written from the right
+        {0, u"\U0001F600b", u"<End><Left><S-Left>", u"[\U0001F600]b"},
+        {0, u"", u"a\U0001F600<BS>", u"a|"},
+        {0, u"e\u0301x", u"<Right><S-Right>", u"e\u0301[x]"},
+        {0, u"e\u0301x", u"<End><Left><BS>", u"|x"},
+        {0, family + u"x", u"<Del>", u"|x"},
+        {0, u"\u0301", u"e", u"e\u0301|"},
+        {0, hebrew, u"<Right><Left>x", u"\u05D0x|\u05D1"},
+        {0, hebrew + u" a", u"<End><C-Right><S-Right>", hebrew + u"[ ]a"},
+        // --- fields that refuse
         {ES_NUMBER, u"", u"1a-2", u"12|"},
         {ES_READONLY, u"abc", u"x<Del><End><BS><C-A><C-X>", u"[abc]"},
         {0, u"old", u"<C-A><C-C>", u"[old]"},
@@ -189,23 +164,9 @@ TEST_F(EditScripts, FieldsThatRefuse) {
         {ES_MULTILINE, u"a\r\nb", u"<C-A><C-C>", u"[a\r\nb]"},
         {0, u"", u"<C-V>", u"a|"},
         {ES_READONLY, u"", u"<C-V>", u"|"},
-    });
-    Field(0);
-    Send(EM_LIMITTEXT, 3);
-    Play(u"abcd<C-A>xyzw");
-    EXPECT_EQ(State(), u"xyz|");
-    Play(u"<BS>\xD83D\xDE00"); // a pair is not cut
-    EXPECT_EQ(State(), u"xy|");
-    Send(WM_SETTEXT, 0, reinterpret_cast<LPARAM>(u"longer"));
-    EXPECT_EQ(Content(), u"longer");
-}
-
-TEST_F(EditScripts, Rows) {
-    const Text steps = u"abcdef\r\nab\r\nabcdef", wrapped = u"one two three four";
-    Check({
+        // --- rows
         {ES_MULTILINE, u"", u"a<Enter>b", u"a\r\nb|"},
         {ES_MULTILINE, u"a\r\nb", u"<C-End><Left><BS>", u"a|b"},
-        {ES_MULTILINE, u"a\r\nb", u"<End><Del>", u"a|b"},
         {ES_MULTILINE, u"a\r\nb", u"<End><Right>", u"a\r\n|b"},
         {ES_MULTILINE, steps, u"<End><Left><Down>", u"abcdef\r\nab|\r\nabcdef"},
         {ES_MULTILINE, steps, u"<End><Left><Down><Down>", u"abcdef\r\nab\r\nabcde|f"},
@@ -214,7 +175,33 @@ TEST_F(EditScripts, Rows) {
         {ES_MULTILINE, wrapped, u"<End>", u"one two| three four"},
         {ES_MULTILINE, wrapped, u"<Down><Right><Home>", u"one two |three four"},
         {ES_MULTILINE | ES_AUTOHSCROLL, wrapped, u"<End>", u"one two three four|"},
-    });
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(Narrow((c.text + u" " + c.script).c_str()));
+        Field(c.style, c.text);
+        Play(c.script);
+        EXPECT_EQ(State(), c.state) << Narrow(State().c_str());
+    }
+}
+
+TEST_F(EditTest, WhatAProgramPutsIn) {
+    Field(0);
+    Send(EM_LIMITTEXT, 3);
+    Play(u"abcd<C-A>xyzw");
+    EXPECT_EQ(State(), u"xyz|");
+    Play(u"<BS>\U0001F600"); // a pair is not cut
+    EXPECT_EQ(State(), u"xy|");
+    Put(u"e\u0301");
+    EXPECT_EQ(State(), u"xy|");
+    SetText(u"longer");
+    EXPECT_EQ(Content(), u"longer");
+    Send(EM_SETREADONLY, TRUE);
+    Send(EM_SETSEL, 0, -1);
+    Send(WM_CLEAR);
+    EXPECT_EQ(Content(), u"longer");
+    Put(u"by the program");
+    EXPECT_FALSE(Send(EM_UNDO));
+    EXPECT_EQ(Content(), u"by ");
 }
 
 TEST_F(EditTest, WhereRowsBegin) {
@@ -228,10 +215,12 @@ TEST_F(EditTest, WhereRowsBegin) {
         {u"abcdefghij k", {0, 11}}, // blanks stand out
         {u"abcdefg-hijk", {0, 8}},
         {u"a\r\n\r\nb\n", {0, 3, 5, 7}},
-        {u"123456789\xD83D\xDE00", {0, 9}},
+        {u"123456789\U0001F600", {0, 9}},
+        {u"123456789e\u0301", {0, 9}},
+        {Text(12, u'\u0301'), {0}}, // one character has one row
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(Narrow(c.text));
+        SCOPED_TRACE(Narrow(c.text.c_str()));
         Field(ES_MULTILINE, c.text);
         std::vector<LRESULT> starts;
         for (int row = 0; row < Send(EM_GETLINECOUNT); ++row)
@@ -244,36 +233,19 @@ TEST_F(EditTest, WhereRowsBegin) {
 }
 
 TEST_F(EditTest, SelectionByMessages) {
-    Field(0, u"ab\xD83D\xDE00"
-             u"cd");
+    Field(0, u"ab\U0001F600cd");
     const struct {
         int start, end;
         Text state;
     } cases[] = {
-        {0, -1,
-         u"[ab\xD83D\xDE00"
-         u"cd]"},
-        {4, 2, u"ab[\xD83D\xDE00]cd"},
-        {3, 3,
-         u"ab|\xD83D\xDE00"
-         u"cd"},
-        {-1, 0,
-         u"ab|\xD83D\xDE00"
-         u"cd"},
-        {99, 99,
-         u"ab\xD83D\xDE00"
-         u"cd|"},
-        {1, 1000000,
-         u"a[b\xD83D\xDE00"
-         u"cd]"},
+        {0, -1, u"[ab\U0001F600cd]"}, {4, 2, u"ab[\U0001F600]cd"},  {3, 3, u"ab|\U0001F600cd"},
+        {-1, 0, u"ab|\U0001F600cd"},  {99, 99, u"ab\U0001F600cd|"}, {1, 1000000, u"a[b\U0001F600cd]"},
     };
     for (const auto& c : cases) {
         Send(EM_SETSEL, static_cast<WPARAM>(c.start), c.end);
         EXPECT_EQ(State(), c.state) << c.start << " " << c.end;
     }
     EXPECT_EQ(Send(EM_GETSEL), MAKELPARAM(1, 6));
-    Send(EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(u"x"));
-    EXPECT_EQ(State(), u"ax|");
 }
 
 // The message goes one step back and forth, the key as far as there are changes.
@@ -287,12 +259,11 @@ TEST_F(EditTest, UndoByMessage) {
     EXPECT_EQ(Content(), u"ab");
     EXPECT_TRUE(Send(WM_UNDO));
     EXPECT_EQ(Content(), u"axb");
-    Send(EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(u"y"));
+    Put(u"y", false);
     EXPECT_FALSE(Send(EM_CANUNDO));
-    Send(WM_SETTEXT, 0, reinterpret_cast<LPARAM>(u"new"));
+    SetText(u"new");
     EXPECT_FALSE(Send(EM_GETMODIFY));
     EXPECT_FALSE(Send(EM_UNDO));
-    EXPECT_EQ(Content(), u"new");
 }
 
 TEST_F(EditTest, AllChangesGoBackAndForth) {
@@ -304,9 +275,7 @@ TEST_F(EditTest, AllChangesGoBackAndForth) {
             const std::size_t length = Content().size() + 1;
             Send(EM_SETSEL, below(length), static_cast<LPARAM>(below(length)));
             if (below(2))
-                Send(EM_REPLACESEL, TRUE,
-                     reinterpret_cast<LPARAM>(
-                         Text(below(6), static_cast<char16_t>(u'a' + change % 26)).c_str()));
+                Put(Text(below(6), static_cast<char16_t>(u'a' + change % 26)));
             else
                 for (std::size_t i = below(4); i > 0; --i) Send(WM_CHAR, u'z');
         }
@@ -323,13 +292,13 @@ TEST_F(EditTest, LargeTexts) {
     Field(ES_MULTILINE);
     Send(EM_LIMITTEXT, 0);
     const Text large(200000, u'x');
-    Send(EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(large.c_str()));
+    Put(large);
     EXPECT_EQ(Send(EM_GETLINECOUNT), 20000);
     Play(u"<C-Z>");
     EXPECT_EQ(Content(), u"");
     Play(u"<C-Y>ab<C-Z>");
     EXPECT_EQ(Content(), u"");
-    Send(WM_SETTEXT, 0, reinterpret_cast<LPARAM>(large.c_str()));
+    SetText(large);
     Play(u"<C-A>y<C-Z><C-Z>");
     EXPECT_EQ(Content(), u"y");
 }
@@ -344,15 +313,12 @@ TEST_F(EditTest, TellsItsParent) {
     SetFocus(m_field);
     Play(u"a<Left>");
     EXPECT_EQ(std::exchange(m_codes, {}), Codes({EN_SETFOCUS, EN_UPDATE, EN_CHANGE}));
-    Send(WM_SETTEXT, 0, reinterpret_cast<LPARAM>(u"b"));
+    SetText(u"b");
     EXPECT_EQ(std::exchange(m_codes, {}), Codes({EN_UPDATE, EN_CHANGE}));
-    Field(ES_MULTILINE, u"", 34);
-    Send(WM_SETTEXT, 0, reinterpret_cast<LPARAM>(u"b"));
+    Field(ES_MULTILINE);
+    SetText(u"b");
     EXPECT_EQ(m_codes, Codes({}));
-}
-
-TEST_F(EditTest, MayGoWhileItTells) {
-    for (const WORD code : {EN_UPDATE, EN_CHANGE, EN_SETFOCUS}) {
+    for (const WORD code : {EN_UPDATE, EN_CHANGE, EN_SETFOCUS}) { // it may go while it tells
         m_onCommand = nullptr;
         Field(0);
         SetFocus(m_parent);
@@ -363,8 +329,6 @@ TEST_F(EditTest, MayGoWhileItTells) {
         Play(u"ab");
         EXPECT_FALSE(IsWindow(m_field)) << code;
     }
-    m_onCommand = nullptr;
-    m_field = nullptr;
 }
 
 // --- Pointer ------------------------------------------------------------------------------------------------------
@@ -380,28 +344,40 @@ TEST_F(EditTest, Pointer) {
     Point(Move, 0);
     EXPECT_EQ(State(), u"on[e two\r\nthr]ee") << "the button is up";
     EXPECT_EQ(GetCapture(), nullptr);
-    Point(Down, 5);
-    Point(Up, 5);
-    Point(Down, 5);
-    Point(Up, 5);
+    Click(5);
+    Click(5);
     EXPECT_EQ(State(), u"one [two]\r\nthree");
     PlatKey(VK_SHIFT, true);
-    Point(Down, 9, 2); // below the last row and right of it
-    Point(Up, 9, 2);
+    Click(9, 2); // below the last row and right of it
     PlatKey(VK_SHIFT, false);
     EXPECT_EQ(State(), u"one [two\r\nthree]");
-}
-
-TEST_F(EditTest, ACaptureFromBeforeStays) {
-    Field(0, u"text");
-    SetCapture(m_field);
-    Point(Down, 1);
-    Point(Up, 1);
+    SetCapture(m_field); // what was there before a press stays
+    Click(1);
     EXPECT_EQ(GetCapture(), m_field);
     Point(Down, 2);
     ReleaseCapture();
     Point(Move, 4);
-    EXPECT_EQ(State(), u"te|xt") << "the drag is over";
+    EXPECT_EQ(State(), u"on|e two\r\nthree") << "the drag is over";
+}
+
+// Points lie in the left half of a unit.
+TEST_F(EditTest, PointerOnWhatIsNotOneUnitAfterTheOther) {
+    const struct {
+        Text text;
+        int unit;
+        Text state;
+    } cases[] = {
+        {u"\U0001F600b", 0, u"|\U0001F600b"},
+        {u"\U0001F600b", 1, u"\U0001F600|b"}, // its right half
+        {u"a\u05D0\u05D1\u05D2", 1, u"a\u05D0\u05D1\u05D2|"},
+        {u"a\u05D0\u05D1\u05D2", 3, u"a\u05D0|\u05D1\u05D2"},
+        {u"a\u05D0\u05D1\u05D2", 9, u"a|\u05D0\u05D1\u05D2"},
+    };
+    for (const auto& c : cases) {
+        Field(0, c.text);
+        Click(c.unit);
+        EXPECT_EQ(State(), c.state) << c.unit;
+    }
 }
 
 // --- Looks --------------------------------------------------------------------------------------------------------
@@ -443,11 +419,12 @@ TEST_F(EditTest, SelectionAndCaretShow) {
         Pump();
         return pixel(0);
     };
+    const COLORREF selected = GetSysColor(COLOR_HIGHLIGHT);
     EXPECT_EQ(pixel(0), 0u) << "the caret";
     EXPECT_EQ(after(530), 0u) << "nobody looks";
     Send(EM_SETSEL, 1, 3);
     EXPECT_EQ(pixel(0), 0xFFFFFFu);
-    EXPECT_EQ(pixel(1), GetSysColor(COLOR_HIGHLIGHT));
+    EXPECT_EQ(pixel(1), selected);
     SetFocus(m_parent);
     EXPECT_EQ(pixel(1), 0xFFFFFFu);
     Watcher watcher;
@@ -456,8 +433,15 @@ TEST_F(EditTest, SelectionAndCaretShow) {
     SetFocus(m_field);
     EXPECT_EQ(pixel(0), 0u);
     EXPECT_EQ(after(530), 0xFFFFFFu);
-    EXPECT_EQ(after(530), 0u);
+    EXPECT_EQ(after(529), 0xFFFFFFu);
+    Play(u"<Home>");
+    EXPECT_EQ(after(529), 0u) << "it stands while it is moved";
+    EXPECT_EQ(after(1), 0xFFFFFFu);
     PlatSetPresenter(nullptr);
+    Field(0, u"\u05D0  \u05D1", 14); // from the right: its second unit is the third one seen
+    Send(EM_SETSEL, 2, 1);
+    EXPECT_EQ(pixel(2), selected);
+    EXPECT_EQ(pixel(1), 0xFFFFFFu);
 }
 
 } // namespace
