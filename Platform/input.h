@@ -59,7 +59,7 @@ BOOL ReleaseCapture();
 
 // wParam of pointer messages.
 inline constexpr WPARAM MK_LBUTTON = 0x01;
-inline constexpr WPARAM MK_RBUTTON = 0x02;
+inline constexpr WPARAM MK_RBUTTON = 0x02; // with MK_LBUTTON, in the press that counts as held
 inline constexpr WPARAM MK_SHIFT = 0x04;
 inline constexpr WPARAM MK_CONTROL = 0x08;
 

@@ -1,7 +1,9 @@
 #include "Platform/imagelist.h"
 
 #include "Platform/host/call.h"
+#include "Platform/host/dragimage.h"
 #include "Platform/host/faults.h"
+#include "Platform/host/scene.h"
 #include "Platform/host/slots.h"
 #include "Platform/imaging.h"
 #include "Platform/memorycontext.h"
@@ -32,11 +34,20 @@ struct ImageList {
 };
 using ListPointer = std::shared_ptr<ImageList>;
 
+using Pixels = std::vector<Pixel>;
+
 struct Drag {
     PlatDragImage image;
     POINT hot;
+    SIZE size;
+    std::shared_ptr<const Pixels> pixels; // the list may end meanwhile
     HWND window = nullptr;
     bool shown = false;
+
+    RECT Place() const {
+        const auto [x, y] = image.position;
+        return shown ? RECT{x, y, x + size.cx, y + size.cy} : RECT{};
+    }
 };
 struct Lists {
     std::mutex lock; // of the table and the drag; a list is used by one thread
@@ -67,8 +78,6 @@ HBITMAP FindImage(const ImageList& list, int index) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return nullptr;
 }
-
-using Pixels = std::vector<DWORD>; // 0xAARRGGBB
 
 // All rows from the top; empty for no bitmap.
 Pixels PixelsOf(HBITMAP bitmap, SIZE& size) {
@@ -110,13 +119,24 @@ int AddCut(ImageList& list, HBITMAP bitmap, F seen) {
     return first;
 }
 
-// The drag, changed under the lock; false without one.
+// The drag, changed under the lock; false without one. Where it was seen and where it is now the screen is shown anew.
 template<class F>
 BOOL ChangeDrag(F change) {
-    Lists& lists = TheLists();
-    std::lock_guard lock(lists.lock);
-    if (lists.drag) change(*lists.drag);
-    return lists.drag.has_value();
+    RECT before, behind;
+    {
+        Lists& lists = TheLists();
+        std::lock_guard lock(lists.lock);
+        if (!lists.drag) return FALSE;
+        before = lists.drag->Place();
+        change(*lists.drag);
+        behind = lists.drag->Place();
+    }
+    if (EqualRect(&before, &behind)) return TRUE;
+    Region seen(before);
+    seen.Or(Region(behind));
+    std::lock_guard lock(ScreenLock());
+    MarkPainted(seen);
+    return TRUE;
 }
 
 void Place(Drag& drag, POINT pointer) {
@@ -130,6 +150,14 @@ POINT OnScreen(HWND window, int x, int y) {
 }
 
 } // namespace
+
+std::optional<DragPicture> ShownDragPicture() {
+    Lists& lists = TheLists();
+    std::lock_guard lock(lists.lock);
+    if (!lists.drag || !lists.drag->shown) return std::nullopt;
+    return DragPicture{lists.drag->Place(), lists.drag->pixels};
+}
+
 } // namespace plat
 
 using namespace plat;
@@ -235,11 +263,14 @@ BOOL ImageList_DrawEx(HIMAGELIST handle, int index, HDC dc, int x, int y, int wi
 BOOL ImageList_BeginDrag(HIMAGELIST handle, int index, int hotX, int hotY) {
     HostCall call;
     const ListPointer list = FindList(handle);
-    if (!list || !FindImage(*list, index)) return FALSE;
+    const HBITMAP image = list ? FindImage(*list, index) : nullptr;
+    if (!image) return FALSE;
+    Drag drag{{handle, index, {0, 0}}, {hotX, hotY}, {}, nullptr};
+    drag.pixels = std::make_shared<const Pixels>(PixelsOf(image, drag.size));
     Lists& lists = TheLists();
     std::lock_guard lock(lists.lock);
     if (lists.drag) return FALSE;
-    lists.drag = Drag{{handle, index, {0, 0}}, {hotX, hotY}};
+    lists.drag = std::move(drag);
     return TRUE;
 }
 
@@ -270,6 +301,7 @@ BOOL ImageList_DragLeave(HWND) { return ImageList_DragShowNolock(FALSE); }
 
 void ImageList_EndDrag() {
     HostCall call;
+    ImageList_DragShowNolock(FALSE);
     std::lock_guard lock(TheLists().lock);
     TheLists().drag.reset();
 }
@@ -277,7 +309,7 @@ void ImageList_EndDrag() {
 bool PlatGetDragImage(PlatDragImage* image) {
     HostCall call;
     bool shown = false;
-    ChangeDrag([&](Drag& drag) {
+    ChangeDrag([&](const Drag& drag) {
         shown = drag.shown;
         if (shown) *image = drag.image;
     });

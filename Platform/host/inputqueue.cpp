@@ -107,8 +107,8 @@ void PushCharacter(Desktop& desktop, WCHAR unit, DWORD time) {
 MSG MessageOf(Desktop& desktop, const InputRecord& input, HWND window) {
     MSG message{window, input.message, input.wParam, input.lParam, input.time, input.point};
     if (input.kind != InputRecord::Kind::Pointer) return message;
-    message.wParam = (input.keys[VK_LBUTTON] ? MK_LBUTTON : 0) | (input.keys[VK_SHIFT] ? MK_SHIFT : 0) |
-                     (input.keys[VK_CONTROL] ? MK_CONTROL : 0);
+    message.wParam = (input.keys[VK_LBUTTON] ? MK_LBUTTON : 0) | (input.held ? MK_RBUTTON : 0) |
+                     (input.keys[VK_SHIFT] ? MK_SHIFT : 0) | (input.keys[VK_CONTROL] ? MK_CONTROL : 0);
     const Window* target = desktop.Find(window);
     const POINT origin = OriginOf(desktop, target);
     message.lParam = PairOf(input.point.x - origin.x, input.point.y - origin.y);

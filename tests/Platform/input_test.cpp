@@ -4,6 +4,7 @@
 #include "tests/support/windows.h"
 
 #include <atomic>
+#include <sstream>
 #include <vector>
 
 using namespace qntest;
@@ -27,46 +28,38 @@ protected:
     HWND a, b, c;
 };
 
-void Click(int x, int y) {
-    PlatPointer(Down, x, y);
-    PlatPointer(Up, x, y);
+// What the pointer does: "d14,6" presses there, m moves, u releases, c clicks, r clicks the right button.
+void Hand(const char* script) {
+    std::istringstream steps(script);
+    for (std::string step; steps >> step;) {
+        int x = 0, y = 0;
+        ASSERT_EQ(std::sscanf(step.c_str() + 1, "%d,%d", &x, &y), 2) << step;
+        const char kind = step[0];
+        const bool right = kind == 'r', click = right || kind == 'c';
+        if (kind == 'm') PlatPointer(Move, x, y);
+        if (kind == 'd' || click) PlatPointer(right ? HoldDown : Down, x, y);
+        if (kind == 'u' || click) PlatPointer(right ? HoldUp : Up, x, y);
+    }
 }
 
-struct Script {
-    const char* name;
-    std::function<void()> act;
-    const char* log;
-};
-
 TEST_F(Input, ScriptsOfTheHand) {
-    const Script scripts[] = {
-        {"to the deepest window",
-         [&] {
-             Click(5, 6);
-             Click(13, 6);
-             Click(25, 29);
-             Click(39, 0); // bare ground
-         },
+    const struct {
+        const char* name;
+        std::function<void()> act;
+        const char* log;
+    } scripts[] = {
+        {"to the deepest window, and none on bare ground", [] { Hand("c5,6 c13,6 c25,29 c39,0"); },
          "B down 3,4\nB up 3,4\nC down 1,4\nC up 1,4\nA down 23,27\nA up 23,27\n"},
         {"the newest move alone waits",
-         [&] {
-             for (int x = 3; x < 8; ++x) PlatPointer(Move, x, 3);
-             PlatPointer(Move, 14, 3);
-             PlatPointer(Down, 14, 4);
-             PlatPointer(Move, 14, 5);
-             PlatPointer(Move, 14, 6);
-             PlatPointer(Up, 14, 6);
-         },
+         [] { Hand("m3,3 m4,3 m5,3 m6,3 m7,3 m14,3 d14,4 m14,5 m14,6 u14,6"); },
          "B move 5,1\nC move 2,1\nC down 2,2\nC move 2,4\nC up 2,4\n"},
-        {"two clicks",
-         [&] {
-             Click(14, 6), Click(17, 9), Click(17, 9); // C is told of double ones
-             Click(4, 6), Click(4, 6);                 // B is not
-             Click(14, 6);
-             PlatAdvanceClock(501); // too late
-             Click(14, 6);
+        {"C is told of double clicks, B is not; not of those too late, too far",
+         [] {
+             Hand("c14,6 c17,9 c17,9 c4,6 c4,6 c14,6");
+             PlatAdvanceClock(501);
+             Hand("c14,6");
              PlatAdvanceClock(100);
-             Click(19, 6); // too far
+             Hand("c19,6");
          },
          "C down 2,4\nC up 2,4\nC double 5,7\nC up 5,7\nC down 5,7\nC up 5,7\n"
          "B down 2,4\nB up 2,4\nB down 2,4\nB up 2,4\n"
@@ -74,12 +67,12 @@ TEST_F(Input, ScriptsOfTheHand) {
         {"disabled windows let it through to their parent",
          [&] {
              EnableWindow(b, FALSE);
-             PlatPointer(Move, 5, 6);
+             Hand("m5,6");
              Pump();
              EnableWindow(b, TRUE);
              EnableWindow(a, FALSE);
              EXPECT_EQ(WindowFromPoint({5, 6}), nullptr);
-             PlatPointer(Move, 14, 6);
+             Hand("m14,6");
              Pump();
              EnableWindow(a, TRUE);
          },
@@ -87,21 +80,20 @@ TEST_F(Input, ScriptsOfTheHand) {
         {"captured, wherever it is",
          [&] {
              EXPECT_EQ(SetCapture(b), nullptr);
-             PlatPointer(Move, 0, 1);
-             PlatPointer(Down, 14, 6);
+             Hand("m0,1 d14,6");
              Pump();
              EXPECT_EQ(SetCapture(c), b);
              EXPECT_EQ(GetCapture(), c);
-             PlatPointer(Move, 0, 1);
+             Hand("m0,1");
              Pump();
              ReleaseCapture();
              ReleaseCapture(); // nobody has it
-             PlatPointer(Up, 14, 6);
+             Hand("u14,6");
          },
          "B move -2,-1\nB down 12,4\nB lost to C\nC move -12,-1\nC lost to 0\nC up 2,4\n"},
         {"captured from before it is taken out",
          [&] {
-             PlatPointer(Move, 14, 6);
+             Hand("m14,6");
              SetCapture(b);
              Pump();
              ReleaseCapture();
@@ -121,9 +113,7 @@ TEST_F(Input, ScriptsOfTheHand) {
         {"keys go to the focus",
          [&] {
              SetFocus(b);
-             PlatKey(VK_DOWN, true);
-             PlatKey(VK_DOWN, true);
-             PlatKey(VK_DOWN, false);
+             for (const bool down : {true, true, false}) PlatKey(VK_DOWN, down);
              PlatText(u"a\u00E9");
              PlatKey(VK_RETURN, true);
              Pump();
@@ -132,32 +122,27 @@ TEST_F(Input, ScriptsOfTheHand) {
              Pump();
              SetFocus(nullptr);
              PlatKey('A', true); // to the active window
-             PlatKey('A', false);
              Pump();
              SetFocus(a);
          },
          "A focus to B\nB focus from A\nB key 40\nB key 40 again\nB key-up 40\nB char 97\nB char 233\nB key "
          "13\n"
-         "B char 13\nB focus to C\nC focus from B\nC key-up 13\nC focus to 0\nA key 65\nA key-up 65\nA focus "
-         "from 0\n"},
+         "B char 13\nB focus to C\nC focus from B\nC key-up 13\nC focus to 0\nA key 65\nA focus from 0\n"},
         {"the wheel turns lines of the nearest bar",
          [&] {
-             SetWindowLongW(a, GWL_STYLE, GetWindowLongW(a, GWL_STYLE) | static_cast<LONG_PTR>(WS_VSCROLL));
+             const LONG_PTR style = GetWindowLongW(a, GWL_STYLE);
+             SetWindowLongW(a, GWL_STYLE, style | static_cast<LONG_PTR>(WS_VSCROLL));
              PlatWheel(5, 6, 1);
              PlatWheel(5, 6, -1);
              Pump();
-             SetWindowLongW(a, GWL_STYLE, GetWindowLongW(a, GWL_STYLE) & ~static_cast<LONG_PTR>(WS_VSCROLL));
+             SetWindowLongW(a, GWL_STYLE, style);
              PlatWheel(5, 6, -2);
          },
          "A v0\nA v0\nA v0\nA v1\nA v1\nA v1\nB wheel -240\nA wheel -240\n"},
-        {"the right button selects, then holds",
-         [&] {
-             PlatPointer(HoldDown, 14, 6);
-             PlatPointer(HoldUp, 14, 6);
-         },
+        {"the right button selects, then holds", [] { Hand("r14,6"); },
          "C down 2,4\nC up 2,4\nC down 2,4\nC up 2,4\n"},
     };
-    for (const Script& script : scripts) {
+    for (const auto& script : scripts) {
         SCOPED_TRACE(script.name);
         PlatAdvanceClock(10000); // no double click across two scripts
         script.act();
@@ -214,7 +199,7 @@ TEST_F(Input, APressActivatesAndAnEndGoesBack) {
     const HWND d = Make('D', {20, 0, 40, 10}); // shown: active, with the focus
     EXPECT_EQ(GetForegroundWindow(), d);
     TakeLog();
-    Click(5, 6);
+    Hand("c5,6");
     Pump();
     EXPECT_EQ(TakeLog(), "D active 0\nA active 1\nD focus to A\nA focus from D\nB down 3,4\nB up 3,4\n");
     EXPECT_EQ(WindowFromPoint({25, 5}), a); // and comes to the top
@@ -251,46 +236,33 @@ TEST_F(Input, WhatGoesWithAWindow) {
 // --- Gestures -----------------------------------------------------------------------------------------------------
 
 TEST_F(Input, APressIsHeldOrNot) {
-    struct Hold {
-        const char* name;
-        std::function<void()> before; // the press is taken out
-        DWORD result;
-    };
-    const Hold holds[] = {
-        {"released", [] { PlatPointer(Up, 5, 6); }, 0},
-        {"moved away", [] { PlatPointer(Move, 10, 6); }, 0},
-        {"moved a little, until the real clock says so", [] { PlatPointer(Move, 9, 2); }, GN_CONTEXTMENU},
-    };
-    DWORD result = 77;
-    s_handler = [&](HWND window, UINT message, WPARAM, LPARAM lParam) {
+    std::vector<DWORD> results;
+    WPARAM keys = 0;
+    s_handler = [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
         if (message != WM_LBUTTONDOWN) return false;
-        SHRGINFO info{sizeof info,
-                      window,
-                      {LOWORD(static_cast<ULONG_PTR>(lParam)), HIWORD(static_cast<ULONG_PTR>(lParam))},
-                      SHRG_RETURNCMD};
-        result = SHRecognizeGesture(&info);
+        const auto pair = static_cast<ULONG_PTR>(lParam);
+        SHRGINFO info{sizeof info, window, {LOWORD(pair), HIWORD(pair)}, SHRG_RETURNCMD};
+        results.push_back(SHRecognizeGesture(&info));
+        keys = wParam;
         return true;
     };
-    for (const Hold& hold : holds) {
-        SCOPED_TRACE(hold.name);
+    const struct {
+        const char* script;
+        std::vector<DWORD> results;
+    } cases[] = {{"d5,6 u5,6", {0}},
+                 {"d5,6 m10,6", {0}},
+                 {"d5,6 m9,2", {GN_CONTEXTMENU}}, // moved a little, until the real clock says so
+                 {"r5,6", {0, GN_CONTEXTMENU}}};
+    for (const auto& hold : cases) {
         TakeLog();
-        PlatPointer(Down, 5, 6);
-        hold.before();
+        Hand(hold.script);
         Pump();
-        EXPECT_EQ(result, hold.result);
-        EXPECT_FALSE(TakeLog().empty()); // the rest has stayed in the queue
-        PlatPointer(Up, 5, 6);
+        EXPECT_EQ(std::exchange(results, {}), hold.results) << hold.script;
+        EXPECT_FALSE(TakeLog().empty()) << "the rest has stayed in the queue";
+        Hand("u5,6");
         Pump();
     }
-    std::vector<DWORD> results;
-    s_handler = [&, inner = s_handler](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-        const bool done = inner(window, message, wParam, lParam);
-        if (message == WM_LBUTTONDOWN) results.push_back(result);
-        return done;
-    };
-    PlatPointer(HoldDown, 5, 6);
-    Pump();
-    EXPECT_EQ(results, (std::vector<DWORD>{0, GN_CONTEXTMENU}));
+    EXPECT_EQ(keys, MK_LBUTTON | MK_RBUTTON);
     SHRGINFO none{};
     EXPECT_EQ(SHRecognizeGesture(&none), 0u);
 }
