@@ -23,107 +23,63 @@ struct Object {
     HGDIOBJ handle;
 };
 
-struct ShapeCase {
-    const char* name;
-    int penWidth; // red; 0 for none
-    std::function<void(HDC)> draw;
-    TextRows rows;
-};
-
-void DrawPoints(HDC dc, BOOL (*shape)(HDC, const POINT*, int), std::vector<POINT> points) {
-    EXPECT_TRUE(shape(dc, points.data(), static_cast<int>(points.size())));
+// What is drawn with a red pen (of no width: none) and a green brush.
+TextRows Drawn(int penWidth, const std::function<void(HDC)>& draw) {
+    const Canvas canvas(6, 4);
+    const Object brush(CreateSolidBrush(kGreen));
+    const Object pen(CreatePen(static_cast<int>(penWidth ? PS_SOLID : PS_NULL), penWidth, kRed));
+    const HGDIOBJ oldBrush = SelectObject(canvas, brush), oldPen = SelectObject(canvas, pen);
+    draw(canvas);
+    SelectObject(canvas, oldBrush);
+    SelectObject(canvas, oldPen);
+    return canvas.Rows();
 }
 
 TEST(Gdi, ShapesCoverTheToldPixels) {
-    const ShapeCase cases[] = {
-        {"rectangle: pen inside, brush within",
-         1,
-         [](HDC dc) { Rectangle(dc, 1, 0, 5, 4); },
-         {".RRRR.", ".RGGR.", ".RGGR.", ".RRRR."}},
-        {"a pen of two",
-         2,
-         [](HDC dc) { Rectangle(dc, 0, 0, 6, 4); },
-         {"RRRRRR", "RRRRRR", "RRRRRR", "RRRRRR"}},
-        {"no pen: smaller by one",
-         0,
-         [](HDC dc) { Rectangle(dc, 1, 0, 5, 4); },
-         {".GGG..", ".GGG..", ".GGG..", "......"}},
-        {"line without its last point",
-         1,
-         [](HDC dc) {
-             DrawPoints(dc, Polyline, {{1, 1}, {4, 1}, {4, 3}});
-         },
-         {"......", ".RRRR.", "....R.", "......"}},
-        {"line to the left and up",
-         1,
-         [](HDC dc) {
-             DrawPoints(dc, Polyline, {{4, 3}, {1, 3}, {1, 0}});
-         },
-         {"......", ".R....", ".R....", ".RRRR."}},
-        {"slanted line",
-         1,
-         [](HDC dc) {
-             DrawPoints(dc, Polyline, {{0, 0}, {3, 3}});
-         },
-         {"R.....", ".R....", "..R...", "......"}},
-        {"wide line, centred",
-         3,
-         [](HDC dc) {
-             DrawPoints(dc, Polyline, {{1, 1}, {5, 1}});
-         },
-         {".RRRR.", ".RRRR.", ".RRRR.", "......"}},
-        {"slanted line from far outside to far outside",
-         1,
-         [](HDC dc) {
-             DrawPoints(dc, Polyline, {{-2000000, -2000000}, {2000000, 2000000}});
-         },
-         {"R.....", ".R....", "..R...", "...R.."}},
-        {"closed polygon",
-         1,
-         [](HDC dc) {
-             DrawPoints(dc, Polygon, {{0, 0}, {4, 0}, {4, 3}, {0, 3}});
-         },
-         {"RRRRR.", "RGGGR.", "RGGGR.", "RRRRR."}},
-        {"filled triangle",
-         0,
-         [](HDC dc) {
-             DrawPoints(dc, Polygon, {{0, 0}, {4, 4}, {0, 4}});
-         },
-         {"......", "G.....", "GG....", "GGG..."}},
-        {"polygon of two points: a line with both",
-         1,
-         [](HDC dc) {
-             DrawPoints(dc, Polygon, {{1, 2}, {4, 2}});
-         },
-         {"......", "......", ".RRRR.", "......"}},
-        {"focus frame: every second pixel of its edge",
-         1,
-         [](HDC dc) {
-             const RECT r{0, 0, 6, 4};
-             DrawFocusRect(dc, &r);
-         },
-         {".W.W.W", "W.....", ".....W", "W.W.W."}},
-        {"patterns are tiled from the origin",
-         1,
-         [](HDC dc) {
-             const Canvas tile({"RG", "B."});
-             const Object brush(CreatePatternBrush(tile.Bitmap()));
-             const RECT r{1, 1, 6, 4};
-             FillRect(dc, &r, brush.Brush());
-         },
-         {"......", "..B.B.", ".GRGRG", "..B.B."}},
+    const RECT all{0, 0, 6, 4}, most{1, 1, 6, 4};
+    const auto rectangle = [](HDC dc) { Rectangle(dc, 1, 0, 5, 4); };
+    EXPECT_EQ(Drawn(1, rectangle), (TextRows{".RRRR.", ".RGGR.", ".RGGR.", ".RRRR."})); // the pen inside
+    EXPECT_EQ(Drawn(2, rectangle), (TextRows(4, ".RRRR.")));
+    EXPECT_EQ(Drawn(0, rectangle), (TextRows{".GGG..", ".GGG..", ".GGG..", "......"})); // smaller by one
+    EXPECT_EQ(Drawn(1, [&](HDC dc) { DrawFocusRect(dc, &all); }),
+              (TextRows{".W.W.W", "W.....", ".....W", "W.W.W."}));
+    const auto pattern = [&](HDC dc) {
+        const Object brush(CreatePatternBrush(Canvas({"RG", "B."}).Bitmap()));
+        FillRect(dc, &most, brush.Brush());
     };
-    for (const ShapeCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        const Canvas canvas(6, 4);
-        const Object brush(CreateSolidBrush(kGreen));
-        const Object pen(CreatePen(static_cast<int>(c.penWidth ? PS_SOLID : PS_NULL), c.penWidth, kRed));
-        const HGDIOBJ oldBrush = SelectObject(canvas, brush), oldPen = SelectObject(canvas, pen);
-        c.draw(canvas);
-        SelectObject(canvas, oldBrush);
-        SelectObject(canvas, oldPen);
-        EXPECT_EQ(canvas.Rows(), c.rows);
-    }
+    EXPECT_EQ(Drawn(1, pattern), (TextRows{"......", "..B.B.", ".GRGRG", "..B.B."})); // from the origin
+}
+
+TEST(Gdi, LinesCoverTheToldPixels) {
+    const struct {
+        const char* name;
+        int penWidth;
+        BOOL (*shape)(HDC, const POINT*, int);
+        std::vector<POINT> points;
+        TextRows rows;
+    } cases[] = {
+        {"without its last point",
+         1,
+         Polyline,
+         {{1, 1}, {4, 1}, {4, 3}},
+         {"......", ".RRRR.", "....R.", "......"}},
+        {"left and up", 1, Polyline, {{4, 3}, {1, 3}, {1, 0}}, {"......", ".R....", ".R....", ".RRRR."}},
+        {"slanted", 1, Polyline, {{0, 0}, {3, 3}}, {"R.....", ".R....", "..R...", "......"}},
+        {"wide, centred", 3, Polyline, {{1, 1}, {5, 1}}, {".RRRR.", ".RRRR.", ".RRRR.", "......"}},
+        {"far",
+         1,
+         Polyline,
+         {{-2000000, -2000000}, {2000000, 2000000}},
+         {"R.....", ".R....", "..R...", "...R.."}},
+        {"closed", 1, Polygon, {{0, 0}, {4, 0}, {4, 3}, {0, 3}}, {"RRRRR.", "RGGGR.", "RGGGR.", "RRRRR."}},
+        {"filled", 0, Polygon, {{0, 0}, {4, 4}, {0, 4}}, {"......", "G.....", "GG....", "GGG..."}},
+        {"two points: with both", 1, Polygon, {{1, 2}, {4, 2}}, {"......", "......", ".RRRR.", "......"}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Drawn(c.penWidth,
+                        [&](HDC dc) { c.shape(dc, c.points.data(), static_cast<int>(c.points.size())); }),
+                  c.rows)
+            << c.name;
 }
 
 TEST(Gdi, WhatInvertsIsItsOwnOpposite) {
