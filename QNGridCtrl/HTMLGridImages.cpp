@@ -2,11 +2,15 @@
 
 #include "NorvoTools/globals.h"
 #include "QNGridCtrl/PNGPicture.h"
+#include "Resources/pictures.h"
 
 namespace {
 
 constexpr std::size_t kShortestFile = 5; // "a.bmp"
 constexpr std::size_t kExtension = 4;    // with its point
+
+// The picture of what has no category: the suite's own where the user has none of that name.
+constexpr std::u16string_view kNoCategoryFile = u"~NoCategory.bmp";
 
 bool IsDigit(WCHAR c) { return c >= u'0' && c <= u'9'; }
 
@@ -81,7 +85,9 @@ CHTMLImage* HTMLGridImages::Find(std::u16string_view source, BYTE& bFromResource
     case HTMLImageSource::Kind::PngFile:
         return Image(PngFile(source));
     case HTMLImageSource::Kind::BitmapFile:
-        return Image(BitmapFile(source));
+        if (CHTMLImage* image = Image(BitmapFile(source)); image || source != kNoCategoryFile) return image;
+        bFromResource = true;
+        return Image(KeepPng(m_PngNames, HashImageName(source), g_hResources, kPictureNoCategory));
     case HTMLImageSource::Kind::Resource:
         if (id == 0) return nullptr;
         return PNGPicture::IsPNG(Instance(), id) ? Image(Png(id)) : Image(Bitmap(id));

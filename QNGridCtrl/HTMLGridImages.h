@@ -1,6 +1,7 @@
 // The pictures of a grid's mark-up: found by the source of an IMG, loaded once, kept until Clear.
 //
 //   "logo.png", "a\b.bmp"   a file of the resources root, of the device with a leading backslash
+//   "~NoCategory.bmp"       such a file, or else the suite's own picture
 //   "237"                   a resource of the resources instance
 //   "S4294967292"           anything else is a swatch, which the grid's owner makes of the number behind the first letter
 #pragma once

@@ -18,6 +18,7 @@ int Scaled(int pixels) {
 class WidePen {
 public:
     WidePen(HDC hdc, bool border) : m_dc(hdc), m_former(SelectObject(hdc, GetStockObject(BLACK_PEN))) {
+        HIDPI_InitScaling();
         LOGPEN pen{};
         if (!GetObjectW(m_former, sizeof pen, &pen)) return;
         const int width = border ? static_cast<int>(g_HIDPI_BorderPixels)
@@ -37,6 +38,19 @@ private:
     HGDIOBJ m_former;
     HPEN m_pen = nullptr;
 };
+
+// The pictures of a strip, scaled. Each gets whole pixels, so none runs into its neighbour.
+HIMAGELIST ListOf(HBITMAP strip, int width, int grow, COLORREF key) {
+    BITMAP is{};
+    if (!GetObjectW(strip, sizeof is, &is)) return nullptr;
+    const int count = is.bmWidth / width, side = Scaled(width);
+    const HBITMAP stretched = HIDPI_StretchBitmap(strip, side * is.bmWidth / width, 0);
+    if (!stretched) return nullptr;
+    const HIMAGELIST list = ImageList_Create(side, Scaled(is.bmHeight), ILC_COLOR24 | ILC_MASK, count, grow);
+    if (list) ImageList_AddMasked(list, stretched, key);
+    DeleteObject(stretched);
+    return list;
+}
 
 } // namespace
 
@@ -70,17 +84,8 @@ HICON HIDPI_LoadIcon(HINSTANCE instance, WORD id) {
 
 HIMAGELIST HIDPI_ImageList_LoadImage(HINSTANCE instance, WORD id, int width, int grow, COLORREF key) {
     const HBITMAP strip = LoadBitmapW(instance, MAKEINTRESOURCEW(id));
-    BITMAP is{};
-    if (!strip || width < 1 || !GetObjectW(strip, sizeof is, &is)) return nullptr;
-    const int count = is.bmWidth / width, side = Scaled(width);
-    // Each picture gets whole pixels, so none runs into its neighbour.
-    const HBITMAP stretched = HIDPI_StretchBitmap(strip, side * is.bmWidth / width, 0);
-    const HIMAGELIST list =
-        stretched ? ImageList_Create(side, Scaled(is.bmHeight), ILC_COLOR24 | ILC_MASK, count, grow)
-                  : nullptr;
-    if (list) ImageList_AddMasked(list, stretched, key);
-    DeleteObject(strip);
-    if (stretched) DeleteObject(stretched);
+    const HIMAGELIST list = width > 0 ? ListOf(strip, width, grow, key) : nullptr;
+    if (strip) DeleteObject(strip);
     return list;
 }
 

@@ -7,7 +7,8 @@
 #include "QNGridCtrl/gradients.h"
 #include "QNGridCtrl/hidpidraw.h"
 #include "tests/support/canvas.h"
-#include "tests/support/device.h"
+#include "tests/support/devicefiles.h"
+#include "tests/support/pngmaker.h"
 
 #include <tuple>
 
@@ -193,30 +194,30 @@ TEST_F(Gradients, ShadesAndBrushes) {
 
 // --- Scaled drawing -------------------------------------------------------------------------------------------------
 
-class Dense : public DeviceTest {
+// Each of them reads the screen when nothing has yet.
+class Dense : public DeviceFilesTest {
 protected:
     Dense() {
         PlatSetScreen({480, 640, 192});
-        g_HIDPI_LogPixelsX = 0;
-        HIDPI_InitScaling();
+        g_HIDPI_LogPixelsX = g_HIDPI_BorderPixels = g_HIDPI_IconPixels = 0;
     }
     ~Dense() override { g_HIDPI_LogPixelsX = 0; }
 };
 
 TEST_F(Dense, LinesAndBitmapsAreTwiceAsLarge) {
     const Canvas canvas(6, 4);
-    HIDPI_Rectangle(canvas, 0, 0, 6, 4);
     const POINT line[] = {{0, 0}, {6, 0}};
+    PatBlt(canvas, 0, 0, 6, 4, WHITENESS);
+    HIDPI_BorderRectangle(canvas, 0, 0, 5, 4);
+    HIDPI_BorderPolyline(canvas, line, 2);
+    EXPECT_EQ(canvas.Rows(), (TextRows{"......", "......", ".....W", ".....W"}));
+    HIDPI_Rectangle(canvas, 0, 0, 6, 4);
     HPEN red = CreatePen(PS_SOLID, 1, kRed);
     const HGDIOBJ former = SelectObject(canvas, red);
     HIDPI_Polyline(canvas, line, 2);
     EXPECT_EQ(SelectObject(canvas, former), red); // the pen is what it was
     DeleteObject(red);
     EXPECT_EQ(canvas.Rows(), (TextRows{"RRRRRR", "RRRRRR", "......", "......"}));
-    PatBlt(canvas, 0, 0, 6, 4, WHITENESS);
-    HIDPI_BorderRectangle(canvas, 0, 0, 5, 4);
-    HIDPI_BorderPolyline(canvas, line, 2);
-    EXPECT_EQ(canvas.Rows(), (TextRows{"......", "......", ".....W", ".....W"}));
 
     const Canvas small({"RG"});
     const HBITMAP large = HIDPI_StretchBitmap_Transparent(small.Bitmap(), 0, 0, kGreen);
@@ -232,6 +233,35 @@ TEST_F(Dense, LinesAndBitmapsAreTwiceAsLarge) {
     DeleteObject(large);
     EXPECT_EQ(HIDPI_StretchBitmap(nullptr, 1, 1), nullptr);
     EXPECT_EQ(HIDPI_GetBitmapLogPixels(small.Bitmap()), 96);
+}
+
+// Three pictures of one pixel at 96 dots an inch, and an icon.
+TEST_F(Dense, PicturesOfResourcesAreTwiceAsLarge) {
+    const char bmp[] = "BM\x42\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0\3\0\0\0\1\0\0\0\1\0\x18\0"
+                       "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
+                       "\0\0\xFF\0\xFF\0\xFF\0\0\0\0"; // red, green, blue
+    const PNGBytes png = MakePNG({.value = [](DWORD, DWORD, unsigned) { return 255u; }});
+    Put("r/bmp/1.bmp", {bmp, sizeof bmp});
+    Put("r/png/2.png", {reinterpret_cast<const char*>(png.data()), png.size()});
+    const HINSTANCE folder = LoadLibraryW(u"\\r");
+    const HIMAGELIST list = HIDPI_ImageList_LoadImage(folder, 1, 1, 4, kGreen);
+    const Canvas canvas(6, 2);
+    for (int i = 0; i < 3; ++i) ImageList_Draw(list, i, canvas, i * 2, 0, ILD_TRANSPARENT);
+    EXPECT_EQ(canvas.Rows(), TextRows(2, "RR..BB"));
+    EXPECT_EQ(HIDPI_ImageList_LoadImage(folder, 1, 0, 4, kGreen), nullptr);
+    EXPECT_EQ(HIDPI_ImageList_LoadImage(folder, 2, 1, 4, kGreen), nullptr);
+    const auto sideOf = [](HICON icon) {
+        SIZE size{};
+        PlatGetIconSize(icon, &size);
+        DestroyIcon(icon);
+        return size.cx;
+    };
+    EXPECT_EQ(sideOf(HIDPI_LoadIcon(folder, 2)), 32); // as small icons are
+    const HICON icon = LoadIconW(folder, MAKEINTRESOURCEW(2));
+    EXPECT_EQ(sideOf(HIDPI_StretchIcon(icon, 0, 5)), 2);
+    EXPECT_EQ(sideOf(icon), 1);
+    ImageList_Destroy(list);
+    FreeLibrary(folder);
 }
 
 } // namespace
