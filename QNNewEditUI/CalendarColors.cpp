@@ -17,43 +17,43 @@ constexpr COLORREF kAlmostBlack = 0x010101; // stands for 0 where 0 would read a
 
 struct ColorSetting {
     const WCHAR* name;
-    const WCHAR* defaultText;
+    const WCHAR* defaults[2]; // in the light and in the dark scheme
     bool neverZero = false;
 };
 // In the order of CalendarColor.
 constexpr ColorSetting kColorSettings[kCalendarColors] = {
-    {u"JournalBackground", u"#CDCDCD"},
-    {u"CAV_OldAppointmentColor", u"#A7A29D"},
-    {u"CAV_TodayColor", u"#F6FFA6", true},
-    {u"CAV_DVNoWorkBackground", u"#FFFFFF"},
-    {u"CAV_BackGround", u"#FFFFFF", true},
-    {u"CAV_DVWorkBackground", u"#ffffce"},
-    {u"CAV_FontColor", u"#000000"},
-    {u"CAV_TaskBackgroundColor", u"#FFFFFF"},
-    {u"CAV_TaskFontColor", u"#000000"},
-    {u"CAV_TaskOverdueBackground", u"#FFCCCC"},
-    {u"CAV_TaskOverdueColor", u"#FF0000"},
-    {u"CAV_TaskCompletedBackground", u"#AAAAAA"},
-    {u"CAV_TaskCompletedColor", u"#3f3f3f"},
-    {u"CAV_TaskDueTodayBackground", u"#CCFFCC"},
-    {u"CAV_TaskDueTodayColor", u"#000000"},
-    {u"CAV_TaskUndatedBackground", u"#bdc4fe"},
-    {u"CAV_TaskUndatedColor", u"#000000"},
-    {u"CAV_TaskHighPriorityBackGround", u"#FFFF74"},
-    {u"CAV_TaskHighPriorityColor", u"#000000"},
-    {u"CAV_TaskLowPriorityBackGround", u"#93B5F0"},
-    {u"CAV_TaskLowPriorityColor", u"#000000"},
+    {u"JournalBackground", {u"#CDCDCD", u"#3A3F45"}},
+    {u"CAV_OldAppointmentColor", {u"#A7A29D", u"#A7A29D"}},
+    {u"CAV_TodayColor", {u"#F6FFA6", u"#3A3B1E"}, true},
+    {u"CAV_DVNoWorkBackground", {u"#FFFFFF", u"#1D2126"}},
+    {u"CAV_BackGround", {u"#FFFFFF", u"#1D2126"}, true},
+    {u"CAV_DVWorkBackground", {u"#ffffce", u"#2B2D1F"}},
+    {u"CAV_FontColor", {u"#000000", u"#E6EAEF"}},
+    {u"CAV_TaskBackgroundColor", {u"#FFFFFF", u"#1D2126"}},
+    {u"CAV_TaskFontColor", {u"#000000", u"#E6EAEF"}},
+    {u"CAV_TaskOverdueBackground", {u"#FFCCCC", u"#4A2427"}},
+    {u"CAV_TaskOverdueColor", {u"#FF0000", u"#FF9A94"}},
+    {u"CAV_TaskCompletedBackground", {u"#AAAAAA", u"#3A3F45"}},
+    {u"CAV_TaskCompletedColor", {u"#3f3f3f", u"#C2C7CD"}},
+    {u"CAV_TaskDueTodayBackground", {u"#CCFFCC", u"#234229"}},
+    {u"CAV_TaskDueTodayColor", {u"#000000", u"#E6EAEF"}},
+    {u"CAV_TaskUndatedBackground", {u"#bdc4fe", u"#2C3158"}},
+    {u"CAV_TaskUndatedColor", {u"#000000", u"#E6EAEF"}},
+    {u"CAV_TaskHighPriorityBackGround", {u"#FFFF74", u"#4A451B"}},
+    {u"CAV_TaskHighPriorityColor", {u"#000000", u"#E6EAEF"}},
+    {u"CAV_TaskLowPriorityBackGround", {u"#93B5F0", u"#233B63"}},
+    {u"CAV_TaskLowPriorityColor", {u"#000000", u"#E6EAEF"}},
 };
 
 struct StatusSetting {
     const WCHAR* name;
-    COLORREF defaultColor;
+    COLORREF defaults[2];
 };
 // In the order of the busy status.
-constexpr StatusSetting kStatusSettings[] = {{u"crMVFree", 0x5FFF74},
-                                             {u"crMVTentative", 0xFEA26C},
-                                             {u"crMVBusy", 0xFF0000},
-                                             {u"crMVOutofoffice", 0x82051B}};
+constexpr StatusSetting kStatusSettings[] = {{u"crMVFree", {0x5FFF74, 0x4FB75B}},
+                                             {u"crMVTentative", {0xFEA26C, 0xFEA26C}},
+                                             {u"crMVBusy", {0xFF0000, 0xFF8D4F}},
+                                             {u"crMVOutofoffice", {0x82051B, 0xE07B9A}}};
 constexpr LONG kStatusBusy = 2;
 
 struct LookSetting {
@@ -75,6 +75,8 @@ constexpr LookSetting kLookSettings[kTaskLooks] = {
     {u"CAV_TaskUseImportanceColors", u"CAV_TaskImportanceStyle", u"", kColorLowBack, kColorLowText},
 };
 
+int g_scheme = 0; // the column of the defaults
+
 // "#RRGGBB" stays as it is written; a shorter form is written out, since BODY takes the last six characters.
 bool ParseColor(const WCHAR* text, HTMLColor& color) {
     COLORREF value;
@@ -93,7 +95,7 @@ HTMLColor ReadColor(const ColorSetting& setting) {
     if (GetFromRegistrySZ(HKEY_CURRENT_USER, kColorsKey, setting.name, text,
                           static_cast<int>(std::size(text))) ||
         !ParseColor(text, color))
-        ParseColor(setting.defaultText, color);
+        ParseColor(setting.defaults[g_scheme], color);
     if (setting.neverZero && color.cr == 0) color.cr = kAlmostBlack;
     return color;
 }
@@ -112,6 +114,8 @@ bool IsStyle(std::u16string_view text) {
 
 } // namespace
 
+void CalendarColors::SetDark(bool bDark) { g_scheme = bDark ? 1 : 0; }
+
 void CalendarColors::Read() {
     ReadColors();
     ReadStatusColors();
@@ -128,8 +132,8 @@ void CalendarColors::ReadStatusColors() {
     for (int status = 0; status < kStatuses; ++status) {
         const StatusSetting& setting = kStatusSettings[status];
         HTMLColor& color = m_statuses[status];
-        color.cr = ReadRegistryWithDefault(kColorsKey, setting.name, setting.defaultColor);
-        if (color.cr > kHighestColor) color.cr = setting.defaultColor;
+        color.cr = ReadRegistryWithDefault(kColorsKey, setting.name, setting.defaults[g_scheme]);
+        if (color.cr > kHighestColor) color.cr = setting.defaults[g_scheme];
         ColorRefToHTML(color.cr, color.szText, static_cast<int>(std::size(color.szText)));
     }
 }

@@ -48,6 +48,8 @@ struct HTMLColor {
 class QN_API CalendarColors {
 public:
     void Read(); // afresh
+    // Which defaults count from the next Read on: of the light scheme or of the dark one.
+    static void SetDark(bool bDark);
 
     const WCHAR* Text(CalendarColor color) const { return m_colors[color].szText; }
     COLORREF Value(CalendarColor color) const { return m_colors[color].cr; }
