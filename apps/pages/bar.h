@@ -1,5 +1,5 @@
-// A bar of things to tap, side by side: each a piece of mark-up in a cell of its own. It shows a press at once and acts at
-// the release; the keyboard reaches the same actions by the window that the bar stands in.
+// A bar of things to tap, side by side or one below the other: each a picture, a word, or a picture over a word. It shows a
+// press at once and acts at the release. With the focus, arrows go from one to the next and Enter or Space acts.
 #pragma once
 
 #include "NorvoUI/CeWnd.h"
@@ -14,15 +14,18 @@ class Bar : public CeWnd {
 public:
     struct Cell {
         std::u16string markup; // without a ground of its own
-        int width;             // pixels; 0: a share of what is left
-        bool active = false;   // filled
-        std::function<void()> tapped;
+        int width = 0;         // pixels; 0: a share of what is left
+        std::function<void()> tapped = nullptr;
+        WORD picture = 0; // of Resources/pictures.h
+        bool active = false;
     };
 
     bool Open(HWND parent, const RECT& rect);
     void SetCells(std::vector<Cell> cells);
     // The cells stand one below the other, each so high; 0: side by side again.
     void SetColumn(int cellHeight);
+    // A thin line at the lower edge: something is going on.
+    void SetBusy(bool busy);
 
 private:
     LRESULT OnPaint(bool& handled) override;
@@ -30,17 +33,25 @@ private:
     LRESULT OnSize(WPARAM type, int cx, int cy, bool& handled) override;
     LRESULT OnLButtonDown(WPARAM flags, POINT point, bool& handled) override;
     LRESULT OnLButtonUp(WPARAM flags, POINT point, bool& handled) override;
+    LRESULT OnKeyDown(WPARAM code, UINT repeat, UINT flags, bool& handled) override;
     LRESULT OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) override;
 
     std::vector<RECT> Places() const;
     std::vector<RECT> PlacesInColumn(const RECT& client) const;
     int CellAt(POINT point) const; // -1 for none
-    static void PaintCell(HDC hdc, const Cell& cell, const RECT& place, bool pressed);
+    bool CanAct(int cell) const;
+    void PaintCell(HDC hdc, int index, const RECT& place) const;
     void Press(int cell);
+    void Act(int cell);
+    void MoveFocus(int step);
+    void FindFocus();
 
     std::vector<Cell> m_cells;
     int m_cellHeight = 0;
     int m_pressed = -1;
+    int m_focus = -1; // the cell that keys act on
+    bool m_focused = false;
+    bool m_busy = false;
 };
 
 } // namespace qn

@@ -14,6 +14,10 @@ constexpr const WCHAR* kClass = u"qn:calendar data";
 constexpr ULONG_PTR kChangeTimer = 1;
 constexpr UINT kChangeWait = 50; // milliseconds: changes come in bundles
 
+// A thread finds an occurrence that was moved by the day that it was moved from.
+constexpr LONG kMargin = 31;
+constexpr LONG kFirstLoadedDay = 1;
+
 } // namespace
 
 CalendarData::CalendarData(std::function<void()> changed) : m_changed(std::move(changed)) {
@@ -56,13 +60,15 @@ void CalendarData::Reload() {
 
 void CalendarData::Start() {
     CCalendarThread& thread = *m_threads[1 - m_shown];
-    const SYSTEMTIME first = ToSystemTime(m_first);
-    const SYSTEMTIME last = ToSystemTime(m_last);
+    const SYSTEMTIME first = ToSystemTime(std::max(m_first - kMargin, kFirstLoadedDay));
+    const SYSTEMTIME last = ToSystemTime(m_last + kMargin);
     thread.SetRestrict(&first, &last, true);
     ChooseCategories(thread);
     m_loadingFirst = m_first;
     m_loadingLast = m_last;
     m_loading = true; // Start may be false for a run that is over already: its message tells
+    m_taken = false;
+    if (busy) busy(true);
     thread.Start();
 }
 
@@ -74,23 +80,33 @@ void CalendarData::ChooseCategories(CCalendarThread& thread) const {
     CFullCategoryList all(0, PTRLIST_DELETE);
     GetFullCategoryInfo(all, true);
     for (const CFullCategory* category : all)
-        if (std::ranges::any_of(m_categories, [&](const std::u16string& name) {
-                return _wcsicmp(category->m_szName, name.c_str()) == 0;
-            }))
+        if (std::ranges::any_of(m_categories,
+                                [&](const std::u16string& name) { return name == category->m_szName; }))
             filter->m_list.Add(category->Copy());
 }
 
-void CalendarData::Finished() {
-    if (!m_loading) return;
-    m_loading = false;
+// Lines of days that nobody wants any more would take the place of those that are shown.
+void CalendarData::Take() {
+    m_taken = true;
+    if (m_first != m_loadingFirst || m_last != m_loadingLast) return;
     m_shown = 1 - m_shown;
     m_shownFirst = m_loadingFirst;
     m_shownLast = m_loadingLast;
     m_lines.clear();
     for (const DATACALENDAR* line : m_threads[m_shown]->GetList())
-        if (!line->IsHeader()) m_lines.push_back(line);
+        if (!line->IsHeader() && line->m_lDay >= m_first && line->m_lDay <= m_last) m_lines.push_back(line);
     m_changed();
-    if (std::exchange(m_again, false)) Start();
+}
+
+// A load that ended before its list was complete has what it has.
+void CalendarData::Finished() {
+    if (!m_loading) return;
+    m_loading = false;
+    if (!m_taken) Take();
+    if (std::exchange(m_again, false))
+        Start();
+    else if (busy)
+        busy(false);
 }
 
 void CalendarData::Wait() {
@@ -100,6 +116,9 @@ void CalendarData::Wait() {
 
 LRESULT CalendarData::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
+    case kMsgListChanged:
+        if (wParam == 1 && m_loading && !m_taken) Take();
+        return 0;
     case kMsgThreadFinished:
         return Finished(), 0;
     case WM_DBNOTIFICATION:

@@ -15,7 +15,7 @@ namespace qn {
 
 class CalendarData {
 public:
-    // `changed` is called after each load.
+    // `changed` is called whenever the lines are others.
     explicit CalendarData(std::function<void()> changed);
     ~CalendarData();
     CalendarData(const CalendarData&) = delete;
@@ -26,11 +26,13 @@ public:
     void Reload();
     // Dispatches messages until nothing is being loaded any more.
     void Wait();
+    // Called when a load begins and when it is over.
+    std::function<void(bool loading)> busy;
     // Names of categories: only items that have one of them; none shows all. Counts from the next load on.
     void SetCategories(std::vector<std::u16string> names) { m_categories = std::move(names); }
     const std::vector<std::u16string>& Categories() const { return m_categories; }
 
-    // Sorted by day; headers are left out. Valid until the next `changed`.
+    // Of the days that were asked for, sorted by day; headers are left out. Valid until the next `changed`.
     const std::vector<const DATACALENDAR*>& Lines() const { return m_lines; }
     LONG FirstDay() const { return m_shownFirst; } // of the lines
     LONG LastDay() const { return m_shownLast; }
@@ -40,6 +42,7 @@ private:
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
     void Watch();
     void Start();
+    void Take();
     void Finished();
     void ChooseCategories(CCalendarThread& thread) const;
 
@@ -50,6 +53,7 @@ private:
     std::unique_ptr<CCalendarThread> m_threads[2];
     int m_shown = 0;
     bool m_loading = false;
+    bool m_taken = false; // the lines of this load are shown
     bool m_again = false; // something has changed meanwhile
     LONG m_first = 0;
     LONG m_last = -1;

@@ -1,16 +1,15 @@
 #include "apps/pages/card.h"
 
-#include "Platform/poom.h"
-#include "QNNewEditUI/CCalendarSubview.h"
-#include "QNWorkerClass/COutlook.h"
+#include "apps/pages/changes.h"
 #include "apps/pages/pagetext.h"
-#include "apps/qn/support.h"
+#include "apps/pages/theme.h"
 
 namespace qn {
 
 namespace {
 
 constexpr int kLabelWidth = 90; // pixels at 96 dots an inch
+constexpr std::size_t kLongestNote = 16000;
 
 // What the line doesn't tell.
 struct Details {
@@ -18,14 +17,13 @@ struct Details {
     LONG reminder = -1; // minutes
 };
 
-Details DetailsOf(CEOID oid) {
+Details DetailsOf(const DATACALENDAR& line) {
     Details details;
-    Com<IDispatch> found;
-    if (!g_pOutlook || FAILED(g_pOutlook->GetItemFromOid(oid, found.Out()))) return details;
-    const auto item = found.As<IAppointment>(IID_IAppointment);
-    if (!item) return details;
+    Com<IAppointment> item;
+    if (FAILED(OpenAppointment(line, item))) return details;
     Bstr note;
-    if (SUCCEEDED(item->get_Body(note.Out()))) details.note = note.View();
+    if (SUCCEEDED(item->get_Body(note.Out()))) details.note = note.View().substr(0, kLongestNote);
+    if (note.View().size() > kLongestNote) details.note += u"\n\u2026";
     VARIANT_BOOL set = VARIANT_FALSE;
     LONG minutes = 0;
     if (SUCCEEDED(item->get_ReminderSet(&set)) && set != VARIANT_FALSE &&
@@ -49,9 +47,9 @@ std::u16string ReminderText(LONG minutes) {
     return minutes % 60 == 0 ? counted(minutes / 60, "hour") : counted(minutes, "minute");
 }
 
-std::u16string ShownWith(const WCHAR* style, const std::u16string& markup) {
-    return u"<BODY BGCOLOR=#FFFFFF><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + std::u16string(style) + u">" +
-           markup;
+std::u16string ShownWith(Paint ink, const std::u16string& markup) {
+    return std::u16string(u"<BODY BGCOLOR=") + MarkupOf(Paint::Window) +
+           u"><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(ink) + u">" + markup;
 }
 
 } // namespace
@@ -61,17 +59,17 @@ bool Card::Open(HWND parent, const RECT& rect) {
     const RECT inside{0, 0, rect.right - rect.left, rect.bottom - rect.top};
     if (!m_grid.InitWindow(GetHWnd(), inside, false, u"")) return false;
     m_grid.SetTouchScrolling(true);
-    m_grid.SetLinesColor(kLineColor);
+    m_grid.SetLinesColor(ColorOf(Paint::Line));
     m_grid.SetShowVLines(false);
     m_grid.SetSelectionMode(3); // nothing is selected on a card
     return true;
 }
 
 void Card::Show(const DATACALENDAR& line) {
-    const Details details = line.m_nType == kLineAppointment ? DetailsOf(line.m_oid) : Details();
+    const Details details = line.m_nType == kLineAppointment ? DetailsOf(line) : Details();
     std::vector<Field> fields;
     const auto add = [&](const WCHAR* label, const std::u16string& text) {
-        if (!text.empty()) fields.emplace_back(label, Escaped(text));
+        if (!text.empty()) fields.emplace_back(label, EscapedLines(text));
     };
     add(u"When", WhenText(line));
     add(u"Where", std::u16string(TextOf(line.m_bstrLocation)));
@@ -95,12 +93,12 @@ void Card::Fill(const std::u16string& title, const std::vector<Field>& fields) {
     m_grid.SetColWidth(1, HTMLGridAxis::kAutomatic);
     m_grid.SetShowHLines(true);
     m_grid.CreateCells();
-    m_grid.SetCellText(0, 0, ShownWith(kQuietText, u"Subject").c_str(), margins);
-    m_grid.SetCellText(1, 0, ShownWith(u"#000000", u"<B>" + Escaped(title) + u"</B>").c_str(), margins);
+    m_grid.SetCellText(0, 0, ShownWith(Paint::Quiet, u"Subject").c_str(), margins);
+    m_grid.SetCellText(1, 0, ShownWith(Paint::Text, u"<B>" + Escaped(title) + u"</B>").c_str(), margins);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         const auto row = static_cast<WORD>(i + 1);
-        m_grid.SetCellText(0, row, ShownWith(kQuietText, Escaped(fields[i].first)).c_str(), margins);
-        m_grid.SetCellText(1, row, ShownWith(u"#000000", fields[i].second).c_str(), margins);
+        m_grid.SetCellText(0, row, ShownWith(Paint::Quiet, Escaped(fields[i].first)).c_str(), margins);
+        m_grid.SetCellText(1, row, ShownWith(Paint::Text, fields[i].second).c_str(), margins);
     }
     m_grid.EndUpdate();
 }

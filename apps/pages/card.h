@@ -15,6 +15,7 @@ public:
     bool Open(HWND parent, const RECT& rect);
     void Show(const DATACALENDAR& line);
     void TakeFocus() { m_grid.SetFocus(); }
+    HWND FocusWindow() const { return m_grid.GetHWnd(); }
 
 private:
     using Field = std::pair<std::u16string, std::u16string>; // label, mark-up of the value

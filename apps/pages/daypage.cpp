@@ -3,6 +3,7 @@
 #include "Platform/locale.h"
 #include "Platform/strings.h"
 #include "apps/pages/pagetext.h"
+#include "apps/pages/theme.h"
 #include "apps/qn/support.h"
 
 #include <algorithm>
@@ -17,7 +18,9 @@ constexpr int kRowMinutes = 30;
 constexpr int kDayMinutes = 1440;
 constexpr int kRowHeight = 22; // pixels at 96 dots an inch, as the next
 constexpr int kHourWidth = 46;
-constexpr WORD kHours = 0; // columns
+constexpr int kAllDayHeight = 24;
+constexpr int kMostAllDay = 3; // rows that are shown at once
+constexpr WORD kHours = 0;     // columns
 constexpr WORD kItems = 1;
 
 int MinuteOf(double fraction) { return static_cast<int>(std::lround(fraction * kDayMinutes)); }
@@ -36,9 +39,10 @@ std::u16string HourName(int hour) {
 
 // The mark-up of an hour's label, at its first half.
 std::u16string HourText(int row) {
-    if (row % 2 != 0) return u"<BODY BGCOLOR=#F0F0F0>";
-    return u"<BODY BGCOLOR=#F0F0F0><P RIGHT><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" +
-           std::u16string(kQuietText) + u">" + HourName(row / 2);
+    const std::u16string ground = std::u16string(u"<BODY BGCOLOR=") + MarkupOf(Paint::Hours) + u">";
+    if (row % 2 != 0) return ground;
+    return ground + u"<P RIGHT><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(Paint::Quiet) + u">" +
+           HourName(row / 2);
 }
 
 // Without the swatch of the status, which the bar of the floater shows.
@@ -58,10 +62,27 @@ std::u16string DayPage::Title(LONG day, bool narrow) const {
     return (ahead >= -1 && ahead <= 1 ? NearDay(day) : DateText(day, u"dddd")) + u", " + date;
 }
 
-void DayPage::SetUpGrid() { m_grid.SetMinRowHeight(static_cast<WORD>(Scaled(kRowHeight))); }
+bool DayPage::SetUpGrids() {
+    m_grid.SetMinRowHeight(static_cast<WORD>(Scaled(kRowHeight)));
+    m_allDayGrid.SetMinRowHeight(static_cast<WORD>(Scaled(kAllDayHeight)));
+    m_allDayGrid.SetRowSelect(true);
+    if (!OpenGrid(m_allDayGrid, true) || !OpenGrid(m_grid, false)) return false;
+    m_allDayGrid.SetShowVLines(false);
+    m_allDayGrid.SetShowHLines(true);
+    return true;
+}
 
-DayPage::Place DayPage::PlaceOf(const DATACALENDAR& line) const {
-    Place place{};
+// Many all-day items scroll in their own place, so that the hours keep most of the page.
+void DayPage::Place(int cx, int cy) {
+    const int rows = std::min<int>(static_cast<int>(m_allDay.size()), kMostAllDay);
+    const int top = rows * Scaled(kAllDayHeight);
+    m_allDayGrid.ShowWindow(rows > 0 ? SW_SHOWNA : SW_HIDE);
+    m_allDayGrid.MoveWindow(0, 0, cx, top);
+    m_grid.MoveWindow(0, top, cx, std::max(cy - top, 0));
+}
+
+DayPage::Span DayPage::SpanOf(const DATACALENDAR& line) const {
+    Span place{};
     place.begins = std::floor(line.m_dtStart) == m_day;
     place.startMinute = std::clamp(MinuteOf(line.m_dtStart - m_day), 0, kDayMinutes - 1);
     place.endMinute = std::clamp(MinuteOf(line.m_dtEnd - m_day), place.startMinute, kDayMinutes);
@@ -72,26 +93,30 @@ DayPage::Place DayPage::PlaceOf(const DATACALENDAR& line) const {
 }
 
 void DayPage::Fill(bool sameDay) {
-    const int scrolled = m_grid.GetTopPixel() - m_grid.GetFixedRowsHeight();
+    m_scrolled = sameDay ? m_grid.GetTopPixel() : -1;
+    const tagFLOATERINFO* floater = m_grid.GetSelectedFloater();
+    m_selectedOid = sameDay && floater && floater->dwID < m_oids.size() ? m_oids[floater->dwID] : 0;
     m_allDay.clear();
-    for (std::size_t i = 0; i < m_data->Lines().size(); ++i)
-        if (const DATACALENDAR* line = LineOf(i); line->m_lDay == m_day && line->m_bAllDay)
-            m_allDay.push_back(i);
-    m_top = m_allDay.empty() ? 0 : 1;
+    m_oids.clear();
+    for (std::size_t i = 0; i < m_data->Lines().size(); ++i) {
+        const DATACALENDAR* line = LineOf(i);
+        m_oids.push_back(line->m_oid);
+        if (line->m_lDay == m_day && line->m_bAllDay) m_allDay.push_back(i);
+    }
+    m_allDayGrid.DestroyCells();
+    m_allDayGrid.SetDimensions(static_cast<DWORD>(m_allDay.size()), 1);
     m_grid.DestroyCells();
-    m_grid.SetFixedRowCount(0);
-    m_grid.SetDimensions(static_cast<DWORD>(kRows + m_top), 2);
-    m_grid.SetFixedRowCount(static_cast<WORD>(m_top));
+    m_grid.SetDimensions(kRows, 2);
     m_grid.SetFixedColCount(1);
     m_grid.SetColWidth(kHours, static_cast<WORD>(Scaled(kHourWidth)));
     m_grid.SetColWidth(kItems, HTMLGridAxis::kAutomatic);
     m_grid.SetShowHLines(true);
     m_grid.CreateCells();
-    FillAllDay();
     FillHours();
     AddAppointments();
-    if (!sameDay) m_grid.EmptySelection();
-    m_scrolled = sameDay ? scrolled : -1;
+    RECT client{};
+    GetClientRect(&client);
+    Place(client.right, client.bottom);
 }
 
 void DayPage::FillHours() {
@@ -100,7 +125,7 @@ void DayPage::FillHours() {
     const int to = m_view.WorkMinute(weekday, CCalendarSubview::kWorkEnd);
     const RECT margins{0, Scaled(2), Scaled(4), 0};
     for (int row = 0; row < kRows; ++row) {
-        const auto gridRow = static_cast<WORD>(row + m_top);
+        const auto gridRow = static_cast<WORD>(row);
         const int minute = row * kRowMinutes;
         const bool work = minute >= from && minute < to;
         m_grid.SetCellText(kHours, gridRow, HourText(row).c_str(), margins);
@@ -111,32 +136,15 @@ void DayPage::FillHours() {
     }
 }
 
-// A link each, named by the number of its line.
-void DayPage::FillAllDay() {
-    if (m_top == 0) return;
-    std::u16string text = u"<BODY BGCOLOR=#FFFFFF><FONT SIZE=2 NAME=\"Tahoma\">";
-    for (const std::size_t index : m_allDay) {
-        const DATACALENDAR& line = *LineOf(index);
-        const std::u16string place(TextOf(line.m_bstrLocation));
-        if (index != m_allDay.front()) text += u"<BR>";
-        text += u"<IMG SRC=219> <A=\"" + Utf16(std::to_string(index)) + u"\"><FONT COLOR=#000000><B>" +
-                Escaped(TextOf(line.m_bstrSubject)) + u"</B>" +
-                (place.empty() ? u"" : u" [" + Escaped(place) + u"]") + u"</A>";
-    }
-    const RECT margins{Scaled(6), Scaled(3), Scaled(6), Scaled(3)};
-    m_grid.SetCellText(kHours, 0, u"<BODY BGCOLOR=#F0F0F0>");
-    m_grid.SetCellText(kItems, 0, text.c_str(), margins);
-}
-
 void DayPage::AddAppointments() {
     for (std::size_t i = 0; i < m_data->Lines().size(); ++i) {
         const DATACALENDAR& line = *LineOf(i);
-        if (line.m_lDay != m_day || line.m_bAllDay || line.m_nType != kLineAppointment) continue;
-        const Place place = PlaceOf(line);
+        if (!IsOnHours(line) || line.m_nType != kLineAppointment) continue;
+        const Span place = SpanOf(line);
         const int minutes = place.rows * kRowMinutes;
         const int top = (place.startMinute - place.row * kRowMinutes) * 100 / minutes;
         const int length = (place.endMinute - place.startMinute) * 100 / minutes;
-        m_grid.AddFloater(kItems, static_cast<WORD>(place.row + m_top), static_cast<DWORD>(i),
+        m_grid.AddFloater(kItems, static_cast<WORD>(place.row), static_cast<DWORD>(i),
                           static_cast<WORD>(place.rows), static_cast<WORD>(length), static_cast<WORD>(top),
                           m_view.Colors().OfStatus(line.m_lBusyStatus).cr, !place.begins);
     }
@@ -144,21 +152,63 @@ void DayPage::AddAppointments() {
 
 // Where it stood, else half an hour above the working hours.
 void DayPage::Scroll() {
-    if (m_scrolled >= 0) return m_grid.SetTopRow(m_grid.PixelToRow(m_scrolled + m_grid.GetFixedRowsHeight()));
     const int from = m_view.WorkMinute((Weekday(m_day) + 1) % 7, CCalendarSubview::kWorkStart);
-    m_grid.SetTopRow(static_cast<WORD>(std::max(from / kRowMinutes - 1, 0) + m_top));
+    m_grid.SetTopRow(m_scrolled >= 0 ? m_grid.PixelToRow(m_scrolled)
+                                     : static_cast<WORD>(std::max(from / kRowMinutes - 1, 0)));
+    const auto& lines = m_data->Lines();
+    const auto selected = std::ranges::find_if(
+        lines, [this](const DATACALENDAR* line) { return line->m_oid == m_selectedOid && IsOnHours(*line); });
+    m_selectedOid != 0 && selected != lines.end() ? Select(static_cast<DWORD>(selected - lines.begin()))
+                                                  : m_grid.EmptySelection();
 }
 
-void DayPage::Tapped(const tagNM_GRIDVIEW& view) {
+// The keys' way to a floater: its first cell, then from one to the next.
+void DayPage::Select(DWORD id) {
+    const auto row = static_cast<WORD>(SpanOf(*LineOf(id)).row);
+    m_grid.SetSelection(kItems, row, kItems, row);
+    m_grid.UpdateSelectionForFloaters(true);
+    const auto found = [&] {
+        const tagFLOATERINFO* floater = m_grid.GetSelectedFloater();
+        return floater && floater->dwID == id;
+    };
+    while (!found() && m_grid.MoveFloaterSelection(true)) {}
+}
+
+std::vector<HWND> DayPage::Lists() const {
+    if (m_allDay.empty()) return {m_grid.GetHWnd()};
+    return {m_allDayGrid.GetHWnd(), m_grid.GetHWnd()};
+}
+
+bool DayPage::BeginSelection() {
+    return ::GetFocus() == m_allDayGrid.GetHWnd() ? CalendarPage::BeginSelection(m_allDayGrid)
+                                                  : CalendarPage::BeginSelection();
+}
+
+const DATACALENDAR* DayPage::SelectedLine() const {
+    const WORD row = m_allDayGrid.GetRow();
+    if (::GetFocus() == m_allDayGrid.GetHWnd())
+        return row < m_allDay.size() ? LineOf(m_allDay[row]) : nullptr;
     const tagFLOATERINFO* floater = m_grid.GetSelectedFloater();
-    const DATACALENDAR* line = floater ? LineOf(floater->dwID) : nullptr;
-    if (view.hdr.code == GRIDN_HOT_SPOT && view.pszHotSpot && m_top == 1 && view.wRow == 0)
-        line = LineOf(static_cast<std::size_t>(_wtol(view.pszHotSpot)));
-    if (line) m_host.OpenItem(*line);
+    return floater ? LineOf(floater->dwID) : nullptr;
+}
+
+void DayPage::Tapped(const tagNM_GRIDVIEW&) {
+    if (const DATACALENDAR* line = SelectedLine()) m_host.OpenItem(*line);
+}
+
+LRESULT DayPage::OnCellRequest(tagNM_GRIDCELL& cell) {
+    const auto row = static_cast<std::size_t>(cell.hdr.idFrom >> 16);
+    const DATACALENDAR* line = row < m_allDay.size() ? LineOf(m_allDay[row]) : nullptr;
+    if (!line) return 0;
+    m_text = m_view.BuildWeekItem(*line, 2, CCalendarSubview::kShowLocation | CCalendarSubview::kOneLine);
+    cell.bSingleLine = 1;
+    cell.pszText = m_text.c_str();
+    cell.rcMargins = {Scaled(6), Scaled(3), Scaled(6), Scaled(3)};
+    return 1;
 }
 
 DATE DayPage::StartAt(const DATACALENDAR& line, int row) const {
-    const Place place = PlaceOf(line);
+    const Span place = SpanOf(line);
     const int minute = row * kRowMinutes + place.startMinute % kRowMinutes;
     return m_day + static_cast<double>(std::clamp(minute, 0, kDayMinutes - 1)) / kDayMinutes;
 }
@@ -173,13 +223,13 @@ LRESULT DayPage::OnFloater(UINT message, tagNM_GRIDVIEW& view) {
         view.pszText = m_text.c_str();
         return 1;
     case GRIDM_FLOATER_TO:
-        return view.wRow >= m_top ? 2 : 0;
+        return 2;
     case GRIDM_FLOATER_TIP:
-        m_text = TimeText(StartAt(*line, view.wRow - m_top));
+        m_text = TimeText(StartAt(*line, view.wRow));
         view.pszText = m_text.c_str();
         return 1;
     case GRIDM_FLOATER_MOVED:
-        m_host.MoveItem(*line, StartAt(*line, view.wRow - m_top));
+        m_host.MoveItem(*line, StartAt(*line, view.wRow));
         return 1;
     default:
         return 0;

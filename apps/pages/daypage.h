@@ -1,4 +1,4 @@
-// One day: a row each half hour, appointments as floaters over them, all-day items in a fixed row above.
+// One day: a row each half hour with the appointments as floaters over them, and above it a list of the all-day items.
 #pragma once
 
 #include "apps/pages/page.h"
@@ -12,33 +12,41 @@ public:
     DayRange RangeOf(LONG day) const override { return {day, day}; }
     std::u16string Title(LONG day, bool narrow) const override;
     LONG Turned(LONG day, int pages) const override { return day + pages; }
+    bool BeginSelection() override;
+    std::vector<HWND> Lists() const override;
+    const DATACALENDAR* SelectedLine() const override;
 
 private:
     // Where an appointment stands on the page.
-    struct Place {
+    struct Span {
         int row; // half hour of the day
         int rows;
         int startMinute; // of the day, 0 for one that began before
         int endMinute;   // 1440 for one that goes on
         bool begins;     // on this day
     };
-    Place PlaceOf(const DATACALENDAR& line) const;
+    Span SpanOf(const DATACALENDAR& line) const;
 
-    bool IsVirtual() const override { return false; }
-    void SetUpGrid() override;
+    bool SetUpGrids() override;
+    void Place(int cx, int cy) override;
     void Fill(bool sameDay) override;
     void FillHours();
-    void FillAllDay();
     void AddAppointments();
     void Scroll() override;
+    void Select(DWORD id); // of a floater
+    bool IsOnHours(const DATACALENDAR& line) const { return line.m_lDay == m_day && !line.m_bAllDay; }
     void Tapped(const tagNM_GRIDVIEW& view) override;
+    LRESULT OnCellRequest(tagNM_GRIDCELL& cell) override;
     LRESULT OnFloater(UINT message, tagNM_GRIDVIEW& view) override;
     DATE StartAt(const DATACALENDAR& line, int row) const; // when it is dropped on a half hour
 
-    std::vector<std::size_t> m_allDay; // lines, by index
-    int m_scrolled = -1;               // pixels, before the grid was built anew; -1: another day
-    int m_top = 0;                     // rows above the first half hour
-    std::u16string m_text;             // lent to the grid
+    PageGrid m_allDayGrid;
+    std::vector<std::size_t> m_allDay; // its lines, by index
+    std::vector<DWORD> m_oids;         // of all lines
+    // Before the grid was built anew: pixels (-1: another day), and the selected item.
+    int m_scrolled = -1;
+    DWORD m_selectedOid = 0;
+    std::u16string m_text; // lent to a grid
 };
 
 } // namespace qn

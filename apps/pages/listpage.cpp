@@ -1,6 +1,7 @@
 #include "apps/pages/listpage.h"
 
 #include "apps/pages/pagetext.h"
+#include "apps/pages/theme.h"
 #include "apps/qn/support.h"
 
 #include <algorithm>
@@ -9,15 +10,15 @@ namespace qn {
 
 namespace {
 
-constexpr int kRowHeight = 24; // pixels at 96 dots an inch
-constexpr COLORREF kHeadingGround = 0xF6EEE8;
-constexpr COLORREF kTodayGround = 0x996633; // that of the bars
+constexpr int kRowHeight = 24; // pixels at 96 dots an inch, as the next
+constexpr int kEmptyTop = 32;  // above the text of an empty list
 
 } // namespace
 
-void ListPage::SetUpGrid() {
+bool ListPage::SetUpGrids() {
     m_grid.SetMinRowHeight(static_cast<WORD>(Scaled(kRowHeight)));
     m_grid.SetCellOwnerDrawProc(&ListPage::DrawCell, nullptr);
+    return OpenGrid(m_grid, true);
 }
 
 void ListPage::Fill(bool sameDay) {
@@ -39,7 +40,7 @@ void ListPage::Fill(bool sameDay) {
     m_topRow = sameDay ? m_grid.GetTopRow() : WORD{0};
     m_grid.DestroyCells();
     m_grid.SetShowVLines(false);
-    m_grid.SetShowHLines(true);
+    m_grid.SetShowHLines(!m_rows.empty());
     m_grid.SetRowSelect(true);
     m_grid.SetDimensions(static_cast<DWORD>(std::max<std::size_t>(m_rows.size(), 1)), 1);
 }
@@ -75,9 +76,11 @@ LRESULT ListPage::OnCellRequest(tagNM_GRIDCELL& cell) {
     const Row* row = RowAt(number);
     cell.rcMargins = {Scaled(6), Scaled(3), Scaled(6), Scaled(3)};
     cell.dwData = number;
+    if (!row) cell.rcMargins.top = Scaled(kEmptyTop);
     if (!row)
-        m_text = u"<BODY BGCOLOR=#FFFFFF><P CENTER><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" +
-                 std::u16string(kQuietText) + u">" + EmptyText();
+        m_text = std::u16string(u"<BODY BGCOLOR=") + MarkupOf(Paint::Window) +
+                 u"><P CENTER><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(Paint::Quiet) + u">" +
+                 m_host.EmptyText();
     else if (row->line == kNoLine)
         m_text = HeadingText(row->day);
     else if (const DATACALENDAR* line = LineOf(row->line))
@@ -94,8 +97,8 @@ int ListPage::DrawCell(tagDRAWITEMSTRUCT& item, tagCELLINFO&) {
 int ListPage::DrawHeading(const tagDRAWITEMSTRUCT& item) const {
     const Row* row = RowAt(static_cast<WORD>(item.itemID >> 16));
     if (!row || row->line != kNoLine || (item.itemState & GRID_ITEM_SELECTED)) return GRID_DRAW_ALL;
-    const HBRUSH ground =
-        CreateSolidBrush(row->day == static_cast<LONG>(Today()) ? kTodayGround : kHeadingGround);
+    const bool today = row->day == static_cast<LONG>(Today());
+    const HBRUSH ground = CreateSolidBrush(ColorOf(today ? Paint::Today : Paint::Heading));
     FillRect(item.hDC, &item.rcItem, ground);
     DeleteObject(ground);
     const int width = BarWidth(item.rcItem.right - item.rcItem.left);
@@ -109,9 +112,14 @@ int ListPage::DrawHeading(const tagDRAWITEMSTRUCT& item) const {
     return GRID_DRAW_LINES_TEXT;
 }
 
+const DATACALENDAR* ListPage::SelectedLine() const {
+    const Row* row = RowAt(m_grid.GetRow());
+    return row && row->line != kNoLine ? LineOf(row->line) : nullptr;
+}
+
 void ListPage::Tapped(const tagNM_GRIDVIEW& view) {
     const Row* row = RowAt(view.wRow);
-    if (!row) return;
+    if (!row) return m_host.FillEmpty();
     if (row->line == kNoLine) return m_host.OpenDay(row->day);
     if (const DATACALENDAR* line = LineOf(row->line)) m_host.OpenItem(*line);
 }
@@ -134,9 +142,9 @@ namespace {
 
 std::u16string Heading(LONG day, const std::u16string& text) {
     const bool today = day == static_cast<LONG>(Today());
-    return u"<BODY BGCOLOR=" + std::u16string(today ? kBarColor : kActiveColor) +
-           u"><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + (today ? kBarText : u"#000000") + u"><B>" +
-           Escaped(text) + u"</B>";
+    return u"<BODY BGCOLOR=" + std::u16string(MarkupOf(today ? Paint::Today : Paint::Heading)) +
+           u"><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(today ? Paint::TodayText : Paint::Text) +
+           u"><B>" + Escaped(text) + u"</B>";
 }
 
 } // namespace

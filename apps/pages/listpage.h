@@ -11,6 +11,7 @@ namespace qn {
 class ListPage : public CalendarPage {
 public:
     using CalendarPage::CalendarPage;
+    const DATACALENDAR* SelectedLine() const override;
 
 protected:
     static constexpr std::size_t kNoLine = static_cast<std::size_t>(-1);
@@ -21,13 +22,11 @@ protected:
         bool IsSame(const Row& other) const { return day == other.day && oid == other.oid; }
     };
     virtual bool ShowsEmptyDays() const = 0;
-    virtual std::u16string EmptyText() const { return u""; }
     virtual std::u16string HeadingText(LONG day) const = 0;
     virtual int BarWidth(int) const { return 0; } // of the hours, in a row so wide; 0 is none
 
 private:
-    bool IsVirtual() const override { return true; }
-    void SetUpGrid() override;
+    bool SetUpGrids() override;
     void Fill(bool sameDay) override;
     void Scroll() override;
     void FillBars();
@@ -69,7 +68,6 @@ public:
 
 private:
     bool ShowsEmptyDays() const override { return false; }
-    std::u16string EmptyText() const override { return u"No appointments in these four weeks."; }
     std::u16string HeadingText(LONG day) const override;
 };
 

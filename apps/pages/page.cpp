@@ -1,20 +1,23 @@
 #include "apps/pages/page.h"
 
 #include "Platform/strings.h"
-#include "apps/pages/pagetext.h"
+#include "apps/pages/theme.h"
 
 namespace qn {
 
 bool CalendarPage::Open(HWND parent, const RECT& rect) {
     ReadSettings();
-    if (!Create(nullptr, parent, rect, u"", WS_CHILD | WS_CLIPCHILDREN | WS_CLIPSIBLINGS)) return false;
-    m_grid.page = this;
-    const RECT inside{0, 0, rect.right - rect.left, rect.bottom - rect.top};
-    SetUpGrid();
-    if (!m_grid.InitWindow(GetHWnd(), inside, IsVirtual(), u"")) return false;
-    m_grid.SetTouchScrolling(true);
-    m_grid.SetLinesColor(kLineColor);
-    m_grid.SetBarsScrollMode(GRID_SCROLL_ROW);
+    return Create(nullptr, parent, rect, u"", WS_CHILD | WS_CLIPCHILDREN | WS_CLIPSIBLINGS) && SetUpGrids();
+}
+
+bool CalendarPage::OpenGrid(PageGrid& grid, bool isVirtual) {
+    grid.page = this;
+    RECT client{};
+    GetClientRect(&client);
+    if (!grid.InitWindow(GetHWnd(), client, isVirtual, u"")) return false;
+    grid.SetTouchScrolling(true);
+    grid.SetLinesColor(ColorOf(Paint::Line));
+    grid.SetBarsScrollMode(GRID_SCROLL_ROW);
     return true;
 }
 
@@ -34,15 +37,17 @@ void CalendarPage::Show(const CalendarData& data, LONG day) {
     Scroll();
 }
 
-bool CalendarPage::BeginSelection() {
-    if (m_grid.GetRow() != GRID_NONE || m_grid.GetRowCount() == 0) return false;
-    const WORD row = m_grid.GetTopRow();
-    const auto col = static_cast<WORD>(m_grid.GetColCount() - 1);
-    return m_grid.SetSelection(col, row, col, row);
+bool CalendarPage::BeginSelection() { return BeginSelection(m_grid); }
+
+bool CalendarPage::BeginSelection(PageGrid& grid) {
+    if (grid.GetRow() != GRID_NONE || grid.GetRowCount() == 0) return false;
+    const WORD row = grid.GetTopRow();
+    const auto col = static_cast<WORD>(grid.GetColCount() - 1);
+    return grid.SetSelection(col, row, col, row);
 }
 
 LRESULT CalendarPage::OnSize(WPARAM type, int cx, int cy, bool& handled) {
-    m_grid.MoveWindow(0, 0, cx, cy);
+    Place(cx, cy);
     return CeWnd::OnSize(type, cx, cy, handled);
 }
 
@@ -58,6 +63,10 @@ LRESULT CalendarPage::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& ha
         return OnFloater(msg, *reinterpret_cast<tagNM_GRIDVIEW*>(lParam));
     case GRIDM_SWATCH:
         return reinterpret_cast<LRESULT>(CCalendarSubview::CreateStatusBar(static_cast<COLORREF>(lParam)));
+    case GRIDM_HOLD_QUERY:
+        return SelectedLine() ? 0 : 1; // 0: there is a menu
+    case GRIDM_KEY_SELECTED:
+        return m_host.SelectionMoved(), 1;
     case GRIDM_SWIPE_LEFT:
         return m_host.Turn(1), 1;
     case GRIDM_SWIPE_RIGHT:
@@ -77,6 +86,13 @@ LRESULT CalendarPage::OnNotify(int id, NMHDR* header, bool& handled) {
         handled = true;
         Tapped(view);
         return 1;
+    case GRIDN_HOLD: {
+        handled = true;
+        POINT point{view.x, view.y};
+        ::ClientToScreen(view.hdr.hwndFrom, &point);
+        if (const DATACALENDAR* line = SelectedLine()) m_host.ShowItemMenu(*line, point);
+        return 1;
+    }
     default:
         return CeWnd::OnNotify(id, header, handled);
     }

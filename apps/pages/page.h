@@ -12,11 +12,18 @@ class PageHost {
 public:
     virtual ~PageHost() = default;
     virtual void OpenItem(const DATACALENDAR& line) = 0;
+    // The menu of an item, at a point of the screen.
+    virtual void ShowItemMenu(const DATACALENDAR& line, POINT point) = 0;
+    // Keys have selected another item, or none.
+    virtual void SelectionMoved() = 0;
     virtual void OpenDay(LONG day) = 0;
     // A swipe: whole pages forward, negative backward.
     virtual void Turn(int pages) = 0;
     // The appointment of the line is to begin at another moment.
     virtual void MoveItem(const DATACALENDAR& line, DATE start) = 0;
+    // The mark-up that stands in an empty list, and what a tap on it does.
+    virtual std::u16string EmptyText() const = 0;
+    virtual void FillEmpty() = 0;
 };
 
 struct DayRange {
@@ -45,16 +52,22 @@ public:
     virtual LONG Turned(LONG day, int pages) const = 0;
     // Builds the grid anew from the lines; what was scrolled and selected stays while the day is the same.
     void Show(const CalendarData& data, LONG day);
-    void TakeFocus() { m_grid.SetFocus(); }
+    virtual void TakeFocus() { m_grid.SetFocus(); }
     // For arrow keys: when nothing is selected, what stands at the top is from now on. False when something was.
-    bool BeginSelection();
+    virtual bool BeginSelection();
+    // The windows that take the focus, from top to bottom.
+    virtual std::vector<HWND> Lists() const { return {m_grid.GetHWnd()}; }
+    // The selected item, or null.
+    virtual const DATACALENDAR* SelectedLine() const = 0;
 
 protected:
-    virtual bool IsVirtual() const = 0;
-    virtual void SetUpGrid() = 0;
+    virtual bool SetUpGrids() = 0;
     virtual void Fill(bool sameDay) = 0;
     virtual void Scroll() {} // once the new grid has its measures
     virtual void Tapped(const tagNM_GRIDVIEW& view) = 0;
+    virtual void Place(int cx, int cy) { m_grid.MoveWindow(0, 0, cx, cy); }
+    bool OpenGrid(PageGrid& grid, bool isVirtual);
+    static bool BeginSelection(PageGrid& grid);
     virtual LRESULT OnCellRequest(tagNM_GRIDCELL&) { return 0; }
     virtual LRESULT OnFloater(UINT, tagNM_GRIDVIEW&) { return 0; }
 

@@ -9,6 +9,7 @@
 #include "QNNewEditUI/MarkupText.h"
 #include "apps/qn/support.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace qn {
@@ -44,6 +45,18 @@ std::u16string TimeText(DATE moment) {
     return text;
 }
 
+std::u16string Shortened(std::u16string_view text) {
+    constexpr std::size_t kMost = 60;
+    std::u16string line(text.substr(0, kMost));
+    if (text.size() > kMost) {
+        if (line.back() >= 0xD800 && line.back() < 0xDC00) line.pop_back(); // half of a pair
+        line += u"\u2026";
+    }
+    for (WCHAR& c : line)
+        if (c < u' ') c = u' ';
+    return line;
+}
+
 std::u16string Escaped(std::u16string_view text) {
     constexpr std::size_t kMost = 4000;
     std::u16string buffer(kMost, u'\0');
@@ -53,13 +66,21 @@ std::u16string Escaped(std::u16string_view text) {
     return buffer;
 }
 
+std::u16string EscapedLines(std::u16string_view text) {
+    std::u16string markup;
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::size_t end = std::min(text.find(u'\n', at), text.size());
+        markup += (at ? u"<BR>" : u"") + Escaped(text.substr(at, end - at));
+        at = end + 1;
+    }
+    return markup;
+}
+
 std::u16string WhenText(const DATACALENDAR& line) {
     const auto first = static_cast<LONG>(std::floor(line.m_dtStart));
     const auto last = static_cast<LONG>(std::floor(line.m_dtEnd));
-    if (line.m_bAllDay) {
-        const bool longer = line.m_dtEnd - line.m_dtStart > 1;
-        return LongDate(first) + (longer ? u" - " + LongDate(last) : u"") + u", all day";
-    }
+    if (line.m_bAllDay) // the end is the last day
+        return LongDate(first) + (last > first ? u" - " + LongDate(last) : u"") + u", all day";
     std::u16string text = LongDate(first) + u", " + TimeText(line.m_dtStart);
     if (line.m_dtEnd <= line.m_dtStart) return text;
     return text + u" - " + (last != first ? LongDate(last) + u", " : u"") + TimeText(line.m_dtEnd);

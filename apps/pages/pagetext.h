@@ -8,13 +8,6 @@
 
 namespace qn {
 
-// Colours of the frame round the pages, as mark-up has them.
-inline constexpr const WCHAR* kBarColor = u"#336699";
-inline constexpr const WCHAR* kBarText = u"#FFFFFF";
-inline constexpr const WCHAR* kActiveColor = u"#E8EEF6";
-inline constexpr const WCHAR* kQuietText = u"#6D6D6D";
-inline constexpr COLORREF kLineColor = 0xC7C8CC;
-
 // Pixels of the screen for pixels at 96 dots an inch.
 int Scaled(int pixels);
 
@@ -24,8 +17,11 @@ std::u16string LongDate(LONG day);
 // "Today", "Tomorrow", the weekday within a week, else its short form with the weekday.
 std::u16string NearDay(LONG day);
 std::u16string TimeText(DATE moment);
+// For a message: at most 60 characters, in one line.
+std::u16string Shortened(std::u16string_view text);
 // Mark-up that shows the text letter by letter.
 std::u16string Escaped(std::u16string_view text);
+std::u16string EscapedLines(std::u16string_view text); // with its line ends
 // "9:30 - 10:00", "all day", with the dates where they aren't those of the line's day.
 std::u16string WhenText(const DATACALENDAR& line);
 // 0 Monday to 6 Sunday.

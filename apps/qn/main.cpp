@@ -109,11 +109,13 @@ constexpr Command kCommands[] = {
      "it.\n",
      &qn::PrepareMarkUp},
     {"page", &qn::PageCommand,
-     "qn page day|week|agenda [--date DATE] [--size WIDTHxHEIGHT] [--dpi N] [--category NAME]... [--png "
-     "FILE]\n"
+     "qn page day|week|agenda [--date DATE] [--size WIDTHxHEIGHT] [--dpi N] [--category NAME]...\n"
+     "        [--scheme light|dark] [--png FILE]\n"
      "  Draws a page of the calendar into a picture, day.png, week.png or agenda.png unless told otherwise, "
      "of 480x640\n"
-     "  pixels. DATE as for agenda, today unless told otherwise.\n",
+     "  pixels. DATE as for agenda, today unless told otherwise. The colours are those of the setting "
+     "Colors/Scheme\n"
+     "  (0 light, 1 dark) unless told otherwise.\n",
      &qn::PreparePage},
 };
 

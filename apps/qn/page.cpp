@@ -1,7 +1,11 @@
 // A page of the calendar as a picture, drawn from the store.
+#include "Platform/strings.h"
+#include "QNWorkerClass/categories.h"
 #include "apps/pages/calendarview.h"
+#include "apps/pages/theme.h"
 #include "apps/qn/drawing.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <optional>
@@ -10,8 +14,8 @@ namespace qn {
 
 namespace {
 
-constexpr OptionRule kRules[] = {
-    {"--date", true}, {"--size", true}, {"--dpi", true}, {"--png", true}, {"--category", true}};
+constexpr OptionRule kRules[] = {{"--date", true}, {"--size", true},     {"--dpi", true},
+                                 {"--png", true},  {"--category", true}, {"--scheme", true}};
 
 struct Size {
     int width = 480;
@@ -38,6 +42,28 @@ PageKind KindOf(const Options& options) {
     Usage("page: there is no page " + options.Rest()[0]);
 }
 
+// As they are called in the store.
+std::vector<std::u16string> CategoriesOf(const Options& options) {
+    std::vector<std::u16string> names;
+    CFullCategoryList all(0, PTRLIST_DELETE);
+    GetFullCategoryInfo(all, true);
+    for (const std::string& wanted : options.All("--category")) {
+        const auto found = std::ranges::find_if(all, [name = Utf16(wanted)](const CFullCategory* category) {
+            return _wcsicmp(category->m_szName, name.c_str()) == 0;
+        });
+        if (found == all.end()) throw Failure("there is no category \"" + wanted + "\"");
+        names.emplace_back((*found)->m_szName);
+    }
+    return names;
+}
+
+Scheme SchemeOf(const Options& options) {
+    const std::string name = options.Get("--scheme");
+    if (name.empty()) return ReadScheme();
+    if (name != "light" && name != "dark") Usage("page: --scheme is light or dark");
+    return name == "dark" ? Scheme::Dark : Scheme::Light;
+}
+
 } // namespace
 
 void PreparePage(const Words& words) {
@@ -55,11 +81,10 @@ int PageCommand(const Words& words) {
     if (!day) Usage("page: --date can't be " + options.Get("--date"));
     const std::string file = options.Get("--png", options.Rest()[0] + ".png");
     const PlatScreen screen = PlatGetScreen();
+    UseScheme(SchemeOf(options));
     CalendarView view;
     if (!view.Open(nullptr, {0, 0, screen.width, screen.height})) throw Failure("no window for the page");
-    std::vector<std::u16string> categories;
-    for (const std::string& name : options.All("--category")) categories.push_back(Utf16(name));
-    view.Data().SetCategories(std::move(categories));
+    view.Data().SetCategories(CategoriesOf(options));
     view.GoTo(kind, static_cast<LONG>(*day));
     view.Data().Wait();
     view.ShowWindow(SW_SHOW);

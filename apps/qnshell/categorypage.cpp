@@ -1,7 +1,10 @@
 #include "apps/qnshell/categorypage.h"
 
 #include "QNWorkerClass/categories.h"
+#include "Resources/pictures.h"
 #include "apps/pages/pagetext.h"
+#include "apps/pages/theme.h"
+#include "apps/qn/support.h"
 
 #include <algorithm>
 
@@ -15,7 +18,7 @@ bool CategoryPage::Open(HWND parent, const RECT& rect) {
     m_grid.SetRowSelect(true);
     m_grid.SetShowVLines(false);
     m_grid.SetShowHLines(true);
-    m_grid.SetLinesColor(kLineColor);
+    m_grid.SetLinesColor(ColorOf(Paint::Line));
     m_grid.SetMinRowHeight(static_cast<WORD>(Scaled(40)));
     return true;
 }
@@ -25,6 +28,8 @@ void CategoryPage::Show(std::vector<std::u16string> names) {
     m_names.clear();
     CFullCategoryList all(0, PTRLIST_DELETE);
     GetFullCategoryInfo(all, true);
+    all.SetCompare(&FullCategoryCompareFunc);
+    all.Sort();
     for (const CFullCategory* category : all) m_names.emplace_back(category->m_szName);
     m_grid.DestroyCells();
     m_grid.SetDimensions(static_cast<DWORD>(m_names.size()) + 1, 1);
@@ -39,8 +44,10 @@ std::u16string CategoryPage::RowText(WORD row) const {
     const bool all = row == 0;
     const std::u16string name = all ? u"All categories" : row <= m_names.size() ? m_names[row - 1U] : u"";
     const bool on = all ? m_chosen.empty() : IsChosen(name);
-    return u"<BODY BGCOLOR=#FFFFFF><FONT SIZE=2 NAME=\"Tahoma\" COLOR=#000000>" +
-           std::u16string(on ? u"\u2611 <B>" : u"\u2610 ") + Escaped(name);
+    return std::u16string(u"<BODY BGCOLOR=") + MarkupOf(Paint::Window) + u"><IMG SRC=" +
+           Utf16(std::to_string(on ? kPictureTask : kPictureTaskOpen)) +
+           u"> <FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(Paint::Text) + u">" + (on ? u"<B>" : u"") +
+           Escaped(name);
 }
 
 // The first row takes the choice back.
@@ -52,8 +59,7 @@ void CategoryPage::ToggleRow(WORD row) {
         std::erase(m_chosen, m_names[row - 1U]);
     else
         m_chosen.push_back(m_names[row - 1U]);
-    m_grid.DestroyCells();
-    m_grid.UpdateGrid();
+    for (WORD i = 0; i < m_grid.GetRowCount(); ++i) m_grid.UpdateRowText(i);
     if (chosen) chosen(m_chosen);
 }
 
@@ -68,7 +74,7 @@ LRESULT CategoryPage::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& ha
     auto& cell = *reinterpret_cast<tagNM_GRIDCELL*>(lParam);
     m_text = RowText(static_cast<WORD>(cell.hdr.idFrom >> 16));
     cell.pszText = m_text.c_str();
-    cell.rcMargins = {Scaled(8), Scaled(12), Scaled(8), Scaled(12)};
+    cell.rcMargins = {Scaled(8), Scaled(11), Scaled(8), Scaled(11)};
     return 1;
 }
 

@@ -1,6 +1,8 @@
 // qnshell: the window of the suite.
 #include "Platform/present.h"
+#include "QNGridCtrl/Prompts.h"
 #include "QNTools/QNTools.h"
+#include "apps/pages/theme.h"
 #include "apps/qn/options.h"
 #include "apps/qn/support.h"
 #include "apps/qnshell/shell.h"
@@ -33,13 +35,16 @@ struct Presentation {
 
 constexpr qn::OptionRule kRules[] = {{"--date", true}, {"--help", false}};
 
-constexpr const char* kHelp = "usage: qnshell [--date DATE]\n"
-                              "  The calendar of the device folder $QN_DEVICE, else "
-                              "~/.local/share/quillonary, in a window, today's or another\n"
-                              "  day's: 2026-11-21, tomorrow, +3, or as your locale writes it.\n"
-                              "  Arrows left and right turn the page, T goes to today, Ctrl+1 to 3 are day, "
-                              "week and agenda, Ctrl+F chooses\n"
-                              "  categories, Enter opens an item, Escape goes back, Ctrl+Q leaves.\n";
+constexpr const char* kHelp =
+    "usage: qnshell [--date DATE]\n"
+    "  The calendar of the device folder $QN_DEVICE, else "
+    "~/.local/share/quillonary, in a window, today's or another\n"
+    "  day's: 2026-11-21, tomorrow, +3, or as your locale writes it.\n"
+    "  Arrows left and right turn the page, T goes to today, Ctrl+1 to 3 are day, "
+    "week and agenda, Ctrl+F chooses\n"
+    "  categories, Enter opens an item, Delete deletes it, Ctrl+Z brings it back, Tab "
+    "goes from part to part, F10 is\n"
+    "  the menu, F5 reads again, Escape goes back, Ctrl+Q leaves.\n";
 
 int Run(const std::vector<std::string>& words) {
     const qn::Options options("qnshell", words, kRules);
@@ -49,6 +54,8 @@ int Run(const std::vector<std::string>& words) {
     const qn::ShellState state = qn::ShellState::Read();
     const Presentation presentation(state);
     const Library library;
+    const Prompts prompts;
+    qn::UseScheme(qn::ReadScheme());
     qn::Shell shell;
     if (!shell.Open(state, static_cast<LONG>(*day))) throw qn::Failure("no window");
     PlatPresentWindow(shell.GetHWnd());

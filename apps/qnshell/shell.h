@@ -24,21 +24,30 @@ public:
     bool Open(const ShellState& state, LONG day);
     // A key before any window gets it; true when it was one of the shell's.
     bool TakeKey(const MSG& message);
+    CalendarView& Calendar() { return *m_calendar; }
 
 private:
     LRESULT OnSize(WPARAM type, int cx, int cy, bool& handled) override;
     LRESULT OnDestroy(bool& handled) override;
+    LRESULT OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) override;
 
+    // The windows inside, in the colours of the scheme.
+    bool Build(PageKind page, LONG day, std::vector<std::u16string> categories);
+    void ChangeScheme();
     bool IsWide() const;
     void Arrange();
     void FillTabs();
+    void FillTools();
     void GoTo(PageKind page);
     void ShowCategories(bool show);
+    void ShowMenu();
+    void MoveFocus(bool forward);
     bool CommandKey(WPARAM key);
+    bool PlainKey(WPARAM key);
     void Keep();
 
-    CalendarView m_calendar;
-    CategoryPage m_categories;
+    std::unique_ptr<CalendarView> m_calendar;
+    std::unique_ptr<CategoryPage> m_categories;
     Bar m_tabs;
     bool m_choosing = false; // the categories are shown
 };

@@ -31,6 +31,25 @@ TEST_F(Page, ShowsWhatTheStoreHolds) {
     }
 }
 
+TEST_F(Page, HasTheSizeAndTheColoursThatWereAskedFor) {
+    const auto numberAt = [](const std::string& png, std::size_t at) { // of the header of a PNG file
+        int number = 0;
+        for (std::size_t i = at; i < at + 4; ++i) number = number * 256 + static_cast<unsigned char>(png[i]);
+        return number;
+    };
+    const std::string light = Draw("day");
+    EXPECT_EQ(480, numberAt(light, 16));
+    const std::string small = Draw("day", {"--size", "240x320", "--dpi", "120"});
+    EXPECT_EQ(240, numberAt(small, 16));
+    EXPECT_EQ(320, numberAt(small, 20));
+    EXPECT_FALSE(small == Draw("day", {"--size", "240x320"})) << "dots count";
+    const std::string dark = Draw("day", {"--scheme", "dark"});
+    EXPECT_FALSE(dark == light);
+    ASSERT_EQ(0, Qn({"set", "Colors/Scheme", "1"}).code);
+    EXPECT_TRUE(Draw("day") == dark);
+    EXPECT_TRUE(Draw("day", {"--scheme", "light"}) == light);
+}
+
 TEST_F(Page, WhatCantBeDoneIsTold) {
     const struct {
         std::vector<std::string> words;
@@ -42,7 +61,10 @@ TEST_F(Page, WhatCantBeDoneIsTold) {
         {{"page", "day", "--date", "2026-02-30"}, 2},
         {{"page", "day", "--size", "480"}, 2},
         {{"page", "day", "--size", "0x10"}, 2},
+        {{"page", "day", "--dpi", "10"}, 2},
+        {{"page", "day", "--scheme", "blue"}, 2},
         {{"page", "day", "--size", "99999x99999"}, 1},
+        {{"page", "day", "--category", "Nobody"}, 1},
         {{"page", "day", "--png", "no/such/day.png"}, 1},
     };
     for (const auto& one : cases) EXPECT_EQ(Qn(one.words).code, one.code) << one.words.back();

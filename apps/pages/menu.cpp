@@ -1,0 +1,21 @@
+#include "apps/pages/menu.h"
+
+#include "Platform/menus.h"
+
+namespace qn {
+
+void RunMenu(HWND owner, POINT at, const std::vector<MenuRow>& rows) {
+    const HMENU menu = CreatePopupMenu();
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const UINT flags = rows[i].text.empty() ? MF_SEPARATOR
+                                                : MF_STRING | (rows[i].enabled ? 0 : MF_GRAYED) |
+                                                      (rows[i].checked ? MF_CHECKED : 0);
+        AppendMenuW(menu, flags, i + 1, rows[i].text.c_str());
+    }
+    const auto chosen =
+        static_cast<std::size_t>(TrackPopupMenuEx(menu, TPM_RETURNCMD, at.x, at.y, owner, nullptr));
+    DestroyMenu(menu);
+    if (chosen > 0 && chosen <= rows.size()) rows[chosen - 1].act();
+}
+
+} // namespace qn

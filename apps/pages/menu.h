@@ -1,0 +1,22 @@
+// A popup menu of actions.
+#pragma once
+
+#include "Platform/types.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace qn {
+
+struct MenuRow {
+    std::u16string text; // a tab stands before its key; empty: a line between two groups
+    std::function<void()> act;
+    bool enabled = true;
+    bool checked = false;
+};
+
+// Shows it at a point of the screen and does what is chosen.
+void RunMenu(HWND owner, POINT at, const std::vector<MenuRow>& rows);
+
+} // namespace qn

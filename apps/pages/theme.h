@@ -1,0 +1,40 @@
+// The colours of the programs: one table with two columns, a light and a dark scheme. The setting "Colors\Scheme" chooses.
+//
+// The grounds and texts of items are settings of their own (CalendarColors.h), whose defaults follow the scheme.
+#pragma once
+
+#include "Platform/types.h"
+
+namespace qn {
+
+enum class Scheme { Light, Dark };
+
+enum class Paint {
+    Bar,
+    BarText,
+    Pressed, // ground of a cell of a bar while it is held
+    Active,
+    ActiveText,
+    Busy, // the line below the bar while a load runs
+    Window,
+    Text,
+    Quiet, // text of less weight
+    Link,
+    Line,
+    Heading, // of a day
+    Today,   // the heading of today
+    TodayText,
+    Hours, // the column of the hours
+    Count
+};
+
+Scheme ReadScheme();
+void KeepScheme(Scheme scheme);
+// Before the windows are made that show it: they take their colours when they are.
+void UseScheme(Scheme scheme);
+
+COLORREF ColorOf(Paint paint);
+// "#RRGGBB".
+const WCHAR* MarkupOf(Paint paint);
+
+} // namespace qn

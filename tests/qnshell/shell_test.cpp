@@ -1,0 +1,284 @@
+// The window of the suite, driven by its pointer and keys on a screen without a display; what it changed is read back from
+// the store and the settings.
+#include "QNTools/QNTools.h"
+#include "QNWorkerClass/COutlook.h"
+#include "apps/pages/theme.h"
+#include "apps/qnshell/shell.h"
+#include "tests/support/device.h"
+#include "tests/support/waiting.h"
+
+#include "Platform/menus.h"
+
+using qn::Bstr;
+using qn::Com;
+using qn::PageKind;
+using qn::Paint;
+using qn::Utf16;
+using qn::Utf8;
+using Lines = std::vector<std::string>;
+
+namespace {
+
+// Tuesday, 24 November 2026.
+constexpr LONG kTuesday = 46350;
+constexpr DATE At(int hour, int minute = 0, LONG day = kTuesday) {
+    return day + (hour * 60 + minute) / 1440.0;
+}
+
+class ShellTest : public DeviceTest {
+protected:
+    ShellTest() {
+        PlatUseFixedWidthText(true);
+        PlatSetTimeZoneByName("UTC");
+        PlatSetLocale("en_US");
+        const SYSTEMTIME now{2026, 11, 2, 24, 7, 0, 0, 0};
+        PlatSetClock(&now);
+        PlatSetScreen({480, 640, 96});
+        InitQNTools(nullptr, true);
+        qn::UseScheme(qn::Scheme::Light);
+    }
+    ~ShellTest() override {
+        Close();
+        UnInitQNTools();
+        PlatUseFixedWidthText(false);
+    }
+
+    static Com<IAppointment> Make(const WCHAR* subject, DATE start, const WCHAR* categories = u"") {
+        Com<IDispatch> made;
+        EXPECT_EQ(S_OK, g_pOutlook->CreateItem(olAppointmentItem, made.Out()));
+        auto item = made.As<IAppointment>(IID_IAppointment);
+        item->put_Subject(Bstr(subject));
+        item->put_Start(start);
+        item->put_Duration(30);
+        item->put_Categories(Bstr(categories));
+        return item;
+    }
+    static LONG Save(const Com<IAppointment>& item) {
+        LONG oid = 0;
+        EXPECT_EQ(S_OK, item->Save());
+        item->get_Oid(&oid);
+        return oid;
+    }
+    static void Daily(const Com<IAppointment>& item) {
+        Com<IRecurrencePattern> pattern;
+        ASSERT_EQ(S_OK, item->GetRecurrencePattern(pattern.Out()));
+        pattern->put_RecurrenceType(olRecursDaily);
+        pattern->put_Occurrences(20);
+    }
+
+    void Open(PageKind page = PageKind::Day) {
+        qn::ShellState state;
+        state.page = page;
+        Open(state);
+    }
+    void Open(const qn::ShellState& state) {
+        shell = std::make_unique<qn::Shell>();
+        ASSERT_TRUE(shell->Open(state, kTuesday));
+        Settle();
+    }
+    void Close() {
+        if (shell && shell->GetHWnd()) shell->DestroyWindow();
+        shell.reset();
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) quit |= message.message == WM_QUIT;
+    }
+    // All that is queued, and the load that it started.
+    void Settle() {
+        for (int round = 0; round < 2; ++round) {
+            MSG message;
+            while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+                quit |= message.message == WM_QUIT;
+                if (!shell->TakeKey(message)) DispatchMessageW(&message);
+            }
+            if (shell->GetHWnd()) shell->Calendar().Data().Wait();
+        }
+    }
+    void Key(int key, bool control = false) {
+        if (control) PlatKey(VK_CONTROL, true);
+        PlatKey(key, true);
+        PlatKey(key, false);
+        if (control) PlatKey(VK_CONTROL, false);
+        Settle();
+    }
+    void Point(PlatPointerAction action, int x, int y) {
+        PlatPointer(action, x, y);
+        Settle();
+    }
+    void Tap(int x, int y) {
+        Point(PlatPointerAction::Down, x, y);
+        Point(PlatPointerAction::Up, x, y);
+    }
+    void Drag(int x, int fromY, int toY) {
+        Point(PlatPointerAction::Down, x, fromY);
+        for (int step = 1; step <= 4; ++step)
+            Point(PlatPointerAction::Move, x, fromY + (toY - fromY) * step / 4);
+        Point(PlatPointerAction::Up, x, toY);
+    }
+    // The page of the day begins at 7:30, below the date line; half an hour has 22 pixels.
+    static int YAt(int hour, int minute) { return 40 + ((hour * 60 + minute) - 450) * 22 / 30 + 5; }
+    static constexpr int kMarker = 49; // on the bars of the appointments
+    static constexpr int kText = 200;
+
+    // "24 9:00 Dentist", for the lines that the page has.
+    Lines Shown() {
+        Lines lines;
+        for (const DATACALENDAR* line : shell->Calendar().Data().Lines()) {
+            const SYSTEMTIME start = qn::ToSystemTime(line->m_dtStart);
+            char text[32];
+            std::snprintf(text, sizeof text, "%d %d:%02d ", start.wDay, start.wHour, start.wMinute);
+            lines.push_back(text + Utf8(line->m_bstrSubject));
+        }
+        return lines;
+    }
+    COLORREF PixelAt(int x, int y) {
+        const HDC dc = GetDC(nullptr);
+        const COLORREF color = GetPixel(dc, x, y);
+        ReleaseDC(nullptr, dc);
+        return color;
+    }
+
+    std::unique_ptr<qn::Shell> shell;
+    bool quit = false;
+};
+
+TEST_F(ShellTest, TurnsFiltersAndKeepsItsState) {
+    Save(Make(u"Dentist", At(9), u"Health"));
+    Save(Make(u"Review", At(11), u"Work"));
+    Save(Make(u"Lunch", At(12, 0, kTuesday + 1), u"Work"));
+    Open();
+    EXPECT_EQ((Lines{"24 9:00 Dentist", "24 11:00 Review"}), Shown());
+    Key(VK_RIGHT);
+    EXPECT_EQ(Lines{"25 12:00 Lunch"}, Shown());
+    Tap(20, 20); // the arrow at the left of the date line
+    EXPECT_EQ(kTuesday, shell->Calendar().Day());
+    Key(VK_LEFT);
+    Key('T');
+    EXPECT_EQ(kTuesday, shell->Calendar().Day());
+    Tap(240, 615); // the tab in the middle
+    EXPECT_EQ(PageKind::Week, shell->Calendar().Kind());
+    EXPECT_EQ(3U, Shown().size());
+    Key('F', true);
+    Key(VK_DOWN); // all, Health, Work
+    Key(VK_DOWN);
+    Key(VK_RETURN);
+    EXPECT_EQ((Lines{"24 11:00 Review", "25 12:00 Lunch"}), Shown());
+    Key(VK_ESCAPE);
+    Key('Q', true);
+    EXPECT_TRUE(quit);
+
+    const qn::ShellState kept = qn::ShellState::Read();
+    EXPECT_EQ(PageKind::Week, kept.page);
+    EXPECT_EQ(480, kept.width);
+    EXPECT_EQ(640, kept.height);
+    Open(kept);
+    EXPECT_EQ((Lines{"24 11:00 Review", "25 12:00 Lunch"}), Shown());
+}
+
+TEST_F(ShellTest, ADragIsSaved) {
+    const struct {
+        const char* what;
+        bool series;
+        bool movedThere; // the occurrence of the next day, moved to this one
+    } cases[] = {{"single", false, false}, {"occurrence", true, false}, {"moved occurrence", true, true}};
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.what);
+        const auto item = Make(u"Talk", At(one.movedThere ? 16 : 9));
+        if (one.series) Daily(item);
+        Save(item);
+        if (one.movedThere) {
+            Com<IRecurrencePattern> pattern;
+            Com<IAppointment> next;
+            ASSERT_EQ(S_OK, item->GetRecurrencePattern(pattern.Out()));
+            ASSERT_EQ(S_OK, pattern->GetOccurrence(kTuesday + 1, next.Out()));
+            next->put_Start(At(9));
+            ASSERT_EQ(S_OK, next->Save());
+        }
+        Open();
+        Drag(kMarker, YAt(9, 0), YAt(10, 0));
+        Drag(kMarker, YAt(10, 0), YAt(10, 30)); // what was moved can be moved again
+        Lines expected{"24 10:30 Talk"};
+        if (one.movedThere) expected.emplace_back("24 16:00 Talk");
+        EXPECT_EQ(expected, Shown());
+        Key(VK_RIGHT);
+        EXPECT_EQ(one.series && !one.movedThere ? Lines{"25 9:00 Talk"} : Lines{}, Shown());
+        Close();
+        item->Delete();
+    }
+}
+
+TEST_F(ShellTest, ADragThatCantBeSavedIsToldAndTakenBack) {
+    Save(Make(u"Talk", At(9)));
+    Open();
+    PlatTakeMessageBoxes();
+    PlatInjectFault(PlatFault::StoreWrite, 1, true);
+    Drag(kMarker, YAt(9, 0), YAt(10, 0));
+    EXPECT_EQ(1U, PlatTakeMessageBoxes().size());
+    EXPECT_EQ(Lines{"24 9:00 Talk"}, Shown());
+}
+
+TEST_F(ShellTest, DeletingAsksAndCanBeUndone) {
+    Save(Make(u"Dentist", At(9), u"Health"));
+    const auto series = Make(u"Stand-up", At(10));
+    Daily(series);
+    Save(series);
+    Open();
+    Tap(kText, YAt(9, 0)); // its card
+    PlatAnswerMessageBox(IDNO);
+    Key(VK_DELETE);
+    EXPECT_EQ(2U, Shown().size());
+    PlatAnswerMessageBox(IDYES);
+    Key(VK_DELETE);
+    EXPECT_EQ(Lines{"24 10:00 Stand-up"}, Shown());
+    Key('Z', true);
+    EXPECT_EQ((Lines{"24 9:00 Dentist", "24 10:00 Stand-up"}), Shown());
+    EXPECT_EQ(u"Health", std::u16string(shell->Calendar().Data().Lines()[0]->m_szCategories));
+
+    Tap(kText, YAt(10, 0));
+    PlatAnswerMessageBox(IDYES);
+    Key(VK_DELETE);
+    EXPECT_EQ(Lines{"24 9:00 Dentist"}, Shown());
+    EXPECT_FALSE(shell->Calendar().CanUndo());
+    Key(VK_RIGHT);
+    EXPECT_EQ(Lines{"25 10:00 Stand-up"}, Shown()); // the others stay
+}
+
+TEST_F(ShellTest, AnEmptyListLeadsOn) {
+    Save(Make(u"Past", At(9, 0, kTuesday - 200), u"Home"));
+    Save(Make(u"Summer", At(9, 0, kTuesday + 200), u"Work"));
+    Open(PageKind::Agenda);
+    EXPECT_EQ(Lines{}, Shown());
+    Key(VK_DOWN);
+    Key(VK_RETURN);
+    EXPECT_EQ(kTuesday + 200, shell->Calendar().Day());
+    EXPECT_EQ(1U, Shown().size());
+    shell->Calendar().ShowCategories({u"Home"});
+    Settle();
+    EXPECT_EQ(Lines{}, Shown());
+    Key(VK_DOWN);
+    Key(VK_RETURN);
+    EXPECT_EQ(1U, Shown().size()) << "all categories again";
+}
+
+TEST_F(ShellTest, FollowsTheStoreTheSchemeAndTheSize) {
+    Open();
+    Save(Make(u"New", At(9)));
+    EXPECT_TRUE(qntest::Eventually([this] {
+        PlatAdvanceClock(100); // changes come in bundles
+        Settle();
+        return Shown() == Lines{"24 9:00 New"};
+    }));
+
+    const COLORREF light = qn::ColorOf(Paint::Bar);
+    EXPECT_EQ(light, PixelAt(2, 2));
+    PlatAnswerMenu(8);
+    Key(VK_F1 + 9);
+    EXPECT_EQ(qn::Scheme::Dark, qn::ReadScheme());
+    Settle();
+    EXPECT_NE(light, qn::ColorOf(Paint::Bar));
+    EXPECT_EQ(qn::ColorOf(Paint::Bar), PixelAt(2, 2));
+    EXPECT_EQ(Lines{"24 9:00 New"}, Shown());
+    Key(VK_RIGHT);
+    EXPECT_EQ(kTuesday + 1, shell->Calendar().Day());
+}
+
+} // namespace
