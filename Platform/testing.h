@@ -24,6 +24,8 @@ void PlatResetForTests();
 void PlatSetClock(const SYSTEMTIME* utc);
 // Moves the set clock on, and due timers with it.
 void PlatAdvanceClock(DWORD milliseconds);
+// While the clock is set, Sleep takes no time and moves it on instead: what lasts seconds on the device is over at once.
+void PlatLetSleepMoveClock(bool on);
 // The device's zone; null gives the system's back.
 void PlatSetTimeZone(const TIME_ZONE_INFORMATION* zone);
 // By IANA name ("Europe/Berlin"), with the rules of the year of the clock; false for an unknown name.

@@ -23,6 +23,7 @@ namespace {
 struct SetClock {
     std::atomic<bool> active{false};
     std::atomic<std::int64_t> ticks{0};
+    std::atomic<bool> movedBySleep{false};
 };
 SetClock g_setClock;
 
@@ -52,13 +53,15 @@ std::int64_t HostTicks(clockid_t clock) {
     return now.tv_sec * kTicksPerSecond + now.tv_nsec / 100;
 }
 
-const bool g_registered = (plat::AtReset([] { g_setClock.active = false; }), true);
+const bool g_registered = (plat::AtReset([] { g_setClock.active = g_setClock.movedBySleep = false; }), true);
 
 } // namespace
 
 namespace plat {
 
 bool ClockIsSet() { return g_setClock.active.load(std::memory_order_acquire); }
+
+bool SleepMovesClock() { return ClockIsSet() && g_setClock.movedBySleep.load(std::memory_order_relaxed); }
 
 std::int64_t NowTicks() {
     if (ClockIsSet()) return g_setClock.ticks.load(std::memory_order_relaxed);
@@ -82,6 +85,8 @@ void PlatAdvanceClock(DWORD milliseconds) {
     g_setClock.ticks += milliseconds * kTicksPerMillisecond;
     TellListeners();
 }
+
+void PlatLetSleepMoveClock(bool on) { g_setClock.movedBySleep = on; }
 
 void GetSystemTime(SYSTEMTIME* utc) {
     plat::HostCall call;

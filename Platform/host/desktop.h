@@ -133,6 +133,12 @@ struct Timer {
     TIMERPROC procedure;
 };
 
+// What is left of windows and threads that went: nobody will dispatch or serve it any more.
+struct Leftovers {
+    std::vector<MSG> posted;
+    std::vector<SentPointer> sent; // answered already, but for waking their senders
+};
+
 struct Desktop {
     std::mutex lock;
     std::map<std::u16string, std::shared_ptr<WindowClass>> classes; // by name in lower case
@@ -163,8 +169,10 @@ struct Desktop {
     int Scaled(int pixels) const { return (pixels * dotsPerInch + 48) / 96; }
     // Nothing remembers it any more, but for its own queue.
     void Forget(HWND window);
-    // Takes a window and all under it out of every list; the posted messages go into `dropped`.
-    void Erase(HWND window, std::vector<MSG>& dropped);
+    // Takes a window and all under it out of every list.
+    void Erase(HWND window, Leftovers& left);
+    // The next number for a class that none has.
+    ATOM FreeAtom();
 };
 
 Desktop& TheDesktop();
@@ -207,8 +215,8 @@ struct MessageFilter {
 void ActivateShown(HWND window);
 // Who becomes active when this one goes or hides; null when it isn't active. With no lock held.
 HWND NextActive(HWND window);
-// Frees what notifications among messages carry that nobody will dispatch any more.
-void FreeDropped(const std::vector<MSG>& dropped);
+// Wakes the senders, and frees what notifications among the messages carry. With no lock held.
+void LetGo(const Leftovers& left);
 // Copies with a terminator, cut to `count` units with it; gives the units without it.
 int CopyText(const std::u16string& text, LPWSTR buffer, int count);
 // The first timer of a thread: how long from `now` (0 when due), nothing without timers.

@@ -75,6 +75,7 @@ struct ModuleTable::Language {
 };
 
 struct ModuleTable::Module {
+    HINSTANCE handle = nullptr;
     std::u16string key;
     std::u16string name;
     std::vector<PlatModuleEntry> entries;
@@ -121,9 +122,7 @@ struct ModuleTable::Module {
 };
 
 ModuleTable::ModuleTable() {
-    auto application = std::make_unique<Module>();
-    application->isRegistered = true;
-    m_modules.push_back(std::move(application));
+    Add()->isRegistered = true; // the application
 }
 
 ModuleTable& ModuleTable::Get() {
@@ -131,8 +130,13 @@ ModuleTable& ModuleTable::Get() {
     return *table;
 }
 
-HINSTANCE ModuleTable::HandleOf(const Module* module) {
-    return reinterpret_cast<HINSTANCE>(const_cast<Module*>(module));
+HINSTANCE ModuleTable::HandleOf(const Module* module) { return module->handle; }
+
+ModuleTable::Module* ModuleTable::Add() {
+    constexpr ULONG_PTR kStep = 0x10000; // so that none is taken for a small number
+    m_modules.push_back(std::make_unique<Module>());
+    m_modules.back()->handle = reinterpret_cast<HINSTANCE>(m_lastNumber += kStep);
+    return m_modules.back().get();
 }
 
 ModuleTable::Module* ModuleTable::Find(HINSTANCE handle) {
@@ -155,7 +159,8 @@ const ModuleTable::Module* ModuleTable::Application() const {
 }
 
 HINSTANCE ModuleTable::Register(const PlatModule& source) {
-    auto module = std::make_unique<Module>();
+    std::lock_guard lock(m_mutex);
+    Module* module = Add();
     if (source.name) {
         module->key = ModuleKey(source.name);
         module->name = source.name;
@@ -171,9 +176,7 @@ HINSTANCE ModuleTable::Register(const PlatModule& source) {
         for (std::size_t k = 0; k < table.count; ++k)
             language.strings.emplace(table.strings[k].id, table.strings[k]);
     }
-    std::lock_guard lock(m_mutex);
-    m_modules.push_back(std::move(module));
-    return HandleOf(m_modules.back().get());
+    return HandleOf(module);
 }
 
 bool ModuleTable::Unregister(std::u16string_view name) {
@@ -220,8 +223,7 @@ DWORD ModuleTable::LoadFolder(std::u16string_view name, HINSTANCE& handle) {
     std::lock_guard lock(m_mutex);
     Module* module = FindByKey(key);
     if (!module) {
-        m_modules.push_back(std::make_unique<Module>());
-        module = m_modules.back().get();
+        module = Add();
         module->key = key;
         module->name = folder->Path();
         module->languages.push_back({"", folder->Strings()});
@@ -238,8 +240,7 @@ HINSTANCE ModuleTable::AddLibrary(const std::u16string& key, std::u16string name
     if (module) {
         ::dlclose(library); // another thread was faster; it holds a reference of its own
     } else {
-        m_modules.push_back(std::make_unique<Module>());
-        module = m_modules.back().get();
+        module = Add();
         module->key = key;
         module->name = std::move(name);
         module->library = library;

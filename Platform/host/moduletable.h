@@ -46,6 +46,7 @@ private:
 
     ModuleTable();
     static HINSTANCE HandleOf(const Module* module);
+    Module* Add();
     Module* Find(HINSTANCE handle);
     Module* FindByKey(const std::u16string& key);
     const Module* Application() const;
@@ -56,6 +57,7 @@ private:
 
     std::mutex m_mutex;
     std::vector<std::unique_ptr<Module>> m_modules; // in the order they came
+    ULONG_PTR m_lastNumber = 0;                     // of a handle, of which none comes twice
 };
 
 } // namespace plat

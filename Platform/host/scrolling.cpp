@@ -66,10 +66,18 @@ std::optional<std::pair<Teller, int>> Repeated(HWND handle) {
     return std::pair(TellerOf(desktop, drag.window, drag.bar), CodeOf(drag.part));
 }
 
+bool IsPressed(HWND window) {
+    HostCall call;
+    Desktop& desktop = TheDesktop();
+    std::lock_guard lock(desktop.lock);
+    return desktop.drag.window == window && desktop.Find(window) != nullptr;
+}
+
 void Repeat(HWND window, UINT, ULONG_PTR id, DWORD) {
     const auto what = Repeated(window);
     if (what) what->first.Tell(what->second);
-    if (IsWindow(window)) SetTimer(window, id, kNextRepeat, &Repeat);
+    if (IsPressed(window))
+        SetTimer(window, id, kNextRepeat, &Repeat); // who was told may have ended the press
 }
 
 struct Pressed {
@@ -114,7 +122,7 @@ void PressBar(HWND window, int bar, POINT onScreen) {
     const Pressed pressed = BeginPress(window, bar, onScreen);
     if (pressed.part == Part::None || pressed.part == Part::Thumb) return;
     pressed.teller.Tell(CodeOf(pressed.part));
-    if (IsWindow(window)) SetTimer(window, kRepeatTimer, kFirstRepeat, &Repeat);
+    if (IsPressed(window)) SetTimer(window, kRepeatTimer, kFirstRepeat, &Repeat);
 }
 
 void DragBar(POINT onScreen) {

@@ -1,5 +1,7 @@
 #include "Platform/host/waits.h"
+#include "Platform/host/clockstate.h"
 #include "Platform/host/queues.h"
+#include "Platform/testing.h"
 #include "Platform/threads.h"
 
 #include <sched.h>
@@ -142,6 +144,7 @@ void Sleep(DWORD milliseconds) {
         sched_yield();
         return;
     }
+    if (milliseconds != INFINITE && plat::SleepMovesClock()) return PlatAdvanceClock(milliseconds);
     plat::WaitScope scope(plat::CurrentThread(), {});
     scope.Hold(plat::DeadlineOf(milliseconds), [](plat::Clock::time_point&) { return false; });
 }

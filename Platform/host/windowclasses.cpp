@@ -10,6 +10,8 @@ namespace {
 constexpr DWORD kErrorClassExists = 1410;
 constexpr DWORD kErrorNoClass = 1411;
 constexpr DWORD kErrorClassHasWindows = 1412;
+constexpr ATOM kFirstAtom = 0xC001, kLastAtom = 0xFFFF;
+constexpr std::size_t kMostClasses = 4096;
 
 std::u16string ClassKey(LPCWSTR name) {
     std::u16string key(TextOf(name));
@@ -30,6 +32,15 @@ std::shared_ptr<WindowClass> MakeClass(const WNDCLASSW& data) {
 
 } // namespace
 
+ATOM Desktop::FreeAtom() {
+    const auto taken = [this](ATOM atom) {
+        return std::ranges::any_of(classes, [atom](const auto& entry) { return entry.second->atom == atom; });
+    };
+    do lastAtom = lastAtom < kLastAtom ? static_cast<ATOM>(lastAtom + 1) : kFirstAtom;
+    while (taken(lastAtom));
+    return lastAtom;
+}
+
 std::shared_ptr<WindowClass> FindClass(const Desktop& desktop, LPCWSTR name) {
     if (!name) return nullptr;
     if (!IsAtom(name)) {
@@ -49,7 +60,7 @@ void AddHostClasses(Desktop& desktop) {
         data.cbWndExtra = extra;
         data.lpszClassName = name;
         const auto made = MakeClass(data);
-        made->atom = ++desktop.lastAtom;
+        made->atom = desktop.FreeAtom();
         desktop.classes.emplace(ClassKey(name), made);
     };
     add(u"SCROLLBAR", &ScrollBarProcedure, 0, 0);
@@ -67,10 +78,10 @@ ATOM RegisterClassW(const WNDCLASSW* windowClass) {
     const auto made = plat::MakeClass(*windowClass);
     plat::Desktop& desktop = plat::TheDesktop();
     std::lock_guard lock(desktop.lock);
-    if (desktop.lastAtom == 0xFFFF) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), ATOM{0};
+    if (desktop.classes.size() >= plat::kMostClasses) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), ATOM{0};
     const auto [place, added] = desktop.classes.try_emplace(plat::ClassKey(windowClass->lpszClassName), made);
     if (!added) return SetLastError(plat::kErrorClassExists), ATOM{0};
-    return made->atom = ++desktop.lastAtom;
+    return made->atom = desktop.FreeAtom();
 }
 
 BOOL UnregisterClassW(LPCWSTR name, HINSTANCE) {

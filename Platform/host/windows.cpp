@@ -66,13 +66,28 @@ void Desktop::Forget(HWND handle) {
     if (lastPress.window == handle) lastPress = {};
 }
 
-void Desktop::Erase(HWND handle, std::vector<MSG>& dropped) {
+namespace {
+
+// Their senders get 0. Those that are being served are answered by the procedure that still runs.
+template<class F>
+void AnswerSends(Queue& queue, Leftovers& left, F which) {
+    std::erase_if(queue.sent, [&](const SentPointer& sent) {
+        if (!which(*sent)) return false;
+        sent->done = true;
+        left.sent.push_back(sent);
+        return true;
+    });
+}
+
+} // namespace
+
+void Desktop::Erase(HWND handle, Leftovers& left) {
     Window* window = Find(handle);
     if (!window) return;
     while (!window->children.empty()) {
         const HWND child = window->children.back();
         window->children.pop_back();
-        Erase(child, dropped);
+        Erase(child, left);
         window = Find(handle);
     }
     if (Window* parent = ParentOf(*window)) std::erase(parent->children, handle);
@@ -83,21 +98,22 @@ void Desktop::Erase(HWND handle, std::vector<MSG>& dropped) {
         if (queue->focus == handle) queue->focus = nullptr;
         std::erase_if(queue->posted, [&](const MSG& message) {
             if (message.hwnd != handle) return false;
-            dropped.push_back(message);
+            left.posted.push_back(message);
             return true;
         });
+        AnswerSends(*queue, left, [handle](const SentMessage& sent) { return sent.message.hwnd == handle; });
     }
     --window->windowClass->windows;
     windows.Remove(NumberOf(handle));
 }
 
 // Takes a window away and paints what stood behind it. Under a SceneLock.
-void EraseAndExpose(Desktop& desktop, HWND handle, std::vector<MSG>& dropped) {
+void EraseAndExpose(Desktop& desktop, HWND handle, Leftovers& left) {
     const Window* window = desktop.Find(handle);
     if (!window) return;
     Region area = VisibleArea(desktop, *window, Area::Window);
     const HWND behind = window->parent;
-    desktop.Erase(handle, dropped);
+    desktop.Erase(handle, left);
     ++g_scene;
     if (Window* parent = desktop.Find(behind)) Expose(desktop, *parent, std::move(area));
 }
@@ -110,14 +126,14 @@ int CopyText(const std::u16string& text, LPWSTR buffer, int count) {
     return static_cast<int>(units);
 }
 
-void FreeDropped(const std::vector<MSG>& dropped) {
-    for (const MSG& message : dropped)
+void LetGo(const Leftovers& left) {
+    for (const auto& sent : left.sent) sent->sender->waker.Wake();
+    for (const MSG& message : left.posted)
         if (message.message == WM_DBNOTIFICATION) FreeNotification(message.lParam);
 }
 
 void DropThreadWindows(DWORD threadId) {
-    std::vector<MSG> dropped;
-    std::vector<SentPointer> unanswered;
+    Leftovers left;
     Desktop& desktop = TheDesktop();
     {
         SceneLock lock;
@@ -125,18 +141,17 @@ void DropThreadWindows(DWORD threadId) {
         desktop.windows.ForEach([&](std::uint32_t number, const std::unique_ptr<Window>& window) {
             if (window->threadId == threadId) mine.push_back(HandleOf<HWND>(number));
         });
-        for (const HWND window : mine) EraseAndExpose(desktop, window, dropped);
+        for (const HWND window : mine) EraseAndExpose(desktop, window, left);
         std::erase_if(desktop.timers, [&](const Timer& timer) { return timer.threadId == threadId; });
         if (Queue* queue = desktop.FindQueue(threadId)) {
-            dropped.insert(dropped.end(), queue->posted.begin(), queue->posted.end());
-            unanswered.assign(queue->sent.begin(), queue->sent.end());
-            unanswered.insert(unanswered.end(), queue->serving.begin(), queue->serving.end());
+            left.posted.insert(left.posted.end(), queue->posted.begin(), queue->posted.end());
+            AnswerSends(*queue, left, [](const SentMessage&) { return true; });
+            for (const auto& sent : queue->serving) sent->done = true;
+            left.sent.insert(left.sent.end(), queue->serving.begin(), queue->serving.end());
             desktop.queues.erase(threadId);
         }
-        for (const auto& sent : unanswered) sent->done = true;
     }
-    for (const auto& sent : unanswered) sent->sender->waker.Wake();
-    FreeDropped(dropped);
+    LetGo(left);
 }
 
 namespace {
@@ -153,13 +168,15 @@ RECT PlacedRect(const CREATESTRUCTW& data) {
     return RectAt(given(data.x), given(data.y), given(data.cx), given(data.cy));
 }
 
-// Under a SceneLock. Null and the error when the class or the parent is none.
+// Under a SceneLock. Null and the error when the class or the parent is none; a window that is going gets no children.
 Window* AddWindow(Desktop& desktop, const Creation& creation, const std::shared_ptr<Thread>& thread) {
     const CREATESTRUCTW& data = creation.data;
     const bool child = (static_cast<DWORD>(data.style) & WS_CHILD) != 0;
     auto windowClass = FindClass(desktop, data.lpszClass);
     if (!windowClass) return SetLastError(kErrorNoWindowClass), nullptr;
-    if ((data.hwndParent || (child && !creation.messageOnly)) && !desktop.Find(data.hwndParent))
+    const Window* above = desktop.Find(data.hwndParent);
+    const bool wanted = data.hwndParent || (child && !creation.messageOnly);
+    if (wanted && (!above || (child && above->dying)))
         return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
     auto made = std::make_unique<Window>();
     Window& window = *made;
@@ -197,13 +214,15 @@ std::vector<HWND> ChildrenOf(HWND window) {
     return found ? found->children : std::vector<HWND>();
 }
 
+// What the window, or one under it, owns.
 std::vector<HWND> OwnedBy(HWND window) {
     HostCall call;
     std::vector<HWND> owned;
     Desktop& desktop = TheDesktop();
     std::lock_guard lock(desktop.lock);
     desktop.windows.ForEach([&](std::uint32_t number, const std::unique_ptr<Window>& other) {
-        if (other->owner == window) owned.push_back(HandleOf<HWND>(number));
+        if (other->owner && (other->owner == window || desktop.StandsUnder(other->owner, window)))
+            owned.push_back(HandleOf<HWND>(number));
     });
     return owned;
 }
@@ -235,12 +254,12 @@ bool BeginDestroy(HWND window) {
 
 void EraseWindow(HWND window) {
     HostCall call;
-    std::vector<MSG> dropped;
+    Leftovers left;
     {
         SceneLock lock;
-        EraseAndExpose(TheDesktop(), window, dropped);
+        EraseAndExpose(TheDesktop(), window, left);
     }
-    FreeDropped(dropped);
+    LetGo(left);
 }
 
 // What a window on the screen hears behind WM_CREATE.

@@ -135,6 +135,13 @@ bool Show(HWND window, bool show, bool activate) {
     return before.value_or(false);
 }
 
+// A window that is shut lets go of the pointer, or a prompt over it would never get it.
+void CancelCaptureIn(HWND window) {
+    const HWND capture = GetCapture();
+    if (capture && (capture == window || IsChild(window, capture)))
+        SendMessageW(capture, WM_CANCELMODE, 0, 0);
+}
+
 bool CanBeActive(const Window& window, DWORD threadId) {
     return window.threadId == threadId && window.Is(WS_VISIBLE) && !window.Is(WS_DISABLED) && !window.dying &&
            !(window.exStyle & WS_EX_NOACTIVATE);
@@ -193,7 +200,7 @@ HWND SetParent(HWND window, HWND parent) {
     plat::Window* child = desktop.Find(window);
     const HWND target = parent ? parent : desktop.root;
     plat::Window* above = desktop.Find(target);
-    if (!child || !above) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
+    if (!child || !above || above->dying) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
     if (target == window || window == desktop.root || desktop.StandsUnder(target, window))
         return SetLastError(ERROR_INVALID_PARAMETER), nullptr;
     const HWND former = child->parent;
@@ -279,7 +286,9 @@ HWND SetActiveWindow(HWND window) {
     if (former == window) return former;
     if (window) SetWindowPos(window, HWND_TOP, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE);
     if (former) SendMessageW(former, WM_ACTIVATE, 0, reinterpret_cast<LPARAM>(window));
-    if (window) SendMessageW(window, WM_ACTIVATE, 1, reinterpret_cast<LPARAM>(former));
+    // The one that lost it may have given it to a third.
+    if (window && GetActiveWindow() == window)
+        SendMessageW(window, WM_ACTIVATE, 1, reinterpret_cast<LPARAM>(former));
     return former;
 }
 
@@ -304,6 +313,7 @@ BOOL SetForegroundWindow(HWND window) {
 // --- Shown and enabled --------------------------------------------------------------------------------------------
 
 BOOL EnableWindow(HWND window, BOOL enable) {
+    if (!enable) plat::CancelCaptureIn(window);
     const auto wasDisabled = plat::ChangeStyle(window, WS_DISABLED, !enable);
     if (wasDisabled && *wasDisabled == (enable != 0)) SendMessageW(window, WM_ENABLE, enable != 0, 0);
     return wasDisabled.value_or(false);

@@ -103,8 +103,7 @@ TEST_F(Painting, AContextFollowsItsWindow) {
     DestroyWindow(a);
     EXPECT_EQ(GetClipBox(dc, &box), NULLREGION);
     EXPECT_EQ(ReleaseDC(a, dc), 1);
-    EXPECT_EQ(GetDC(a), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_WINDOW_HANDLE);
+    EXPECT_EQ(ErrorOf(GetDC(a)), ERROR_INVALID_WINDOW_HANDLE);
     DestroyWindow(b);
 }
 
@@ -217,8 +216,7 @@ TEST_F(Painting, UpdateRegionsGrowAndShrink) {
     }
     DeleteObject(region);
     DestroyWindow(a);
-    EXPECT_FALSE(InvalidateRect(a, nullptr, TRUE));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_WINDOW_HANDLE);
+    EXPECT_EQ(ErrorOf(InvalidateRect(a, nullptr, TRUE)), ERROR_INVALID_WINDOW_HANDLE);
     PAINTSTRUCT paint;
     EXPECT_EQ(BeginPaint(a, &paint), nullptr);
 }

@@ -77,10 +77,8 @@ TEST_F(Scrolling, ValuesStayInTheRange) {
     EXPECT_EQ(part.nMax, 77); // not asked for
     EXPECT_FALSE(GetScrollInfo(a, 3, &part));
     part.cbSize = 4;
-    EXPECT_FALSE(GetScrollInfo(a, SB_HORZ, &part));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_FALSE(SetScrollRange(nullptr, SB_HORZ, 0, 9, TRUE));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_WINDOW_HANDLE);
+    EXPECT_EQ(ErrorOf(GetScrollInfo(a, SB_HORZ, &part)), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(ErrorOf(SetScrollRange(nullptr, SB_HORZ, 0, 9, TRUE)), ERROR_INVALID_WINDOW_HANDLE);
 }
 
 TEST_F(Scrolling, BarsShowWhenThereIsSomethingToScroll) {
@@ -191,6 +189,15 @@ TEST_F(Scrolling, TheTrackedPositionCanBeAskedForAndLost) {
     Pump();
     EXPECT_EQ(TakeLog(), "A v5@30\nA cancel\nA v4@30\nA v8\n");
     EXPECT_EQ(tracked, (std::vector<int>{30, 30, 20})); // the window took no notice
+    s_handler = [&](HWND, UINT message, WPARAM wParam, LPARAM) {
+        if (message == WM_VSCROLL && LOWORD(wParam) == SB_LINEUP) PlatLoseInput(), Pump(); // ends the press
+        return false;
+    };
+    PlatPointer(Down, 52, 5);
+    Pump();
+    PlatAdvanceClock(1000);
+    MSG repeated;
+    EXPECT_FALSE(PeekMessageW(&repeated, nullptr, 0, 0, PM_REMOVE)) << "it repeats";
     PlatPointer(Down, 52, 5);
     s_handler = [&](HWND window, UINT message, WPARAM, LPARAM) {
         return message == WM_VSCROLL && DestroyWindow(window); // in the middle of the press

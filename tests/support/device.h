@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/testing.h"
+#include "tests/support/errorof.h"
 
 #include <gtest/gtest.h>
 #include <cstdlib>
