@@ -17,7 +17,7 @@ constexpr DWORD kSlideStepWait = 50; // milliseconds
 bool ModifyLong(HWND hWnd, int index, DWORD remove, DWORD add, UINT flags) {
     const auto old = static_cast<DWORD>(GetWindowLongW(hWnd, index));
     const DWORD style = (old & ~remove) | add;
-    if (style == old) return false;
+    if (style == old || !IsWindow(hWnd)) return false;
     SetWindowLongW(hWnd, index, static_cast<LONG>(style));
     if (flags != 0) SetWindowPos(hWnd, nullptr, 0, 0, 0, 0, flags | kFrameOnly);
     return true;
@@ -63,19 +63,18 @@ HWND CeBaseWnd::GetTopLevelParent() const {
 
 bool CeBaseWnd::CenterWindow(HWND over) {
     const bool child = (GetStyle() & WS_CHILD) != 0;
-    RECT window, area;
+    const HWND parent = ::GetParent(m_hWnd); // or the owner
+    if (!over) over = parent;
+    RECT window{}, limit{};
     if (!GetWindowRect(&window)) return false;
-    if (child) {
-        if (!::GetClientRect(::GetParent(m_hWnd), &area)) return false;
-        const POINT at = Centered(window, area, area);
-        return SetWindowPos(nullptr, at.x, at.y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE) != 0;
-    }
-    RECT work;
-    if (!SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0)) return false;
-    area = work;
-    if (!over) over = ::GetWindow(m_hWnd, GW_OWNER);
-    if (over && ::IsWindowVisible(over)) ::GetWindowRect(over, &area);
-    const POINT at = Centered(window, area, work);
+    if (child ? !::GetClientRect(parent, &limit) : !SystemParametersInfoW(SPI_GETWORKAREA, 0, &limit, 0))
+        return false;
+    RECT area = limit;
+    if (child && ::GetClientRect(over, &area))
+        ::MapWindowPoints(over, parent, reinterpret_cast<POINT*>(&area), 2);
+    else if (over && ::IsWindowVisible(over))
+        ::GetWindowRect(over, &area);
+    const POINT at = Centered(window, area, limit);
     return SetWindowPos(nullptr, at.x, at.y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE) != 0;
 }
 
@@ -88,7 +87,7 @@ void CeBaseWnd::ShowScrollBar(int bar, BOOL show) {
 void CeBaseWnd::SlideBitmaps(const RECT& rect, HBITMAP from, HBITMAP to, bool bForward) {
     HIDPI_InitScaling();
     const int width = Width(rect), height = Height(rect);
-    const int edge = static_cast<int>((g_HIDPI_LogPixelsX * 10 + 48) / 96);
+    const int edge = ScalePx(g_HIDPI_LogPixelsX, 10);
     const int third = (width - 2 * edge) / 3;
     const std::array<int, 5> steps = {edge, third, third, third, width - 3 * third - edge};
 

@@ -138,13 +138,16 @@ public:
     int SetScrollPos(int bar, int position, BOOL redraw = TRUE) {
         return ::SetScrollPos(m_hWnd, bar, position, redraw);
     }
+    int GetScrollPos(int bar) const { return ::GetScrollPos(m_hWnd, bar); }
     BOOL SetScrollRange(int bar, int least, int most, BOOL redraw = TRUE) {
         return ::SetScrollRange(m_hWnd, bar, least, most, redraw);
     }
     // Sets or clears the style bit alone, of the vertical bar for any `bar` but 0: the frame follows at its next change.
     void ShowScrollBar(int bar, BOOL show = TRUE);
 
-    // --- Prompts
+    // --- Prompts, clipboard, input
+    BOOL OpenClipboard() const { return ::OpenClipboard(m_hWnd); }
+    BOOL EnableGestures(BOOL enable) { return ::EnableGestures(m_hWnd, enable); }
     int MessageBoxW(LPCWSTR text, LPCWSTR caption = nullptr, UINT type = MB_OK) const {
         return ::MessageBoxW(m_hWnd, text, caption, type);
     }

@@ -85,7 +85,8 @@ LRESULT CeMsgWnd::ProcessMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& h
         OnShowWindow(wParam != 0, static_cast<int>(lParam), handled);
         return 0;
     case WM_SIZE:
-        OnSize(wParam, SignedLow(lParam), SignedHigh(lParam), handled);
+        OnSize(wParam, LOWORD(static_cast<ULONG_PTR>(lParam)), HIWORD(static_cast<ULONG_PTR>(lParam)),
+               handled);
         return 0;
     case WM_TIMER:
         OnTimer(wParam, handled);

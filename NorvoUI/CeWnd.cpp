@@ -9,6 +9,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -22,14 +23,31 @@ std::u16string SuperclassName(LPCWSTR name) { return std::u16string(u"CeWnd:") +
 
 HBRUSH WhiteBrush() { return static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)); }
 
+std::vector<HWND> ChildrenOf(HWND parent) {
+    std::vector<HWND> children;
+    for (HWND child = GetWindow(parent, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT))
+        children.push_back(child);
+    return children;
+}
+
+// Any of them may go by the message.
 void SendToChildren(HWND parent, UINT msg, WPARAM wParam, LPARAM lParam, bool deep) {
-    HWND next = nullptr;
-    for (HWND child = GetWindow(parent, GW_CHILD); child; child = next) {
-        next = GetWindow(child, GW_HWNDNEXT); // the child may go by the message
+    for (const HWND child : ChildrenOf(parent)) {
         SendMessageW(child, msg, wParam, lParam);
         if (deep) SendToChildren(child, msg, wParam, lParam, true);
     }
 }
+
+void GiveBack(HWND hWnd, WNDPROC procedure) {
+    ::SetWindowLongW(hWnd, GWL_USERDATA, 0);
+    ::SetWindowLongW(hWnd, GWL_WNDPROC, reinterpret_cast<LONG_PTR>(procedure ? procedure : &DefWindowProcW));
+}
+
+bool IsWindowOf(HWND hWnd, const CeWnd* object) {
+    return ::GetWindowLongW(hWnd, GWL_USERDATA) == reinterpret_cast<LONG_PTR>(object);
+}
+
+WNDPROC ProcedureOf(HWND hWnd) { return reinterpret_cast<WNDPROC>(::GetWindowLongW(hWnd, GWL_WNDPROC)); }
 
 // Told, logged, and the application ends in order.
 void EndAfterCrash(HWND hWnd) {
@@ -42,7 +60,9 @@ void EndAfterCrash(HWND hWnd) {
     GetTimeFormatW(LOCALE_USER_DEFAULT, TIME_FORCE24HOURFORMAT, &now, nullptr, time,
                    static_cast<int>(std::size(time)));
     WCHAR text[kClassName + 128];
-    wsprintfW(text, u"CeWnd:: %s at %s had an internal crash. Now closing program.", className, time);
+    const bool dialog = std::u16string_view(className).starts_with(u"CeDialog");
+    wsprintfW(text, u"%s:: %s at %s had an internal crash. Now closing program.",
+              dialog ? u"CeDialog" : u"CeWnd", className, time);
     CeTraceLog(u"%s", text);
     MessageBoxW(nullptr, text, u"Software Error", MB_ICONHAND);
     PostQuitMessage(0);
@@ -51,6 +71,14 @@ void EndAfterCrash(HWND hWnd) {
 } // namespace
 
 // --- The procedures -----------------------------------------------------------------------------------------------
+
+// A handler may end its own object: whoever called it looks here before it goes on.
+struct CeWnd::Handling {
+    const CeWnd* object;
+    Handling* outer;
+    bool gone = false;
+};
+thread_local CeWnd::Handling* CeWnd::s_handling = nullptr;
 
 LRESULT CeWnd::StartWndProc(HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam) {
     const auto* create = msg == WM_CREATE ? reinterpret_cast<const CREATESTRUCTW*>(lParam) : nullptr;
@@ -67,23 +95,32 @@ LRESULT CeWnd::StartWndProc(HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam) {
 LRESULT CeWnd::WndProc(HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam) {
     auto* object = reinterpret_cast<CeWnd*>(::GetWindowLongW(hWnd, GWL_USERDATA));
     if (!object) return DefWindowProcW(hWnd, msg, wParam, lParam);
+    Handling handling{object, s_handling};
+    s_handling = &handling;
     LRESULT result = 0;
-    if (GuardedCall([&] { result = object->Dispatch(hWnd, msg, wParam, lParam); })) return result;
+    const bool whole = GuardedCall([&] { result = object->Dispatch(handling, hWnd, msg, wParam, lParam); });
+    s_handling = handling.outer;
+    if (whole) return result;
     EndAfterCrash(hWnd);
     return 0;
 }
 
-LRESULT CeWnd::Dispatch(HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam) {
+LRESULT CeWnd::Dispatch(const Handling& handling, HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam) {
     StoreMessage(hWnd, msg, wParam, lParam);
     bool handled = false;
     LRESULT result = ProcessMessage(msg, wParam, lParam, handled);
-    // A handler that ended its own window may have ended this object with it.
-    if (::GetWindowLongW(hWnd, GWL_USERDATA) != reinterpret_cast<LONG_PTR>(this)) return result;
+    if (handling.gone || !IsWindowOf(hWnd, this)) { // the handler ended the window, this object, or both
+        if (!handling.gone && msg == WM_DESTROY && m_hWnd == hWnd)
+            Leave(hWnd);                       // what stands above it went meanwhile, and took it along
+        else if (!handled && ::IsWindow(hWnd)) // it was given back: the message is for whose it is now
+            result = CallWindowProcW(ProcedureOf(hWnd), hWnd, msg, wParam, lParam);
+        return result;
+    }
     if (!handled) {
         StoreMessage(hWnd, msg, wParam, lParam); // the handler may have sent others
         result = Default();
     }
-    if (msg == WM_DESTROY) Leave(hWnd);
+    if (msg == WM_DESTROY && !handling.gone) Leave(hWnd);
     return result;
 }
 
@@ -95,11 +132,15 @@ void CeWnd::StoreMessage(HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam) {
 }
 
 void CeWnd::Leave(HWND hWnd) {
-    const WNDPROC former = m_pfnSuperWndProc ? m_pfnSuperWndProc : &DefWindowProcW;
-    ::SetWindowLongW(hWnd, GWL_WNDPROC, reinterpret_cast<LONG_PTR>(former));
-    ::SetWindowLongW(hWnd, GWL_USERDATA, 0);
+    GiveBack(hWnd, m_pfnSuperWndProc);
     m_hWnd = nullptr;
     OnFinalMessage(hWnd);
+}
+
+CeWnd::~CeWnd() {
+    for (Handling* handling = s_handling; handling; handling = handling->outer)
+        handling->gone |= handling->object == this;
+    if (m_hWnd && IsWindowOf(m_hWnd, this)) Unsubclass();
 }
 
 // --- Creating -----------------------------------------------------------------------------------------------------
@@ -107,6 +148,7 @@ void CeWnd::Leave(HWND hWnd) {
 bool CeWnd::Create(LPCWSTR pszClass, HWND hParent, int x, int y, int cx, int cy, LPCWSTR pszTitle,
                    DWORD style, DWORD exStyle, UINT id, HINSTANCE hInstance) {
     hInstance = InstanceOr(hInstance);
+    m_pfnSuperWndProc = nullptr; // of a former window
     std::u16string name = pszClass ? pszClass : u"";
     if (name.empty()) {
         name = CreateGenericWndClass(hInstance);
@@ -163,6 +205,7 @@ bool CeWnd::RegisterWndSuperclass(LPCWSTR pszName, WNDPROC* pOldProc, bool* pReg
     if (!GetClassInfoW(hInstance, pszName, &windowClass)) return false;
     *pOldProc = windowClass.lpfnWndProc;
     const std::u16string name = SuperclassName(pszName);
+    if (IsCeWndProc(pszName, hInstance) && IsCeWndProc(name.c_str(), hInstance)) return true;
     windowClass.style &= ~kGlobalClass;
     windowClass.lpfnWndProc = &StartWndProc;
     windowClass.hInstance = InstanceOr(hInstance);
@@ -182,8 +225,8 @@ bool CeWnd::IsCeWndProc(LPCWSTR pszName, HINSTANCE hInstance) {
 // --- Subclassing --------------------------------------------------------------------------------------------------
 
 bool CeWnd::Subclass(HWND hWnd) {
-    if (m_hWnd || !::IsWindow(hWnd)) return false;
-    m_pfnSuperWndProc = reinterpret_cast<WNDPROC>(::GetWindowLongW(hWnd, GWL_WNDPROC));
+    if (m_hWnd || !::IsWindow(hWnd) || ProcedureOf(hWnd) == &WndProc) return false;
+    m_pfnSuperWndProc = ProcedureOf(hWnd);
     ::SetWindowLongW(hWnd, GWL_USERDATA, reinterpret_cast<LONG_PTR>(this));
     ::SetWindowLongW(hWnd, GWL_WNDPROC, reinterpret_cast<LONG_PTR>(&WndProc));
     if (!m_hWnd) m_hWnd = hWnd;
@@ -194,11 +237,7 @@ bool CeWnd::Subclass(int id, HWND hParentDialog) { return Subclass(::GetDlgItem(
 
 HWND CeWnd::Unsubclass() {
     const HWND hWnd = std::exchange(m_hWnd, nullptr);
-    if (!hWnd) return nullptr;
-    const WNDPROC former = m_pfnSuperWndProc ? m_pfnSuperWndProc : &DefWindowProcW;
-    ::SetWindowLongW(hWnd, GWL_USERDATA, 0);
-    ::SetWindowLongW(hWnd, GWL_WNDPROC, reinterpret_cast<LONG_PTR>(former));
-    m_pfnSuperWndProc = nullptr;
+    if (hWnd) GiveBack(hWnd, std::exchange(m_pfnSuperWndProc, nullptr));
     return hWnd;
 }
 
@@ -207,5 +246,3 @@ HWND CeWnd::Unsubclass() {
 void CeWnd::SendMessageToDescendants(UINT msg, WPARAM wParam, LPARAM lParam, bool bDeep) {
     SendToChildren(m_hWnd, msg, wParam, lParam, bDeep);
 }
-
-void CeWnd::SetIMEType(DWORD type) { SHSipPreference(m_hWnd, static_cast<int>(type)); }

@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kPointsPerInch = 72;
 constexpr BYTE kAnyCharset = 0xFF;
+constexpr LCID kPrimaryLanguage = 0x3FF, kChinese = 4, kJapanese = 17, kKorean = 18;
 
 // Icons inside a line of text are a little smaller than the system's small icons.
 DWORD IconInText(DWORD smallIcon) {
@@ -25,15 +26,6 @@ DWORD IconInText(DWORD smallIcon) {
     }
 }
 
-// Chinese, Korean and Japanese have no bold text.
-bool LanguageHasBold() {
-    static const bool hasBold = [] {
-        const DWORD language = GetSystemDefaultLCID() & 0x3FF;
-        return language != 4 && language != 17 && language != 18;
-    }();
-    return hasBold;
-}
-
 constexpr int kThemeColor = 0x40000000;
 struct LabelColor {
     const WCHAR* name;
@@ -42,6 +34,14 @@ struct LabelColor {
 };
 
 } // namespace
+
+bool LanguageHasBold() {
+    static const bool hasBold = [] {
+        const LCID language = GetSystemDefaultLCID() & kPrimaryLanguage;
+        return language != kChinese && language != kJapanese && language != kKorean;
+    }();
+    return hasBold;
+}
 
 void HIDPI_InitScaling() {
     if (g_HIDPI_LogPixelsX != 0) return;

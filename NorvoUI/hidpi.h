@@ -9,12 +9,15 @@ constexpr int ScalePx(DWORD dotsPerInch, int pixels) {
     return (static_cast<int>(dotsPerInch) * pixels + 48) / 96;
 }
 
+// Chinese, Japanese and Korean, as languages of the device, have no bold text: it is hard to read. Looked up once.
+bool LanguageHasBold();
+
 extern "C" {
 // Reads the screen once; later calls do nothing.
 QN_API void HIDPI_InitScaling();
 
 // A font of so many points at the screen's dots per inch; weight 400 is normal, 700 bold, escapement tenths of a degree.
-// In Chinese, Japanese and Korean nothing is bold. The caller ends it with DeleteObject.
+// Not bold where LanguageHasBold says so. The caller ends it with DeleteObject.
 QN_API HFONT CreateFontPoint(const WCHAR* face, int points, int weight, BYTE italic, BYTE underline,
                              BYTE quality, int escapement);
 

@@ -40,7 +40,11 @@ inline constexpr DWORD LOCALE_NOUSEROVERRIDE = 0x80000000;
 // The text of an item. Gives the units with the terminator, those needed when `size` is 0; 0 on failure: error 87 for
 // an unknown item or one that is no number, 122 when the buffer is too small.
 int GetLocaleInfoW(LCID locale, DWORD item, WCHAR* buffer, int size);
-LCID GetSystemDefaultLCID(); // 0x0409
+// The language that the device was made for: American English (0x0409), or what the environment tells by the id of a
+// locale ("ja_JP") in QN_LANGUAGE.
+LCID GetSystemDefaultLCID();
+// Host side: another one, before anything asks; 0 gives the environment's again.
+void PlatSetSystemLanguage(LCID language);
 LCID GetUserDefaultLCID();
 
 inline constexpr DWORD DATE_SHORTDATE = 1;

@@ -2,11 +2,14 @@
 #include "Platform/locale.h"
 
 #include "Platform/host/call.h"
+#include "Platform/host/faults.h"
 #include "Platform/host/localetables.h"
 #include "Platform/host/text.h"
 #include "Platform/threads.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -96,6 +99,18 @@ int GiveText(const std::u16string& text, WCHAR* buffer, int size) {
 
 } // namespace
 
+namespace {
+
+std::atomic<LCID> g_systemLanguage{0};
+[[maybe_unused]] const bool g_registered = (plat::AtReset([] { g_systemLanguage = 0; }), true);
+
+LCID EnvironmentLanguage() {
+    const char* told = std::getenv("QN_LANGUAGE");
+    return plat::TablesOf(std::string(told ? told : "en_US")).lcid;
+}
+
+} // namespace
+
 int GetLocaleInfoW(LCID locale, DWORD item, WCHAR* buffer, int size) {
     plat::HostCall call;
     if (size < 0 || (size > 0 && !buffer)) return Fail(ERROR_INVALID_PARAMETER);
@@ -109,7 +124,16 @@ int GetLocaleInfoW(LCID locale, DWORD item, WCHAR* buffer, int size) {
     return text ? GiveText(*text, buffer, size) : Fail(ERROR_INVALID_PARAMETER);
 }
 
-LCID GetSystemDefaultLCID() { return 0x0409; }
+LCID GetSystemDefaultLCID() {
+    plat::HostCall call;
+    const LCID set = g_systemLanguage.load(std::memory_order_relaxed);
+    return set ? set : EnvironmentLanguage();
+}
+
+void PlatSetSystemLanguage(LCID language) {
+    plat::HostCall call;
+    g_systemLanguage.store(language, std::memory_order_relaxed);
+}
 
 LCID GetUserDefaultLCID() {
     plat::HostCall call;

@@ -171,9 +171,9 @@ void TakeNames(const icu::DateFormatSymbols& symbols, LocaleTables& tables) {
     Take(texts, count, 0, tables.aloneMonths);
     texts = symbols.getMonths(count, Symbols::STANDALONE, Symbols::ABBREVIATED);
     Take(texts, count, 0, tables.aloneShortMonths);
-    texts = symbols.getWeekdays(count, Symbols::FORMAT, Symbols::WIDE);
+    texts = symbols.getWeekdays(count, Symbols::STANDALONE, Symbols::WIDE);
     Take(texts, count, UCAL_SUNDAY, tables.weekdays);
-    texts = symbols.getWeekdays(count, Symbols::FORMAT, Symbols::ABBREVIATED);
+    texts = symbols.getWeekdays(count, Symbols::STANDALONE, Symbols::ABBREVIATED);
     Take(texts, count, UCAL_SUNDAY, tables.shortWeekdays);
     texts = symbols.getAmPmStrings(count);
     if (count >= 2) {
