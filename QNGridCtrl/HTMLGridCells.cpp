@@ -23,8 +23,14 @@ tagCELLINFO* HTMLGridCells::Make(WORD col, WORD row) {
     }
 }
 
+void HTMLGridCells::Clear() {
+    m_Cells.clear();
+    m_Refused.clear();
+}
+
 template<class F>
 void HTMLGridCells::Rekey(F place) {
+    m_Refused.clear();
     Map moved;
     moved.reserve(m_Cells.size());
     for (auto& cell : m_Cells) {

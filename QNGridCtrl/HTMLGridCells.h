@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 
 inline constexpr WORD GRID_NONE = 65535; // no row, no column
 // The number that a row or column has once `count` from `first` on are gone: GRID_NONE for one of those.
@@ -39,8 +40,12 @@ public:
     tagCELLINFO* Find(WORD col, WORD row) const;
     // The cell that is there, or a new one; null without memory.
     tagCELLINFO* Make(WORD col, WORD row);
-    void Clear() { m_Cells.clear(); }
+    void Clear();
     std::size_t Count() const { return m_Cells.size(); }
+    // Places whose owner has no cell for them: not asked again until something may have changed that.
+    void Refuse(WORD col, WORD row) { m_Refused.insert(Key(col, row)); }
+    bool IsRefused(WORD col, WORD row) const { return m_Refused.contains(Key(col, row)); }
+    void ForgetRefusals() { m_Refused.clear(); }
 
     // Cells behind the place move by one row; the new row has none.
     void InsertRow(WORD row);
@@ -61,4 +66,5 @@ private:
     void Rekey(F place);
 
     Map m_Cells;
+    std::unordered_set<DWORD> m_Refused;
 };

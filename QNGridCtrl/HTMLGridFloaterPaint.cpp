@@ -1,6 +1,6 @@
 // Painting of floaters. Each stands clear of the cells' lines by a pixel on every side: left a marker bar with a coloured
 // part, right of it the body with the text.
-#include "QNGridCtrl/HTMLGrid.h"
+#include "QNGridCtrl/HTMLGridScreen.h"
 
 #include "NorvoTools/globals.h"
 #include "NorvoUI/hidpi.h"
@@ -30,14 +30,14 @@ void Shade(HDC hdc, const RECT& rect, COLORREF color, int delta) {
 } // namespace
 
 // Whether none of the floater's rows above this one, from `first` on, is painted now.
-bool CHTMLGrid::IsFirstUpdated(WORD col, WORD row, WORD first) const {
+bool CHTMLGridScreen::IsFirstUpdated(WORD col, WORD row, WORD first) const {
     while (row > first)
         if (m_Rows.Size(--row) > 0) return !IsCellUpdated(col, row);
     return true;
 }
 
 // A floater is painted as a whole from the first of its rows that is painted.
-void CHTMLGrid::OnCellFloatersDraw(HDC hdc, WORD row, WORD col, const RECT& rect) {
+void CHTMLGridScreen::OnCellFloatersDraw(HDC hdc, WORD row, WORD col, const RECT& rect) {
     tagCELLINFO* cell = m_Cells.Find(col, row);
     if (!cell || cell->Floaters.empty()) return;
     if (!cell->bFloatersValid) m_Floaters.Validate(row, col);
@@ -55,7 +55,7 @@ void CHTMLGrid::OnCellFloatersDraw(HDC hdc, WORD row, WORD col, const RECT& rect
 
 // `slot` is all that it covers. Round the floater goes a pixel of the cells, below it one of the ground's colour, which
 // horizontal lines move up.
-void CHTMLGrid::DrawFloater(HDC hdc, tagFLOATERINFO& floater, const RECT& slot) {
+void CHTMLGridScreen::DrawFloater(HDC hdc, tagFLOATERINFO& floater, const RECT& slot) {
     RECT whole = {slot.left + 1, slot.top + 1, slot.right - 1, slot.bottom - (m_bShowHLines ? 2 : 1)};
     if (IsRectEmpty(&whole)) return;
     const COLORREF ground = floater.pCell->GetBackColor(true);
@@ -70,8 +70,8 @@ void CHTMLGrid::DrawFloater(HDC hdc, tagFLOATERINFO& floater, const RECT& slot) 
     if (!IsRectEmpty(&body)) DrawFloaterBody(hdc, floater, body);
 }
 
-void CHTMLGrid::DrawFloaterBar(HDC hdc, const tagFLOATERINFO& floater, const RECT& slot,
-                               const RECT& bar) const {
+void CHTMLGridScreen::DrawFloaterBar(HDC hdc, const tagFLOATERINFO& floater, const RECT& slot,
+                                     const RECT& bar) const {
     Paint(hdc, bar, floater.pCell->GetBackColor(true));
     const int height = slot.bottom - slot.top;
     const int top = slot.top + static_cast<int>(floater.wBarTopPercent * 0.01 * height);
@@ -81,7 +81,8 @@ void CHTMLGrid::DrawFloaterBar(HDC hdc, const tagFLOATERINFO& floater, const REC
     if (IntersectRect(&marked, &part, &bar)) Shade(hdc, marked, floater.crBar, 0);
 }
 
-void CHTMLGrid::DrawFloaterBody(HDC hdc, tagFLOATERINFO& floater, const RECT& body) {
+// The selected one keeps its text, in the colours of the selection: who drags an appointment wants to see which.
+void CHTMLGridScreen::DrawFloaterBody(HDC hdc, tagFLOATERINFO& floater, const RECT& body) {
     const bool current = &floater == m_pCurFloater;
     const COLORREF color = floater.Text.GetBackColor(true);
     if (current || !m_bFloaterTextOn)

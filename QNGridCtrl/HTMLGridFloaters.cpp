@@ -52,8 +52,7 @@ bool HTMLGridFloaters::Move(WORD col, DWORD id, WORD toCol, WORD toRow, WORD row
     Detach(col, found->second);
     auto node = m_All.extract(found);
     node.key() = {toCol, id};
-    Placed& floater = node.mapped();
-    m_All.insert(std::move(node));
+    Placed& floater = m_All.insert(std::move(node)).position->second;
     floater.row = toRow;
     floater.info.wRowSpan = rowSpan;
     Attach(toCol, floater);
@@ -102,9 +101,7 @@ void HTMLGridFloaters::Rearrange(F change) {
         auto node = former.extract(former.begin());
         if (!change(node.key().first, node.mapped())) continue;
         const WORD col = node.key().first;
-        Placed& floater = node.mapped();
-        m_All.insert(std::move(node));
-        Attach(col, floater);
+        Attach(col, m_All.insert(std::move(node)).position->second);
     }
 }
 

@@ -1,12 +1,12 @@
 // The floaters of a grid, as its owner sees them.
-#include "QNGridCtrl/HTMLGrid.h"
+#include "QNGridCtrl/HTMLGridModel.h"
 
 #include <algorithm>
 #include <iterator>
 #include <utility>
 
-bool CHTMLGrid::AddFloater(WORD col, WORD row, DWORD id, WORD rowSpan, WORD barPercent, WORD barTopPercent,
-                           COLORREF color, bool bNoDrag) {
+bool CHTMLGridModel::AddFloater(WORD col, WORD row, DWORD id, WORD rowSpan, WORD barPercent,
+                                WORD barTopPercent, COLORREF color, bool bNoDrag) {
     CHTMLParser text;
     if (!m_Cells.Find(col, row) || !ReadFloaterText(col, row, id, text)) return false;
     const int rows = std::min<int>(std::max<int>(rowSpan, 1), GetRowCount() - row);
@@ -21,29 +21,29 @@ bool CHTMLGrid::AddFloater(WORD col, WORD row, DWORD id, WORD rowSpan, WORD barP
     return true;
 }
 
-bool CHTMLGrid::DeleteFloater(WORD col, DWORD id) {
+bool CHTMLGridModel::DeleteFloater(WORD col, DWORD id) {
     if (m_pCurFloater && m_pCurFloater == m_Floaters.Find(col, id)) m_pCurFloater = nullptr;
     if (!m_Floaters.Delete(col, id)) return false;
     Repaint();
     return true;
 }
 
-bool CHTMLGrid::CellHasFloaters(WORD col, WORD row) const {
+bool CHTMLGridModel::CellHasFloaters(WORD col, WORD row) const {
     const tagCELLINFO* cell = m_Cells.Find(col, row);
     return cell && !cell->Floaters.empty();
 }
 
-int CHTMLGrid::GetFloaterBlockBounds(WORD row, WORD col, WORD& first, WORD& last) const {
+int CHTMLGridModel::GetFloaterBlockBounds(WORD row, WORD col, WORD& first, WORD& last) const {
     return m_Floaters.BlockBounds(row, col, first, last);
 }
 
-tagFLOATERINFO* CHTMLGrid::GetFloaterFromPoint(POINT point, bool& bMovable) {
+tagFLOATERINFO* CHTMLGridModel::GetFloaterFromPoint(POINT point, bool& bMovable) {
     WORD col, row;
     bMovable = false;
     return GetCellFromPoint(point, col, row) ? GetFloaterFromPoint(point, col, row, bMovable) : nullptr;
 }
 
-tagFLOATERINFO* CHTMLGrid::GetFloaterFromPoint(POINT point, WORD col, WORD row, bool& bMovable) {
+tagFLOATERINFO* CHTMLGridModel::GetFloaterFromPoint(POINT point, WORD col, WORD row, bool& bMovable) {
     bMovable = false;
     const tagCELLINFO* cell = m_Cells.Find(col, row);
     RECT rect;
@@ -56,7 +56,7 @@ tagFLOATERINFO* CHTMLGrid::GetFloaterFromPoint(POINT point, WORD col, WORD row, 
     return floater;
 }
 
-void CHTMLGrid::SetFloaterOptions(bool bText, bool bBar) {
+void CHTMLGridModel::SetFloaterOptions(bool bText, bool bBar) {
     m_bFloaterTextOn = bText;
     m_bFloaterBarOn = bBar;
     Repaint();
@@ -64,7 +64,7 @@ void CHTMLGrid::SetFloaterOptions(bool bText, bool bBar) {
 
 // --- Selection ----------------------------------------------------------------------------------------------------
 
-void CHTMLGrid::UpdateSelectionForFloaters(bool bForward) {
+void CHTMLGridModel::UpdateSelectionForFloaters(bool bForward) {
     const tagCELLINFO* cell = m_Cells.Find(m_wCurCol, m_wCurRow);
     const bool none = !cell || cell->Floaters.empty();
     if (!none && m_pCurFloater && cell->Floaters.contains(m_pCurFloater->dwID)) return;
@@ -74,7 +74,7 @@ void CHTMLGrid::UpdateSelectionForFloaters(bool bForward) {
     Repaint();
 }
 
-bool CHTMLGrid::MoveFloaterSelection(bool bForward) {
+bool CHTMLGridModel::MoveFloaterSelection(bool bForward) {
     const tagCELLINFO* cell = m_Cells.Find(m_wCurCol, m_wCurRow);
     if (!cell || !m_pCurFloater) return false;
     auto at = cell->Floaters.find(m_pCurFloater->dwID);

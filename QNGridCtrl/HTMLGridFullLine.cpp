@@ -14,13 +14,23 @@ int ClientWidth(const tagDRAWITEMSTRUCT& item) {
     return client.right;
 }
 
+// Where the hot spots of a cell are counted from, in the client area.
+LONG OriginOf(const tagDRAWITEMSTRUCT& item, WORD col, const tagCELLINFO& cell) {
+    RECT rect{};
+    item.pGrid->GetCellRect(col, HIWORD(item.itemID), rect);
+    return rect.left + cell.rcMargins.left;
+}
+
 } // namespace
 
 int GlobalFullLineOwnerDrawCell(tagDRAWITEMSTRUCT& item, tagCELLINFO& cell) {
     const WORD col = LOWORD(item.itemID), row = HIWORD(item.itemID);
     if (col != 0) {
+        const tagCELLINFO* line = item.pGrid->FindCell(0, row);
         cell.HotSpots.clear();
-        item.pGrid->CopyCellHotSpots(cell.HotSpots, row, 0, Indent() - item.rcItem.left);
+        if (!line) return GRID_DRAW_NOTHING;
+        const LONG shift = OriginOf(item, 0, *line) - OriginOf(item, col, cell);
+        item.pGrid->CopyCellHotSpots(cell.HotSpots, row, 0, shift);
         return GRID_DRAW_NOTHING;
     }
     RECT line = {0, item.rcItem.top, ClientWidth(item), item.rcItem.bottom};
@@ -32,6 +42,8 @@ int GlobalFullLineOwnerDrawCell(tagDRAWITEMSTRUCT& item, tagCELLINFO& cell) {
     line.top += cell.rcMargins.top;
     DrawHTML(item.hDC, line, cell.wWrapIndent, cell, &cell.HotSpots, item.itemState, HTML_NO_COLOR,
              cell.bSingleLine != 0);
+    const LONG shift = Indent() - OriginOf(item, 0, cell);
+    for (tagHOTSPOT& spot : cell.HotSpots) OffsetRect(&spot.rect, shift, 0);
     return GRID_DRAW_NOTHING;
 }
 

@@ -1,5 +1,5 @@
-// Where cells lie, and bringing them into view.
-#include "QNGridCtrl/HTMLGrid.h"
+// Where cells lie.
+#include "QNGridCtrl/HTMLGridModel.h"
 
 #include <algorithm>
 
@@ -16,23 +16,20 @@ int FromClient(const HTMLGridAxis& axis, int pixel, int fixedCount, int scroll) 
     return axis.At(pixel < fixed ? pixel : pixel - fixed + scroll);
 }
 
-// The scroll position that shows `size` pixels at `start` of a view that goes from `scroll` on, moved as little as
-// it takes; the start wins.
-int Shown(int scroll, int view, int start, int size) {
-    if (start + size > scroll + view) scroll = start + size - view;
-    return std::min(scroll, start);
-}
-
 WORD NumberOf(int index, const HTMLGridAxis& axis) {
     return index >= 0 && index < axis.Count() ? static_cast<WORD>(index) : GRID_NONE;
 }
 
 } // namespace
 
-WORD CHTMLGrid::PixelToRow(int pixel) const { return NumberOf(pixel < 0 ? -1 : m_Rows.At(pixel), m_Rows); }
-WORD CHTMLGrid::PixelToColumn(int pixel) const { return NumberOf(pixel < 0 ? -1 : m_Cols.At(pixel), m_Cols); }
+WORD CHTMLGridModel::PixelToRow(int pixel) const {
+    return NumberOf(pixel < 0 ? -1 : m_Rows.At(pixel), m_Rows);
+}
+WORD CHTMLGridModel::PixelToColumn(int pixel) const {
+    return NumberOf(pixel < 0 ? -1 : m_Cols.At(pixel), m_Cols);
+}
 
-bool CHTMLGrid::GetCellRect(WORD col, WORD row, RECT& rect) const {
+bool CHTMLGridModel::GetCellRect(WORD col, WORD row, RECT& rect) const {
     if (col >= GetColCount() || row >= GetRowCount()) return false;
     rect.left = ToClient(m_Cols, col, m_wFixedCols, m_nLeftPixel);
     rect.top = ToClient(m_Rows, row, m_wFixedRows, m_nTopPixel + m_nOverscroll);
@@ -41,7 +38,7 @@ bool CHTMLGrid::GetCellRect(WORD col, WORD row, RECT& rect) const {
     return true;
 }
 
-bool CHTMLGrid::GetCellFromPoint(POINT point, WORD& col, WORD& row) const {
+bool CHTMLGridModel::GetCellFromPoint(POINT point, WORD& col, WORD& row) const {
     col = row = GRID_NONE;
     if (point.x < 0 || point.y < 0) return false;
     const WORD foundCol = NumberOf(FromClient(m_Cols, point.x, m_wFixedCols, m_nLeftPixel), m_Cols);
@@ -53,11 +50,11 @@ bool CHTMLGrid::GetCellFromPoint(POINT point, WORD& col, WORD& row) const {
     return true;
 }
 
-bool CHTMLGrid::GetCellFromPoint(POINT point, WORD& col, WORD& row, RECT& rect) const {
+bool CHTMLGridModel::GetCellFromPoint(POINT point, WORD& col, WORD& row, RECT& rect) const {
     return GetCellFromPoint(point, col, row) && GetCellRect(col, row, rect);
 }
 
-bool CHTMLGrid::GetPointFromCell(WORD col, WORD row, POINT& point) const {
+bool CHTMLGridModel::GetPointFromCell(WORD col, WORD row, POINT& point) const {
     RECT rect;
     if (!GetCellRect(col, row, rect)) return false;
     point = {rect.left, rect.top};
@@ -66,35 +63,15 @@ bool CHTMLGrid::GetPointFromCell(WORD col, WORD row, POINT& point) const {
 
 // --- The view -----------------------------------------------------------------------------------------------------
 
-void CHTMLGrid::SetTopRow(WORD row) {
-    if (row < GetRowCount()) MoveTo(m_nLeftPixel, RowToPixel(row));
-}
-
-void CHTMLGrid::SetLeftCol(WORD col) {
-    if (col < GetColCount()) MoveTo(ColumnToPixel(col), m_nTopPixel);
-}
-
-WORD CHTMLGrid::GetBottomRow() const {
+WORD CHTMLGridModel::GetBottomRow() const {
     if (m_Rows.Count() == 0) return GRID_NONE;
     return static_cast<WORD>(std::min(m_Rows.At(GetBottomPixel() - 1), m_Rows.Count() - 1));
 }
 
-bool CHTMLGrid::IsCellVisible(WORD col, WORD row) const {
+bool CHTMLGridModel::IsCellVisible(WORD col, WORD row) const {
     RECT rect;
     if (!GetCellRect(col, row, rect)) return false;
     const int left = col < m_wFixedCols ? 0 : GetFixedColsWidth(),
               top = row < m_wFixedRows ? 0 : GetFixedRowsHeight();
     return rect.right > left && rect.bottom > top && rect.left < m_nClientWidth && rect.top < m_nClientHeight;
-}
-
-bool CHTMLGrid::MakeCellVisible(WORD col, WORD row) {
-    if (col >= GetColCount() || row >= GetRowCount()) return false;
-    int left = m_nLeftPixel, top = m_nTopPixel;
-    if (row >= m_wFixedRows) {
-        const int height = GetRowHeight(row);
-        top = Shown(top, m_nClientHeight - GetFixedRowsHeight(), RowToPixel(row), height);
-    }
-    if (col >= m_wFixedCols)
-        left = Shown(left, m_nClientWidth - GetFixedColsWidth(), ColumnToPixel(col), GetColWidth(col));
-    return MoveTo(left, top);
 }

@@ -8,7 +8,6 @@
 #include "QNGridCtrl/HTMLGridRecords.h"
 
 #include <algorithm>
-#include <atomic>
 #include <climits>
 #include <cmath>
 #include <utility>
@@ -21,13 +20,6 @@ const double kFlingEnd = std::log(1001.0);
 constexpr double kBoost = 3.0;
 constexpr int kLongest = 0xFFFF; // pixels of one message
 constexpr LONG kMostReleases = 0x7FFFFFFF;
-
-std::atomic<void (*)(DWORD)> g_wait{nullptr};
-
-void Wait(DWORD milliseconds) {
-    const auto wait = g_wait.load(std::memory_order_acquire);
-    wait ? wait(milliseconds) : Sleep(milliseconds);
-}
 
 LONG Pixels(DWORD elapsed, double speed) {
     return static_cast<LONG>(std::min<double>(elapsed * speed, kLongest));
@@ -113,7 +105,7 @@ private:
     void Bounce() const {
         const int step = ScalePx(g_HIDPI_LogPixelsY, 10);
         while (Read(&Motion::overscroll) != 0 && !Read(&Motion::touched) && !IsStopped()) {
-            Wait(kStepTime);
+            Sleep(kStepTime);
             SendBack(step);
         }
     }
@@ -130,7 +122,7 @@ private:
         HTMLFling fling(horizontal, vertical, GetTickCount());
         while (fling.IsMoving() && !Read(&Motion::touched) && !IsStopped() &&
                Read(&Motion::touches) == touches) {
-            Wait(kStepTime);
+            Sleep(kStepTime);
             const SIZE moved = fling.Step(GetTickCount());
             if (moved.cx)
                 SendAlong(Read(&Motion::horizontal), GRIDM_SCROLL_LEFT, GRIDM_SCROLL_RIGHT, moved.cx);
@@ -159,10 +151,6 @@ private:
 };
 
 // --- The window's side --------------------------------------------------------------------------------------------
-
-void HTMLGridKinetic::SetWait(void (*wait)(DWORD milliseconds)) {
-    g_wait.store(wait, std::memory_order_release);
-}
 
 bool HTMLGridKinetic::Start(HWND hGrid) {
     if (m_hThread) return true;

@@ -55,9 +55,6 @@ public:
     bool IsTouched() const;         // the finger is down
     void SetOverscroll(int pixels); // beyond an end: what there is now
 
-    // Tests move the clock in place of waiting; null is Sleep. Of all grids.
-    static void SetWait(void (*wait)(DWORD milliseconds));
-
 private:
     struct Motion;
     class Thread;

@@ -36,36 +36,36 @@ int WithBar(LONG window, LONG client, int bar) {
 
 // --- Setting ------------------------------------------------------------------------------------------------------
 
-void CHTMLGrid::SetColWidth(WORD col, WORD width) {
+void CHTMLGridModel::SetColWidth(WORD col, WORD width) {
     if (col >= GetColCount()) return;
     m_Cols.GiveSize(col, width);
     UpdateGrid();
 }
 
-void CHTMLGrid::SetRowHeight(WORD row, WORD height) {
+void CHTMLGridModel::SetRowHeight(WORD row, WORD height) {
     if (row >= GetRowCount()) return;
     m_Rows.GiveSize(row, height);
     RowChanged(row);
 }
 
-void CHTMLGrid::SetMinRowHeight(WORD height) {
+void CHTMLGridModel::SetMinRowHeight(WORD height) {
     m_wMinRowHeight = height;
     UpdateGrid();
 }
 
-void CHTMLGrid::SetRowHeightFixed(bool bFixed) {
+void CHTMLGridModel::SetRowHeightFixed(bool bFixed) {
     m_bRowHeightFixed = bFixed;
     UpdateGrid();
 }
 
-void CHTMLGrid::SetFixedColsFix(bool bFix) {
+void CHTMLGridModel::SetFixedColsFix(bool bFix) {
     m_bFixedColsFix = bFix;
     Repaint();
 }
 
 // --- Columns and rows ---------------------------------------------------------------------------------------------
 
-int CHTMLGrid::RecalcCols(int width) {
+int CHTMLGridModel::RecalcCols(int width) {
     int given = 0, automatic = 0;
     for (int col = 0; col < m_Cols.Count(); ++col) {
         if (m_Cols.IsAutomatic(col))
@@ -84,7 +84,7 @@ int CHTMLGrid::RecalcCols(int width) {
     return m_Cols.Total();
 }
 
-int CHTMLGrid::RecalcRows() {
+int CHTMLGridModel::RecalcRows() {
     m_nAverageRowHeight = 0;
     const MeasureContext hdc(m_hWnd);
     LONGLONG total = 0;
@@ -104,7 +104,7 @@ int CHTMLGrid::RecalcRows() {
 }
 
 // Without bAsk the cells that aren't there count as the average.
-int CHTMLGrid::MeasureRow(HDC hdc, WORD row, bool bAsk, bool& bMeasured) {
+int CHTMLGridModel::MeasureRow(HDC hdc, WORD row, bool bAsk, bool& bMeasured) {
     if (!m_Rows.IsAutomatic(row)) return m_Rows.GivenSize(row);
     if (m_bRowHeightFixed) return m_wMinRowHeight;
     const int estimate = m_nAverageRowHeight ? m_nAverageRowHeight : m_wMinRowHeight;
@@ -119,7 +119,7 @@ int CHTMLGrid::MeasureRow(HDC hdc, WORD row, bool bAsk, bool& bMeasured) {
     return given ? m_Rows.GivenSize(row) : height;
 }
 
-int CHTMLGrid::GetRowHeight(WORD row, bool bForce) {
+int CHTMLGridModel::GetRowHeight(WORD row, bool bForce) {
     if (row >= GetRowCount()) return 0;
     const bool estimated =
         m_bVirtual && !m_Rows.IsMeasured(row) && m_Rows.IsAutomatic(row) && !m_bRowHeightFixed;
@@ -127,7 +127,7 @@ int CHTMLGrid::GetRowHeight(WORD row, bool bForce) {
     return row < GetRowCount() ? m_Rows.Size(row) : 0;
 }
 
-void CHTMLGrid::RemeasureRow(WORD row) {
+void CHTMLGridModel::RemeasureRow(WORD row) {
     const MeasureContext hdc(m_hWnd);
     if (!hdc) return;
     bool measured = false;
@@ -136,7 +136,7 @@ void CHTMLGrid::RemeasureRow(WORD row) {
 }
 
 // A row has other cells, or another height given: the rest keeps what it has, until a bar comes or goes by it.
-void CHTMLGrid::RowChanged(WORD row) {
+void CHTMLGridModel::RowChanged(WORD row) {
     if (IsInUpdate()) {
         m_dwOwed |= kOwedRecalc;
     } else {
@@ -155,13 +155,13 @@ void CHTMLGrid::RowChanged(WORD row) {
 // --- Cells --------------------------------------------------------------------------------------------------------
 
 // What a cell's text has: from its margins to the right edge, which the line takes off.
-RECT CHTMLGrid::TextRect(WORD col, WORD row, const tagCELLINFO& cell) const {
+RECT CHTMLGridModel::TextRect(WORD col, WORD row, const tagCELLINFO& cell) const {
     const LONG line = HasVLines(col, row) ? 1 : 0;
     const RECT& margins = cell.rcMargins;
     return {margins.left, margins.top, m_Cols.Size(col) - margins.right - line, margins.top};
 }
 
-int CHTMLGrid::GetCellHeight(HDC hdc, WORD row, WORD col) {
+int CHTMLGridModel::GetCellHeight(HDC hdc, WORD row, WORD col) {
     if (row >= GetRowCount() || col >= GetColCount()) return 0;
     tagCELLINFO* cell = RequestCell(col, row);
     if (row >= GetRowCount() || col >= GetColCount()) return 0;
@@ -182,19 +182,19 @@ int CHTMLGrid::GetCellHeight(HDC hdc, WORD row, WORD col) {
     return std::max<int>(height, cell->wMinHeight ? cell->wMinHeight : m_wMinRowHeight);
 }
 
-tagDRAWITEMSTRUCT CHTMLGrid::DrawItem(HDC hdc, WORD col, WORD row, const RECT& rect,
-                                      const tagCELLINFO& cell) const {
+tagDRAWITEMSTRUCT CHTMLGridModel::DrawItem(HDC hdc, WORD col, WORD row, const RECT& rect,
+                                           const tagCELLINFO& cell) const {
     UINT state = IsCellSelected(col, row) ? GRID_ITEM_SELECTED : 0;
     if (IsLinkNavigationActive()) state |= GRID_ITEM_KEEP_COLORS;
     if (IsFloaterSelected()) state = 0;
     const auto id = static_cast<UINT>(GetDlgCtrlID());
-    return {0,    id,         HTMLGridCells::Key(col, row), 0, state, const_cast<CHTMLGrid*>(this), hdc,
-            rect, cell.dwData};
+    auto* grid = static_cast<CHTMLGrid*>(const_cast<CHTMLGridModel*>(this)); // every one is
+    return {0, id, HTMLGridCells::Key(col, row), 0, state, grid, hdc, rect, cell.dwData};
 }
 
 // --- The whole ----------------------------------------------------------------------------------------------------
 
-SIZE CHTMLGrid::WholeClient() const {
+SIZE CHTMLGridModel::WholeClient() const {
     RECT window{}, client{};
     GetWindowRect(&window);
     GetClientRect(&client);
@@ -202,7 +202,7 @@ SIZE CHTMLGrid::WholeClient() const {
             WithBar(window.bottom - window.top, client.bottom, GetSystemMetrics(SM_CYHSCROLL))};
 }
 
-void CHTMLGrid::TryClient(int width, int height) {
+void CHTMLGridModel::TryClient(int width, int height) {
     m_nClientWidth = std::max(width, 0);
     m_nClientHeight = std::max(height, 0);
     RecalcCols(m_nClientWidth);
@@ -212,7 +212,7 @@ void CHTMLGrid::TryClient(int width, int height) {
     RecalcRows();
 }
 
-void CHTMLGrid::FitBars() {
+void CHTMLGridModel::FitBars() {
     const SIZE whole = WholeClient();
     const bool own = HasOwnBars();
     const int bar = own && (m_dwShowBars & GRID_BAR_VERTICAL) ? GetSystemMetrics(SM_CXVSCROLL) : 0;
@@ -227,32 +227,33 @@ void CHTMLGrid::FitBars() {
     if (rowsFirst ? !colsFit() : !rowsFit()) TryClient(whole.cx - bar, whole.cy - flatBar);
 }
 
-void CHTMLGrid::RecalcGrid() {
+void CHTMLGridModel::RecalcGrid() {
     if (IsInUpdate()) {
         m_dwOwed |= kOwedRecalc;
         return;
     }
     if (!m_hWnd || m_bInRecalc) return;
     m_bInRecalc = true; // bars that come and go size the window
+    m_Cells.ForgetRefusals();
     FitBars();
     RecalcScreenCells();
     SetupScrollBars();
     m_bInRecalc = false;
 }
 
-void CHTMLGrid::RecalcMaxScrolls() {
+void CHTMLGridModel::RecalcMaxScrolls() {
     m_nMaxTop = MaxScroll(m_Rows.Total(), GetFixedRowsHeight(), m_nClientHeight);
     m_nMaxLeft = MaxScroll(m_Cols.Total(), GetFixedColsWidth(), m_nClientWidth);
     m_nTopPixel = std::clamp(m_nTopPixel, GetFixedRowsHeight(), m_nMaxTop);
     m_nLeftPixel = std::clamp(m_nLeftPixel, GetFixedColsWidth(), m_nMaxLeft);
 }
 
-void CHTMLGrid::RequestRow(WORD row) {
+void CHTMLGridModel::RequestRow(WORD row) {
     for (int col = 0; col < m_Cols.Count(); ++col) RequestCell(static_cast<WORD>(col), row);
 }
 
 // All rows that can be seen from the top pixel on.
-void CHTMLGrid::RequestView() {
+void CHTMLGridModel::RequestView() {
     for (WORD row = 0; row < m_wFixedRows; ++row) RequestRow(row);
     WORD row = GetTopRow();
     for (int y = RowToPixel(row); row < GetRowCount() && y < GetBottomPixel(); ++row) {
@@ -261,7 +262,7 @@ void CHTMLGrid::RequestView() {
     }
 }
 
-void CHTMLGrid::RecalcScreenCells() {
+void CHTMLGridModel::RecalcScreenCells() {
     if (IsInUpdate()) {
         m_dwOwed |= kOwedScreenCells;
         return;
@@ -276,25 +277,25 @@ void CHTMLGrid::RecalcScreenCells() {
         RecalcMaxScrolls();
     }
     if (m_bColsOwed && !m_bInRecalc)
-        RecalcGrid();
+        UpdateGrid(); // nothing that was painted has its place any more
     else if (m_Rows.Total() != total)
         UpdateScrollBars(GRID_BAR_VERTICAL);
 }
 
 // --- Scroll bars --------------------------------------------------------------------------------------------------
 
-void CHTMLGrid::SetShowScrollBars(DWORD bars) {
+void CHTMLGridModel::SetShowScrollBars(DWORD bars) {
     m_dwShowBars = bars;
     OfferBars();
 }
 
-void CHTMLGrid::SetExternalScrollBars(HWND hVertical, HWND hHorizontal) {
+void CHTMLGridModel::SetExternalScrollBars(HWND hVertical, HWND hHorizontal) {
     m_hVerticalBar = hVertical;
     m_hHorizontalBar = hHorizontal;
     OfferBars();
 }
 
-void CHTMLGrid::OfferBars() {
+void CHTMLGridModel::OfferBars() {
     const DWORD own = HasOwnBars() ? m_dwShowBars : 0;
     ShowScrollBar(SB_VERT, (own & GRID_BAR_VERTICAL) != 0);
     ShowScrollBar(SB_HORZ, (own & GRID_BAR_HORIZONTAL) != 0);
@@ -303,14 +304,14 @@ void CHTMLGrid::OfferBars() {
     UpdateGrid();
 }
 
-void CHTMLGrid::UpdateScrollBars(DWORD bars) {
+void CHTMLGridModel::UpdateScrollBars(DWORD bars) {
     if (bars & m_dwShowBars & GRID_BAR_VERTICAL)
         SetBar(m_hVerticalBar, SB_VERT, m_Rows.Total(), GetFixedRowsHeight(), m_nClientHeight, m_nTopPixel);
     if (bars & m_dwShowBars & GRID_BAR_HORIZONTAL)
         SetBar(m_hHorizontalBar, SB_HORZ, m_Cols.Total(), GetFixedColsWidth(), m_nClientWidth, m_nLeftPixel);
 }
 
-void CHTMLGrid::SetBar(HWND hBar, int bar, int total, int fixed, int client, int position) {
+void CHTMLGridModel::SetBar(HWND hBar, int bar, int total, int fixed, int client, int position) {
     const bool own = HasOwnBars();
     if (!m_hWnd || (!own && !hBar)) return;
     SCROLLINFO info{};

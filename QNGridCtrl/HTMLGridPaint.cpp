@@ -1,8 +1,9 @@
 // Painting of a grid into its retained picture, and from there to the screen: panes, cells, what lies behind them.
-#include "QNGridCtrl/HTMLGrid.h"
+#include "QNGridCtrl/HTMLGridScreen.h"
 #include "QNGridCtrl/gradients.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -18,18 +19,18 @@ int IndexAt(const HTMLGridAxis& axis, int from, int end, int shift, int pixel) {
 
 // --- The retained picture -----------------------------------------------------------------------------------------
 
-RECT CHTMLGrid::Client() const {
+RECT CHTMLGridScreen::Client() const {
     RECT client{};
     GetClientRect(&client);
     return client;
 }
 
-LRESULT CHTMLGrid::OnEraseBkgnd(HDC, bool& handled) {
+LRESULT CHTMLGridScreen::OnEraseBkgnd(HDC, bool& handled) {
     handled = true; // the picture covers all
     return 1;
 }
 
-LRESULT CHTMLGrid::OnPaint(bool& handled) {
+LRESULT CHTMLGridScreen::OnPaint(bool& handled) {
     handled = true;
     PAINTSTRUCT paint;
     const HDC hdc = BeginPaint(&paint);
@@ -44,8 +45,16 @@ LRESULT CHTMLGrid::OnPaint(bool& handled) {
     return 0;
 }
 
+LRESULT CHTMLGridScreen::OnSize(WPARAM type, int cx, int cy, bool& handled) {
+    CeWnd::OnSize(type, cx, cy, handled);
+    DestroyBitmapBuffer();
+    RecalcGrid();
+    Repaint();
+    return 0;
+}
+
 // False without memory, or without a client area.
-bool CHTMLGrid::HoldBuffer() {
+bool CHTMLGridScreen::HoldBuffer() {
     if (m_hBackBitmap) return true;
     const RECT client = Client();
     m_hBuffer = IsRectEmpty(&client) ? nullptr : CreateCompatibleDC(nullptr);
@@ -57,7 +66,13 @@ bool CHTMLGrid::HoldBuffer() {
     return true;
 }
 
-void CHTMLGrid::PaintBuffer(HDC hdc) {
+void CHTMLGridScreen::DestroyBitmapBuffer() {
+    if (m_hBuffer) DeleteDC(std::exchange(m_hBuffer, nullptr));
+    if (m_hBackBitmap) DeleteObject(std::exchange(m_hBackBitmap, nullptr));
+    m_bBufferValid = false;
+}
+
+void CHTMLGridScreen::PaintBuffer(HDC hdc) {
     if (m_pfnCustomPaint) m_pfnCustomPaint(hdc);
     switch (m_eUpdateKind) {
     case UPDATE_ALL:
@@ -79,14 +94,14 @@ void CHTMLGrid::PaintBuffer(HDC hdc) {
 }
 
 // Brings the picture up to date without showing it.
-bool CHTMLGrid::PrepareBuffer() {
+bool CHTMLGridScreen::PrepareBuffer() {
     if (!HoldBuffer()) return false;
     PaintBuffer(m_hBuffer);
     if (m_pfnCustomPaint) m_pfnCustomPaint(nullptr);
     return true;
 }
 
-void CHTMLGrid::CopyOut(HDC hdc) const {
+void CHTMLGridScreen::CopyOut(HDC hdc) const {
     const RECT client = Client();
     RECT box{}, part;
     const bool simple = GetClipBox(hdc, &box) == SIMPLEREGION && IntersectRect(&part, &box, &client);
@@ -97,13 +112,13 @@ void CHTMLGrid::CopyOut(HDC hdc) const {
 
 // --- Panes --------------------------------------------------------------------------------------------------------
 
-void CHTMLGrid::UpdateScreen(HDC hdc) {
+void CHTMLGridScreen::UpdateScreen(HDC hdc) {
     if (m_bBufferValid) return; // an exposed part is only copied
     RecalcMaxScrolls();
     PaintPart(hdc, Client());
 }
 
-std::array<HTMLGridPane, 4> CHTMLGrid::Panes() const {
+std::array<HTMLGridPane, 4> CHTMLGridScreen::Panes() const {
     const RECT client = Client();
     const int x = std::min<int>(GetFixedColsWidth(), client.right),
               y = std::min<int>(GetFixedRowsHeight(), client.bottom);
@@ -116,13 +131,13 @@ std::array<HTMLGridPane, 4> CHTMLGrid::Panes() const {
              {{x, y, client.right, client.bottom}, m_wFixedRows, rows, m_wFixedCols, cols, {dx, dy}, true}}};
 }
 
-void CHTMLGrid::ClipToPane(HDC hdc) const {
+void CHTMLGridScreen::ClipToPane(HDC hdc) const {
     SelectClipRgn(hdc, nullptr);
     IntersectClipRect(hdc, m_rcPane.left, m_rcPane.top, m_rcPane.right, m_rcPane.bottom);
 }
 
 // What comes out is what a paint of the whole would give there.
-void CHTMLGrid::PaintPart(HDC hdc, const RECT& part) {
+void CHTMLGridScreen::PaintPart(HDC hdc, const RECT& part) {
     m_rcUpdated = part;
     for (const HTMLGridPane& pane : Panes()) {
         if (!IntersectRect(&m_rcPane, &pane.rect, &part)) continue;
@@ -135,7 +150,7 @@ void CHTMLGrid::PaintPart(HDC hdc, const RECT& part) {
 }
 
 // Cells from the left edge of the pane on, since one may reach over its neighbours. Floaters come behind all of them.
-void CHTMLGrid::PaintPane(HDC hdc, const HTMLGridPane& pane, const RECT& box) {
+void CHTMLGridScreen::PaintPane(HDC hdc, const HTMLGridPane& pane, const RECT& box) {
     const int firstRow = IndexAt(m_Rows, pane.firstRow, pane.endRow, pane.shift.cy, box.top);
     const int firstCol = IndexAt(m_Cols, pane.firstCol, pane.endCol, pane.shift.cx, pane.rect.left);
     const bool floaters = pane.floaters && m_Floaters.Count() > 0;
@@ -159,7 +174,7 @@ void CHTMLGrid::PaintPane(HDC hdc, const HTMLGridPane& pane, const RECT& box) {
     }
 }
 
-void CHTMLGrid::DrawBackground(HDC hdc, const RECT& box) const {
+void CHTMLGridScreen::DrawBackground(HDC hdc, const RECT& box) const {
     if (HasGradientGround(m_crBack))
         DrawWindowGradient(hdc);
     else
@@ -167,7 +182,7 @@ void CHTMLGrid::DrawBackground(HDC hdc, const RECT& box) const {
 }
 
 // From white on top to a shade at the bottom of the client area.
-void CHTMLGrid::DrawWindowGradient(HDC hdc) const {
+void CHTMLGridScreen::DrawWindowGradient(HDC hdc) const {
     int r, g, b;
     const COLORREF shade = SetGradientColor(m_crBack, r, g, b, kGroundShade);
     GradientFillRectEx(hdc, Client(), m_crBack, shade, kGroundSteps, false);
@@ -176,7 +191,7 @@ void CHTMLGrid::DrawWindowGradient(HDC hdc) const {
 // --- Cells --------------------------------------------------------------------------------------------------------
 
 // What the owner hasn't painted: ground, lines, text. A negative right margin reaches over the next cells.
-void CHTMLGrid::OnCellDraw(HDC hdc, WORD row, WORD col, const RECT& rect) {
+void CHTMLGridScreen::OnCellDraw(HDC hdc, WORD row, WORD col, const RECT& rect) {
     tagCELLINFO* cell = m_Cells.Find(col, row);
     if (!cell) return DrawNoCell(hdc, row, col, rect);
     const bool fixed = IsFixed(col, row);
@@ -202,13 +217,13 @@ void CHTMLGrid::OnCellDraw(HDC hdc, WORD row, WORD col, const RECT& rect) {
     ClipToPane(hdc);
 }
 
-void CHTMLGrid::DrawNoCell(HDC hdc, WORD row, WORD col, RECT rect) const {
+void CHTMLGridScreen::DrawNoCell(HDC hdc, WORD row, WORD col, RECT rect) const {
     const bool selected = IsCellSelected(col, row) && !IsFloaterSelected() && !IsLinkNavigationActive();
     DrawGround(hdc, rect, selected, IsFixed(col, row) ? m_crFixedBack : m_crBack);
     DrawLines(hdc, row, col, rect);
 }
 
-void CHTMLGrid::DrawGround(HDC hdc, const RECT& rect, bool bSelected, COLORREF color) const {
+void CHTMLGridScreen::DrawGround(HDC hdc, const RECT& rect, bool bSelected, COLORREF color) const {
     if (bSelected)
         FillRect(hdc, &rect, m_hSelBrush);
     else if (!HasGradientGround(color))
@@ -216,7 +231,7 @@ void CHTMLGrid::DrawGround(HDC hdc, const RECT& rect, bool bSelected, COLORREF c
 }
 
 // Along the right and the bottom edge; the rectangle is left without them.
-void CHTMLGrid::DrawLines(HDC hdc, WORD row, WORD col, RECT& rect) const {
+void CHTMLGridScreen::DrawLines(HDC hdc, WORD row, WORD col, RECT& rect) const {
     const int width = rect.right - rect.left, height = rect.bottom - rect.top;
     if (HasVLines(col, row)) PaintRect(hdc, --rect.right, rect.top, 1, height, m_crLines);
     if (HasHLines(col, row)) PaintRect(hdc, rect.left, --rect.bottom, width, 1, m_crLines);

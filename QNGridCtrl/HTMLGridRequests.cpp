@@ -1,5 +1,5 @@
-// A grid and its owner: cells and images asked for, notifications told.
-#include "QNGridCtrl/HTMLGrid.h"
+// A grid and its owner: cells and images asked for, records for what it is told.
+#include "QNGridCtrl/HTMLGridModel.h"
 
 #include "NorvoTools/globals.h"
 #include "Platform/imaging.h"
@@ -7,7 +7,7 @@
 
 #include <string_view>
 
-tagNM_GRIDVIEW CHTMLGrid::ViewOf(WORD col, WORD row, UINT code) const {
+tagNM_GRIDVIEW CHTMLGridModel::ViewOf(WORD col, WORD row, UINT code) const {
     tagNM_GRIDVIEW view{};
     view.hdr = {m_hWnd, static_cast<ULONG_PTR>(GetDlgCtrlID()), code};
     view.wRow = row;
@@ -15,39 +15,38 @@ tagNM_GRIDVIEW CHTMLGrid::ViewOf(WORD col, WORD row, UINT code) const {
     return view;
 }
 
-LRESULT CHTMLGrid::NotifyOwner(tagNM_GRIDVIEW& view) const {
+LRESULT CHTMLGridModel::NotifyOwner(tagNM_GRIDVIEW& view) const {
     return ::SendMessageW(Owner(), WM_NOTIFY, view.hdr.idFrom, reinterpret_cast<LPARAM>(&view));
 }
 
-LRESULT CHTMLGrid::AskOwner(UINT message, tagNM_GRIDVIEW& view) const {
+LRESULT CHTMLGridModel::AskOwner(UINT message, tagNM_GRIDVIEW& view) const {
     view.hdr.code = message;
     return ::SendMessageW(Owner(), message, 0, reinterpret_cast<LPARAM>(&view));
 }
 
-LRESULT CHTMLGrid::OnHotspotNotify(tagNM_GRIDVIEW& view) { return NotifyOwner(view); }
-
 // --- Cells --------------------------------------------------------------------------------------------------------
 
-tagCELLINFO* CHTMLGrid::RequestCell(WORD col, WORD row) {
+tagCELLINFO* CHTMLGridModel::RequestCell(WORD col, WORD row) {
     tagCELLINFO* cell = m_Cells.Find(col, row);
-    return cell ? cell : AskForCell(col, row);
+    return cell || m_Cells.IsRefused(col, row) ? cell : AskForCell(col, row);
 }
 
 // The cell with what the owner answers; null, and what is there stays, without text.
-tagCELLINFO* CHTMLGrid::AskForCell(WORD col, WORD row) {
+tagCELLINFO* CHTMLGridModel::AskForCell(WORD col, WORD row) {
     tagNM_GRIDCELL ask{};
     ask.hdr = {m_hWnd, HTMLGridCells::Key(col, row), GRIDM_CELL};
     ask.dwRowID = GetRowUserID(row);
     ask.wColWidth = ask.wRowHeight = HTMLGridAxis::kAutomatic;
     ask.FontQuality = m_FontQuality;
     ::SendMessageW(Owner(), GRIDM_CELL, 0, reinterpret_cast<LPARAM>(&ask));
-    if (!ask.pszText || col >= GetColCount() || row >= GetRowCount()) return nullptr;
+    if (col >= GetColCount() || row >= GetRowCount()) return nullptr;
+    if (!ask.pszText) return m_Cells.Refuse(col, row), nullptr;
     tagCELLINFO* cell = m_Cells.Make(col, row);
     if (cell) Fill(*cell, col, row, ask);
     return cell;
 }
 
-void CHTMLGrid::Fill(tagCELLINFO& cell, WORD col, WORD row, const tagNM_GRIDCELL& answer) {
+void CHTMLGridModel::Fill(tagCELLINFO& cell, WORD col, WORD row, const tagNM_GRIDCELL& answer) {
     if (answer.wColWidth != HTMLGridAxis::kAutomatic && answer.wColWidth != m_Cols.GivenSize(col)) {
         m_Cols.GiveSize(col, answer.wColWidth);
         m_bColsOwed = true;
@@ -63,7 +62,7 @@ void CHTMLGrid::Fill(tagCELLINFO& cell, WORD col, WORD row, const tagNM_GRIDCELL
     ParseCell(cell, answer.pszText, answer.FontQuality);
 }
 
-bool CHTMLGrid::ReadFloaterText(WORD col, WORD row, DWORD id, CHTMLParser& text) {
+bool CHTMLGridModel::ReadFloaterText(WORD col, WORD row, DWORD id, CHTMLParser& text) {
     tagNM_GRIDVIEW view = ViewOf(col, row, GRIDM_FLOATER_TEXT);
     view.dwData = id;
     AskOwner(GRIDM_FLOATER_TEXT, view);
@@ -72,50 +71,28 @@ bool CHTMLGrid::ReadFloaterText(WORD col, WORD row, DWORD id, CHTMLParser& text)
     return text.SetHTML(view.pszText) && text.ParseHTML(m_hWnd) != 0;
 }
 
-// --- Notifications to the grid ------------------------------------------------------------------------------------
-
-LRESULT CHTMLGrid::OnNotify(int, NMHDR* header, bool& handled) {
-    handled = true;
-    switch (header->code) {
-    case HTMLN_IMAGE:
-        return OnInlineImageNotify(*reinterpret_cast<tagNM_IMAGENOTIFY*>(header));
-    case GRIDN_HOT_SPOT:
-        return OnHotspotNotify(*reinterpret_cast<tagNM_GRIDVIEW*>(header));
-    case GRIDN_CLICK:
-        return OnClick(*reinterpret_cast<tagNM_GRIDVIEW*>(header));
-    default:
-        handled = false;
-        return 0;
-    }
-}
-
 // --- Images -------------------------------------------------------------------------------------------------------
 
-bool CHTMLGrid::OnInlineImageNotify(tagNM_IMAGENOTIFY& image) {
-    image.pImage = m_Images.Find({image.pszSource, image.hdr.idFrom}, image.bFromResource);
-    return image.pImage != nullptr;
-}
-
-HBITMAP CHTMLGrid::AddBitmapToCache(LPCWSTR pszName, int length, bool bSwatch) {
+HBITMAP CHTMLGridModel::AddBitmapToCache(LPCWSTR pszName, int length, bool bSwatch) {
     const std::u16string_view name(pszName, static_cast<std::size_t>(length));
     return bSwatch ? m_Images.Swatch(name, ParseImageSource(name, MAX_PATH).number)
                    : m_Images.BitmapFile(name);
 }
 
-void CHTMLGrid::ClearBitmapCache() {
+void CHTMLGridModel::ClearBitmapCache() {
     m_Cells.ForEach([](tagCELLINFO& cell) { cell.ForgetImages(); });
     m_Floaters.ForEach([](tagFLOATERINFO& floater) { floater.Text.ForgetImages(); });
     m_Images.Clear();
 }
 
-HBITMAP CHTMLGrid::BitmapOfFile(LPCWSTR pszPath) { return SHLoadImageFile(pszPath); }
+HBITMAP CHTMLGridModel::BitmapOfFile(LPCWSTR pszPath) { return SHLoadImageFile(pszPath); }
 
-HBITMAP CHTMLGrid::BitmapOfResource(HINSTANCE hInstance, WORD wId) {
+HBITMAP CHTMLGridModel::BitmapOfResource(HINSTANCE hInstance, WORD wId) {
     return LoadBitmapW(hInstance, MAKEINTRESOURCEW(wId));
 }
 
 // Icon on the colour that is left out.
-HBITMAP CHTMLGrid::BitmapOfIcon(HINSTANCE hInstance, WORD wId) {
+HBITMAP CHTMLGridModel::BitmapOfIcon(HINSTANCE hInstance, WORD wId) {
     const HICON icon = LoadIconW(hInstance, MAKEINTRESOURCEW(wId));
     if (!icon) return nullptr;
     const int side = static_cast<int>(g_HIDPI_IconPixels);
@@ -131,7 +108,7 @@ HBITMAP CHTMLGrid::BitmapOfIcon(HINSTANCE hInstance, WORD wId) {
     return bitmap;
 }
 
-HBITMAP CHTMLGrid::BitmapOfSwatch(DWORD number) {
+HBITMAP CHTMLGridModel::BitmapOfSwatch(DWORD number) {
     const LRESULT answer = ::SendMessageW(Owner(), GRIDM_SWATCH, reinterpret_cast<WPARAM>(m_hWnd),
                                           static_cast<LPARAM>(ULONG_PTR{number}));
     return reinterpret_cast<HBITMAP>(answer);

@@ -1,5 +1,5 @@
 // Scrolling: by pixels, rows and pages, by the bars, by fingers, at the edges during a drag.
-#include "QNGridCtrl/HTMLGrid.h"
+#include "QNGridCtrl/HTMLGridScreen.h"
 
 #include <algorithm>
 #include <climits>
@@ -26,11 +26,18 @@ int StepFrom(const HTMLGridAxis& axis, int pixel, int first, int count) {
     return index;
 }
 
+// The scroll position that shows `size` pixels at `start` of a view that goes from `scroll` on, moved as little as
+// it takes; the start wins.
+int Shown(int scroll, int view, int start, int size) {
+    if (start + size > scroll + view) scroll = start + size - view;
+    return std::min(scroll, start);
+}
+
 } // namespace
 
 // --- The position -------------------------------------------------------------------------------------------------
 
-bool CHTMLGrid::MoveTo(int left, int top, int overscroll) {
+bool CHTMLGridScreen::MoveTo(int left, int top, int overscroll) {
     const int formerLeft = m_nLeftPixel, formerTop = m_nTopPixel, former = m_nOverscroll;
     if (left == formerLeft && top == formerTop && overscroll == former) return false;
     m_nLeftPixel = left;
@@ -47,7 +54,7 @@ bool CHTMLGrid::MoveTo(int left, int top, int overscroll) {
     return true;
 }
 
-void CHTMLGrid::UpdateParentWithScrollingPosition(bool bVertical) {
+void CHTMLGridScreen::UpdateParentWithScrollingPosition(bool bVertical) {
     const int position = bVertical ? m_nTopPixel + m_nOverscroll : m_nLeftPixel;
     int& told = bVertical ? m_nToldTop : m_nToldLeft;
     if (std::exchange(told, position) != position)
@@ -56,7 +63,7 @@ void CHTMLGrid::UpdateParentWithScrollingPosition(bool bVertical) {
 
 // --- Pixels -------------------------------------------------------------------------------------------------------
 
-bool CHTMLGrid::ScrollByPixelUp(int pixels, bool bNoClamp, bool bTouch) {
+bool CHTMLGridScreen::ScrollByPixelUp(int pixels, bool bNoClamp, bool bTouch) {
     const int least = GetFixedRowsHeight();
     if (pixels <= 0 || (!bTouch && m_nTopPixel <= least && m_nOverscroll == 0)) return false;
     const int back = std::clamp(m_nOverscroll, 0, pixels);
@@ -68,7 +75,7 @@ bool CHTMLGrid::ScrollByPixelUp(int pixels, bool bNoClamp, bool bTouch) {
     return MoveTo(m_nLeftPixel, top, overscroll);
 }
 
-bool CHTMLGrid::ScrollByPixelDown(int pixels, bool bNoClamp, bool bTouch) {
+bool CHTMLGridScreen::ScrollByPixelDown(int pixels, bool bNoClamp, bool bTouch) {
     if (pixels <= 0 || (!bTouch && m_nTopPixel >= m_nMaxTop && m_nOverscroll == 0)) return false;
     const int back = std::clamp(-m_nOverscroll, 0, pixels);
     int overscroll = m_nOverscroll + back;
@@ -81,88 +88,113 @@ bool CHTMLGrid::ScrollByPixelDown(int pixels, bool bNoClamp, bool bTouch) {
     return MoveTo(m_nLeftPixel, top, overscroll);
 }
 
-bool CHTMLGrid::ScrollByPixelLeft(int pixels) {
+bool CHTMLGridScreen::ScrollByPixelLeft(int pixels) {
     return pixels > 0 && MoveTo(std::max(m_nLeftPixel - pixels, GetFixedColsWidth()), m_nTopPixel);
 }
 
-bool CHTMLGrid::ScrollByPixelRight(int pixels) {
+bool CHTMLGridScreen::ScrollByPixelRight(int pixels) {
     const LONGLONG wanted = LONGLONG{m_nLeftPixel} + pixels;
     return pixels > 0 && MoveTo(static_cast<int>(std::min<LONGLONG>(wanted, m_nMaxLeft)), m_nTopPixel);
 }
 
 // --- Rows, columns, pages -----------------------------------------------------------------------------------------
 
-bool CHTMLGrid::ScrollByRowUp(WORD rows, bool bSelect) {
+bool CHTMLGridScreen::ScrollByRowUp(WORD rows, bool bSelect) {
     const int row = StepFrom(m_Rows, m_nTopPixel, m_wFixedRows, -rows);
     const bool moved = ScrollByPixelUp(m_nTopPixel - m_Rows.Before(row));
     if (moved && bSelect) SetRow(GetTopRow());
     return moved;
 }
 
-bool CHTMLGrid::ScrollByRowDown(WORD rows, bool bSelect) {
+bool CHTMLGridScreen::ScrollByRowDown(WORD rows, bool bSelect) {
     const int row = StepFrom(m_Rows, m_nTopPixel, m_wFixedRows, rows);
     const bool moved = ScrollByPixelDown(m_Rows.Before(row) - m_nTopPixel);
     if (moved && bSelect) SetRow(GetTopRow());
     return moved;
 }
 
-bool CHTMLGrid::ScrollByColLeft(WORD cols) {
+bool CHTMLGridScreen::ScrollByColLeft(WORD cols) {
     return ScrollByPixelLeft(m_nLeftPixel -
                              m_Cols.Before(StepFrom(m_Cols, m_nLeftPixel, m_wFixedCols, -cols)));
 }
 
-bool CHTMLGrid::ScrollByColRight(WORD cols) {
+bool CHTMLGridScreen::ScrollByColRight(WORD cols) {
     return ScrollByPixelRight(m_Cols.Before(StepFrom(m_Cols, m_nLeftPixel, m_wFixedCols, cols)) -
                               m_nLeftPixel);
 }
 
-bool CHTMLGrid::ScrollByPageUp() { return ScrollByPixelUp(m_nClientHeight - GetFixedRowsHeight()); }
-bool CHTMLGrid::ScrollByPageDown() { return ScrollByPixelDown(m_nClientHeight - GetFixedRowsHeight()); }
-bool CHTMLGrid::ScrollByPageLeft() { return ScrollByPixelLeft(m_nClientWidth - GetFixedColsWidth()); }
-bool CHTMLGrid::ScrollByPageRight() { return ScrollByPixelRight(m_nClientWidth - GetFixedColsWidth()); }
+bool CHTMLGridScreen::ScrollByPageUp() { return ScrollByPixelUp(m_nClientHeight - GetFixedRowsHeight()); }
+bool CHTMLGridScreen::ScrollByPageDown() { return ScrollByPixelDown(m_nClientHeight - GetFixedRowsHeight()); }
+bool CHTMLGridScreen::ScrollByPageLeft() { return ScrollByPixelLeft(m_nClientWidth - GetFixedColsWidth()); }
+bool CHTMLGridScreen::ScrollByPageRight() { return ScrollByPixelRight(m_nClientWidth - GetFixedColsWidth()); }
 
-bool CHTMLGrid::ScrollToTop() { return MoveTo(m_nLeftPixel, GetFixedRowsHeight(), 0); }
+bool CHTMLGridScreen::ScrollToTop() { return MoveTo(m_nLeftPixel, GetFixedRowsHeight(), 0); }
 
 // Rows that are measured on the way move the end.
-bool CHTMLGrid::ScrollToBottom() {
+bool CHTMLGridScreen::ScrollToBottom() {
     bool moved = false;
     for (int i = 0; i < kMostTries && MoveTo(m_nLeftPixel, m_nMaxTop, 0); ++i) moved = true;
     return moved;
 }
 
-bool CHTMLGrid::ScrollToLeft() { return MoveTo(GetFixedColsWidth(), m_nTopPixel); }
-bool CHTMLGrid::ScrollToRight() { return MoveTo(m_nMaxLeft, m_nTopPixel); }
+bool CHTMLGridScreen::ScrollToLeft() { return MoveTo(GetFixedColsWidth(), m_nTopPixel); }
+bool CHTMLGridScreen::ScrollToRight() { return MoveTo(m_nMaxLeft, m_nTopPixel); }
+
+void CHTMLGridScreen::SetTopRow(WORD row) {
+    if (row < GetRowCount()) MoveTo(m_nLeftPixel, RowToPixel(row));
+}
+
+void CHTMLGridScreen::SetLeftCol(WORD col) {
+    if (col < GetColCount()) MoveTo(ColumnToPixel(col), m_nTopPixel);
+}
+
+bool CHTMLGridScreen::MakeCellVisible(WORD col, WORD row) {
+    if (col >= GetColCount() || row >= GetRowCount()) return false;
+    int left = m_nLeftPixel, top = m_nTopPixel;
+    if (row >= m_wFixedRows) {
+        const int height = GetRowHeight(row);
+        top = Shown(top, m_nClientHeight - GetFixedRowsHeight(), RowToPixel(row), height);
+    }
+    if (col >= m_wFixedCols)
+        left = Shown(left, m_nClientWidth - GetFixedColsWidth(), ColumnToPixel(col), GetColWidth(col));
+    return MoveTo(left, top);
+}
 
 // --- Bars ---------------------------------------------------------------------------------------------------------
 
 // Where that bar is: the grid's own, or the window in its place. False when there is no such window.
-bool CHTMLGrid::FindBar(int bar, HWND& hBar, int& number) const {
+bool CHTMLGridScreen::FindBar(int bar, HWND& hBar, int& number) const {
     hBar = HasOwnBars() ? m_hWnd : bar == SB_VERT ? m_hVerticalBar : m_hHorizontalBar;
     number = HasOwnBars() ? bar : SB_CTL;
     return hBar != nullptr;
 }
 
-bool CHTMLGrid::GetScrollInfoEx(int bar, SCROLLINFO& info) const {
+bool CHTMLGridScreen::GetScrollInfoEx(int bar, SCROLLINFO& info) const {
     HWND hBar;
     int number;
     return FindBar(bar, hBar, number) && ::GetScrollInfo(hBar, number, &info);
 }
 
-int CHTMLGrid::SetScrollInfoEx(int bar, const SCROLLINFO& info) {
+int CHTMLGridScreen::SetScrollInfoEx(int bar, const SCROLLINFO& info) {
     HWND hBar;
     int number;
     return FindBar(bar, hBar, number) ? ::SetScrollInfo(hBar, number, &info, TRUE) : 0;
 }
 
-LRESULT CHTMLGrid::OnHScroll(UINT code, int) { return OnBar(SB_HORZ, code); }
-
-LRESULT CHTMLGrid::OnVScroll(UINT code, int) {
-    if (code == SB_THUMBTRACK || code == SB_THUMBPOSITION) ShowScrollTip();
-    if (code == SB_ENDSCROLL && m_pScrollTip) m_pScrollTip->HideToolTip();
-    return OnBar(SB_VERT, code);
+bool CHTMLGridScreen::SetBarsScrollMode(WORD mode) {
+    if (mode > GRID_SCROLL_CURRENT) return false;
+    m_nBarsScrollMode = mode;
+    return true;
 }
 
-bool CHTMLGrid::OnBar(int bar, UINT code) {
+bool CHTMLGridScreen::OnBar(int bar, UINT code) {
+    const bool thumb = code == SB_THUMBTRACK || code == SB_THUMBPOSITION;
+    if (bar == SB_VERT && thumb) ShowScrollTip();
+    if (bar == SB_VERT && code == SB_ENDSCROLL && m_pScrollTip) m_pScrollTip->HideToolTip();
+    return ScrollByBar(bar, code);
+}
+
+bool CHTMLGridScreen::ScrollByBar(int bar, UINT code) {
     const bool vertical = bar == SB_VERT;
     switch (code) {
     case SB_LINEUP:
@@ -186,7 +218,7 @@ bool CHTMLGrid::OnBar(int bar, UINT code) {
     }
 }
 
-bool CHTMLGrid::ScrollByArrow(int bar, int step) {
+bool CHTMLGridScreen::ScrollByArrow(int bar, int step) {
     const bool page = m_nBarsScrollMode == GRID_SCROLL_PAGE;
     if (bar == SB_HORZ) {
         if (page) return step < 0 ? ScrollByPageLeft() : ScrollByPageRight();
@@ -198,7 +230,7 @@ bool CHTMLGrid::ScrollByArrow(int bar, int step) {
 }
 
 // The row that is current moves by one and comes into view; nothing is selected any more. At the ends it stays.
-bool CHTMLGrid::StepCurrentRow(int step) {
+bool CHTMLGridScreen::StepCurrentRow(int step) {
     const int row = m_wCurRow == GRID_NONE ? m_wFixedRows : m_wCurRow + step;
     if (row < m_wFixedRows || row >= GetRowCount()) return false;
     EmptySelection();
@@ -208,7 +240,7 @@ bool CHTMLGrid::StepCurrentRow(int step) {
 }
 
 // The thumb at its end is the end; the last row doesn't leave the view upwards.
-bool CHTMLGrid::ScrollToThumb(int bar) {
+bool CHTMLGridScreen::ScrollToThumb(int bar) {
     SCROLLINFO info{};
     info.cbSize = sizeof info;
     info.fMask = SIF_RANGE | SIF_TRACKPOS;
@@ -224,7 +256,7 @@ bool CHTMLGrid::ScrollToThumb(int bar) {
 
 // --- The tip of the vertical bar ----------------------------------------------------------------------------------
 
-void CHTMLGrid::SetScrollTip(bool bOn) {
+void CHTMLGridScreen::SetScrollTip(bool bOn) {
     if (!bOn)
         m_pScrollTip.reset();
     else if (!m_pScrollTip)
@@ -232,7 +264,7 @@ void CHTMLGrid::SetScrollTip(bool bOn) {
 }
 
 // Over the right edge, as high as the thumb stands, with what the owner says of the row that it would bring to the top.
-void CHTMLGrid::ShowScrollTip() {
+void CHTMLGridScreen::ShowScrollTip() {
     SCROLLINFO info{};
     info.cbSize = sizeof info;
     info.fMask = SIF_RANGE | SIF_TRACKPOS;
@@ -250,7 +282,7 @@ void CHTMLGrid::ShowScrollTip() {
 
 // --- Fingers ------------------------------------------------------------------------------------------------------
 
-void CHTMLGrid::SetTouchScrolling(bool bOn) {
+void CHTMLGridScreen::SetTouchScrolling(bool bOn) {
     m_bTouchScrolling = bOn;
     if (bOn)
         m_Kinetic.Start(m_hWnd);
@@ -258,64 +290,57 @@ void CHTMLGrid::SetTouchScrolling(bool bOn) {
         m_Kinetic.Stop();
 }
 
-void CHTMLGrid::EndTouchScroll() {
+void CHTMLGridScreen::EndTouchScroll() {
     m_Kinetic.Release();
     if (!m_Kinetic.IsStarted()) MoveTo(m_nLeftPixel, m_nTopPixel, 0);
 }
 
-LRESULT CHTMLGrid::OnDestroy(bool&) {
+LRESULT CHTMLGridScreen::OnDestroy(bool&) {
     m_Kinetic.Stop();
     m_pScrollTip.reset();
     if (m_hSlideBitmap) DeleteObject(std::exchange(m_hSlideBitmap, nullptr));
     return 0;
 }
 
-LRESULT CHTMLGrid::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) {
-    handled = true;
+bool CHTMLGridScreen::OnScrollMessage(UINT msg, int pixels) {
     switch (msg) {
     case GRIDM_SCROLL_DOWN:
-        return ScrollByPixelDown(LOWORD(lParam));
+        ScrollByPixelDown(pixels);
+        return true;
     case GRIDM_SCROLL_UP:
-        return ScrollByPixelUp(LOWORD(lParam));
+        ScrollByPixelUp(pixels);
+        return true;
     case GRIDM_SCROLL_LEFT:
-        return ScrollByPixelLeft(LOWORD(lParam));
+        ScrollByPixelLeft(pixels);
+        return true;
     case GRIDM_SCROLL_RIGHT:
-        return ScrollByPixelRight(LOWORD(lParam));
-    case WM_HSCROLL:
-        return OnHScroll(LOWORD(wParam), HIWORD(wParam));
-    case WM_VSCROLL:
-        return OnVScroll(LOWORD(wParam), HIWORD(wParam));
+        ScrollByPixelRight(pixels);
+        return true;
     default:
-        handled = false;
-        return OnInputMessage(msg, wParam, lParam, handled);
+        return false;
     }
 }
 
 // --- At the edges -------------------------------------------------------------------------------------------------
 
-void CHTMLGrid::StartAutoScroll(DWORD directions) {
+void CHTMLGridScreen::StartAutoScroll(DWORD directions) {
     if (!m_bAllowAutoScroll) return;
     if (std::exchange(m_dwAutoScroll, directions) == 0) SetTimer(kAutoScrollTimer, kAutoScrollPeriod);
 }
 
-void CHTMLGrid::StopAutoScroll() {
+void CHTMLGridScreen::StopAutoScroll() {
     if (std::exchange(m_dwAutoScroll, 0) != 0) KillTimer(kAutoScrollTimer);
 }
 
-void CHTMLGrid::AutoScroll() {
+void CHTMLGridScreen::AutoScroll() {
     if (m_dwAutoScroll & GRID_TO_TOP) ScrollByRowUp(1);
     if (m_dwAutoScroll & GRID_TO_BOTTOM) ScrollByRowDown(1);
     if (m_dwAutoScroll & GRID_TO_LEFT) ScrollByColLeft(1);
     if (m_dwAutoScroll & GRID_TO_RIGHT) ScrollByColRight(1);
 }
 
-LRESULT CHTMLGrid::OnTimer(WPARAM id, bool& handled) {
-    handled = id == kAutoScrollTimer;
-    if (handled) {
-        AutoScroll();
-        OnAutoScrolled();
-    } else {
-        handled = OnInputTimer(id);
-    }
-    return 0;
+bool CHTMLGridScreen::OnScrollTimer(WPARAM id) {
+    if (id != kAutoScrollTimer) return false;
+    AutoScroll();
+    return true;
 }

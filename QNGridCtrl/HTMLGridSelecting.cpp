@@ -1,15 +1,17 @@
 // The selection of a grid and its current cell.
-#include "QNGridCtrl/HTMLGrid.h"
+#include "QNGridCtrl/HTMLGridModel.h"
 
 #include <algorithm>
 
-HTMLGridSelectionRules CHTMLGrid::SelectionRules() const {
+HTMLGridSelectionRules CHTMLGridModel::SelectionRules() const {
     return {m_wSelectionMode, m_bMultiSelect, m_bRowSelect, GetColCount(),
             GetRowCount(),    m_wFixedCols,   m_wFixedRows};
 }
 
-bool CHTMLGrid::SetSelection(WORD left, WORD top, WORD right, WORD bottom) {
+bool CHTMLGridModel::SetSelection(WORD left, WORD top, WORD right, WORD bottom) {
+    const HWND self = m_hWnd;
     if (m_hEdit) ::SendMessageW(m_hEdit, WM_CANCELMODE, 0, 0); // ends it
+    if (self && !::IsWindow(self)) return false;               // the owner has ended the grid for it
     const HTMLGridSelectionRules rules = SelectionRules();
     if (rules.mode == GRID_SELECT_NOTHING || rules.rows == 0 || rules.cols == 0) return false;
     const HTMLGridSelection former = m_Selection;
@@ -22,43 +24,43 @@ bool CHTMLGrid::SetSelection(WORD left, WORD top, WORD right, WORD bottom) {
     return true;
 }
 
-void CHTMLGrid::pvt_SetSelection(const HTMLGridSelection& bounds) {
+void CHTMLGridModel::pvt_SetSelection(const HTMLGridSelection& bounds) {
     const HTMLGridSelectionRules rules = SelectionRules();
     m_Selection = rules.Apply(bounds);
     m_wCurRow = m_Selection.bottom;
     m_wCurCol = rules.SelectsRows() ? m_wColInRowSelect : m_Selection.right;
 }
 
-void CHTMLGrid::GetSelection(WORD& left, WORD& top, WORD& right, WORD& bottom) const {
+void CHTMLGridModel::GetSelection(WORD& left, WORD& top, WORD& right, WORD& bottom) const {
     left = m_Selection.left;
     top = m_Selection.top;
     right = m_Selection.right;
     bottom = m_Selection.bottom;
 }
 
-void CHTMLGrid::EmptySelection() {
+void CHTMLGridModel::EmptySelection() {
     if (m_Selection.IsEmpty() && !m_pCurFloater) return;
     m_Selection = {};
     m_pCurFloater = nullptr;
     RequestUpdate(UPDATE_SELECTION);
 }
 
-void CHTMLGrid::SetRow(WORD row) {
+void CHTMLGridModel::SetRow(WORD row) {
     const WORD col = m_wCurCol < GetColCount() ? m_wCurCol : m_wFixedCols;
     if (row < GetRowCount()) SetSelection(col, row, col, row);
 }
 
-void CHTMLGrid::SetCol(WORD col) {
+void CHTMLGridModel::SetCol(WORD col) {
     const WORD row = m_wCurRow < GetRowCount() ? m_wCurRow : m_wFixedRows;
     if (col < GetColCount()) SetSelection(col, row, col, row);
 }
 
-void CHTMLGrid::SetRowSelect(bool bRows) {
+void CHTMLGridModel::SetRowSelect(bool bRows) {
     m_bRowSelect = bRows;
     Repaint();
 }
 
-bool CHTMLGrid::SetSelectionMode(WORD mode) {
+bool CHTMLGridModel::SetSelectionMode(WORD mode) {
     if (mode > GRID_SELECT_NOTHING) return false;
     m_wSelectionMode = mode;
     return true;

@@ -1,5 +1,5 @@
 // Views that slide in: the picture of before goes out as the new one comes in.
-#include "QNGridCtrl/HTMLGrid.h"
+#include "QNGridCtrl/HTMLGridScreen.h"
 
 #include <algorithm>
 #include <utility>
@@ -43,19 +43,19 @@ void SlideOver(RECT rect, HBITMAP from, HBITMAP to, bool bForward) {
 
 } // namespace
 
-void CHTMLGrid::SlideViewBefore() {
+void CHTMLGridScreen::SlideViewBefore() {
     if (m_hSlideBitmap) DeleteObject(m_hSlideBitmap);
     m_hSlideBitmap = CopyOfScreen(OnScreen(m_hWnd));
     ShowWindow(SW_HIDE);
 }
 
-void CHTMLGrid::SlideViewAfter(bool bForward) {
+void CHTMLGridScreen::SlideViewAfter(bool bForward) {
     if (PrepareBuffer()) SlideOver(OnScreen(m_hWnd), m_hSlideBitmap, m_hBackBitmap, bForward);
     if (m_hSlideBitmap) DeleteObject(std::exchange(m_hSlideBitmap, nullptr));
     ShowWindow(SW_SHOW);
 }
 
-void CHTMLGrid::Slide(CHTMLGrid& other, bool bForward) {
+void CHTMLGridScreen::Slide(CHTMLGridScreen& other, bool bForward) {
     const bool painted = PrepareBuffer() && other.PrepareBuffer();
     ShowWindow(SW_HIDE);
     if (painted) SlideOver(OnScreen(m_hWnd), m_hBackBitmap, other.m_hBackBitmap, bForward);

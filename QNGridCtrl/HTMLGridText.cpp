@@ -1,5 +1,5 @@
 // The cells of a grid: their text, what hangs on it, and what of it can be taken out.
-#include "QNGridCtrl/HTMLGrid.h"
+#include "QNGridCtrl/HTMLGridModel.h"
 
 #include "NorvoTools/globals.h"
 #include "Platform/memory.h"
@@ -17,12 +17,12 @@ constexpr std::size_t kMostCopiedSpots = 150;
 
 // --- Text ---------------------------------------------------------------------------------------------------------
 
-tagCELLINFO* CHTMLGrid::CellForText(WORD col, WORD row) {
+tagCELLINFO* CHTMLGridModel::CellForText(WORD col, WORD row) {
     if (col >= GetColCount() || row >= GetRowCount()) return nullptr;
     return m_bVirtual ? m_Cells.Make(col, row) : m_Cells.Find(col, row);
 }
 
-void CHTMLGrid::ParseCell(tagCELLINFO& cell, LPCWSTR pszText, BYTE quality) {
+void CHTMLGridModel::ParseCell(tagCELLINFO& cell, LPCWSTR pszText, BYTE quality) {
     cell.SetFontQuality(quality);
     cell.SetBitmapScaling(m_dwBitmapScaling);
     cell.HotSpots.clear();
@@ -30,11 +30,11 @@ void CHTMLGrid::ParseCell(tagCELLINFO& cell, LPCWSTR pszText, BYTE quality) {
     cell.ParseHTML(m_hWnd);
 }
 
-bool CHTMLGrid::SetCellText(WORD col, WORD row, LPCWSTR pszText) {
+bool CHTMLGridModel::SetCellText(WORD col, WORD row, LPCWSTR pszText) {
     return SetCellText(col, row, pszText, m_FontQuality);
 }
 
-bool CHTMLGrid::SetCellText(WORD col, WORD row, LPCWSTR pszText, BYTE quality) {
+bool CHTMLGridModel::SetCellText(WORD col, WORD row, LPCWSTR pszText, BYTE quality) {
     tagCELLINFO* cell = pszText ? CellForText(col, row) : nullptr;
     if (!cell) return false;
     ParseCell(*cell, pszText, quality);
@@ -42,79 +42,82 @@ bool CHTMLGrid::SetCellText(WORD col, WORD row, LPCWSTR pszText, BYTE quality) {
     return true;
 }
 
-bool CHTMLGrid::SetCellText(WORD col, WORD row, LPCWSTR pszText, const RECT& margins) {
+bool CHTMLGridModel::SetCellText(WORD col, WORD row, LPCWSTR pszText, const RECT& margins) {
     return SetCellText(col, row, pszText, m_FontQuality, margins);
 }
 
-bool CHTMLGrid::SetCellText(WORD col, WORD row, LPCWSTR pszText, BYTE quality, const RECT& margins) {
+bool CHTMLGridModel::SetCellText(WORD col, WORD row, LPCWSTR pszText, BYTE quality, const RECT& margins) {
     tagCELLINFO* cell = pszText ? CellForText(col, row) : nullptr;
     if (!cell) return false;
     cell->rcMargins = margins;
     return SetCellText(col, row, pszText, quality);
 }
 
-WCHAR* CHTMLGrid::GetCellText(WORD col, WORD row, bool bEditableOnly) {
+WCHAR* CHTMLGridModel::GetCellText(WORD col, WORD row, bool bEditableOnly) {
     const tagCELLINFO* cell = m_Cells.Find(col, row);
     auto* text = cell ? static_cast<WCHAR*>(std::malloc((kTextCapacity + 1) * sizeof(WCHAR))) : nullptr;
     if (text) cell->GetText(text, kTextCapacity, bEditableOnly);
     return text;
 }
 
-void CHTMLGrid::UpdateCellText(WORD col, WORD row) {
+void CHTMLGridModel::UpdateCellText(WORD col, WORD row) {
     if (col >= GetColCount() || row >= GetRowCount()) return;
     const int height = m_Rows.Size(row);
     if (AskForCell(col, row) && !IsInUpdate()) RemeasureRow(row);
-    if (row < GetRowCount() && m_Rows.Size(row) == height && !IsInUpdate())
+    if (row < GetRowCount() && m_Rows.Size(row) == height && !m_bColsOwed && !IsInUpdate())
         RequestCellUpdate(col, row);
     else
         UpdateGrid();
 }
 
-void CHTMLGrid::UpdateRowText(WORD row) {
+void CHTMLGridModel::UpdateRowText(WORD row) {
     if (row >= GetRowCount()) return;
     for (int col = 0; col < m_Cols.Count(); ++col) AskForCell(static_cast<WORD>(col), row);
-    if (row < GetRowCount()) RowChanged(row);
+    if (m_bColsOwed)
+        UpdateGrid();
+    else if (row < GetRowCount())
+        RowChanged(row);
 }
 
 // --- What hangs on a cell -----------------------------------------------------------------------------------------
 
-void CHTMLGrid::SetCellData(WORD col, WORD row, DWORD data) {
+void CHTMLGridModel::SetCellData(WORD col, WORD row, DWORD data) {
     if (tagCELLINFO* cell = m_Cells.Find(col, row)) cell->dwData = data;
 }
 
-DWORD CHTMLGrid::GetCellData(WORD col, WORD row) const {
+DWORD CHTMLGridModel::GetCellData(WORD col, WORD row) const {
     const tagCELLINFO* cell = m_Cells.Find(col, row);
     return cell ? cell->dwData : 0;
 }
 
-void CHTMLGrid::SetCellSingleLine(WORD col, WORD row, bool bSingleLine) {
+void CHTMLGridModel::SetCellSingleLine(WORD col, WORD row, bool bSingleLine) {
     tagCELLINFO* cell = m_Cells.Find(col, row);
     if (!cell) return;
     cell->bSingleLine = bSingleLine;
     RowChanged(row);
 }
 
-void CHTMLGrid::SetDefaultHotSpot(WORD col, WORD row, DWORD index) {
+void CHTMLGridModel::SetDefaultHotSpot(WORD col, WORD row, DWORD index) {
     if (tagCELLINFO* cell = m_Cells.Find(col, row)) cell->nDefaultHotSpot = index;
 }
 
-void CHTMLGrid::SetCellOnActionLinkNavigable(WORD col, WORD row, bool bNavigable) {
+void CHTMLGridModel::SetCellOnActionLinkNavigable(WORD col, WORD row, bool bNavigable) {
     if (tagCELLINFO* cell = m_Cells.Find(col, row)) cell->bOnActionLinkNavigable = bNavigable;
 }
 
-void CHTMLGrid::SetRowFullRowSelect(WORD row, bool bFull) {
+void CHTMLGridModel::SetRowFullRowSelect(WORD row, bool bFull) {
     for (int col = m_wFixedCols; col + 1 < m_Cols.Count(); ++col)
         if (tagCELLINFO* cell = m_Cells.Find(static_cast<WORD>(col), row)) cell->bFullRowSelect = bFull;
     Repaint();
 }
 
-void CHTMLGrid::SetRowUserID(WORD row, DWORD id) {
+void CHTMLGridModel::SetRowUserID(WORD row, DWORD id) {
     if (row < m_RowUserIDs.size()) m_RowUserIDs[row] = id;
 }
 
 // --- Hot spots ----------------------------------------------------------------------------------------------------
 
-WCHAR* CHTMLGrid::GetCellHotSpot(WORD col, WORD row, DWORD index) const {
+WCHAR* CHTMLGridModel::GetCellHotSpot(WORD col, WORD row, DWORD index) const {
     const tagCELLINFO* cell = m_Cells.Find(col, row);
     if (!cell || cell->HotSpots.empty()) return nullptr;
     auto* text = static_cast<WCHAR*>(std::malloc(tagHOTSPOT::kCapacity * sizeof(WCHAR)));
@@ -123,7 +126,7 @@ WCHAR* CHTMLGrid::GetCellHotSpot(WORD col, WORD row, DWORD index) const {
     return text;
 }
 
-void CHTMLGrid::CopyCellHotSpots(HTMLHotSpots& destination, WORD row, WORD col, int shift) const {
+void CHTMLGridModel::CopyCellHotSpots(HTMLHotSpots& destination, WORD row, WORD col, int shift) const {
     const tagCELLINFO* cell = m_Cells.Find(col, row);
     const std::size_t count = cell ? std::min(cell->HotSpots.size(), kMostCopiedSpots) : 0;
     for (std::size_t i = 0; i < count; ++i) {
@@ -135,7 +138,7 @@ void CHTMLGrid::CopyCellHotSpots(HTMLHotSpots& destination, WORD row, WORD col, 
 
 // --- Taken out ----------------------------------------------------------------------------------------------------
 
-HBITMAP CHTMLGrid::GetCellBitmap(WORD col, WORD row) {
+HBITMAP CHTMLGridModel::GetCellBitmap(WORD col, WORD row) {
     tagCELLINFO* cell = m_Cells.Find(col, row);
     RECT rect;
     if (!cell || !GetCellRect(col, row, rect)) return nullptr;
@@ -154,7 +157,7 @@ HBITMAP CHTMLGrid::GetCellBitmap(WORD col, WORD row) {
     return bitmap;
 }
 
-std::u16string CHTMLGrid::TextOf(WORD col, WORD row) const {
+std::u16string CHTMLGridModel::TextOf(WORD col, WORD row) const {
     std::u16string text;
     const tagCELLINFO* cell = m_Cells.Find(col, row);
     if (!cell) return text;
@@ -163,13 +166,13 @@ std::u16string CHTMLGrid::TextOf(WORD col, WORD row) const {
     return text;
 }
 
-bool CHTMLGrid::PutOnClipBoard(const std::u16string& text) const {
+bool CHTMLGridModel::PutOnClipBoard(const std::u16string& text) const {
     const std::size_t bytes = (text.size() + 1) * sizeof(WCHAR);
     const HLOCAL block = LocalAlloc(LMEM_FIXED, bytes);
     if (!block) return false;
     std::copy_n(text.c_str(), text.size() + 1, static_cast<WCHAR*>(block));
     bool put = false;
-    if (OpenClipboard(m_hWnd)) {
+    if (::OpenClipboard(m_hWnd)) {
         EmptyClipboard();
         put = SetClipboardData(CF_UNICODETEXT, block) != nullptr;
         CloseClipboard();
@@ -178,11 +181,11 @@ bool CHTMLGrid::PutOnClipBoard(const std::u16string& text) const {
     return put;
 }
 
-bool CHTMLGrid::CopyCellToClipBoard(WORD col, WORD row) {
+bool CHTMLGridModel::CopyCellToClipBoard(WORD col, WORD row) {
     return m_Cells.Find(col, row) && PutOnClipBoard(TextOf(col, row));
 }
 
-bool CHTMLGrid::CopySelectedCellsToClipBoard() {
+bool CHTMLGridModel::CopySelectedCellsToClipBoard() {
     if (m_Selection.IsEmpty()) return false;
     std::u16string text;
     for (int row = m_Selection.top; row <= m_Selection.bottom; ++row) {

@@ -1,6 +1,6 @@
 // Paints that bring the retained picture up to date where something has changed: another selection, another place, one
 // cell. Where that can't be told, all is painted.
-#include "QNGridCtrl/HTMLGrid.h"
+#include "QNGridCtrl/HTMLGridScreen.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -58,7 +58,7 @@ Bands Cep(const HTMLGridSelection& outer, const HTMLGridSelection& inner) {
 
 // --- What has moved -----------------------------------------------------------------------------------------------
 
-HTMLGridView CHTMLGrid::View() const {
+HTMLGridView CHTMLGridScreen::View() const {
     HTMLGridView view;
     if (!IsFloaterSelected()) view.selection = m_Selection;
     view.floater = m_pCurFloater;
@@ -80,7 +80,7 @@ HTMLGridView CHTMLGrid::View() const {
 
 // How far the cells in view have moved up and left since the last paint; false when they have changed in other ways, as
 // rows of a virtual grid do that turn out to have another height.
-bool CHTMLGrid::MovedBy(SIZE& moved) const {
+bool CHTMLGridScreen::MovedBy(SIZE& moved) const {
     const HTMLGridSelection& cells = m_Painted.cells;
     if (cells.IsEmpty() || cells.bottom >= GetRowCount() || cells.right >= GetColCount()) return false;
     if (m_Painted.fixed.cx != GetFixedColsWidth() || m_Painted.fixed.cy != GetFixedRowsHeight()) return false;
@@ -93,7 +93,7 @@ bool CHTMLGrid::MovedBy(SIZE& moved) const {
 
 // Whether a picture that is shifted so far is what a paint would give. A shaded ground stays where it is, the dots of a
 // focus frame go by their place, and what an owner paints may begin at the edge of the client area.
-bool CHTMLGrid::MayShift(SIZE moved) const {
+bool CHTMLGridScreen::MayShift(SIZE moved) const {
     const RECT client = Client();
     if (std::abs(moved.cx) >= client.right - GetFixedColsWidth() ||
         std::abs(moved.cy) >= client.bottom - GetFixedRowsHeight())
@@ -104,7 +104,7 @@ bool CHTMLGrid::MayShift(SIZE moved) const {
 }
 
 // Where cells are seen, as one rectangle.
-RECT CHTMLGrid::RangeRect(const HTMLGridSelection& range) const {
+RECT CHTMLGridScreen::RangeRect(const HTMLGridSelection& range) const {
     const int width = GetFixedColsWidth(), height = GetFixedRowsHeight(), y = m_nTopPixel + m_nOverscroll;
     return {EdgeOf(m_Cols, range.left, range.left < m_wFixedCols, width, m_nLeftPixel),
             EdgeOf(m_Rows, range.top, range.top < m_wFixedRows, height, y),
@@ -112,7 +112,7 @@ RECT CHTMLGrid::RangeRect(const HTMLGridSelection& range) const {
             EdgeOf(m_Rows, range.bottom + 1, range.bottom < m_wFixedRows, height, y)};
 }
 
-bool CHTMLGrid::IsCellUpdated(WORD col, WORD row) const {
+bool CHTMLGridScreen::IsCellUpdated(WORD col, WORD row) const {
     if (col >= GetColCount() || row >= GetRowCount()) return false;
     const RECT cell = RangeRect({col, row, col, row});
     RECT part;
@@ -121,7 +121,7 @@ bool CHTMLGrid::IsCellUpdated(WORD col, WORD row) const {
 
 // --- Paints -------------------------------------------------------------------------------------------------------
 
-void CHTMLGrid::UpdateSelection(HDC hdc) {
+void CHTMLGridScreen::UpdateSelection(HDC hdc) {
     const HTMLGridView now = View();
     SIZE moved;
     m_bBufferValid &= MovedBy(moved) && moved.cx == 0 && moved.cy == 0 && now.floater == m_Painted.floater;
@@ -133,7 +133,7 @@ void CHTMLGrid::UpdateSelection(HDC hdc) {
 }
 
 // The fixed rows keep their height and the fixed columns their place; each direction bares a strip.
-void CHTMLGrid::UpdateScrolled(HDC hdc) {
+void CHTMLGridScreen::UpdateScrolled(HDC hdc) {
     const HTMLGridView now = View();
     SIZE moved;
     const bool same = now.selection == m_Painted.selection && now.floater == m_Painted.floater;
@@ -148,7 +148,7 @@ void CHTMLGrid::UpdateScrolled(HDC hdc) {
     if (moved.cx) PaintPart(hdc, bareCols);
 }
 
-void CHTMLGrid::UpdateCell(HDC hdc) {
+void CHTMLGridScreen::UpdateCell(HDC hdc) {
     SIZE moved;
     m_bBufferValid &= MovedBy(moved) && moved.cx == 0 && moved.cy == 0;
     if (!m_bBufferValid) return UpdateScreen(hdc);

@@ -101,6 +101,17 @@ TEST_F(GridPaint, APartIsPaintedAsTheWholeIs) {
         {"whole rows, several", false,
          [](OpenGrid& g, GridOwner&) { g.SetRowSelect(true), g.SetMultiSelect(true); }},
         {"floaters", false, AddFloaters},
+        {"floaters over lines, fixed ones too, one selected", false,
+         [](OpenGrid& g, GridOwner& o) {
+             g.SetShowHLines(true);
+             g.SetFixedRowCount(1);
+             g.SetFixedColCount(2);
+             g.SetFixedColsFix(true);
+             AddFloaters(g, o);
+             g.SetRow(4);
+             g.SetCol(1);
+             g.UpdateSelectionForFloaters(true);
+         }},
         {"wide cells", false,
          [](OpenGrid& g, GridOwner&) {
              for (WORD row = 0; row < 40; row += 3)
@@ -146,6 +157,18 @@ TEST_F(GridPaint, APartIsPaintedAsTheWholeIs) {
         CHTMLGrid::SetGradientDrawSupported(false);
         grid.reset();
     }
+}
+
+// Row 30 of 15 pixels comes into view; what is seen stays as wide, but both columns are others.
+TEST_F(GridPaint, ColumnsThatTheOwnerChangesOnTheWay) {
+    owner->more = [](tagNM_GRIDCELL& cell) {
+        if (cell.hdr.idFrom == HTMLGridCells::Key(0, 30)) cell.wColWidth = 70;
+    };
+    Make(100, 2, {0, 0, 200, 100}, true).ScrollByPixelDown(340);
+    Shown();
+    grid->ScrollByPixelDown(20);
+    EXPECT_EQ(grid->GetColWidth(0), 70);
+    EXPECT_EQ(Shown().Against(PaintedAnew()), "");
 }
 
 // 12 rows of 10 pixels are in view, of one column.

@@ -236,12 +236,9 @@ protected:
     ThreadsGrid() {
         const SYSTEMTIME start = {2026, 3, 0, 14, 12, 0, 0, 0};
         PlatSetClock(&start);
-        HTMLGridKinetic::SetWait(&PlatAdvanceClock);
+        PlatLetSleepMoveClock(true);
     }
-    ~ThreadsGrid() override {
-        grid.reset();
-        HTMLGridKinetic::SetWait(nullptr);
-    }
+    ~ThreadsGrid() override { grid.reset(); }
     // Serves the scrolling thread until that holds.
     bool PumpUntil(const std::function<bool()>& done) {
         return Eventually([&] { return Pump(), done(); });

@@ -4,7 +4,7 @@
 #include "Platform/testing.h"
 #include "QNGridCtrl/HTMLGrid.h"
 #include "tests/support/canvas.h"
-#include "tests/support/device.h"
+#include "tests/support/devicefiles.h"
 
 #include <algorithm>
 #include <functional>
@@ -78,9 +78,14 @@ public:
         if (msg == GRIDM_CELL) return Fill(*reinterpret_cast<tagNM_GRIDCELL*>(lParam));
         if (msg == GRIDM_FLOATER_TEXT || msg == GRIDM_SCROLL_TIP) {
             auto& view = *reinterpret_cast<tagNM_GRIDVIEW*>(lParam);
-            m_text = msg == GRIDM_FLOATER_TEXT ? floaters[view.dwData] : u"row";
+            const auto floater = floaters.find(view.dwData);
             tips.push_back(view.wRow);
-            return view.pszText = m_text.c_str(), 1;
+            if (msg == GRIDM_SCROLL_TIP) return view.pszText = u"row", 1;
+            return view.pszText = floater == floaters.end() ? nullptr : floater->second.c_str(), 1;
+        }
+        if (msg == GRIDM_SWATCH) {
+            swatches.push_back(static_cast<DWORD>(lParam));
+            return reinterpret_cast<LRESULT>(swatch);
         }
         if (msg == GRIDM_SCROLLED) {
             (wParam ? tops : lefts).push_back(static_cast<int>(lParam));
@@ -90,25 +95,29 @@ public:
         return 0;
     }
 
-    std::function<std::u16string(WORD col, WORD row)> cells;
+    std::function<std::u16string(WORD col, WORD row)> cells; // no text: no cell
+    std::function<void(tagNM_GRIDCELL&)> more;               // of the answer
     std::map<DWORD, std::u16string> floaters;
+    HBITMAP swatch = nullptr;
     int requests = 0;
+    std::vector<DWORD> swatches;  // numbers asked for
     std::vector<int> tops, lefts; // told positions
     std::vector<WORD> tips;       // rows asked for
 
 private:
     LRESULT Fill(tagNM_GRIDCELL& cell) {
         ++requests;
-        if (!cells) return 0;
-        m_text = cells(LOWORD(cell.hdr.idFrom), HIWORD(cell.hdr.idFrom));
-        return cell.pszText = m_text.c_str(), 1;
+        if (cells) m_text = cells(LOWORD(cell.hdr.idFrom), HIWORD(cell.hdr.idFrom));
+        cell.pszText = m_text.empty() ? nullptr : m_text.c_str();
+        if (more) more(cell);
+        return 1;
     }
 
     std::u16string m_text;
 };
 
 // Every character is 6 pixels wide, and a line of plain text as high as its font.
-class GridTest : public DeviceTest {
+class GridTest : public DeviceFilesTest {
 protected:
     GridTest() {
         PlatUseFixedWidthText(true);
