@@ -13,6 +13,7 @@ namespace {
 constexpr int kGap = 4; // pixels at 96 dots an inch, as the others
 constexpr int kArrowWidth = 12;
 constexpr int kCheckSide = 16;
+constexpr int kCheckInset = 2;
 constexpr int kFocusInset = 3;
 constexpr int kLeastPacked = 72;
 
@@ -213,7 +214,9 @@ void CeIconButtonBase::PaintFace(HDC hdc, const Button& button, RECT place, COLO
         const LONG side = ChromePx(kCheckSide);
         const RECT box = {x, middle - side / 2, x + side, middle - side / 2 + side};
         FrameColor(hdc, box, color, ChromePx(1));
-        if (button.depressed) DrawMark(hdc, box, MARK_CHECK, color);
+        RECT mark = box;
+        InflateRect(&mark, -ChromePx(kCheckInset), -ChromePx(kCheckInset));
+        if (button.depressed) DrawMark(hdc, mark, MARK_CHECK, color);
         x = box.right + gap;
     } else if (spare > 0) {
         x += spare / 2;
