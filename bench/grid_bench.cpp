@@ -1,5 +1,7 @@
 // The grid at the sizes that people have: opening a long list, scrolling it, painting a day. Every limit is checked; a
-// figure over its limit fails the run.
+// figure over its limit fails the run. The instructions of a hundred steps, or full repaints, of a list:
+//
+//   valgrind --tool=callgrind --toggle-collect=PaintOnce grid_bench --drive step|whole
 #include "Platform/testing.h"
 #include "QNGridCtrl/HTMLGrid.h"
 
@@ -11,6 +13,7 @@
 #include <functional>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -29,6 +32,7 @@ extern "C" void* malloc(std::size_t size) noexcept {
 namespace {
 
 constexpr int kRounds = 41;
+constexpr int kDriven = 100;
 
 double MedianMilliseconds(const std::function<void()>& work) {
     std::vector<double> times;
@@ -106,33 +110,42 @@ void LongList() {
     Tell("  cells asked for", screen, "", 60);
 }
 
+// A list that is as long as some screens; all of its rows are there.
+class ScrolledList {
+public:
+    ScrolledList() : m_grid(m_owner, kPlace, true, u"") {
+        m_grid.SetDimensions(2000, 1);
+        for (WORD row = 0; row < 400; ++row) m_grid.GetRowHeight(row);
+        m_grid.ForcePaint();
+    }
+    void Whole() {
+        m_grid.Invalidate();
+        m_grid.ForcePaint();
+    }
+    void Step(bool down) {
+        down ? m_grid.ScrollByPixelDown(12) : m_grid.ScrollByPixelUp(12);
+        m_grid.ForcePaint();
+    }
+
+private:
+    Owner m_owner;
+    CHTMLGrid m_grid;
+};
+
 void Scrolling() {
-    Owner owner;
-    CHTMLGrid grid(owner, kPlace, true, u"");
-    grid.SetDimensions(2000, 1);
-    for (WORD row = 0; row < 400; ++row) grid.GetRowHeight(row);
-    grid.ForcePaint();
-    const double whole = MedianMilliseconds([&] {
-        grid.Invalidate();
-        grid.ForcePaint();
-    });
-    bool down = true;
-    const auto step = [&] {
-        down ? grid.ScrollByPixelDown(12) : grid.ScrollByPixelUp(12);
-        grid.ForcePaint();
-    };
-    for (int i = 0; i < 100; ++i) step();
+    ScrolledList list;
+    const double whole = MedianMilliseconds([&] { list.Whole(); });
+    for (int i = 0; i < 100; ++i) list.Step(true);
     Drain();
-    const double part = MedianMilliseconds(step);
-    down = false;
-    const double back = MedianMilliseconds(step);
+    const double part = MedianMilliseconds([&] { list.Step(true); });
+    const double back = MedianMilliseconds([&] { list.Step(false); });
     std::printf("a full repaint %.3f ms, a step of 12 pixels down %.3f ms, up %.3f ms\n", whole, part, back);
     Tell("a scroll step, of a full repaint", std::max(part, back) / whole, "", 0.2);
     Drain();
     unsigned long taken = 0;
     for (int i = 0; i < 20; ++i) {
         const unsigned long before = g_allocations.load();
-        step();
+        list.Step(false);
         taken += g_allocations.load() - before;
         Drain(); // the owner hears of each step before the next
     }
@@ -166,8 +179,20 @@ void Day() {
 
 } // namespace
 
-int main() {
+// What is counted of --drive, by name.
+extern "C" __attribute__((noinline)) void PaintOnce(void* list, bool step, bool down) {
+    auto& scrolled = *static_cast<ScrolledList*>(list);
+    step ? scrolled.Step(down) : scrolled.Whole();
+}
+
+int main(int argc, char** argv) {
     PlatSetScreen({480, 800, 96});
+    if (argc == 3 && std::string_view(argv[1]) == "--drive") {
+        ScrolledList list;
+        for (int i = 0; i < kDriven; ++i)
+            PaintOnce(&list, std::string_view(argv[2]) == "step", i < kDriven / 2);
+        return 0;
+    }
     LongList();
     Scrolling();
     Day();
