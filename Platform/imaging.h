@@ -1,8 +1,9 @@
 // Pictures from files, streams and resources: BMP, GIF (its first picture), JPEG and PNG, known by how they begin. Any
 // thread may call. What is loaded is the caller's: bitmaps end in DeleteObject, icons in DestroyIcon.
 //
-// A picture of more than 16,384 pixels a side or 64 million pixels is refused. Each failure gives null with an error: 2 or
-// another of the file for one that can't be read, 1814 for a resource that isn't there, 13 for what is no picture.
+// A picture of more than 16,384 pixels a side or 64 million pixels is refused, and so is a large one of so few bytes that
+// they can't hold it. Each failure gives null with an error: 2 or another of the file for one that can't be read, 1814 for
+// a resource that isn't there, 13 for what is no picture.
 #pragma once
 
 #include "Platform/gdi.h"

@@ -11,6 +11,9 @@
 namespace plat {
 namespace {
 
+// No format packs more pixels than this into a byte; small pictures may.
+constexpr long long kMostExpansion = 8320;
+constexpr long long kSmall = 1 << 20;
 constexpr long long kMostPixels = 64LL << 20;
 
 struct Format {
@@ -31,13 +34,19 @@ struct Unref {
 };
 using Loader = std::unique_ptr<GdkPixbufLoader, Unref>;
 
+struct SizeCheck {
+    long long mostPixels;
+    bool refused = false;
+};
+
 // A loader that is asked for nothing gives up before it takes memory for the pixels.
-void CheckSize(GdkPixbufLoader* loader, int width, int height, gpointer refused) {
+void CheckSize(GdkPixbufLoader* loader, int width, int height, gpointer data) {
+    auto& check = *static_cast<SizeCheck*>(data);
     const bool fits = width > 0 && height > 0 && width <= Surface::kLargestSide &&
                       height <= Surface::kLargestSide &&
-                      static_cast<long long>(width) * height <= kMostPixels;
+                      static_cast<long long>(width) * height <= check.mostPixels;
     if (fits) return;
-    *static_cast<bool*>(refused) = true;
+    check.refused = true;
     gdk_pixbuf_loader_set_size(loader, 0, 0);
 }
 
@@ -61,13 +70,15 @@ void CopyPixels(const GdkPixbuf* source, LoadedImage& image) {
     const auto samples = static_cast<std::size_t>(gdk_pixbuf_get_n_channels(source));
     const auto stride = static_cast<std::size_t>(gdk_pixbuf_get_rowstride(source));
     const BYTE* pixels = gdk_pixbuf_read_pixels(source);
-    image.pixels.reserve(static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * 4);
-    for (std::size_t y = 0; y < static_cast<std::size_t>(image.height); ++y) {
+    const auto width = static_cast<std::size_t>(image.width), height = static_cast<std::size_t>(image.height);
+    image.pixels.resize(width * height * 4);
+    BYTE* to = image.pixels.data();
+    for (std::size_t y = 0; y < height; ++y) {
         const BYTE* at = pixels + y * stride;
-        for (int x = 0; x < image.width; ++x, at += samples) {
+        for (std::size_t x = 0; x < width; ++x, at += samples, to += 4) {
             const BYTE alpha = samples == 4 ? at[3] : BYTE{255};
-            for (const BYTE value : {Share(at[2], alpha), Share(at[1], alpha), Share(at[0], alpha), alpha})
-                image.pixels.push_back(value);
+            for (std::size_t c = 0; c < 3; ++c) to[c] = Share(at[2 - c], alpha);
+            to[3] = alpha;
         }
     }
 }
@@ -78,10 +89,11 @@ bool DecodeImage(std::string_view file, LoadedImage& image) {
     const char* format = LoaderOf(file);
     const Loader loader(format ? gdk_pixbuf_loader_new_with_type(format, nullptr) : nullptr);
     if (!loader) return false;
-    bool refused = false;
-    g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(&CheckSize), &refused);
-    Feed(loader.get(), file, refused);
-    const GdkPixbuf* pixels = refused ? nullptr : gdk_pixbuf_loader_get_pixbuf(loader.get());
+    const auto most = std::max(static_cast<long long>(file.size()) * kMostExpansion, kSmall);
+    SizeCheck check{std::min(most, kMostPixels)};
+    g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(&CheckSize), &check);
+    Feed(loader.get(), file, check.refused);
+    const GdkPixbuf* pixels = check.refused ? nullptr : gdk_pixbuf_loader_get_pixbuf(loader.get());
     if (!pixels || gdk_pixbuf_get_bits_per_sample(pixels) != 8 || gdk_pixbuf_get_n_channels(pixels) < 3)
         return false;
     try {

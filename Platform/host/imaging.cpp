@@ -54,24 +54,27 @@ bool Decode(std::string_view file, LoadedImage& image) {
     return false;
 }
 
+// Rows of B, G, R over a ground, padded to two bytes, in the place of the picture's own, which are longer.
+void LayOver(LoadedImage& image, COLORREF ground) {
+    const BYTE below[] = {static_cast<BYTE>(ground >> 16), static_cast<BYTE>(ground >> 8),
+                          static_cast<BYTE>(ground)};
+    const BYTE* from = image.pixels.data();
+    BYTE* to = image.pixels.data();
+    for (int y = 0; y < image.height; ++y) {
+        for (int x = 0; x < image.width; ++x, from += 4) {
+            const int clear = 255 - from[3];
+            for (int c = 0; c < 3; ++c) *to++ = static_cast<BYTE>(from[c] + (below[c] * clear + 127) / 255);
+        }
+        to += image.width % 2;
+    }
+}
+
 // 24 bits a pixel, over a ground.
 HBITMAP FlatBitmap(std::string_view file, COLORREF ground) {
     LoadedImage image;
     if (!Decode(file, image)) return nullptr;
-    const BYTE below[] = {static_cast<BYTE>(ground >> 16), static_cast<BYTE>(ground >> 8),
-                          static_cast<BYTE>(ground)};
-    std::vector<BYTE> rows;
-    const auto width = static_cast<std::size_t>(image.width);
-    const std::size_t rowBytes = width * 3 + width % 2;
-    rows.reserve(rowBytes * static_cast<std::size_t>(image.height));
-    const BYTE* pixel = image.pixels.data();
-    for (int y = 0; y < image.height; ++y) {
-        for (int x = 0; x < image.width; ++x, pixel += 4)
-            for (int c = 0; c < 3; ++c)
-                rows.push_back(static_cast<BYTE>(pixel[c] + (below[c] * (255 - pixel[3]) + 127) / 255));
-        if (image.width % 2) rows.push_back(0);
-    }
-    return CreateBitmap(image.width, image.height, 1, 24, rows.data());
+    LayOver(image, ground);
+    return CreateBitmap(image.width, image.height, 1, 24, image.pixels.data());
 }
 
 // The bytes of a resource; empty when there is none.
@@ -83,13 +86,18 @@ std::string_view ResourceBytes(HINSTANCE instance, LPCWSTR name, LPCWSTR type) {
 }
 
 bool ReadRest(IStream& stream, std::string& bytes) {
-    char part[16 * 1024];
-    ULONG read = 0;
-    do {
-        if (stream.Read(part, sizeof part, &read) < 0 || bytes.size() + read > kLargestStream) return false;
-        bytes.append(part, read);
-    } while (read > 0);
-    return true;
+    try {
+        char part[16 * 1024];
+        ULONG read = 0;
+        do {
+            if (stream.Read(part, sizeof part, &read) < 0 || bytes.size() + read > kLargestStream)
+                return false;
+            bytes.append(part, read);
+        } while (read > 0);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 HBITMAP StretchedCopy(HBITMAP bitmap, SIZE from, SIZE to) {
@@ -105,7 +113,7 @@ HBITMAP Stretched(HBITMAP bitmap, int width, int height) {
     BITMAP is{};
     if (!bitmap || !GetObjectW(bitmap, sizeof is, &is)) return nullptr;
     const int wide = width > 0 ? width : is.bmWidth, high = height > 0 ? height : is.bmHeight;
-    if ((wide == is.bmWidth && high == is.bmHeight)) return bitmap;
+    if (wide == is.bmWidth && high == is.bmHeight) return bitmap;
     const HBITMAP stretched = StretchedCopy(bitmap, {is.bmWidth, is.bmHeight}, {wide, high});
     DeleteObject(bitmap);
     return stretched;

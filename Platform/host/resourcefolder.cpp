@@ -13,16 +13,24 @@ namespace {
 
 constexpr DWORD kLargestFile = 64u << 20;
 
+// False with an error for more than is sensible or there is memory for.
+bool MakeRoom(std::string& bytes, DWORD size) {
+    try {
+        if (size <= kLargestFile) {
+            bytes.resize(size);
+            return true;
+        }
+    } catch (const std::bad_alloc&) { // as for one that is too large
+    }
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return false;
+}
+
 bool ReadOpen(HANDLE file, std::string& bytes) {
     const DWORD size = GetFileSize(file, nullptr);
-    if (size > kLargestFile) return false;
-    try {
-        bytes.resize(size);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
     DWORD read = 0;
-    return size == 0 || (ReadFile(file, bytes.data(), size, &read, nullptr) && read == size);
+    return MakeRoom(bytes, size) &&
+           (size == 0 || (ReadFile(file, bytes.data(), size, &read, nullptr) && read == size));
 }
 
 // The letter behind a backslash.
