@@ -24,7 +24,7 @@ int PieceAt(const WCHAR* text, int start, int piece, int length) {
 } // namespace
 
 HFONT ContextCanvas::SelectFont(HFONT font) {
-    m_descent = -1;
+    m_font = font;
     m_front = nullptr;
     return static_cast<HFONT>(SelectObject(m_hdc, font));
 }
@@ -68,10 +68,12 @@ bool ContextCanvas::KnowsFront(const WCHAR* text, int length) const {
 }
 
 int ContextCanvas::Descent() {
-    if (m_descent >= 0) return m_descent;
+    for (const KnownDescent& known : m_descents)
+        if (m_font && known.font == m_font) return known.descent;
     TEXTMETRICW metrics{};
     GetTextMetricsW(m_hdc, &metrics);
-    return m_descent = metrics.tmDescent;
+    m_descents = {KnownDescent{m_font, metrics.tmDescent}, m_descents[0]};
+    return metrics.tmDescent;
 }
 
 void ContextCanvas::TextOut(int x, int y, const RECT& clip, const WCHAR* text, int length) {

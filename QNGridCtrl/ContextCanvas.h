@@ -25,7 +25,13 @@ private:
     bool KnowsFront(const WCHAR* text, int length) const;
 
     HDC m_hdc;
-    int m_descent = -1; // of the selected font; -1: not asked yet
+    HFONT m_font = nullptr; // the one selected last
+    // Of the last two that were asked for: most texts have no more.
+    struct KnownDescent {
+        HFONT font = nullptr;
+        int descent = 0;
+    };
+    std::array<KnownDescent, 2> m_descents;
 
     // Of the first piece of the text last looked at: a line that breaks asks at once for what stands before the break.
     const WCHAR* m_front = nullptr;

@@ -83,7 +83,7 @@ void HTMLLayout::Text(const HTMLTOKEN& token) {
     const RECT box = Box();
     const RECT place{m_pen, m_top, box.right, m_top + m_lineHeight};
     HTMLRun run;
-    if (!HasNoRoom(m_lineStart, m_pen, box.right)) run = PlaceRun(m_text, m_left, place, Painting());
+    if (!HasNoRoom(m_lineStart, m_pen, box.right)) run = PlaceRun(m_text, m_left, place);
     if (Painting() && Selected() && m_parser.IsCurrTokenFocused())
         m_canvas.FocusFrame({m_pen, m_top, m_pen + run.size.cx, m_top + run.size.cy});
     const bool shown = run.whole || run.placed > 0;
@@ -129,12 +129,14 @@ void HTMLLayout::EndText() {
 void HTMLLayout::Image(const HTMLTOKEN& token) {
     const SIZE size = ImageSize(Width(m_start), !Painting(), m_top);
     if (size.cx < 1 || size.cy < 1) return NextToken();
-    if ((token.uAlign & HTML_ALIGN_MASK) != m_align) AlignTo(token.uAlign, false);
+    const bool indent = (token.uAlign & HTML_ALIGN_MASK) != HTML_ALIGN_CENTER; // centred in the whole box
+    if ((token.uAlign & HTML_ALIGN_MASK) != m_align) AlignTo(token.uAlign, indent);
     // At the start of its line an image stands where it is and is clipped, else it would never show.
     if (!m_noWrap && m_pen > m_lineStart && m_pen + size.cx > Box().right) {
         CountPen();
         CloseLine();
-        return StartLine(token.uAlign, MeasureLine({.width = LineLimit(), .ignoreAlign = true}), !m_inColumn);
+        const SIZE next = MeasureLine({.width = LineLimit(), .ignoreAlign = true});
+        return StartLine(token.uAlign, next, indent && !m_inColumn);
     }
     m_lineHeight = std::max(m_lineHeight, static_cast<int>(size.cy));
     if (Painting()) PaintImage(token, size);

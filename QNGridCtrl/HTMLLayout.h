@@ -62,8 +62,10 @@ private:
     bool Painting() const { return (m_flags & HTML_MEASURE) == 0; }
 
     // --- Measuring (HTMLMeasure.cpp)
-    HTMLRun PlaceRun(const WCHAR* text, int length, const RECT& rect, bool paint);
-    HTMLRun FitRun(const WCHAR* text, int length, int width);
+    HTMLRun PlaceRun(const WCHAR* text, int length, const RECT& rect);
+    HTMLRun MeasureRun(const WCHAR* text, int length, int width);
+    const HTMLRun* KnownRun(const WCHAR* text, int length, int width);
+    HTMLRun AskRun(const WCHAR* text, int length, int width);
     SIZE MeasureLine(const HTMLLineMeasure& measure);
     SIZE ImageSize(int limit, bool squeeze, int top) const;
     int Descent();
@@ -106,16 +108,19 @@ private:
     HFONT m_selected = nullptr;  // the one selected now, null: that one
     HFONT m_font = nullptr;      // the one to measure and paint with
 
-    // The first line is measured before it is laid out, with the same questions: the last answers are kept.
-    struct KnownRun {
+    // A line is measured before it is laid out, which asks the same in the same order: the first answers are kept.
+    struct Answer {
         const WCHAR* text = nullptr;
         HFONT font = nullptr;
         int length = 0;
         int width = 0;
         HTMLRun run;
     };
-    std::array<KnownRun, 8> m_known;
-    unsigned m_nextKnown = 0;
+    static constexpr unsigned kAnswers = 8;
+    static constexpr unsigned kMeasuring = ~0U;
+    std::array<Answer, kAnswers> m_answers;
+    unsigned m_answered = 0;
+    unsigned m_expected = 0; // the answer that is wanted next, or kMeasuring
 
     long long m_work; // tokens that measuring may still look at
 };

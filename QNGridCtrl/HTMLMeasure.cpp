@@ -25,26 +25,42 @@ int BreakAt(const WCHAR* text, int fit) {
 }
 
 int Scaled(int side, int from, int to) {
-    return static_cast<int>(static_cast<float>(to) / static_cast<float>(from) * static_cast<float>(side));
+    const float scaled = static_cast<float>(to) / static_cast<float>(from) * static_cast<float>(side);
+    return static_cast<int>(std::min(scaled, static_cast<float>(kTallest)));
 }
 
 } // namespace
 
-HTMLRun HTMLLayout::PlaceRun(const WCHAR* text, int length, const RECT& rect, bool paint) {
-    const int width = rect.right - rect.left;
-    if (length == 0 || width < 1) return {length, true, {0, 0}};
-    const HTMLRun run = FitRun(text, length, m_noWrap ? -1 : width);
-    if (!paint || run.placed == 0) return run;
+HTMLRun HTMLLayout::PlaceRun(const WCHAR* text, int length, const RECT& rect) {
+    const HTMLRun run = MeasureRun(text, length, rect.right - rect.left);
+    if (!Painting() || run.placed == 0 || rect.left >= rect.right) return run;
     UseFont();
     m_canvas.TextOut(rect.left, rect.top, rect, text, run.placed);
     return run;
 }
 
-// What of a text stands in a width; a negative one has no end.
-HTMLRun HTMLLayout::FitRun(const WCHAR* text, int length, int width) {
-    for (const KnownRun& known : m_known)
-        if (known.text == text && known.width == width && known.length == length && known.font == m_font)
-            return known.run;
+// What of a text stands in a width; all of it where nothing wraps.
+HTMLRun HTMLLayout::MeasureRun(const WCHAR* text, int length, int width) {
+    if (length == 0 || width < 1) return {length, true, {0, 0}};
+    if (m_noWrap) width = -1;
+    if (const HTMLRun* known = KnownRun(text, length, width)) return *known;
+    const HTMLRun run = AskRun(text, length, width);
+    if (m_expected == kMeasuring && m_answered < kAnswers)
+        m_answers[m_answered++] = {text, m_font, length, width, run};
+    return run;
+}
+
+const HTMLRun* HTMLLayout::KnownRun(const WCHAR* text, int length, int width) {
+    if (m_expected >= m_answered) return nullptr;
+    const Answer& next = m_answers[m_expected++];
+    if (next.text == text && next.width == width && next.length == length && next.font == m_font)
+        return &next.run;
+    m_expected = m_answered; // another line than the one that was measured
+    return nullptr;
+}
+
+// A negative width has no end.
+HTMLRun HTMLLayout::AskRun(const WCHAR* text, int length, int width) {
     UseFont();
     HTMLRun run{length, true, {0, 0}};
     const int fit = m_canvas.Fit(text, length, width, run.size);
@@ -52,7 +68,7 @@ HTMLRun HTMLLayout::FitRun(const WCHAR* text, int length, int width) {
         run = {BreakAt(text, fit), false, {0, 0}};
         if (run.placed > 0) m_canvas.Fit(text, run.placed, -1, run.size);
     }
-    m_known[m_nextKnown++ % m_known.size()] = {text, m_font, length, width, run};
+    run.size.cy = std::min<LONG>(run.size.cy, kTallest);
     return run;
 }
 
@@ -112,8 +128,8 @@ private:
         m_layout.Select(token.hFont);
         HTMLRun run;
         if (!m_layout.HasNoRoom(0, m_used, m_limit))
-            run = m_layout.PlaceRun(token.pszText + m_skip, static_cast<int>(token.nLength) - m_skip,
-                                    {m_used, 0, m_limit, 0}, false);
+            run = m_layout.MeasureRun(token.pszText + m_skip, static_cast<int>(token.nLength) - m_skip,
+                                      m_limit - m_used);
         const bool nothing = !run.whole && run.placed == 0;
         if (nothing && std::exchange(m_placedNothing, true)) return Step::Stop;
         if (!nothing) m_placedNothing = false;
@@ -179,7 +195,10 @@ private:
 SIZE HTMLLayout::MeasureLine(const HTMLLineMeasure& measure) {
     const HFONT font = m_font;
     m_parser.SetBookmark();
+    m_answered = 0;
+    m_expected = kMeasuring;
     const SIZE size = HTMLLineWalk(*this, measure).Measure();
+    m_expected = 0;
     m_parser.GotoBookmark();
     m_font = font;
     return size;

@@ -30,7 +30,7 @@ void CHTMLParser::DeleteAllTokens() {
     m_Texts.Clear();
     m_Fonts.Clear();
     m_pszHREF = nullptr;
-    m_pBookmark.reset();
+    m_Bookmark.reset();
 }
 
 // --- The cursor ---------------------------------------------------------------------------------------------------
@@ -44,26 +44,20 @@ bool CHTMLParser::EndOfTokens() const { return m_nCurrToken > static_cast<int>(m
 bool CHTMLParser::IsLastToken() const { return m_nCurrToken == static_cast<int>(m_Tokens.size()); }
 
 void CHTMLParser::SetBookmark() {
-    if (!m_pBookmark) m_pBookmark = std::make_unique<Bookmark>();
-    *m_pBookmark = {m_bFirstParagraph, m_uAlign, m_crDefaultBack, m_crDefaultFore, m_nCurrToken, m_lf};
+    m_Bookmark = {m_bFirstParagraph, m_uAlign, m_crDefaultBack, m_crDefaultFore, m_nCurrToken, m_lf};
 }
 
 void CHTMLParser::GotoBookmark() {
-    if (!m_pBookmark) return;
-    m_bFirstParagraph = m_pBookmark->bFirstParagraph;
-    m_uAlign = m_pBookmark->uAlign;
-    m_crDefaultBack = m_pBookmark->crDefaultBack;
-    m_crDefaultFore = m_pBookmark->crDefaultFore;
-    m_nCurrToken = m_pBookmark->nCurrToken;
-    m_lf = m_pBookmark->lf;
+    if (!m_Bookmark) return;
+    m_bFirstParagraph = m_Bookmark->bFirstParagraph;
+    m_uAlign = m_Bookmark->uAlign;
+    m_crDefaultBack = m_Bookmark->crDefaultBack;
+    m_crDefaultFore = m_Bookmark->crDefaultFore;
+    m_nCurrToken = m_Bookmark->nCurrToken;
+    m_lf = m_Bookmark->lf;
 }
 
 // --- The token at the cursor --------------------------------------------------------------------------------------
-
-const HTMLTOKEN* CHTMLParser::Curr() const {
-    return m_nCurrToken < 1 || EndOfTokens() ? nullptr
-                                             : &m_Tokens[static_cast<std::size_t>(m_nCurrToken) - 1];
-}
 
 TOKENTYPE CHTMLParser::GetCurrTokenType() const {
     const HTMLTOKEN* token = Curr();

@@ -22,7 +22,7 @@
 #include "Platform/windows.h"
 #include "QNGridCtrl/HTMLStore.h"
 
-#include <memory>
+#include <optional>
 #include <vector>
 
 class CHTMLImage;
@@ -98,7 +98,10 @@ public:
 
     // --- The token at the cursor ----------------------------------------------------------------------------------
     // Null past the end; valid until the next ParseHTML.
-    const HTMLTOKEN* Curr() const;
+    const HTMLTOKEN* Curr() const {
+        const auto index = static_cast<std::size_t>(m_nCurrToken) - 1;
+        return index < m_Tokens.size() ? &m_Tokens[index] : nullptr;
+    }
     TOKENTYPE GetCurrTokenType() const; // TOKEN_TAG past the end
     const WCHAR* GetCurrToken(int* pLength) const;
     const WCHAR* GetCurrHREF(int* pLength) const;
@@ -160,7 +163,7 @@ private:
     LOGFONTW m_lf{};
     BYTE m_bEditable = 0;
     int m_nCurrToken = 1; // 1-based
-    std::unique_ptr<Bookmark> m_pBookmark;
+    std::optional<Bookmark> m_Bookmark;
     BYTE m_FontQuality = 0;
     const WCHAR* m_pszHTML = nullptr;
     LONG m_nMaxFontHeight = 0; // of the text tokens, while images are scaled

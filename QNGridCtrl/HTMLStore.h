@@ -1,9 +1,8 @@
-// What the tokens of one parser point to: their texts in a few large blocks, and one font for each style.
+// What the tokens of one parser point to: their texts in a few large blocks, and their fonts, which parsers share.
 #pragma once
 
 #include "Platform/gdi.h"
 
-#include <array>
 #include <string_view>
 #include <vector>
 
@@ -25,15 +24,26 @@ private:
     static constexpr std::size_t kFirstBlock = 64; // characters: a short cell needs no more
     static constexpr std::size_t kLargestBlock = 4096;
 
-    std::vector<WCHAR*> m_blocks;
+    struct Block { // the characters follow
+        Block* former;
+    };
+
+    bool AddBlock(std::size_t needed);
+
+    Block* m_last = nullptr;
     WCHAR* m_free = nullptr;
     std::size_t m_left = 0;
     std::size_t m_nextBlock = kFirstBlock;
 };
 
-// Fonts that live until Clear. A style asked for again while it is among the last ones gets the same font.
+struct HTMLSharedFont;
+
+// Fonts that live until Clear. The same style has the same font in all parsers; a few that no text uses any more wait for
+// the next one. The last style beyond kMost stands for all that follow, so that no text takes all handles there are.
 class QN_API HTMLFonts {
 public:
+    static constexpr std::size_t kMost = 256;
+
     HTMLFonts() = default;
     ~HTMLFonts() { Clear(); }
     HTMLFonts(HTMLFonts&& other) noexcept;
@@ -44,11 +54,5 @@ public:
     void Clear();
 
 private:
-    static constexpr std::size_t kRemembered = 4;
-    struct Font {
-        LOGFONTW style;
-        HFONT font;
-    };
-
-    std::vector<Font> m_fonts;
+    std::vector<HTMLSharedFont*> m_fonts;
 };

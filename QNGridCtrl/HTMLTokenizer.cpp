@@ -1,224 +1,13 @@
-// From the text to the tokens.
-#include "QNGridCtrl/HTMLParser.h"
+// The scanner: where tags and texts begin and end, and the records that are stored.
+#include "QNGridCtrl/HTMLTokenizer.h"
 
-#include "NorvoTools/globals.h"
-#include "Platform/locale.h"
 #include "Platform/process.h"
-#include "Platform/strings.h"
-#include "QNGridCtrl/HTMLImage.h"
 
 #include <algorithm>
-#include <array>
-#include <limits>
-#include <optional>
-#include <string_view>
-#include <utility>
 
 namespace {
-
-using Text = std::u16string_view;
-
-constexpr std::size_t kLongestTarget = 255;
-constexpr std::size_t kLongestSource = 259;
 constexpr WCHAR kFirstVisible = 32;
-constexpr int kFontPoints = 9; // what SIZE=0 stands for
-constexpr int kDefaultFontSize = 2;
-constexpr std::size_t kColorDigits = 6;
-
-constexpr DWORD kScaleNotResources =
-    2; // scaling modes: whose pictures keep their size while none is asked for
-constexpr DWORD kNeverEnlarge = 3;
-constexpr DWORD kScaleNotFiles = 4;
-
-constexpr Text kDefaultFace = u"Tahoma";
-
-// Heights are whole pixels from the top of the tallest letter to the bottom of the deepest.
-LONG FontHeight(long long size) {
-    const long long height = (size + kFontPoints) * g_HIDPI_LogPixelsY / 72;
-    constexpr long long kLimit = std::numeric_limits<LONG>::max();
-    return static_cast<LONG>(std::clamp(height, -kLimit, kLimit));
 }
-
-// Bold forms of these scripts are hard to read at this size.
-bool HasNoBold() {
-    static const bool none = [] {
-        const LCID language = GetSystemDefaultLCID() & 0x3FF;
-        return language == 4 || language == 17 || language == 18; // Chinese, Japanese, Korean
-    }();
-    return none;
-}
-
-int HexDigit(WCHAR c) {
-    if (c >= u'0' && c <= u'9') return c - u'0';
-    if (c >= u'A' && c <= u'F') return c - u'A' + 10;
-    if (c >= u'a' && c <= u'f') return c - u'a' + 10;
-    return -1;
-}
-
-// Two digits; the pair ends at the first that is none.
-DWORD HexPair(Text pair) {
-    DWORD value = 0;
-    for (WCHAR c : pair) {
-        const int digit = HexDigit(c);
-        if (digit < 0) break;
-        value = value * 16 + static_cast<DWORD>(digit);
-    }
-    return value;
-}
-
-COLORREF HexColor(Text rrggbb) {
-    return HexPair(rrggbb.substr(0, 2)) | HexPair(rrggbb.substr(2, 2)) << 8 |
-           HexPair(rrggbb.substr(4, 2)) << 16;
-}
-
-// The colour in the last six characters, when that many stand behind `front`.
-std::optional<COLORREF> LastColor(Text body, std::size_t front) {
-    if (body.size() < front + kColorDigits) return std::nullopt;
-    return HexColor(body.substr(body.size() - kColorDigits));
-}
-
-long long Number(Text digits) {
-    long long value = 0;
-    std::size_t i = 0;
-    while (i < digits.size() && (digits[i] == u' ' || digits[i] == u'"')) ++i;
-    const bool negative = i < digits.size() && digits[i] == u'-';
-    if (negative) ++i;
-    for (; i < digits.size() && digits[i] >= u'0' && digits[i] <= u'9'; ++i)
-        value = std::min(value * 10 + (digits[i] - u'0'), 0xFFFFFFFFLL);
-    return negative ? -value : value;
-}
-
-void SetFace(LOGFONTW& style, Text face) {
-    face = face.substr(0, LF_FACESIZE - 1);
-    std::fill(std::copy(face.begin(), face.end(), style.lfFaceName), std::end(style.lfFaceName), u'\0');
-}
-
-LOGFONTW DefaultFont(BYTE quality) {
-    LOGFONTW style{};
-    style.lfHeight = FontHeight(kDefaultFontSize);
-    style.lfWeight = FW_NORMAL;
-    style.lfCharSet = 255;
-    style.lfQuality = quality;
-    SetFace(style, kDefaultFace);
-    return style;
-}
-
-// What stands behind a key: one leading quote is dropped; it ends at the next quote, else at the first blank, else with
-// the tag.
-Text Value(Text body, std::size_t start) {
-    if (start < body.size() && body[start] == u'"') ++start;
-    Text rest = body.substr(std::min(start, body.size()));
-    std::size_t end = rest.find(u'"');
-    if (end == Text::npos) end = rest.find(u' ');
-    return rest.substr(0, end);
-}
-
-} // namespace
-
-// One pass over one text: the scanner, the tag rules and the record that is being filled.
-class HTMLTokenizer {
-public:
-    explicit HTMLTokenizer(CHTMLParser& parser) : m_parser(parser), m_html(parser.m_pszHTML) {}
-
-    // False without memory.
-    bool Run();
-
-private:
-    // What a tag rule makes of the record.
-    enum class Made { State, Break, Image, Span, EndSpan, Tab, Edge };
-    using Apply = Made (HTMLTokenizer::*)(Text body);
-    struct Rule {
-        Text name;
-        bool prefix; // the tag begins with the name; otherwise it is the name
-        Apply apply;
-    };
-    static const std::array<Rule, 30> kRules;
-
-    WCHAR At(std::size_t i) const { return i < m_html.size() ? m_html[i] : 0; }
-    bool Ended() const { return m_next >= m_html.size(); }
-
-    void TakeBreak();
-    void TakeControl();
-    void TakeTag();
-    void TakeText(std::size_t from, std::size_t searchFrom);
-    std::size_t TextEnd(std::size_t from) const;
-    const Rule* RuleOf(Text body) const;
-
-    void StoreMade(Made made, Text body);
-    void TakeColors();
-    void Store(TOKENTYPE type, Text text, UINT align);
-    UINT LastAlign() const;
-    tagNM_IMAGENOTIFY AskForImage(const WCHAR* name, std::size_t length) const;
-    DWORD ImageSize(DWORD wanted, const tagNM_IMAGENOTIFY& answer) const;
-
-    Made Break(Text) { return Made::Break; }
-    Made Tab(Text) { return Made::Tab; }
-    Made Edge(Text) { return Made::Edge; }
-    Made Nothing(Text) { return Made::State; }
-    Made Weight(LONG weight);
-    Made Normal(Text) { return Weight(FW_NORMAL); }
-    Made Bold(Text) { return Weight(HasNoBold() ? FW_NORMAL : FW_BOLD); }
-    Made Heavy(Text) { return Weight(HasNoBold() ? FW_NORMAL : 800); }
-    template<BYTE LOGFONTW::*flag, BYTE value>
-    Made Style(Text) {
-        m_parser.m_lf.*flag = value;
-        return Made::State;
-    }
-    Made SelectionColors(Text);
-    Made DefaultColors(Text);
-    Made Span(Text);
-    Made EndSpan(Text);
-    Made Editable(Text);
-    Made NotEditable(Text);
-    Made Image(Text body);
-    Made Link(Text body);
-    Made EndLink(Text);
-    Made Paragraph(Text body);
-    Made EndParagraph(Text);
-    Made Font(Text body);
-    Made EndFont(Text);
-    Made Body(Text body);
-
-    CHTMLParser& m_parser;
-    Text m_html;
-    std::size_t m_next = 0; // the next character
-    HTMLTOKEN m_pending;    // kept until it is stored: the mark of an A goes to the next token that is
-    bool m_bOutOfMemory = false;
-};
-
-// In this order. P LEFTINDENT stands behind P LEFT, which takes it.
-const std::array<HTMLTokenizer::Rule, 30> HTMLTokenizer::kRules = {{
-    {u"BR", false, &HTMLTokenizer::Break},
-    {u"TB", false, &HTMLTokenizer::Tab},
-    {u"/B", false, &HTMLTokenizer::Normal},
-    {u"/Q", false, &HTMLTokenizer::Normal},
-    {u"/I", false, &HTMLTokenizer::Style<&LOGFONTW::lfItalic, 0>},
-    {u"/S", false, &HTMLTokenizer::Style<&LOGFONTW::lfStrikeOut, 0>},
-    {u"/U", false, &HTMLTokenizer::Style<&LOGFONTW::lfUnderline, 0>},
-    {u"/V", false, &HTMLTokenizer::DefaultColors},
-    {u"B", false, &HTMLTokenizer::Bold},
-    {u"Q", false, &HTMLTokenizer::Heavy},
-    {u"I", false, &HTMLTokenizer::Style<&LOGFONTW::lfItalic, 1>},
-    {u"S", false, &HTMLTokenizer::Style<&LOGFONTW::lfStrikeOut, 1>},
-    {u"U", false, &HTMLTokenizer::Style<&LOGFONTW::lfUnderline, 1>},
-    {u"V", false, &HTMLTokenizer::SelectionColors},
-    {u"EDGE", false, &HTMLTokenizer::Edge},
-    {u"SPAN", false, &HTMLTokenizer::Span},
-    {u"/SPAN", false, &HTMLTokenizer::EndSpan},
-    {u"/BODY", false, &HTMLTokenizer::Nothing},
-    {u"EDITABLE", true, &HTMLTokenizer::Editable},
-    {u"/EDITABLE", true, &HTMLTokenizer::NotEditable},
-    {u"\u2022", true, &HTMLTokenizer::Style<&LOGFONTW::lfStrikeOut, 1>},
-    {u"/\u2022", true, &HTMLTokenizer::Style<&LOGFONTW::lfStrikeOut, 0>},
-    {u"IMG", true, &HTMLTokenizer::Image},
-    {u"A=", true, &HTMLTokenizer::Link},
-    {u"/A", false, &HTMLTokenizer::EndLink},
-    {u"P ", true, &HTMLTokenizer::Paragraph},
-    {u"/P", false, &HTMLTokenizer::EndParagraph},
-    {u"/FONT", false, &HTMLTokenizer::EndFont},
-    {u"FONT", true, &HTMLTokenizer::Font},
-    {u"BODY", true, &HTMLTokenizer::Body},
-}};
 
 // --- The scanner --------------------------------------------------------------------------------------------------
 
@@ -265,17 +54,24 @@ void HTMLTokenizer::TakeTag() {
         TakeText(from, from);
         return;
     }
-    std::size_t end = start + 1;
-    for (bool quoted = false; end < m_html.size(); ++end) {
-        if (m_html[end] == u'"') quoted = !quoted;
-        if (!quoted && (m_html[end] == u'>' || m_html[end] == u'<')) break;
-    }
+    const std::size_t end = TagEnd(start + 1);
     const Text body = m_html.substr(start + 1, end - start - 1);
     m_next = std::min(end + 1, m_html.size()); // the stopper is consumed, also a < that opens no tag any more
     if (const Rule* rule = RuleOf(body))
         StoreMade((this->*rule->apply)(body), body);
     else
         TakeText(start, m_next); // unknown tags show
+}
+
+// The first > or < outside of quotes, or the end.
+std::size_t HTMLTokenizer::TagEnd(std::size_t from) const {
+    const WCHAR* at = m_html.data() + from;
+    for (bool quoted = false;; ++at) {
+        if (*at > u'>') continue; // most letters
+        if (*at == u'"') quoted = !quoted;
+        if (*at == 0 || (!quoted && (*at == u'>' || *at == u'<'))) break;
+    }
+    return static_cast<std::size_t>(at - m_html.data());
 }
 
 void HTMLTokenizer::TakeText(std::size_t from, std::size_t searchFrom) {
@@ -289,19 +85,11 @@ void HTMLTokenizer::TakeText(std::size_t from, std::size_t searchFrom) {
     Store(TOKEN_TEXT, m_html.substr(from, m_next - from), p.m_uAlign);
 }
 
-// The first control character, or the first < that no second one follows.
+// The first control character, the zero at the end being one, or the first < that no second one follows.
 std::size_t HTMLTokenizer::TextEnd(std::size_t from) const {
-    std::size_t i = from;
-    while (i < m_html.size() && m_html[i] >= kFirstVisible && (m_html[i] != u'<' || At(i + 1) == u'<')) ++i;
-    return i;
-}
-
-const HTMLTokenizer::Rule* HTMLTokenizer::RuleOf(Text body) const {
-    for (const Rule& rule : kRules)
-        if (body.front() == rule.name.front() &&
-            (rule.prefix ? body.starts_with(rule.name) : body == rule.name))
-            return &rule;
-    return nullptr;
+    const WCHAR* at = m_html.data() + from;
+    while (*at > u'<' || (*at >= kFirstVisible && (*at != u'<' || at[1] == u'<'))) ++at; // most are letters
+    return static_cast<std::size_t>(at - m_html.data());
 }
 
 // --- Storing ------------------------------------------------------------------------------------------------------
@@ -354,161 +142,6 @@ UINT HTMLTokenizer::LastAlign() const {
     return m_parser.m_Tokens.empty() ? HTMLAlignLeft() : m_parser.m_Tokens.back().uAlign;
 }
 
-// --- The tags -----------------------------------------------------------------------------------------------------
-
-HTMLTokenizer::Made HTMLTokenizer::Weight(LONG weight) {
-    m_parser.m_lf.lfWeight = weight;
-    return Made::State;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::SelectionColors(Text) {
-    m_parser.m_crBack = GetSysColor(static_cast<int>(COLOR_HIGHLIGHT | SYS_COLOR_INDEX_FLAG));
-    m_parser.m_crFore = GetSysColor(static_cast<int>(COLOR_HIGHLIGHTTEXT | SYS_COLOR_INDEX_FLAG));
-    return Made::State;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::DefaultColors(Text) {
-    m_parser.m_crBack = m_parser.m_crDefaultBack;
-    m_parser.m_crFore = m_parser.m_crDefaultFore;
-    return Made::State;
-}
-
-// Where left and right are swapped there is no right-hand column: its text stands at the other side.
-HTMLTokenizer::Made HTMLTokenizer::Span(Text) {
-    if (g_dwLeftDefine != HTML_ALIGN_RIGHT) return Made::Span;
-    m_parser.m_uAlign = HTML_ALIGN_FLAGS;
-    return Made::State;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::EndSpan(Text) {
-    if (g_dwLeftDefine != HTML_ALIGN_RIGHT) return Made::EndSpan;
-    m_parser.m_uAlign = HTML_ALIGN_FLAGS | HTML_ALIGN_RIGHT;
-    return Made::State;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::Editable(Text) {
-    m_parser.m_bEditable = 1;
-    return Made::State;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::NotEditable(Text) {
-    m_parser.m_bEditable = 0;
-    return Made::State;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::Image(Text body) {
-    const std::size_t key = body.find(u"SRC=");
-    if (key == Text::npos) return Made::State;
-    const std::size_t start = key + 4;
-    const Text source = Value(body, start);
-    if (source.size() > kLongestSource) return Made::State;
-    const WCHAR* name = m_parser.m_Texts.Add(source);
-    if (!name) m_bOutOfMemory = true;
-    const tagNM_IMAGENOTIFY answer = AskForImage(name, source.size());
-    if (!answer.pImage) return Made::State; // it takes no room: there is no place-holder
-
-    const std::size_t size = body.find(u"SIZE=", key);
-    const DWORD wanted = size == Text::npos ? 0 : static_cast<DWORD>(Number(body.substr(size + 5)));
-    m_pending.pszText = name;
-    m_pending.nLength = static_cast<DWORD>(source.size());
-    m_pending.pImage = answer.pImage;
-    m_pending.nImageSize = ImageSize(wanted, answer);
-    m_pending.bDrawImage = body.find(u"NODRAW", start + source.size()) == Text::npos;
-    return Made::Image;
-}
-
-tagNM_IMAGENOTIFY HTMLTokenizer::AskForImage(const WCHAR* name, std::size_t length) const {
-    const HWND window = m_parser.m_hNotifyWnd;
-    tagNM_IMAGENOTIFY ask{{window, length, HTMLN_IMAGE}, name, nullptr, 0};
-    if (!name || !IsWindow(window)) return ask;
-    if (!SendMessageW(window, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&ask))) ask.pImage = nullptr;
-    return ask;
-}
-
-DWORD HTMLTokenizer::ImageSize(DWORD wanted, const tagNM_IMAGENOTIFY& answer) const {
-    const DWORD mode = m_parser.m_dwBitmapScaling;
-    const bool natural = mode == kScaleNotResources ? answer.bFromResource != 0
-                                                    : mode == kScaleNotFiles && answer.bFromResource == 0;
-    if (natural && wanted == 0) return HTML_NATURAL_SIZE;
-    const bool enlarged = static_cast<long long>(wanted) > answer.pImage->GetHeight();
-    return mode == kNeverEnlarge && enlarged ? HTML_NATURAL_SIZE : wanted;
-}
-
-// The target reaches to the closing quote; without quotes to the end of the tag, blanks and NONAV included.
-HTMLTokenizer::Made HTMLTokenizer::Link(Text body) {
-    Text target = body.substr(2);
-    if (target.starts_with(u'"')) target.remove_prefix(1);
-    target = target.substr(0, target.find(u'"'));
-    m_parser.m_pszHREF = m_parser.m_Texts.Add(target.substr(0, kLongestTarget));
-    if (!m_parser.m_pszHREF) m_bOutOfMemory = true;
-    m_pending.bNavigatable = body.find(u"NONAV") == Text::npos;
-    return Made::State;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::EndLink(Text) {
-    m_parser.m_pszHREF = u"";
-    return Made::State;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::Paragraph(Text body) {
-    struct Alignment {
-        Text name;
-        UINT value;
-    };
-    const UINT left = HTMLAlignLeft();
-    // LEFTINDENT is never reached, since LEFT takes it: producers count on it being the same as LEFT.
-    const Alignment alignments[] = {{u"LEFT", left},
-                                    {u"CENTER", HTML_ALIGN_FLAGS | HTML_ALIGN_CENTER},
-                                    {u"RIGHT", HTMLAlignRight()},
-                                    {u"LEFTINDENT", left == HTML_ALIGN_FLAGS ? 0xA10 : left}};
-    const Text rest = body.substr(2);
-    for (const Alignment& alignment : alignments)
-        if (rest.starts_with(alignment.name)) {
-            m_parser.m_uAlign = alignment.value;
-            return Made::State;
-        }
-    // The first paragraph begins where the text begins.
-    return std::exchange(m_parser.m_bFirstParagraph, BYTE{0}) ? Made::State : Made::Break;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::EndParagraph(Text) {
-    m_parser.m_uAlign = HTMLAlignLeft();
-    return Made::State;
-}
-
-// Every FONT restates the face and the colours; a text colour stays the default of what follows, also of /FONT.
-HTMLTokenizer::Made HTMLTokenizer::Font(Text body) {
-    CHTMLParser& p = m_parser;
-    if (const std::size_t size = body.find(u"SIZE="); size != Text::npos)
-        p.m_lf.lfHeight = FontHeight(Number(body.substr(size + 5)));
-    const std::size_t name = body.find(u"NAME=");
-    SetFace(p.m_lf, name == Text::npos ? kDefaultFace : Value(body, name + 5));
-
-    static constexpr Text kColor = u" COLOR=#";
-    const std::size_t color = body.find(kColor);
-    if (color != Text::npos) p.m_crDefaultFore = HexColor(body.substr(color + kColor.size(), kColorDigits));
-    p.m_crFore = p.m_crDefaultFore;
-
-    static constexpr Text kGround = u"BGCOLOR=#"; // stands last in the tag
-    const std::size_t ground = body.find(kGround);
-    p.m_crBack = p.m_crDefaultBack;
-    if (ground != Text::npos)
-        p.m_crBack = LastColor(body, ground + kGround.size()).value_or(p.m_crDefaultBack);
-    return Made::State;
-}
-
-HTMLTokenizer::Made HTMLTokenizer::EndFont(Text) {
-    m_parser.m_lf = DefaultFont(m_parser.m_FontQuality);
-    return DefaultColors({});
-}
-
-HTMLTokenizer::Made HTMLTokenizer::Body(Text body) {
-    static constexpr Text kName = u"BODY";
-    if (const auto color = LastColor(body, kName.size()))
-        m_parser.m_crBack = m_parser.m_crDefaultBack = *color;
-    return Made::State;
-}
-
 // --- The parser's side --------------------------------------------------------------------------------------------
 
 void CHTMLParser::Reset() {
@@ -520,7 +153,7 @@ void CHTMLParser::Reset() {
     m_bEditable = 0;
     m_crDefaultBack = m_crBack = 0xFFFFFF;
     m_crDefaultFore = m_crFore = 0;
-    m_lf = DefaultFont(m_FontQuality);
+    m_lf = HTMLTokenizer::DefaultFont(m_FontQuality);
     m_pszHREF = u"";
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 class DrawHTMLTest : public testing::Test {
 protected:
-    static constexpr int kWidth = 320, kHeight = 900;
+    static constexpr int kWidth = 320, kHeight = 1300;
 
     void Parse(const std::u16string& html) {
         m_html = html;
@@ -52,7 +52,7 @@ protected:
 };
 
 TEST_F(DrawHTMLTest, PaintsWhatItMeasured) {
-    static const char16_t* const kPieces[] = {
+    static constexpr const char16_t* kPieces[] = {
         u"<B>",
         u"</B>",
         u"<I>",
@@ -60,23 +60,23 @@ TEST_F(DrawHTMLTest, PaintsWhatItMeasured) {
         u"<U>",
         u"</U>",
         u"<FONT SIZE=5>",
-        u"<FONT SIZE=-2 NAME=DejaVu Serif>",
         u"</FONT>",
         u"<BR>",
         u"<P RIGHT>",
-        u"<P CENTER>",
         u"<P LEFT>",
+        u"<P CENTER>",
         u"<A=\"L\">",
         u"</A>",
         u" review of ",
         u"papers, ",
+        u" a-b;c ",
+        u"<FONT SIZE=-2 NAME=DejaVu Serif>",
         u"Kraftfahrzeughaftpflichtversicherung",
         u"e\u0301a\u0308\u0323",
         u"\u0645\u0631\u062D\u0628\u0627\u0628\u0627\u0644\u0639\u0627\u0644\u0645",
         u"\u05E9\u05DC\u05D5\u05DD ",
-        u"\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8",
-        u"\U0001F600\U0001F382",
-        u" a-b;c "};
+        u"\u65E5\u672C\u8A9E\u306E\u30C6\u30AD",
+        u"\U0001F600\U0001F382"};
     std::mt19937 random(20260321);
     const auto pick = [&](int most) { return std::uniform_int_distribution<int>(0, most - 1)(random); };
     for (int round = 0; round < 300; ++round) {

@@ -2,7 +2,7 @@
 // pixels a character; the default font is 14 high at 96 dots an inch.
 #include "tests/support/fixedcanvas.h"
 
-#include "NorvoUI/hidpi.h"
+#include "tests/support/pictureowner.h"
 
 #include <chrono>
 #include <cstdio>
@@ -20,8 +20,6 @@ protected:
         int left = 0;
         int top = 0;
     };
-
-    void SetUp() override { HIDPI_InitScaling(); }
 
     SIZE Measure(const std::u16string& html, int width, Options o) {
         Parse(html);
@@ -52,9 +50,10 @@ protected:
     void Parse(const std::u16string& html) {
         m_html = html;
         m_parser.SetHTML(m_html.c_str());
-        m_parser.ParseHTML(nullptr);
+        m_parser.ParseHTML(m_pictures.Window());
     }
 
+    PictureOwner m_pictures;
     std::u16string m_html;
     CHTMLParser m_parser;
     FixedCanvas m_canvas;
@@ -125,6 +124,35 @@ TEST_F(HTMLLayoutTest, FlowsRoundAColumn) {
               "58x14\ntext 16,0 'abc def'\ntext 0,0 'x'\n");
     EXPECT_EQ(Paint(u"</SPAN>x<SPAN>y", 60),
               "58x14\ntext 0,0 'x'\ntext 52,0 'y'\n"); // neither opened nor closed
+}
+
+TEST_F(HTMLLayoutTest, StandsImages) {
+    const Case cases[] = {
+        {"centred in its line", u"<IMG SRC=p20x10>ab", 60,
+         "32x14\nimage 0,2 20x10\ntext 20,0 'ab'\nspot 0,0 20x14 p20x10\n"},
+        // A fifth of the text, 2 pixels, is below the base line: 2 + 20.
+        {"a tall one behind text", u"ab<IMG SRC=p20x20>", 60,
+         "32x22\ntext 0,0 'ab'\nimage 12,1 20x20\nspot 12,0 20x22 p20x20\n"},
+        {"not drawn: an area with a name", u"<IMG SRC=p20x10 NODRAW>", 60, "20x10\nspot 0,0 20x10 p20x10\n"},
+        {"wraps", u"abcd<IMG SRC=p20x10>", 40,
+         "24x24\ntext 0,0 'abcd'\nimage 0,14 20x10\nspot 0,14 20x10 p20x10\n"},
+        {"a size, and one that is as good as its own", u"<IMG SRC=p20x10 SIZE=5><IMG SRC=p20x10 SIZE=11>", 60,
+         "30x10\nimage 0,2 10x5\nimage 10,0 20x10\nspot 0,0 10x10 p20x10\nspot 10,0 20x10 p20x10\n"},
+        {"a size that is too wide", u"<IMG SRC=p20x10 SIZE=100>", 60,
+         "58x29\nimage 0,0 58x29\nspot 0,0 58x29 p20x10\n"},
+        {"too wide in its own size: a square to measure", u"<IMG SRC=p100x10>", 60,
+         "58x58\nimage 0,24 100x10\nspot 0,0 100x58 p100x10\n"},
+        {"taller than the line that a text began", u"aaaa bb<IMG SRC=p20x30>", 40,
+         "32x44\ntext 0,0 'aaaa '\ntext 0,14 'bb'\nimage 12,14 20x30\nspot 12,14 20x30 p20x30\n"},
+        {"too small to show", u"<IMG SRC=p1x9>a<IMG SRC=p9x1>", 60, "6x14\ntext 0,0 'a'\n"},
+        {"a size beyond all", u"<IMG SRC=p999x2 SIZE=4000000000>", 60, "0x0\n"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(Paint(c.html, c.width), c.result) << c.what;
+    // Back at the left it is moved in as text is; brought to the middle, it is the middle of all.
+    EXPECT_EQ(
+        Paint(u"a<BR><P RIGHT>b<P LEFT><IMG SRC=p20x10><BR>c<P CENTER><IMG SRC=p20x10>", 60, {.indent = 10}),
+        "60x42\ntext 0,0 'a'\ntext 54,14 'b'\nimage 10,16 20x10\ntext 10,28 'c'\nimage 20,30 20x10\n"
+        "spot 10,14 20x14 p20x10\nspot 20,28 20x14 p20x10\n");
 }
 
 TEST_F(HTMLLayoutTest, RulesAlongTheBottom) {

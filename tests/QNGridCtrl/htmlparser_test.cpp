@@ -4,26 +4,21 @@
 #include "NorvoTools/globals.h"
 #include "NorvoUI/hidpi.h"
 #include "Platform/testing.h"
-#include "QNGridCtrl/HTMLImage.h"
+#include "tests/support/narrow.h"
+#include "tests/support/pictureowner.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 #include <map>
+#include <set>
 #include <sstream>
 
 namespace {
-
-std::string Narrow(std::u16string_view text) {
-    std::string narrow;
-    for (WCHAR c : text) narrow += c < 128 ? static_cast<char>(c) : '?';
-    return narrow;
-}
 
 // The tokens as text: kind, content and what differs from plain black 14-pixel Tahoma at the left on white.
 std::string Dump(const HTMLTOKEN& token) {
     static const char* const kNames[] = {"tag", "text", "image", "span", "/span", "tab", "edge"};
     std::ostringstream out;
-    out << kNames[token.eType] << " '" << Narrow({token.pszText, token.nLength}) << "'" << std::hex;
+    out << kNames[token.eType] << " '" << Narrow(token.pszText) << "'" << std::hex;
     if (token.uAlign != 0x810) out << " align " << token.uAlign;
     if (token.crFore) out << " fore " << token.crFore;
     if (token.crBack != 0xFFFFFF) out << " back " << token.crBack;
@@ -188,40 +183,6 @@ TEST_F(HTMLParser, JoinsItsText) {
     EXPECT_EQ(std::u16string_view(buffer), u"abcde");
 }
 
-// A window that has pictures 20 by 10 for every name that begins with "p".
-class PictureOwner {
-public:
-    PictureOwner() {
-        WNDCLASSW windowClass{};
-        windowClass.lpfnWndProc = &Procedure;
-        windowClass.lpszClassName = u"PictureOwner";
-        RegisterClassW(&windowClass);
-        m_window =
-            CreateWindowExW(0, u"PictureOwner", u"", 0, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
-        s_picture = std::make_unique<CHTMLImage>(CreateCompatibleBitmap(nullptr, 20, 10));
-    }
-    ~PictureOwner() {
-        DestroyWindow(m_window);
-        UnregisterClassW(u"PictureOwner", nullptr);
-        s_picture.reset();
-    }
-    HWND Window() const { return m_window; }
-    static inline bool s_fromResource = false;
-
-private:
-    static LRESULT Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-        if (message != WM_NOTIFY) return DefWindowProcW(window, message, wParam, lParam);
-        auto* ask = reinterpret_cast<tagNM_IMAGENOTIFY*>(lParam);
-        EXPECT_EQ(ask->hdr.code, 2074u);
-        EXPECT_EQ(ask->hdr.idFrom, std::u16string_view(ask->pszSource).size());
-        ask->pImage = s_picture.get();
-        ask->bFromResource = s_fromResource;
-        return *ask->pszSource == u'p';
-    }
-    static inline std::unique_ptr<CHTMLImage> s_picture;
-    HWND m_window;
-};
-
 TEST_F(HTMLParser, AsksForImages) {
     PictureOwner owner;
     const Case cases[] = {
@@ -234,6 +195,8 @@ TEST_F(HTMLParser, AsksForImages) {
          "text 'y' -> t navigable\n"},
     };
     for (const Case& c : cases) EXPECT_EQ(Parse(c.html, owner.Window()), c.tokens) << c.what;
+    EXPECT_EQ(owner.asked.code, 2074u);
+    EXPECT_EQ(owner.asked.idFrom, owner.source.size());
     EXPECT_EQ(Parse(u"<IMG SRC=p" + std::u16string(259, u'x') + u">a", owner.Window()), "text 'a'\n");
 
     struct Scaling {
@@ -247,7 +210,7 @@ TEST_F(HTMLParser, AsksForImages) {
                                 {3, true, u"<IMG SRC=p SIZE=11>", -1}, {3, true, u"<IMG SRC=p SIZE=10>", 10},
                                 {2, true, u"<IMG SRC=p SIZE=40>", 40}};
     for (const Scaling& s : scalings) {
-        PictureOwner::s_fromResource = s.fromResource;
+        owner.fromResource = s.fromResource;
         m_parser.SetBitmapScaling(s.mode);
         Parse(s.html, owner.Window());
         EXPECT_EQ(static_cast<LONG>(m_parser.Tokens().at(0).nImageSize), s.size)
@@ -262,6 +225,30 @@ TEST_F(HTMLParser, AsksForImages) {
     bool draw = false;
     EXPECT_NE(m_parser.GetCurrTokenBitmap(size, draw), nullptr);
     EXPECT_EQ(size, 24u); // (9 + 9) * 96 / 72
+}
+
+// One font a style for all parsers, and no end of styles takes all the handles there are.
+TEST_F(HTMLParser, SharesItsFonts) {
+    Parse(u"<B>a</B>b<I>c</I>d");
+    const HFONT bold = m_parser.Tokens()[0].hFont, plain = m_parser.Tokens()[1].hFont;
+    EXPECT_EQ(m_parser.Tokens()[3].hFont, plain);
+    CHTMLParser other;
+    other.SetHTML(u"x<B>y");
+    other.ParseHTML(nullptr);
+    EXPECT_EQ(other.Tokens()[0].hFont, plain);
+    Parse(u"");
+    EXPECT_EQ(other.Tokens()[1].hFont, bold);
+    EXPECT_EQ(Dump(other), "text 'x'\ntext 'y' weight 700\n");
+
+    std::u16string styles;
+    for (int i = 0; i < 1000; ++i)
+        styles += u"<FONT SIZE=1" + std::u16string(1, static_cast<WCHAR>(u'0' + i % 10)) + u" NAME=f" +
+                  std::u16string(1, static_cast<WCHAR>(0x4E00 + i)) + u">x";
+    Parse(styles);
+    std::set<HFONT> fonts;
+    for (const HTMLTOKEN& token : m_parser.Tokens()) fonts.insert(token.hFont);
+    EXPECT_EQ(fonts.size(), HTMLFonts::kMost);
+    EXPECT_FALSE(fonts.contains(nullptr));
 }
 
 TEST_F(HTMLParser, TellsTheUserOfMissingMemory) {
@@ -282,7 +269,7 @@ TEST(HTMLTexts, Entities) {
         {u"&#159;", 0},     {u"&#;", 0},      {u"", 0},
     };
     for (const auto& [entity, character] : known)
-        EXPECT_EQ(GetHTMLEntity(entity.c_str()), character) << Narrow(entity);
+        EXPECT_EQ(GetHTMLEntity(entity.c_str()), character) << Narrow(entity.c_str());
 }
 
 TEST(HTMLTexts, PlainText) {
@@ -298,7 +285,7 @@ TEST(HTMLTexts, PlainText) {
     };
     for (const auto& [html, text] : texts) {
         WCHAR* plain = HTMLToText(html.c_str());
-        EXPECT_EQ(std::u16string(plain), text) << Narrow(html);
+        EXPECT_EQ(std::u16string(plain), text) << Narrow(html.c_str());
         free(plain);
     }
     EXPECT_EQ(HTMLToText(nullptr), nullptr);
@@ -321,7 +308,7 @@ TEST(HTMLTexts, Colors) {
         {u"#102030", 0x302010}, {u"##fF", 0xFF0000}, {u"7102030", 0x302010}, {u"0", 0}};
     for (const auto& [text, value] : colors) {
         EXPECT_TRUE(HTMLToColorRef(text.c_str(), &color));
-        EXPECT_EQ(color, value) << Narrow(text);
+        EXPECT_EQ(color, value) << Narrow(text.c_str());
     }
 }
 

@@ -3,10 +3,9 @@
 #pragma once
 
 #include "QNGridCtrl/HTMLCanvas.h"
-#include "QNGridCtrl/HTMLImage.h"
 #include "QNGridCtrl/HTMLLayout.h"
-#include "Platform/strings.h"
 
+#include <algorithm>
 #include <map>
 #include <sstream>
 #include <string>
@@ -16,6 +15,7 @@
 class FixedCanvas : public HTMLCanvas {
 public:
     static constexpr int kCharacter = 6;
+    static constexpr int kTallest = 1000;
 
     HFONT SelectFont(HFONT font) override { return std::exchange(m_font, font); }
     int Fit(const WCHAR*, int length, int width, SIZE& size) override {
@@ -56,7 +56,8 @@ private:
     int Height() {
         const auto [known, added] = m_heights.try_emplace(m_font, 14);
         LOGFONTW style{};
-        if (added && GetObjectW(m_font, sizeof style, &style)) known->second = style.lfHeight;
+        if (added && GetObjectW(m_font, sizeof style, &style))
+            known->second = std::clamp(style.lfHeight, LONG{0}, LONG{kTallest});
         return known->second;
     }
 
