@@ -330,13 +330,15 @@ std::mutex& TextLock() {
     return lock;
 }
 
-TextFont& TextFontOf(GdiFont& font) {
-    if (g_fixedWidth.load(std::memory_order_relaxed)) {
-        thread_local std::shared_ptr<TextFont> last;
-        last = MakeFixedFont(font.data);
-        return *last;
-    }
-    if (void* text = font.text.load(std::memory_order_acquire)) return *static_cast<TextFont*>(text);
+namespace {
+
+TextFont& FixedFontOf(const GdiFont& font) {
+    thread_local std::shared_ptr<TextFont> last;
+    last = MakeFixedFont(font.data);
+    return *last;
+}
+
+TextFont& FoundFontOf(GdiFont& font) {
     Fonts& fonts = TheFonts();
     std::lock_guard lock(fonts.lock);
     if (!font.face) {
@@ -345,6 +347,14 @@ TextFont& TextFontOf(GdiFont& font) {
         font.face = std::move(found);
     }
     return *static_cast<TextFont*>(font.text.load(std::memory_order_relaxed));
+}
+
+} // namespace
+
+TextFont& TextFontOf(GdiFont& font) {
+    if (g_fixedWidth.load(std::memory_order_relaxed)) return FixedFontOf(font);
+    void* text = font.text.load(std::memory_order_acquire);
+    return text ? *static_cast<TextFont*>(text) : FoundFontOf(font);
 }
 
 } // namespace plat
