@@ -8,15 +8,13 @@
 #include "Platform/windows.h"
 #include "QNGridCtrl/DrawHTML.h"
 #include "QNGridCtrl/HTMLImage.h"
+#include "bench/ratios.h"
 
-#include <benchmark/benchmark.h>
 #include <fontconfig/fontconfig.h>
 #include <pango/pangocairo.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -241,26 +239,6 @@ BENCHMARK(OursPaint)->Unit(benchmark::kMicrosecond)->Repetitions(5);
 BENCHMARK(PeerPaint)->Unit(benchmark::kMicrosecond)->Repetitions(5);
 BENCHMARK(OursExtent)->Unit(benchmark::kNanosecond)->Repetitions(5);
 
-// Keeps the best processor time of each, for the ratios: other work on the machine only adds to it.
-class Reporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.run_type != Run::RT_Iteration) continue;
-            auto [best, isFirst] = m_times.try_emplace(run.run_name.function_name, run.GetAdjustedCPUTime());
-            if (!isFirst) best->second = std::min(best->second, run.GetAdjustedCPUTime());
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void PrintRatio(const char* text, const char* above, const char* below) {
-        if (m_times.contains(above) && m_times.contains(below))
-            std::printf("%-58s %6.2f\n", text, m_times[above] / m_times[below]);
-    }
-
-private:
-    std::map<std::string, double> m_times;
-};
-
 int Drive() {
     const int height = MeasureAll(); // warms the fonts
     std::printf("%d lines, %d pixels high\n", kLines, height);
@@ -272,7 +250,7 @@ int Drive() {
 int main(int argc, char** argv) {
     if (argc == 2 && std::strcmp(argv[1], "--drive") == 0) return Drive();
     benchmark::Initialize(&argc, argv);
-    Reporter reporter;
+    RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.PrintRatio("parsed and measured: Pango / ours (20 or more)", "PeerMeasure", "OursMeasure");
     reporter.PrintRatio("and painted, with hot spots: Pango / ours (4 or more)", "PeerPaint", "OursPaint");

@@ -6,19 +6,19 @@
 //
 //     valgrind --tool=callgrind --toggle-collect=ExpandOnce recurrence_bench --drive month
 #include "Platform/testing.h"
+#include "bench/ratios.h"
 #include "tests/support/blobs.h"
 #include "tests/support/expander.h"
 
-#include <benchmark/benchmark.h>
 #include <libical/ical.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <random>
+#include <vector>
 
 namespace {
 
@@ -246,26 +246,6 @@ BENCHMARK_CAPTURE(Peer, month, kMonthLast)->Unit(benchmark::kMicrosecond)->Repet
 BENCHMARK_CAPTURE(Ours, year, TwoYears, kYearLast, false)->Unit(benchmark::kMicrosecond)->Repetitions(5);
 BENCHMARK_CAPTURE(Peer, year, kYearLast)->Unit(benchmark::kMicrosecond)->Repetitions(5);
 
-// Keeps the best processor time of each, for the ratios: other work on the machine only adds to it.
-class Reporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.run_type != Run::RT_Iteration) continue;
-            auto [best, isFirst] = m_times.try_emplace(run.run_name.function_name, run.GetAdjustedCPUTime());
-            if (!isFirst) best->second = std::min(best->second, run.GetAdjustedCPUTime());
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    void PrintRatio(const char* text, const char* above, const char* below) {
-        if (m_times.contains(above) && m_times.contains(below))
-            std::printf("%-58s %6.2f\n", text, m_times[above] / m_times[below]);
-    }
-
-private:
-    std::map<std::string, double> m_times;
-};
-
 int Drive(const char* what) {
     bool year = std::strcmp(what, "year") == 0;
     bool zoned = std::strcmp(what, "zoned") == 0;
@@ -284,7 +264,7 @@ int Drive(const char* what) {
 int main(int argc, char** argv) {
     if (argc == 3 && std::strcmp(argv[1], "--drive") == 0) return Drive(argv[2]); // month, year, zoned, old
     benchmark::Initialize(&argc, argv);
-    Reporter reporter;
+    RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.PrintRatio("one month: libical / ours (20 or more)", "Peer/month", "Ours/month");
     reporter.PrintRatio("one year: libical / ours (5 or more)", "Peer/year", "Ours/year");
