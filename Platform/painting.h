@@ -65,6 +65,8 @@ public:
     virtual void ScreenPainted() = 0;
     // SHSipPreference: text is going to be typed, or no more.
     virtual void ShowInputPanel(BOOL show) = 0;
+    // The caret is there on the screen: an input method shows what it offers beside it.
+    virtual void CaretAt(const RECT&) {}
 };
 // The presenter stays the caller's; null takes it out. It isn't called any more once this returns. Gives the former one.
 PlatPresenter* PlatSetPresenter(PlatPresenter* presenter);

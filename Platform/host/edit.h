@@ -61,6 +61,7 @@ private:
     void Relayout();
     void UpdateBar();
     void ShowCaret();
+    RECT CaretRect() const; // of the client area
     void ShowSteadyCaret();
     void SetFocusState(bool focused);
     void Blink();

@@ -143,7 +143,11 @@ void EditControl::ShowCaret() {
 // It blinks from now on. Pictures of a screen that nobody looks at come out the same each time: there it stands still.
 void EditControl::ShowSteadyCaret() {
     m_bCaretOn = true;
-    if (IsPresented()) SetTimer(m_hWnd, kBlinkTimer, kBlink, nullptr);
+    if (!IsPresented()) return;
+    SetTimer(m_hWnd, kBlinkTimer, kBlink, nullptr);
+    RECT caret = CaretRect();
+    MapWindowPoints(m_hWnd, nullptr, reinterpret_cast<POINT*>(&caret), 2);
+    TellCaret(caret);
 }
 
 void EditControl::SetFocusState(bool focused) {
@@ -210,12 +214,15 @@ void EditControl::PaintRow(HDC hdc, int row, int y) {
     SetTextColor(hdc, color);
 }
 
-void EditControl::PaintCaret(HDC hdc) {
-    const RECT rect = TextRect();
-    const int x = rect.left + m_Layout.LeftOf(m_Text.Caret()) - m_nScrollX,
+RECT EditControl::CaretRect() const {
+    const int x = TextRect().left + m_Layout.LeftOf(m_Text.Caret()) - m_nScrollX,
               y = TopOf(m_Layout.RowOf(m_Text.Caret()));
-    const RECT caret = {x, y, x + std::max(Scaled(1), 1), y + m_nLineHeight};
-    if (x >= rect.left && x <= rect.right) InvertRect(hdc, &caret);
+    return {x, y, x + std::max(Scaled(1), 1), y + m_nLineHeight};
+}
+
+void EditControl::PaintCaret(HDC hdc) {
+    const RECT rect = TextRect(), caret = CaretRect();
+    if (caret.left >= rect.left && caret.left <= rect.right) InvertRect(hdc, &caret);
 }
 
 } // namespace plat

@@ -53,6 +53,7 @@ void FillScreen(const Region& onScreen, COLORREF color);
 void MarkPainted(const Region& onScreen);
 // Is there anybody who shows the screen?
 bool IsPresented();
+void TellCaret(const RECT& onScreen);
 unsigned PaintedSerial(); // goes on with each look of the presenter
 
 // Changes a window by change(window), which says whether all of it is to be painted; then all that comes of it.

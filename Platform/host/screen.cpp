@@ -93,6 +93,12 @@ bool IsPresented() {
     return presenting.presenter != nullptr;
 }
 
+void TellCaret(const RECT& onScreen) {
+    Presenting& presenting = ThePresenting();
+    std::lock_guard lock(presenting.lock);
+    if (presenting.presenter) presenting.presenter->CaretAt(onScreen);
+}
+
 unsigned PaintedSerial() { return TheShown().serial; }
 
 } // namespace plat

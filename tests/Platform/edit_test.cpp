@@ -404,6 +404,8 @@ TEST_F(EditTest, BarFollowsTheRows) {
 struct Watcher : PlatPresenter {
     void ScreenPainted() override {}
     void ShowInputPanel(BOOL) override {}
+    void CaretAt(const RECT& place) override { caret = place; }
+    RECT caret{};
 };
 
 TEST_F(EditTest, SelectionAndCaretShow) {
@@ -434,6 +436,9 @@ TEST_F(EditTest, SelectionAndCaretShow) {
     EXPECT_EQ(pixel(0), 0u);
     EXPECT_EQ(after(530), 0xFFFFFFu);
     EXPECT_EQ(after(529), 0xFFFFFFu);
+    Play(u"<Right>");
+    const RECT behindOne = {18, 12, 19, 22};
+    EXPECT_TRUE(EqualRect(&watcher.caret, &behindOne)) << watcher.caret.left << "," << watcher.caret.top;
     Play(u"<Home>");
     EXPECT_EQ(after(529), 0u) << "it stands while it is moved";
     EXPECT_EQ(after(1), 0xFFFFFFu);

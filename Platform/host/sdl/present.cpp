@@ -44,6 +44,9 @@ public:
     // --- PlatPresenter
     void ScreenPainted() override { m_thread.Painted(); }
     void ShowInputPanel(BOOL show) override;
+    void CaretAt(const RECT& place) override {
+        m_thread.Post([place](SdlWindow& window) { window.SetTextPlace(place); });
+    }
     // --- PlatClipboardProvider
     void PutText(const std::u16string& text) override;
     std::u16string GetText() override;

@@ -126,4 +126,16 @@ POINT SdlWindow::ToPixels(float x, float y) const {
             static_cast<LONG>(std::floor(y * static_cast<float>(pixels.cy) / static_cast<float>(height)))};
 }
 
+void SdlWindow::SetTextPlace(const RECT& place) const {
+    int width = 0;
+    int height = 0;
+    SDL_GetWindowSize(m_window.get(), &width, &height);
+    const SIZE pixels = Size();
+    if (pixels.cx <= 0 || pixels.cy <= 0) return;
+    const SDL_Rect rect{place.left * width / pixels.cx, place.top * height / pixels.cy,
+                        (place.right - place.left) * width / pixels.cx,
+                        (place.bottom - place.top) * height / pixels.cy};
+    SDL_SetTextInputRect(&rect);
+}
+
 } // namespace plat

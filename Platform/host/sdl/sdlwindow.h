@@ -29,6 +29,8 @@ public:
     int DotsPerInch() const;
     // A place in the window's own coordinates, in pixels.
     POINT ToPixels(float x, float y) const;
+    // Where text is typed, in pixels.
+    void SetTextPlace(const RECT& place) const;
 
 private:
     template<class T, void (*End)(T*)>
