@@ -249,6 +249,7 @@ LRESULT CHTMLGrid::OnDragOver(POINT point, HWND& hTarget, tagGRIDDRAG& drag, boo
     return 0;
 }
 
+// The drag is over before the owner hears of it: whatever it shows then is free of capture and picture.
 void CHTMLGrid::Drop(POINT point) {
     HideDragTip();
     tagGRIDDRAG drag{};
@@ -263,6 +264,7 @@ void CHTMLGrid::Drop(POINT point) {
 
 void CHTMLGrid::FinishDragOperation() {
     if (!std::exchange(m_Drag.active, false)) return;
+    m_Press.consumed = true; // no other one begins while the button is down
     ScrollAtEdge(0);
     m_pDragTip.reset();
     ImageList_EndDrag();

@@ -28,12 +28,13 @@ std::u16string EditedText(HWND hWnd) {
 
 bool CHTMLGrid::EnableCellEdit(WORD col, WORD row, bool bWholeSelection) {
     if (col >= GetColCount() || row >= GetRowCount()) return false;
-    if (!IsCellSelected(col, row)) SetSelection(col, row, col, row);
-    EndEdit(true);
     const HWND self = m_hWnd;
+    EndEdit(true);
+    if (!::IsWindow(self)) return false;
+    if (!IsCellSelected(col, row)) SetSelection(col, row, col, row);
     tagNM_GRIDVIEW view = ViewOf(col, row, GRIDM_EDIT_BEGIN);
     if (AskOwner(GRIDM_EDIT_BEGIN, view) == 0 || !::IsWindow(self)) return false;
-    const tagCELLINFO* cell = m_Cells.Find(col, row);
+    const tagCELLINFO* cell = RequestCell(col, row);
     if (!cell) return false;
     std::array<WCHAR, kLongest + 1> text{};
     const HFONT hFont = cell->GetText(text.data(), kLongest, true);

@@ -28,29 +28,43 @@ LRESULT CHTMLGrid::OnCreate(CREATESTRUCTW*, bool&) {
     return 0;
 }
 
+// Nothing of a drag outlives the window.
+LRESULT CHTMLGrid::OnDestroy(bool& handled) {
+    FinishDragOperation();
+    m_pDragTip.reset();
+    m_Press = {};
+    return CHTMLGridScreen::OnDestroy(handled);
+}
+
 // --- Press --------------------------------------------------------------------------------------------------------
 
 LRESULT CHTMLGrid::OnLButtonDown(WPARAM flags, POINT point, bool& handled) {
     handled = true;
     const HWND self = m_hWnd;
     const bool moving = m_Kinetic.IsMoving();
+    m_Kinetic.Halt();
+    if (m_hEdit || m_bShowFocus) SetFocus(); // the owner may change the grid by what was edited
+    if (!::IsWindow(self)) return 0;
     BeginPress(point);
-    if (m_hEdit || m_bShowFocus) SetFocus();
-    if (m_Press.row == GRID_NONE) {
+    const bool onCell = m_Press.row != GRID_NONE;
+    if (!onCell)
         m_wCurCol = m_wCurRow = GRID_NONE;
-        EmptySelection();
-        return 0;
-    }
-    if (!PressFloater(point)) PressCell((flags & MK_SHIFT) != 0);
+    else if (!PressFloater(point))
+        PressCell((flags & MK_SHIFT) != 0);
     if (!moving && m_Press.known && Hold(point)) return 0;
     if (!::IsWindow(self)) return 0;
+    if (flags & MK_RBUTTON) { // the second press of the right button: a menu, or nothing
+        m_Press.consumed = true;
+        return 0;
+    }
     CountTap();
-    if (!PressHotSpot(point)) Click(point);
+    if (PressHotSpot(point)) return 0;
+    Click(point);
+    if (!onCell && ::IsWindow(self)) EmptySelection();
     return 0;
 }
 
 void CHTMLGrid::BeginPress(POINT point) {
-    m_Kinetic.Halt();
     m_Press = {};
     m_Press.down = m_Press.last = m_Press.move = point;
     m_Press.time = GetTickCount();
@@ -88,12 +102,14 @@ void CHTMLGrid::PressCell(bool bShift) {
         m_wAnchorRow = row;
     }
     if (!stays && (stretch || !m_Press.known)) m_Press.selected = SelectTo(col, row);
+    m_wCurRow = row;
+    m_wCurCol = SelectionRules().SelectsRows() ? m_wColInRowSelect : col;
 }
 
 // From the anchor to a cell, which becomes the current one; in mode 3 nothing.
 bool CHTMLGrid::SelectTo(WORD col, WORD row) {
     const HTMLGridSelectionRules rules = SelectionRules();
-    if (rules.mode == GRID_SELECT_NOTHING) return false;
+    if (rules.mode == GRID_SELECT_NOTHING || rules.rows == 0 || rules.cols == 0) return false;
     const HTMLGridSelection former = m_Selection;
     pvt_SetSelection(m_bMultiSelect ? rules.Bounded({m_wAnchorCol, m_wAnchorRow, col, row})
                                     : HTMLGridSelection{col, row, col, row});
@@ -408,12 +424,12 @@ LRESULT CHTMLGrid::OnInputMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& 
     }
 }
 
-// Capture that was given back doesn't count.
+// Capture that was given back doesn't count; what another window has taken is not the grid's to give back.
 void CHTMLGrid::OnCaptureLost() {
-    m_bAutoCapture = false;
+    const bool atEdge = std::exchange(m_bAutoCapture, false), touch = std::exchange(m_Press.captured, false);
     if (m_Drag.active)
         FinishDragOperation();
-    else if (m_Press.captured)
+    else if (atEdge || touch)
         CancelPress();
 }
 

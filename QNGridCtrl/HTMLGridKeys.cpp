@@ -77,6 +77,9 @@ bool CHTMLGrid::OnOtherKey(WPARAM vk) {
         return true;
     case VK_F1 + 1: // F2
         return m_wCurRow < GetRowCount() && EnableCellEdit(m_wCurCol, m_wCurRow, false);
+    case VK_DELETE: // the owner's to do
+        ::SendMessageW(Owner(), WM_KEYDOWN, vk, 1);
+        return true;
     case 'C':
         return IsDown(VK_CONTROL) && CopySelectedCellsToClipBoard();
     default:

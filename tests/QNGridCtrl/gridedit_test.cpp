@@ -26,7 +26,7 @@ protected:
 
 TEST_F(GridEdit, TakesTheEditableText) {
     ASSERT_TRUE(Open());
-    EXPECT_EQ(Log(), "edit? 1,2\n");
+    EXPECT_EQ(Log(), "edit? 1,2; ");
     EXPECT_TRUE(grid->GetEditMode());
     EXPECT_EQ(Selected(), "1,2");
     EXPECT_EQ(Content(), u"yes");
@@ -49,12 +49,14 @@ TEST_F(GridEdit, EndsInManyWays) {
         std::function<void()> end;
         const char* log;
     } cases[] = {
-        {"Enter", [] { Key(VK_RETURN); }, "edited 1,2 new 3\n"},
+        {"Enter", [] { Key(VK_RETURN); }, "edited 1,2 new 3; "},
         {"Escape", [] { Key(VK_ESCAPE); }, ""},
-        {"a press outside", [this] { Tap(20, 110); }, "edited 1,2 new 3\n"},
-        {"focus", [this] { SetFocus(owner->GetHWnd()); }, "edited 1,2 new 3\n"},
-        {"the input goes", [] { PlatLoseInput(), Pump(); }, "edited 1,2 new 3\n"},
-        {"another cell", [this] { grid->SetSelection(0, 0, 0, 0); }, "edited 1,2 new 3\n"},
+        {"a press outside",
+         [] { Point(PlatPointerAction::Down, 20, 110), Point(PlatPointerAction::Up, 20, 110); },
+         "edited 1,2 new 3; "},
+        {"focus", [this] { SetFocus(owner->GetHWnd()); }, "edited 1,2 new 3; "},
+        {"the input goes", [] { PlatLoseInput(), Pump(); }, "edited 1,2 new 3; "},
+        {"another cell", [this] { grid->SetSelection(0, 0, 0, 0); }, "edited 1,2 new 3; "},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -72,9 +74,7 @@ TEST_F(GridEdit, EndsInManyWays) {
 }
 
 TEST_F(GridEdit, EnterCountsOnlyWhenItWentDownThere) {
-    grid->SetSelection(1, 2, 1, 2);
-    PlatKey(VK_F1 + 1, true);
-    Pump();
+    Play("=1,2 F2");
     ASSERT_TRUE(grid->GetEditMode());
     SendMessageW(Editor(), WM_KEYUP, VK_RETURN, 1);
     EXPECT_TRUE(grid->GetEditMode());
@@ -85,6 +85,18 @@ TEST_F(GridEdit, EnterCountsOnlyWhenItWentDownThere) {
     PlatKey(VK_RETURN, false);
     Pump();
     EXPECT_FALSE(grid->GetEditMode());
+}
+
+// A press that ends it finds the grid as the owner has made it.
+TEST_F(GridEdit, WhatWasEditedMayChangeTheGrid) {
+    ASSERT_TRUE(Open());
+    owner->onEdited = [this] { grid->DeleteRows(3, 3); };
+    SendMessageW(grid->GetHWnd(), WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(10, 110)); // on row 5
+    EXPECT_EQ(Play(""), "edit? 1,2; edited 1,2 yes 3; click nowhere; =none");
+    ASSERT_TRUE(Open(1));
+    owner->onEdited = [this] { grid.reset(); };
+    Key(VK_RETURN);
+    EXPECT_FALSE(grid.has_value());
 }
 
 TEST_F(GridEdit, MayBeRefusedOrOverTaken) {
@@ -100,7 +112,7 @@ TEST_F(GridEdit, MayBeRefusedOrOverTaken) {
     EXPECT_EQ(GetWindowTextLengthW(Editor()), 4095);
     SetWindowTextW(Editor(), large.c_str());
     Key(VK_RETURN);
-    EXPECT_NE(Log().find(" 5021\n"), std::string::npos) << "nothing is cut on the way back";
+    EXPECT_NE(Log().find(" 5021; "), std::string::npos) << "nothing is cut on the way back";
     Text(1, 0, u"");
     grid->SetMultiSelect(true);
     grid->SetSelection(0, 2, 1, 3);

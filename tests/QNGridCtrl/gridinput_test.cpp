@@ -7,139 +7,113 @@ using namespace qntest;
 
 namespace {
 
-constexpr WCHAR kLink[] = u"<A=there>a long link over all of it</A>";
-
-class GridInput : public InputTest {};
-
-// --- Tap or scroll ------------------------------------------------------------------------------------------------
-
-TEST_F(GridInput, TheWayTellsAScrollFromATap) {
-    const struct {
-        bool touch;
-        int x, y;
-        const char* log;
-        int scrolled;
-    } cases[] = {
-        {true, 0, 3, "spot there 0,1\n", 0},
-        {true, 0, -4, "spot there 0,1\n", 0},
-        {true, 0, -5, "", 5},
-        {true, 5, 0, "", 0},
-        {false, 0, -5, "spot there 0,1\n", 0},
+class GridInput : public InputTest {
+protected:
+    // Words of a case: how its grid is, and what its owner answers.
+    void Prepare(const std::string& words) {
+        std::istringstream list(words);
+        for (std::string word; list >> word;) {
+            SCOPED_TRACE(word);
+            m_words.at(word)();
+        }
+        grid->ForcePaint();
+        Log();
+    }
+    struct Case {
+        const char* words;
+        DWORD rows, cols;
+        const char *script, *result;
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.x) + "," + std::to_string(c.y));
-        Make(50).SetTouchScrolling(c.touch);
-        Text(0, 1, kLink);
-        Down(20, 26);
-        Wait(3000); // the time doesn't count
-        Move(20 + c.x, 26 + c.y);
-        EXPECT_EQ(grid->GetTopPixel(), c.scrolled);
-        Up(20 + c.x, 26 + c.y);
-        EXPECT_EQ(Log(), c.log);
+    void Check(std::initializer_list<Case> cases) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(c.script);
+            Make(c.rows, c.cols);
+            Prepare(c.words);
+            EXPECT_EQ(Play(c.script), c.result) << c.words;
+        }
     }
-}
-
-TEST_F(GridInput, TapsTellWhetherTheySelected) {
-    Make(5);
-    Tap(10, 45);
-    Tap(10, 45);
-    EXPECT_EQ(Log(), "new tap 0,2\ntap 0,2\n");
-    Down(10, 5); // released on another cell
-    Up(10, 85);
-    EXPECT_EQ(Log(), "");
-    EXPECT_EQ(Selected(), "0,0");
-    Tap(10, 150); // below the last row
-    EXPECT_EQ(Selected(), "none");
-    EXPECT_EQ(grid->GetRow(), GRID_NONE);
-    EXPECT_EQ(Log(), "");
-    grid->SetSelectionMode(GRID_SELECT_NOTHING);
-    Tap(10, 5);
-    EXPECT_EQ(Selected(), "none");
-}
-
-TEST_F(GridInput, ADoubleTapOnTheCurrentCellEdits) {
-    const struct {
-        DWORD between;
-        int row; // of the second tap
-        bool edits;
-    } cases[] = {{100, 2, true}, {201, 2, false}, {100, 3, false}};
-    for (const auto& c : cases) {
-        Make(5);
-        Tap(10, 45);
-        Wait(c.between);
-        Point(PlatPointerAction::Down, 10, 20 * c.row + 5);
-        EXPECT_EQ(grid->GetEditMode(), c.edits) << c.between << " " << c.row;
-        Point(PlatPointerAction::Up, 10, 20 * c.row + 5);
+    // Number 7 over two rows, from row 1 on, and its marker bar at the left.
+    void AddFloater(LRESULT answer, bool fixed = false) {
+        grid->SetFixedRowCount(1);
+        owner->floaters[7] = u"<A=party>float</A>";
+        ASSERT_TRUE(grid->AddFloater(0, 1, 7, 2, 100, 0, 0, fixed));
+        owner->answers[GRIDM_FLOATER_TO] = answer;
+        owner->floaters[7] = u"asked for anew";
     }
-}
 
-// --- Hold ---------------------------------------------------------------------------------------------------------
+    std::map<std::string, std::function<void()>> m_words = {
+        {"touch", [this] { grid->SetTouchScrolling(true); }},
+        {"multi", [this] { grid->SetMultiSelect(true); }},
+        {"drag", [this] { grid->SetDragAllowed(true); }},
+        {"unselectable", [this] { grid->SetSelectionMode(GRID_SELECT_NOTHING); }},
+        {"scrolled", [this] { grid->ScrollByPixelDown(100); }},
+        {"link", [this] { Text(0, 1, u"<A=there>a long link over all of it</A>"); }},
+        {"partly", [this] { Text(0, 1, u"plain <A=there>link</A>"); }},
+        {"default", [this] { grid->SetDefaultHotSpot(0, 1, 0); }},
+        {"margins",
+         [this] {
+             grid->SetCellText(0, 3, u"<A=far>x</A>", RECT{20, 5, 0, 0});
+         }},
+        {"image",
+         [this] { // the bitmap is the grid's from then on
+             owner->answers[GRIDM_SWATCH] = reinterpret_cast<LRESULT>(CreateBitmap(8, 8, 1, 24, nullptr));
+             Text(0, 0, u"<IMG SRC=\"S1\" NODRAW>text");
+         }},
+        {"spots-at-press", [this] { owner->answers[GRIDN_TEST_HOT_SPOTS] = 1; }},
+        {"menu", [this] { owner->answers[GRIDM_HOLD_QUERY] = 0; }},
+        {"accepts", [this] { owner->answers[GRIDM_DROP_QUERY] = 1; }},
+        {"denies", [this] { owner->answers[GRIDM_DROP_ALLOWED] = 0; }},
+        {"floater", [this] { AddFloater(3); }},
+        {"floater-in-col", [this] { AddFloater(2); }},
+        {"floater-in-row", [this] { AddFloater(1); }},
+        {"floater-refused", [this] { AddFloater(0); }},
+        {"floater-fixed", [this] { AddFloater(3, true); }},
+    };
+};
 
-TEST_F(GridInput, APressThatIsHeldOnWhatIsSelected) {
-    Make(5);
-    Tap(10, 45);
-    Log();
-    owner->answers[GRIDM_HOLD_QUERY] = 0;
-    Down(10, 45); // waits
-    EXPECT_EQ(Log(), "hold 0,2\n");
-    Up(10, 45);
-    EXPECT_EQ(Log(), "") << "no tap comes of it";
-    PlatPointer(PlatPointerAction::HoldDown, 10, 65); // selects, then holds
-    Pump();
-    PlatPointer(PlatPointerAction::HoldUp, 10, 65);
-    Pump();
-    EXPECT_EQ(Log(), "new tap 0,3\nhold 0,3\n");
-    owner->answers[GRIDM_HOLD_QUERY] = 1;
-    PlatPointer(PlatPointerAction::HoldDown, 10, 65);
-    PlatPointer(PlatPointerAction::HoldUp, 10, 65);
-    Pump();
-    EXPECT_EQ(Log().find("hold"), std::string::npos);
-}
-
-// --- Hot spots ----------------------------------------------------------------------------------------------------
-
-TEST_F(GridInput, HotSpots) {
-    Make(5);
-    Text(0, 1, u"plain <A=there>link</A>");
-    Tap(5, 25);
-    EXPECT_EQ(Log(), "new tap 0,1\n");
-    Tap(6 * 7, 25);
-    EXPECT_EQ(Log(), "spot there 0,1\n");
-    grid->SetDefaultHotSpot(0, 1, 0);
-    Tap(5, 25);
-    EXPECT_EQ(Log(), "spot there 0,1\n");
-    owner->answers[GRIDN_TEST_HOT_SPOTS] = 1;
-    Tap(6 * 7, 25);
-    EXPECT_EQ(Log(), "pressed spot there 0,1\n");
-    const RECT margins = {20, 5, 0, 0};
-    grid->SetCellText(0, 3, u"<A=far>x</A>", margins);
-    grid->ForcePaint();
-    Tap(5, 70);
-    EXPECT_EQ(Log(), "new tap 0,3\n");
-    Tap(22, 70);
-    EXPECT_EQ(Log(), "pressed spot far 0,3\n");
-}
-
-TEST_F(GridInput, AnImageThatIsNotDrawnIsAHotSpot) {
-    const HBITMAP bitmap = CreateBitmap(8, 8, 1, 24, nullptr);
-    Make(2);
-    owner->answers[GRIDM_SWATCH] = reinterpret_cast<LRESULT>(bitmap); // the grid's from then on
-    Text(0, 0, u"<IMG SRC=\"S1\" NODRAW>text");
-    Tap(3, 3);
-    EXPECT_EQ(Log(), "spot S1 0,0\n");
+TEST_F(GridInput, Taps) {
+    Check({
+        // --- the way tells a scroll from a tap, the time doesn't
+        {"touch link", 50, 1, "d20,26 w3000 m20,29 u20,29", "spot there 0,1; =0,1"},
+        {"touch link", 50, 1, "d20,26 m20,22 u20,22", "spot there 0,1; =0,1"},
+        {"touch link", 50, 1, "d20,26 w3000 m20,21", "=0,1 top 5 captured"},
+        {"touch link", 50, 1, "d20,26 w3000 m20,21 u20,21", "=0,1 top 5"},
+        {"touch link", 50, 1, "d20,26 w3000 m25,26 u25,26", "=0,1"},
+        {"link", 50, 1, "d20,26 m20,21 u20,21", "spot there 0,1; =0,1"},
+        // --- what they select
+        {"", 5, 1, "t10,45 t10,45", "new tap 0,2; tap 0,2; =0,2"},
+        {"", 5, 1, "d10,5 u10,85", "=0,0"},
+        {"", 5, 1, "t10,45 t10,150 F2", "new tap 0,2; click nowhere; =none"},
+        {"unselectable", 5, 1, "t10,5 F2", "tap 0,0; edit? 0,0; =none editing"},
+        // --- two on the current cell
+        {"", 5, 1, "t10,45 w100 q10,45", "new tap 0,2; edit? 0,2; =0,2 editing"},
+        {"", 5, 1, "t10,45 w201 q10,45", "new tap 0,2; tap 0,2; =0,2"},
+        {"", 5, 1, "t10,45 w100 q10,65", "new tap 0,2; new tap 0,3; =0,3"},
+        {"multi", 5, 1, "d60,25 m60,65 u60,65 t60,45 q60,45", "tap 0,2; edit? 0,2; =0,1-0,3 editing"},
+        // --- held on what is selected; the right button selects first
+        {"menu", 5, 1, "t10,45 d10,45", "new tap 0,2; hold 0,2; =0,2"},
+        {"menu", 5, 1, "t10,45 d10,45 u10,45", "new tap 0,2; hold 0,2; =0,2"},
+        {"menu", 5, 1, "r10,65", "new tap 0,3; hold 0,3; =0,3"},
+        {"", 5, 1, "r10,65", "new tap 0,3; =0,3"},
+        // --- hot spots
+        {"partly", 5, 1, "t5,25", "new tap 0,1; =0,1"},
+        {"partly", 5, 1, "t42,25", "spot there 0,1; =0,1"},
+        {"partly default", 5, 1, "t5,25", "spot there 0,1; =0,1"},
+        {"partly spots-at-press", 5, 1, "t42,25", "pressed spot there 0,1; =0,1"},
+        {"margins", 5, 1, "t5,70", "new tap 0,3; =0,3"},
+        {"margins", 5, 1, "t22,70", "spot far 0,3; =0,3"},
+        {"image", 2, 1, "t3,3", "spot S1 0,0; =0,0"},
+    });
 }
 
 // --- Fling and swipe ----------------------------------------------------------------------------------------------
 
 TEST_F(GridInput, APressEndsTheFling) {
     Make(500).SetTouchScrolling(true);
-    Down(20, 150);
-    Wait(10);
-    Move(20, 100);
+    Play("d20,150 w10 m20,100");
     EXPECT_EQ(grid->GetTopPixel(), 50);
     EXPECT_TRUE(grid->IsScrolling());
-    Up(20, 100);
-    Down(20, 100);
+    Play("u20,100 d20,100");
     EXPECT_FALSE(grid->IsScrolling());
     const int top = grid->GetTopPixel();
     for (int i = 0; i < 10; ++i) {
@@ -147,265 +121,130 @@ TEST_F(GridInput, APressEndsTheFling) {
         Wait(5);
     }
     EXPECT_EQ(grid->GetTopPixel(), top);
-    Up(20, 100);
-    grid->SetTouchScrolling(false);
 }
 
+// Of a grid 187 wide, 200 high.
 TEST_F(GridInput, OneLongMoveSwipes) {
-    const struct {
-        int x, y; // from 20,20 or 180,20; the grid is 187 wide, 200 high
-        const char* log;
-    } cases[] = {{-112, 20, "swipe left\n"},
-                 {112, 20, "swipe right\n"},
-                 {112, -20, "swipe right\n"},
-                 {80, 20, ""},
-                 {112, 60, ""}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.x) + "," + std::to_string(c.y));
-        Make(50).SetTouchScrolling(true);
-        grid->ScrollByPixelDown(100);
-        const int x = c.x < 0 ? 180 : 20, top = grid->GetTopPixel();
-        Down(x, 60);
-        Move(x + c.x, 60 + c.y);
-        Move(x + c.x, 60 + c.y + 30);
-        const bool swiped = *c.log != 0;
-        EXPECT_EQ(grid->IsScrolling(), !swiped);
-        EXPECT_EQ(grid->GetTopPixel() == top, swiped);
-        Up(x + c.x, 60 + c.y + 30);
-        EXPECT_EQ(Log(), c.log);
-        grid->SetTouchScrolling(false);
-    }
+    Check({
+        {"touch scrolled", 50, 1, "d180,60 m68,80 m68,110 u68,110", "swipe left; =0,8 top 100"},
+        {"touch scrolled", 50, 1, "d20,60 m132,80 m132,110 u132,110", "swipe right; =0,8 top 100"},
+        {"touch scrolled", 50, 1, "d20,60 m132,40 u132,40", "swipe right; =0,8 top 100"},
+        {"touch scrolled", 50, 1, "d20,60 m100,80 m100,110", "=0,8 top 70 captured"},
+        {"touch scrolled", 50, 1, "d20,60 m132,120 m132,150", "=0,8 top 70 captured"},
+    });
 }
 
 TEST_F(GridInput, TheHostMaySeeAFlickFirst) {
     PlatEnableGestures(true);
     Make(50).SetTouchScrolling(true);
-    Tap(20, 45);
-    Log();
-    Down(150, 50);
-    Move(140, 50);
+    Play("t20,45 d150,50 m140,50");
     ASSERT_TRUE(PlatGesture(20, 50, ARG_SCROLL_LEFT));
     Pump();
-    EXPECT_EQ(Log(), "swipe left\n");
-    EXPECT_EQ(Selected(), "none");
     EXPECT_FALSE(grid->IsScrolling());
-    Move(20, 90);
-    Up(20, 90);
-    EXPECT_EQ(grid->GetTopPixel(), 0);
-    EXPECT_EQ(Log(), "");
+    EXPECT_EQ(Play("m20,90 u20,90"), "swipe left; =none");
     PlatGesture(20, 50, ARG_SCROLL_RIGHT);
     PlatGesture(20, 50, 1); // up: nothing
     Pump();
-    EXPECT_EQ(Log(), "swipe right\n");
+    EXPECT_EQ(Log(), "swipe right; ");
 }
 
 // --- Selections that are drawn ------------------------------------------------------------------------------------
 
 TEST_F(GridInput, RubberBand) {
-    const struct {
-        bool drag, multi;
-        int x, y;
-        const char* selected;
-    } cases[] = {
-        {false, true, 0, 12, "0,1"},  {false, true, 0, 20, "0,1-0,2"}, {false, true, 13, 0, "0,1"},
-        {false, false, 0, 60, "0,1"}, {true, true, 0, 20, "0,1"},      {true, true, 0, 21, "0,1-0,2"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.x) + "," + std::to_string(c.y));
-        Make(8).SetMultiSelect(c.multi);
-        grid->SetDragAllowed(c.drag);
-        Down(60, 38);
-        Move(60 + c.x, 38 + c.y);
-        EXPECT_EQ(Selected(), c.selected);
-        Up(60 + c.x, 38 + c.y);
-        EXPECT_EQ(Selected(), c.selected);
+    Check({
+        {"multi", 8, 1, "d60,38 m60,50 u60,50", "=0,1"},
+        {"multi", 8, 1, "d60,38 m60,58 u60,58", "=0,1-0,2"},
+        {"multi", 8, 1, "d60,38 m73,38 m60,50 u60,50", "=0,1-0,2"},
+        {"", 8, 1, "d60,38 m60,98 u60,98", "=0,1"},
+        {"multi drag", 8, 1, "d60,38 m60,58 u60,58", "=0,1"},
+        {"multi drag", 8, 1, "d60,38 m60,59 u60,59", "=0,1-0,2"},
+        {"multi drag", 8, 1, "d60,38 m65,38 m60,58 u60,58", "=0,1"},
+        {"multi drag", 8, 1, "d60,38 m66,38 m60,58 u60,58", "=0,1-0,2"},
+        // --- at the edge it scrolls
+        {"multi", 50, 1, "d60,150 m60,190", "=0,7-0,9 captured"},
+        {"multi", 50, 1, "d60,150 m60,190 w300 w300", "=0,7-0,11 top 40 captured"},
+        {"multi", 50, 1, "d60,150 m60,190 w300 w300 m60,100 w900", "=0,7 top 40"},
+        {"multi", 50, 1, "d60,150 m60,190 w300 w300 m60,100 u60,100 { t60,10 }",
+         "new tap 0,2; =0,2-0,7 top 40"},
+        // --- a release that wasn't seen, and input that is lost
+        {"multi", 50, 1, "d60,45 u220,300 m60,105", "=0,2"},
+        {"multi", 50, 1, "d60,45 m60,105 ! m60,145", "=0,2-0,5"},
+    });
+}
+
+// --- Drags --------------------------------------------------------------------------------------------------------
+
+TEST_F(GridInput, Floaters) {
+    Check({
+        {"floater", 8, 2, "d3,25 m130,85 u130,85", "to 0,1>1,4; moved 7 1,4; =none floater! 1,4 links 0"},
+        {"floater-in-col", 8, 2, "d3,25 m130,85 u130,85",
+         "to 0,1>1,4; moved 7 0,4; =none floater! 0,4 links 0"},
+        {"floater-in-row", 8, 2, "d3,25 m130,85 u130,85",
+         "to 0,1>1,4; moved 7 1,1; =none floater! 1,1 links 0"},
+        {"floater-refused", 8, 2, "d3,25 m130,85 u130,85", "to 0,1>1,4; =none floater! 0,1 links 1"},
+        {"floater-fixed", 8, 2, "d3,25 m130,85 u130,85", "=none floater! 0,1 links 1"},
+        // --- it stays whole, and out of the fixed row
+        {"floater", 8, 2, "d3,45 m3,105 m3,25 u3,25",
+         "to 0,2>0,5; to 0,5>0,1; moved 7 0,4; =none floater! 0,4 links 0"},
+        {"floater", 8, 2, "d3,25 m3,125 m3,145 u3,145",
+         "to 0,1>0,6; to 0,6>0,7; moved 7 0,6; =none floater! 0,6 links 0"},
+        // --- off its bar it is tapped, and draws no selection
+        {"floater multi", 8, 2, "t12,28 d80,45 m80,125 u80,45",
+         "spot party 0,1; tap 0,2; =0,1 floater! 0,1 links 1"},
+    });
+}
+
+TEST_F(GridInput, Objects) {
+    Check({
+        {"drag", 8, 1, "d60,45 w301 m71,45", "drag? 0,2; =0,2 captured"},
+        {"drag", 8, 1, "d60,45 w301 m71,45 u71,45", "drag? 0,2; dropped nowhere; =0,2"},
+        {"drag", 8, 1, "d60,45 w300 m71,45 u71,45", "new tap 0,2; =0,2"},
+        {"drag", 8, 1, "d60,45 w301 m70,45 u70,45", "new tap 0,2; =0,2"},
+        // --- over the grid, which asks its owner
+        {"drag accepts", 8, 1, "d60,45 w301 m80,45 u100,105", "drag? 0,2; drop 0,5; =0,2"},
+        {"drag accepts denies", 8, 1, "d60,45 w301 m80,45 u100,105", "drag? 0,2; dropped nowhere; =0,2"},
+        {"drag", 8, 1, "d60,45 w301 m80,45 Esc m120,45 u60,45", "drag? 0,2; char 27; =0,2"},
+    });
+}
+
+TEST_F(GridInput, WhoeverTakesTheCaptureKeepsIt) {
+    for (const char* words : {"drag", "touch"}) {
+        Make(50);
+        Prepare(words);
+        Play("d60,45 w301 m80,45");
+        SetCapture(owner->GetHWnd());
+        EXPECT_EQ(GetCapture(), owner->GetHWnd()) << words;
+        ReleaseCapture();
+        EXPECT_EQ(Play("m100,45 u100,105"), "=0,2") << words;
     }
-}
-
-TEST_F(GridInput, ARubberBandAtTheEdgeScrolls) {
-    Make(50).SetMultiSelect(true);
-    Down(60, 150);
-    Move(60, 190); // in the band
-    EXPECT_EQ(Selected(), "0,7-0,9");
-    EXPECT_EQ(GetCapture(), grid->GetHWnd());
-    Wait(300);
-    Wait(300);
-    EXPECT_EQ(grid->GetTopPixel(), 40);
-    EXPECT_EQ(Selected(), "0,7-0,11");
-    Move(60, 100);
-    EXPECT_EQ(GetCapture(), nullptr);
-    Wait(900);
-    EXPECT_EQ(grid->GetTopPixel(), 40);
-    EXPECT_EQ(Selected(), "0,7");
-    Up(60, 100);
-    PlatKey(VK_SHIFT, true);
-    Tap(60, 10);
-    PlatKey(VK_SHIFT, false);
-    EXPECT_EQ(Selected(), "0,2-0,7");
-}
-
-// --- Floaters -----------------------------------------------------------------------------------------------------
-
-class GridFloaterDrag : public InputTest {
-protected:
-    // Number 7 over two rows, from row 1 on, and its marker bar at the left.
-    void MakeFloater(bool fixed = false) {
-        Make(8, 2).SetFixedRowCount(1);
-        owner->floaters[7] = u"<A=party>float</A>";
-        ASSERT_TRUE(grid->AddFloater(0, 1, 7, 2, 100, 0, 0, fixed));
-        grid->ForcePaint();
-        Log();
-    }
-    std::string Place() {
-        for (WORD col = 0; col < 2; ++col)
-            for (WORD row = 0; row < 8; ++row)
-                if (grid->CellHasFloaters(col, row)) return std::to_string(col) + "," + std::to_string(row);
-        return "none";
-    }
-};
-
-TEST_F(GridFloaterDrag, GoesWhereItsOwnerLetsIt) {
-    const struct {
-        LRESULT answer;
-        bool fixed;
-        const char *asked, *place;
-    } cases[] = {{3, false, "to 0,1>1,4\n", "1,4"},
-                 {2, false, "to 0,1>1,4\n", "0,4"},
-                 {1, false, "to 0,1>1,4\n", "1,1"},
-                 {0, false, "to 0,1>1,4\n", "0,1"},
-                 {3, true, "", "0,1"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.place);
-        MakeFloater(c.fixed);
-        owner->answers[GRIDM_FLOATER_TO] = c.answer;
-        Down(3, 25);
-        Move(130, 85);
-        EXPECT_EQ(Place(), c.place);
-        EXPECT_EQ(Log(), c.asked);
-        owner->floaters[7] = u"other";
-        Up(130, 85);
-        const bool moved = std::string(c.place) != "0,1";
-        EXPECT_EQ(Log(), moved ? "moved 7 " + std::string(c.place) + "\n" : "");
-        const WORD col = static_cast<WORD>(c.place[0] - '0'), row = static_cast<WORD>(c.place[2] - '0');
-        EXPECT_EQ(grid->FindCell(col, row)->Floaters.at(7)->Text.CountNavigableTokens(), moved ? 0 : 1);
-    }
-}
-
-TEST_F(GridFloaterDrag, StaysWhole) {
-    MakeFloater();
-    Down(3, 45); // its second row
-    Move(3, 105);
-    EXPECT_EQ(Place(), "0,4");
-    Move(3, 25); // it would begin in the fixed row
-    EXPECT_EQ(Place(), "0,4");
-    Move(3, 145);
-    EXPECT_EQ(Place(), "0,6");
-    Up(3, 145);
-    Down(3, 125); // its first one
-    Move(3, 145); // it would end behind the last row
-    EXPECT_EQ(Place(), "0,6");
-    Up(3, 145);
-}
-
-TEST_F(GridFloaterDrag, OffItsBarItIsTapped) {
-    MakeFloater();
-    grid->SetMultiSelect(true);
-    Tap(12, 28);
-    EXPECT_EQ(Log(), "spot party 0,1\n");
-    Down(80, 45);
-    Move(80, 125);
-    Up(80, 45);
-    EXPECT_EQ(Place(), "0,1");
-    EXPECT_TRUE(grid->IsFloaterSelected());
-    EXPECT_EQ(Selected(), "0,1") << "it draws no selection";
-    EXPECT_EQ(Log(), "tap 0,2\n");
-}
-
-// --- Objects ------------------------------------------------------------------------------------------------------
-
-TEST_F(GridInput, AnObjectIsDraggedSideways) {
-    const struct {
-        DWORD after;
-        int x;
-        bool drags;
-    } cases[] = {{301, 11, true}, {300, 11, false}, {301, 10, false}};
-    for (const auto& c : cases) {
-        Make(8).SetDragAllowed(true);
-        Down(60, 45);
-        Wait(c.after);
-        Move(60 + c.x, 45);
-        EXPECT_EQ(Log(), c.drags ? "drag? 0,2\n" : "") << c.after << " " << c.x;
-        EXPECT_EQ(GetCapture() == grid->GetHWnd(), c.drags);
-        Up(60 + c.x, 45);
-        EXPECT_EQ(Log(), c.drags ? "dropped nowhere\n" : "new tap 0,2\n");
-        EXPECT_EQ(GetCapture(), nullptr);
-    }
-}
-
-TEST_F(GridInput, WhereAnObjectMayBeDropped) {
-    const auto drag = [this] {
-        Make(8).SetDragAllowed(true);
-        Down(60, 45);
-        Wait(301);
-        Move(80, 45);
-        Log();
-    };
-    drag();
-    owner->answers[GRIDM_DROP_QUERY] = 1; // over the grid: it asks its owner
-    Up(100, 105);
-    EXPECT_EQ(Log(), "drop 0,5\n");
-    drag();
-    owner->answers[GRIDM_DROP_ALLOWED] = 0;
-    Up(100, 105);
-    EXPECT_EQ(Log(), "dropped nowhere\n");
-    drag();
-    Key(VK_ESCAPE);
-    EXPECT_EQ(GetCapture(), nullptr);
-    Up(100, 105);
-    EXPECT_EQ(Log().find("drop"), std::string::npos);
-    drag();
-    SetCapture(owner->GetHWnd());
-    ReleaseCapture();
-    Up(100, 105);
-    EXPECT_EQ(Log().find("drop"), std::string::npos);
 }
 
 TEST_F(GridInput, APictureFollowsAnObject) {
-    const HBITMAP bitmap = CreateBitmap(16, 16, 1, 24, nullptr);
-    const HIMAGELIST images = ImageList_Create(16, 16, ILC_COLOR24, 1, 1);
-    ImageList_Add(images, bitmap, nullptr);
-    DeleteObject(bitmap);
-    Make(8).SetDragAllowed(true);
-    owner->answers[GRIDM_DRAG_IMAGES] = reinterpret_cast<LRESULT>(images);
-    Down(60, 45);
-    Wait(301);
-    Move(80, 45);
+    const auto drag = [this] {
+        const HBITMAP bitmap = CreateBitmap(16, 16, 1, 24, nullptr);
+        const HIMAGELIST images = ImageList_Create(16, 16, ILC_COLOR24, 1, 1);
+        ImageList_Add(images, bitmap, nullptr);
+        DeleteObject(bitmap);
+        Make(8).SetDragAllowed(true);
+        owner->answers[GRIDM_DRAG_IMAGES] = reinterpret_cast<LRESULT>(images);
+        Play("d60,45 w301 m80,45");
+        return images;
+    };
+    HIMAGELIST images = drag();
     PlatDragImage image{};
     ASSERT_TRUE(PlatGetDragImage(&image));
     EXPECT_EQ(image.position.x, 78);
     EXPECT_EQ(image.position.y, 37);
-    Move(100, 65);
+    Play("m100,65");
     ASSERT_TRUE(PlatGetDragImage(&image));
     EXPECT_EQ(image.position.x, 98);
-    Up(100, 65);
+    Play("u100,65");
     EXPECT_FALSE(PlatGetDragImage(&image));
     EXPECT_EQ(ImageList_GetImageCount(images), -1) << "it went with the drag";
-}
-
-TEST_F(GridInput, AReleaseThatWasNotSeenEndsThePress) {
-    Make(50).SetMultiSelect(true);
-    Down(60, 45);
-    PlatPointer(PlatPointerAction::Up, 220, 300); // over the owner
-    Pump();
-    Log();
-    Move(60, 105);
-    EXPECT_EQ(Selected(), "0,2");
-    Down(60, 45);
-    Move(60, 105);
-    PlatLoseInput();
-    Pump();
-    Move(60, 145);
-    EXPECT_EQ(Selected(), "0,2-0,5");
+    images = drag();
+    grid.reset(); // with the button down
+    EXPECT_FALSE(PlatGetDragImage(&image));
+    EXPECT_EQ(ImageList_GetImageCount(images), -1);
 }
 
 } // namespace

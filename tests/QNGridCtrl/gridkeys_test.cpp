@@ -5,86 +5,62 @@ using namespace qntest;
 
 namespace {
 
+constexpr WCHAR kTwo[] = u"<A=one>first</A> and <A=two>second</A>";
+
 class GridKeys : public InputTest {
 protected:
-    void Shift(int key) {
-        PlatKey(VK_SHIFT, true);
-        Key(key);
-        PlatKey(VK_SHIFT, false);
+    struct Case {
+        const char *script, *result;
+    };
+    void Check(const std::function<void()>& make, std::initializer_list<Case> cases) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(c.script);
+            make();
+            EXPECT_EQ(Play(c.script), c.result);
+        }
     }
 };
 
-TEST_F(GridKeys, ArrowsMoveTheSelection) {
-    const struct {
-        const char* from;
-        int key;
-        const char *to, *log;
-    } cases[] = {
-        {"1,2", VK_DOWN, "1,4", "key 1,4\n"}, // row 3 has no height
-        {"1,4", VK_UP, "1,2", "key 1,2\n"},    {"1,5", VK_DOWN, "1,1", "key 1,1\n"},
-        {"1,1", VK_UP, "1,5", "key 1,5\n"},    {"1,2", VK_RIGHT, "2,2", "key 2,2\n"},
-        {"2,2", VK_RIGHT, "0,2", "key 0,2\n"}, {"0,2", VK_LEFT, "2,2", "key 2,2\n"},
-        {"1,4", VK_HOME, "1,1", "key 1,1\n"},  {"1,2", VK_END, "1,5", "key 1,5\n"},
+TEST_F(GridKeys, MoveTheSelection) {
+    const auto make = [this] { // row 3 has no height
+        Make(6, 3).SetFixedRowCount(1);
+        grid->SetRowHeight(3, 0);
     };
-    Make(6, 3).SetFixedRowCount(1);
-    grid->SetRowHeight(3, 0);
-    for (const auto& c : cases) {
-        const WORD col = static_cast<WORD>(c.from[0] - '0'), row = static_cast<WORD>(c.from[2] - '0');
-        grid->SetSelection(col, row, col, row);
-        Key(c.key);
-        EXPECT_EQ(Selected(), c.to) << c.from << " by " << c.key;
-        EXPECT_EQ(Log(), c.log);
-    }
-    grid->EmptySelection();
-    grid->SetSelection(1, 4, 1, 4);
-    Key(VK_DOWN, 3); // repeats stay at the end
-    EXPECT_EQ(Selected(), "1,5");
-}
-
-TEST_F(GridKeys, ShiftStretches) {
-    Make(6, 3).SetMultiSelect(true);
-    grid->SetSelection(1, 2, 1, 2);
-    Shift(VK_DOWN);
-    Shift(VK_DOWN);
-    EXPECT_EQ(Selected(), "1,2-1,4");
-    Shift(VK_DOWN);
-    Shift(VK_DOWN); // the end: it stays
-    EXPECT_EQ(Selected(), "1,2-1,5");
-    for (int i = 0; i < 5; ++i) Shift(VK_UP);
-    EXPECT_EQ(Selected(), "1,0-1,2");
-    Shift(VK_RIGHT);
-    EXPECT_EQ(Selected(), "1,0-2,2");
-    Key(VK_DOWN);
-    EXPECT_EQ(Selected(), "2,1");
-    Shift(VK_LEFT);
-    EXPECT_EQ(Selected(), "1,1-2,1");
-    Key(VK_DOWN);
-    PlatKey(VK_SHIFT, true);
-    Tap(10, 65);
-    PlatKey(VK_SHIFT, false);
-    EXPECT_EQ(Selected(), "0,2-1,3") << "a press goes on from there";
+    Check(make, {
+                    {"=1,2 Down", "key 1,4; =1,4"},
+                    {"=1,4 Up", "key 1,2; =1,2"},
+                    {"=1,5 Down", "key 1,1; =1,1"},
+                    {"=1,1 Up", "key 1,5; =1,5"},
+                    {"=1,2 Right", "key 2,2; =2,2"},
+                    {"=2,2 Right", "key 0,2; =0,2"},
+                    {"=0,2 Left", "key 2,2; =2,2"},
+                    {"=1,4 Home", "key 1,1; =1,1"},
+                    {"=1,2 End", "key 1,5; =1,5"},
+                    {"=1,4 3Down", "key 1,5; =1,5"}, // repeats stay at the end
+                });
+    Check([this] { Make(6, 3).SetMultiSelect(true); },
+          {
+              {"=1,2 S-Down S-Down S-Down S-Down", "key 1,3; key 1,4; key 1,5; =1,2-1,5"},
+              {"=1,2 S-Down S-Up S-Up S-Up S-Up", "key 1,3; key 1,2; key 1,1; key 1,0; =1,0-1,2"},
+              {"=1,2 S-Up S-Right Down S-Left", "key 1,1; key 2,1; key 2,2; key 1,2; =1,2-2,2"},
+              {"=1,1 Down { t10,65 }", "key 1,2; new tap 0,3; =0,2-1,3"}, // a press goes on from there
+          });
 }
 
 TEST_F(GridKeys, OtherModesScroll) {
-    Make(50).SetKeysScrollMode(GRID_SCROLL_ROW);
-    Key(VK_DOWN);
-    EXPECT_EQ(grid->GetTopPixel(), 20);
-    Key(VK_UP);
-    EXPECT_EQ(grid->GetTopPixel(), 0);
-    Key(VK_END);
-    EXPECT_EQ(grid->GetTopPixel(), grid->m_nMaxTop);
-    Key(VK_HOME);
-    grid->SetKeysScrollMode(GRID_SCROLL_PAGE);
-    Key(VK_DOWN);
+    Check([this] { Make(50).SetKeysScrollMode(GRID_SCROLL_ROW); }, {
+                                                                       {"Down", "=none top 20"},
+                                                                       {"Down Down Up", "=none top 20"},
+                                                                       {"End", "=none top 799"},
+                                                                       {"End Home", "=none"},
+                                                                   });
+    Make(50).SetKeysScrollMode(GRID_SCROLL_PAGE);
+    Play("Down");
     const int page = grid->GetTopPixel();
     EXPECT_GE(page, 160);
-    EXPECT_EQ(Selected(), "none");
-    EXPECT_EQ(Log(), "");
     grid->SetKeysScrollMode(GRID_SCROLL_CURRENT);
-    Key(VK_PRIOR);
-    EXPECT_EQ(grid->GetTopPixel(), 0);
-    grid->SetSelection(0, 9, 0, 9); // the last row in view
-    Key(VK_DOWN);
+    EXPECT_EQ(Play("PgUp"), "=none");
+    Play("=0,9 Down"); // behind the last row in view
     EXPECT_EQ(Selected(), "0,10");
     EXPECT_EQ(grid->GetTopPixel(), page) << "the next page";
     ShowWindow(grid->GetHWnd(), SW_HIDE);
@@ -97,127 +73,101 @@ TEST_F(GridKeys, FloatersOfACellFirst) {
     owner->floaters = {{7, u"a"}, {8, u"b"}};
     grid->AddFloater(0, 1, 7, 1, 100, 0, 0, false);
     grid->AddFloater(0, 1, 8, 1, 100, 0, 0, false);
-    grid->SetSelection(0, 0, 0, 0);
-    const auto floater = [this] { return grid->GetSelectedFloater() ? grid->GetSelectedFloater()->dwID : 0; };
+    Play("=0,0");
     std::vector<DWORD> floaters;
-    for (int i = 0; i < 3; ++i) {
-        Key(VK_DOWN);
-        floaters.push_back(floater());
+    for (const char* key : {"Down", "Down", "Down", "Up"}) {
+        Play(key);
+        floaters.push_back(grid->GetSelectedFloater() ? grid->GetSelectedFloater()->dwID : grid->GetRow());
     }
-    EXPECT_EQ(floaters, std::vector<DWORD>({7, 8, 0}));
-    EXPECT_EQ(grid->GetRow(), 2);
-    Key(VK_UP);
-    EXPECT_EQ(floater(), 8u);
+    EXPECT_EQ(floaters, std::vector<DWORD>({7, 8, 2, 8}));
 }
 
-TEST_F(GridKeys, EnterAndSpaceActOnce) {
-    Make(4);
-    Key(VK_RETURN);
-    EXPECT_EQ(Log(), "") << "nothing is selected";
-    grid->SetSelection(0, 2, 0, 2);
-    Key(VK_RETURN);
-    EXPECT_EQ(Log(), "tap 0,2\n");
-    Key(VK_RETURN, 3);
-    EXPECT_EQ(Log(), "tap 0,2\n") << "it was held";
-    SendMessageW(grid->GetHWnd(), WM_KEYDOWN, VK_RETURN, 1); // a key without a character
-    SendMessageW(grid->GetHWnd(), WM_KEYUP, VK_RETURN, 1);
-    SendMessageW(grid->GetHWnd(), WM_KEYUP, VK_RETURN, 1); // pressed elsewhere
-    EXPECT_EQ(Log(), "tap 0,2\n");
+TEST_F(GridKeys, WhatTheyDo) {
+    Check([this] { Make(4); }, {
+                                   {"Enter", "=none"},
+                                   {"=0,2 Enter", "tap 0,2; =0,2"},
+                                   {"=0,2 3Enter", "tap 0,2; =0,2"}, // once for each press
+                                   {"A-Right A-Left", "swipe left; swipe right; =none"},
+                                   {"=0,2 F2", "edit? 0,2; =0,2 editing"},
+                                   {"=0,2 Delete", "delete; =0,2"},
+                               });
+    Play("=0,2");
+    const auto send = [this](UINT message) { SendMessageW(grid->GetHWnd(), message, VK_RETURN, 1); };
+    send(WM_KEYDOWN); // a key without a character
+    send(WM_KEYUP);
+    EXPECT_EQ(Log(), "tap 0,2; ");
+    send(WM_KEYUP); // pressed elsewhere
+    EXPECT_EQ(Log(), "");
     PlatKey(VK_SPACE, true);
     PlatText(u" x");
     PlatKey(VK_SPACE, false);
     Pump();
-    EXPECT_EQ(Log(), "tap 0,2\nchar 120\n");
+    EXPECT_EQ(Play(""), "tap 0,2; char 120; =0,2");
+    Text(0, 2, u"to be copied");
+    Play("C-C");
+    OpenClipboard(nullptr);
+    const auto* copied = static_cast<const WCHAR*>(GetClipboardData(CF_UNICODETEXT));
+    EXPECT_EQ(std::u16string(copied ? copied : u""), u"to be copied");
+    CloseClipboard();
 }
 
-TEST_F(GridKeys, AltAndArrowsSwipe) {
-    Make(4);
-    PlatKey(VK_MENU, true);
-    Key(VK_RIGHT);
-    Key(VK_LEFT);
-    PlatKey(VK_MENU, false);
-    EXPECT_EQ(Log(), "swipe left\nswipe right\n");
-}
-
-// --- Links --------------------------------------------------------------------------------------------------------
-
-constexpr WCHAR kTwo[] = u"<A=one>first</A> and <A=two>second</A>";
-
-TEST_F(GridKeys, LinksByRequest) {
-    Make(3).SetLinkNavigationMode(LINK_NAVIGATION_BY_REQUEST);
-    Text(0, 1, kTwo);
-    grid->SetSelection(0, 1, 0, 1);
-    Key(VK_RETURN);
-    EXPECT_EQ(Log(), "");
-    EXPECT_TRUE(grid->IsLinkNavigationActive());
-    Key(VK_RIGHT);
-    EXPECT_EQ(Selected(), "0,1");
-    Key(VK_RETURN);
-    EXPECT_EQ(Log(), "spot two 0,1\n");
-    EXPECT_FALSE(grid->IsLinkNavigationActive());
-    Key(VK_RETURN);
-    Key(VK_DOWN); // leaves them
-    EXPECT_EQ(Log(), "key 0,2\n");
-    EXPECT_FALSE(grid->IsLinkNavigationActive());
-    EXPECT_EQ(Selected(), "0,2");
-}
-
-TEST_F(GridKeys, LinksAlways) {
-    Make(3).SetLinkNavigationMode(LINK_NAVIGATION_ALWAYS);
-    Text(0, 1, kTwo);
-    grid->SetSelection(0, 1, 0, 1);
-    Key(VK_RETURN); // goes to the first one, and takes it
-    Key(VK_RIGHT);
-    Key(VK_RETURN);
-    Key(VK_RETURN);
-    EXPECT_EQ(Log(), "spot one 0,1\nspot two 0,1\nspot two 0,1\n");
-}
-
-TEST_F(GridKeys, TheOnlyLinkIsTakenAtOnce) {
+TEST_F(GridKeys, Links) {
+    const auto inMode = [this](ELinkNavigationMode mode) {
+        return [this, mode] {
+            Make(3).SetLinkNavigationMode(mode);
+            Text(0, 1, kTwo);
+        };
+    };
+    Check(inMode(LINK_NAVIGATION_BY_REQUEST), {
+                                                  {"=0,1 Enter Right", "=0,1 in links"},
+                                                  {"=0,1 Enter Right Enter", "spot two 0,1; =0,1"},
+                                                  {"=0,1 Enter Down", "key 0,2; =0,2"}, // leaves them
+                                              });
+    Check(inMode(LINK_NAVIGATION_ALWAYS),
+          {{"=0,1 Enter Right Enter Enter", "spot one 0,1; spot two 0,1; spot two 0,1; =0,1 in links"}});
     const struct {
         const WCHAR* text;
         bool flagged;
-        const char* log;
-    } cases[] = {{u"<A=one>first</A>", true, "spot one 1,1\n"},
-                 {u"<A=one>first</A>", false, "tap 0,1\n"},
-                 {kTwo, true, "tap 1,1\n"}};
-    for (const auto& c : cases) {
+        const char* result;
+    } cases[] = {{u"<A=one>first</A>", true, "spot one 1,1; =0,1-1,1"},
+                 {u"<A=one>first</A>", false, "tap 0,1; =0,1-1,1"},
+                 {kTwo, true, "tap 1,1; =0,1-1,1"}};
+    for (const auto& c : cases) { // the only one is taken at once
         Make(3, 2).SetRowSelect(true);
         Text(1, 1, c.text);
         grid->SetCellOnActionLinkNavigable(1, 1, c.flagged);
-        grid->SetSelection(0, 1, 0, 1);
-        Key(VK_RETURN);
-        EXPECT_EQ(Log(), c.log);
+        EXPECT_EQ(Play("=0,1 Enter"), c.result);
     }
 }
 
-// --- Keys that are held -------------------------------------------------------------------------------------------
-
 TEST_F(GridKeys, HeldArrowsAreSlowedDown) {
     Make(30).SetDelayedScrolling(500);
-    grid->SetSelection(0, 0, 0, 0);
+    Play("=0,0");
     const auto after = [this](DWORD milliseconds) {
         Wait(milliseconds);
         PlatKey(VK_DOWN, true);
         Pump();
         return Log();
     };
-    EXPECT_EQ(after(0), "key 0,1\n");
-    EXPECT_EQ(after(500), "key 0,2\n");
-    EXPECT_EQ(after(1), "held 32 40 0,2\nkey 0,3\n");
-    EXPECT_EQ(after(749), "");
-    EXPECT_EQ(after(1), "held 16 40 0,3\nkey 0,4\n");
-    EXPECT_EQ(after(400), "");
-    SendMessageW(grid->GetHWnd(), WM_KEYDOWN, VK_DOWN, 1 | KF_KEY_REPEATED);
+    const struct {
+        DWORD milliseconds;
+        const char* log;
+    } repeats[] = {{0, "key 0,1; "},
+                   {500, "key 0,2; "},
+                   {1, "held 32 40 0,2; key 0,3; "},
+                   {749, ""},
+                   {1, "held 16 40 0,3; key 0,4; "},
+                   {400, ""}};
+    for (const auto& repeat : repeats)
+        EXPECT_EQ(after(repeat.milliseconds), repeat.log) << repeat.milliseconds;
     PlatKey(VK_DOWN, false);
     Pump();
     SendMessageW(grid->GetHWnd(), WM_KEYDOWN, VK_DOWN, 1 | KF_KEY_REPEATED); // left in the queue
-    EXPECT_EQ(Log(), "");
     Wait(849);
     EXPECT_EQ(Log(), "");
     Wait(1);
-    EXPECT_EQ(Log(), "held 48 40 0,4\n");
-    EXPECT_EQ(after(5000), "key 0,5\n");
+    EXPECT_EQ(Log(), "held 48 40 0,4; ");
+    EXPECT_EQ(after(5000), "key 0,5; ");
 }
 
 } // namespace

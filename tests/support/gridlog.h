@@ -1,5 +1,5 @@
-// A grid whose owner writes down what it hears, a line each: "tap 0,2" is column 0, row 2. Rows are 20 pixels high, the
-// clock stands.
+// A grid worked by scripts, and its owner, who writes down what it hears: "tap 0,2" is column 0, row 2. Rows are 20 pixels
+// high, the clock stands.
 #pragma once
 
 #include "Platform/edit.h"
@@ -30,6 +30,7 @@ public:
         case GRIDM_EDIT_BEGIN:
             return Line("edit? " + Cell(*view)), Answer(msg, 1);
         case GRIDM_EDIT_END:
+            if (onEdited) onEdited();
             return Line("edited " + Cell(*view) + " " + Narrow(view->pszText) + " " +
                         std::to_string(view->dwData));
         case GRIDM_FLOATER_TO:
@@ -63,9 +64,14 @@ public:
         handled = true;
         return Line("char " + std::to_string(code));
     }
+    LRESULT OnKeyDown(WPARAM code, UINT, UINT, bool& handled) override {
+        handled = code == VK_DELETE;
+        return handled ? Line("delete") : 0;
+    }
 
     std::string TakeLog() { return std::exchange(m_log, {}); }
     std::map<UINT, LRESULT> answers;
+    std::function<void()> onEdited;
 
 private:
     static std::string Place(WORD col, WORD row) {
@@ -76,7 +82,7 @@ private:
         const std::u16string wide = text ? text : u"(none)";
         return std::string(wide.begin(), wide.end());
     }
-    LRESULT Line(const std::string& line) { return m_log += line + "\n", 0; }
+    LRESULT Line(const std::string& line) { return m_log += line + "; ", 0; }
     LRESULT Answer(UINT msg, LRESULT usual) const {
         const auto found = answers.find(msg);
         return found == answers.end() ? usual : found->second;
@@ -89,6 +95,8 @@ private:
             return Line("pressed spot " + Narrow(view.pszHotSpot) + " " + Cell(view));
         case GRIDN_TEST_HOT_SPOTS:
             return Answer(code, 0);
+        case GRIDN_CLICK:
+            return view.wRow == GRID_NONE ? Line("click nowhere") : 0;
         case GRIDN_HOLD:
             return Line("hold " + Cell(view));
         case GRIDN_TAP:
@@ -131,6 +139,8 @@ protected:
         grid->EndUpdate();
         grid->SetFocus();
         Pump();
+        owner->answers.clear();
+        Log();
         return *grid;
     }
     void Text(WORD col, WORD row, LPCWSTR text) {
@@ -145,16 +155,9 @@ protected:
         PlatAdvanceClock(milliseconds);
         Pump();
     }
-    // A press, moves and the release, each taken out before the next. No press follows another as a double tap.
-    void Down(int x, int y) {
-        Wait(201);
-        Point(PlatPointerAction::Down, x, y);
-    }
-    void Move(int x, int y) { Point(PlatPointerAction::Move, x, y); }
-    void Up(int x, int y) { Point(PlatPointerAction::Up, x, y); }
-    void Tap(int x, int y) {
-        Down(x, y);
-        Up(x, y);
+    static void Point(PlatPointerAction action, int x, int y) {
+        PlatPointer(action, x, y);
+        Pump();
     }
     static void Key(int key, int times = 1) {
         for (int i = 0; i < times; ++i) PlatKey(key, true);
@@ -170,12 +173,76 @@ protected:
         return left == right && top == bottom ? text(left, top) : text(left, top) + "-" + text(right, bottom);
     }
 
+    // What the owner heard and how the grid stands: the selection behind "=", then what is not as usual. A script has, with
+    // blanks between:
+    //   d60,45  the pointer is pressed there; m moves it, u releases, t taps, q taps at once behind the last tap (all others
+    //           wait until no tap can be the second of two), r taps with the right button
+    //   w300    milliseconds pass
+    //   {  }    Shift goes down, and up
+    //   =1,2    the program selects a cell
+    //   !       the real window loses the input
+    //   Down    a key; S-, C- or A- before it: with Shift, Ctrl or Alt; 3Down: it is held and comes three times
+    std::string Play(const std::string& script) {
+        std::istringstream steps(script);
+        for (std::string step; steps >> step;) Do(step);
+        return Log() + "=" + Selected() + State();
+    }
+
     std::optional<LoggingOwner> owner;
     std::optional<OpenGrid> grid;
 
-    static void Point(PlatPointerAction action, int x, int y) {
-        PlatPointer(action, x, y);
+private:
+    void Do(const std::string& step) {
+        using enum PlatPointerAction;
+        const char kind = step[0];
+        int x = 0, y = 0;
+        const int numbers = std::sscanf(step.c_str() + 1, "%d,%d", &x, &y);
+        if (kind == '{' || kind == '}') return PlatKey(VK_SHIFT, kind == '{');
+        if (kind == '!') return PlatLoseInput(), Pump();
+        if (kind == 'w') return Wait(static_cast<DWORD>(x));
+        if (kind == '=') {
+            const WORD col = static_cast<WORD>(x), row = static_cast<WORD>(y);
+            grid->SetSelection(col, row, col, row);
+            return;
+        }
+        if (numbers != 2) return DoKey(step);
+        const bool right = kind == 'r', tap = right || kind == 't' || kind == 'q';
+        if (kind == 'd' || kind == 't' || right) Wait(201);
+        if (kind == 'm') Point(Move, x, y);
+        if (kind == 'd' || tap) Point(right ? HoldDown : Down, x, y);
+        if (kind == 'u' || tap) Point(right ? HoldUp : Up, x, y);
+    }
+    static void DoKey(std::string name) {
+        static const std::map<std::string, int> keys = {
+            {"Up", VK_UP},      {"Down", VK_DOWN}, {"Left", VK_LEFT},    {"Right", VK_RIGHT},
+            {"Home", VK_HOME},  {"End", VK_END},   {"PgUp", VK_PRIOR},   {"Enter", VK_RETURN},
+            {"Esc", VK_ESCAPE}, {"F2", VK_F1 + 1}, {"Delete", VK_DELETE}};
+        static const std::map<char, int> shifts = {{'S', VK_SHIFT}, {'C', VK_CONTROL}, {'A', VK_MENU}};
+        const int times = name[0] >= '1' && name[0] <= '9' ? name[0] - '0' : 0;
+        if (times) name.erase(0, 1);
+        const int shift = name.size() > 1 && name[1] == '-' ? shifts.at(name[0]) : 0;
+        if (shift) PlatKey(shift, true), name.erase(0, 2);
+        Key(name.size() == 1 ? name[0] : keys.at(name), std::max(times, 1));
+        if (shift) PlatKey(shift, false);
         Pump();
+    }
+    std::string State() {
+        std::string state;
+        if (grid->GetTopPixel() != grid->GetFixedRowsHeight())
+            state += " top " + std::to_string(grid->GetTopPixel());
+        if (GetCapture() == grid->GetHWnd()) state += " captured";
+        if (grid->GetEditMode()) state += " editing";
+        if (grid->IsLinkNavigationActive()) state += " in links";
+        for (DWORD place = 0; place < DWORD{grid->GetColCount()} * grid->GetRowCount(); ++place) {
+            const WORD col = static_cast<WORD>(place / grid->GetRowCount()),
+                       row = static_cast<WORD>(place % grid->GetRowCount());
+            if (!grid->CellHasFloaters(col, row)) continue;
+            const auto& floater = *grid->FindCell(col, row)->Floaters.begin();
+            return state + (grid->IsFloaterSelected() ? " floater! " : " floater ") + std::to_string(col) +
+                   "," + std::to_string(row) + " links " +
+                   std::to_string(floater.second->Text.CountNavigableTokens());
+        }
+        return state;
     }
 };
 
