@@ -140,8 +140,9 @@ std::vector<RECT> CeIconButtonBase::Places() const {
     LONG x = packed ? client.right - ideal : 0;
     for (const Button& button : m_buttons) {
         int width = ChromePx(button.width);
-        if (width == 0 && packed) width = std::max(WantedWidth(button), ChromePx(kLeastPacked));
-        if (width == 0) {
+        if (button.width <= 0 && packed) {
+            width = std::max(WantedWidth(button), ChromePx(kLeastPacked));
+        } else if (button.width <= 0 && shares > 0) {
             width = std::max(rest, 0) / shares--;
             rest -= width;
         }

@@ -104,6 +104,7 @@ private:
     HWND m_hOwner;
     POINT m_at; // where the first menu was asked for
     std::vector<std::unique_ptr<PopupMenuWindow>> m_open;
+    std::vector<int> m_openers; // of each level the row whose sub-menu stands above it
     bool m_running = true;
     UINT m_chosen = 0;
     bool m_armed = false; // a release chooses: it isn't the one of the press that opened the menu
@@ -320,7 +321,10 @@ void PopupMenuSession::OpenSubMenu(int level, bool first) {
     if (m_hOwner) SendMessageW(m_hOwner, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(menu), row);
     RECT beside = window.RowOnScreen(row);
     InflateRect(&beside, -ChromePx(kOverlap), 0);
-    if (m_running && Open(menu, beside) && first) Deepest().Highlight(Deepest().Rows().Next(-1, 1), true);
+    if (!m_running || !Open(menu, beside)) return;
+    m_openers.resize(static_cast<std::size_t>(level));
+    m_openers.push_back(row);
+    if (first) Deepest().Highlight(Deepest().Rows().Next(-1, 1), true);
 }
 
 void PopupMenuSession::Choose(int level) {
@@ -364,6 +368,10 @@ void PopupMenuSession::Move(POINT point, bool down) {
         m_last = point;
         return;
     }
+    // On the way to a sub-menu the pointer may have crossed other rows.
+    if (m_restLevel >= 0 && m_restLevel < level) m_restLevel = -1;
+    for (int above = 0; above < level; ++above)
+        m_open[static_cast<std::size_t>(above)]->Highlight(m_openers[static_cast<std::size_t>(above)], false);
     const int row = window.RowAt(point);
     if (row == window.Highlighted() || (row >= 0 && !window.Rows().At(row).CanChoose())) return;
     window.Highlight(row, false);
@@ -401,7 +409,7 @@ bool PopupMenuSession::Take(const MSG& message) {
         Letter(static_cast<WCHAR>(message.wParam));
         return true;
     case WM_SYSKEYDOWN:
-        if (message.wParam == VK_MENU) End(0);
+        if (message.wParam == VK_MENU && !(message.lParam & KF_KEY_REPEATED)) End(0);
         return true;
     case WM_KEYUP:
     case WM_SYSKEYUP:

@@ -125,6 +125,22 @@ TEST_F(Dialogs, EndInTheirOwnWay) {
     EXPECT_EQ(PlatTakeMenus().size(), 1U);
 }
 
+TEST_F(Dialogs, ACrashEndsThemAndTheApplication) {
+    class Broken : public Form {
+        LRESULT OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) override {
+            if (msg == WM_USER + 9) *reinterpret_cast<volatile int*>(8) = 1;
+            return Form::OnMessage(msg, wParam, lParam, handled);
+        }
+    } form;
+    const Script script({[&] { form.PostMessageW(WM_USER + 9); }});
+    EXPECT_EQ(form.DoModal(top), IDCANCEL);
+    const auto boxes = PlatTakeMessageBoxes();
+    ASSERT_EQ(boxes.size(), 1U);
+    EXPECT_TRUE(boxes[0].text.starts_with(u"CeDialog:: CeDialog:FRAME at "));
+    MSG message{};
+    EXPECT_FALSE(GetMessageW(&message, nullptr, 0, 0)); // WM_QUIT
+}
+
 // One over the other: the one below takes no input, and gets the focus back.
 TEST_F(Dialogs, Nest) {
     Form below, above;

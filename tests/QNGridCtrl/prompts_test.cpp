@@ -6,6 +6,8 @@
 #include "Platform/threads.h"
 #include "tests/support/narrow.h"
 
+#include <atomic>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -185,17 +187,36 @@ TEST_F(PopupMenus, NeverLeavesTheScreen) {
         }
 }
 
-// 60 rows on a screen of seven: End shows the last, a finger moves them and chooses nothing.
+// Its first row is at 15 to 55, below a strip of 14. A finger that moves the rows chooses nothing.
 TEST_F(PopupMenus, ATallOneScrolls) {
     for (UINT id = 100; id < 154; ++id) AppendMenuW(m_menu, MF_STRING, id, u"Row");
     Type("ne");
     EXPECT_EQ(Track(), 153);
-    // Rows begin below a strip of 14: row 10 is at 15 to 55, and 60 pixels further 11 is there.
     PlatPointer(PlatPointerAction::Down, 30, 200);
     PlatPointer(PlatPointerAction::Move, 30, 140);
     PlatPointer(PlatPointerAction::Up, 30, 140);
     const Script script({[] { EXPECT_EQ(ShownOnScreen(), 2); }, [] { Tap(30, 30); }});
-    EXPECT_EQ(Track(), 11);
+    EXPECT_EQ(Track(), 11); // 60 further
+    PlatPointer(PlatPointerAction::Move, 30, 140);
+    Pump();
+    const Script wheel({[] { PlatWheel(30, 140, -1); }, [] { Tap(30, 30); }});
+    EXPECT_EQ(Track(), 11); // one row
+}
+
+// Across another row into the sub-menu that is open: it stays.
+TEST_F(PopupMenus, TheWayToASubMenuDoesNotCloseIt) {
+    Type("dddr");
+    const Script script({[] {
+                             PlatPointer(PlatPointerAction::Move, 80, 180),
+                                 PlatPointer(PlatPointerAction::Move, 140, 110);
+                         },
+                         [] { Sleep(350); }, [] {},
+                         [] {
+                             EXPECT_EQ(ShownOnScreen(), 3);
+                             EXPECT_EQ(PixelAt(3, 100), GetSysColor(COLOR_HIGHLIGHT));
+                             Tap(140, 140);
+                         }});
+    EXPECT_EQ(Track(), 21);
 }
 
 TEST_F(PopupMenus, SubMenusAreFilledWhenTheyOpen) {
@@ -307,6 +328,26 @@ TEST_F(MessageBoxes, RememberTheAnswerWhenToldTo) {
     }
     EXPECT_EQ(ask(u"Delete_Appt"), IDYES); // nobody is there to ask
     EXPECT_EQ(CNorvoMBox::GetRemembered(u"Delete_Appt"), IDYES);
+}
+
+class ThreadsMessageBoxes : public MessageBoxes {};
+
+// Over a window of another thread, which goes on meanwhile.
+TEST_F(ThreadsMessageBoxes, AskOnAnyThread) {
+    int answer = 0;
+    std::atomic<bool> done = false;
+    std::thread worker([&] {
+        answer = MessageBoxW(top, u"Go on?", u"", MB_YESNO);
+        done = true;
+    });
+    while (GetForegroundWindow() == top.GetHWnd()) Pump(), Sleep(1);
+    EXPECT_FALSE(top.IsWindowEnabled());
+    Press(VK_ESCAPE);
+    while (!done) Pump(), Sleep(1);
+    worker.join();
+    EXPECT_EQ(answer, IDNO);
+    EXPECT_TRUE(top.IsWindowEnabled());
+    EXPECT_EQ(GetForegroundWindow(), top.GetHWnd());
 }
 
 TEST_F(MessageBoxes, TheTextIsShownAsItIs) {
