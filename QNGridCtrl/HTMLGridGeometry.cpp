@@ -12,8 +12,9 @@ int ToClient(const HTMLGridAxis& axis, int index, int fixedCount, int scroll) {
 }
 
 int FromClient(const HTMLGridAxis& axis, int pixel, int fixedCount, int scroll) {
-    const int fixed = axis.Before(fixedCount);
-    return axis.At(pixel < fixed ? pixel : pixel - fixed + scroll);
+    const int fixed = axis.Before(fixedCount), along = pixel - fixed + scroll;
+    if (pixel < fixed) return axis.At(pixel);
+    return along < fixed ? -1 : axis.At(along); // beyond the top there is nothing, no fixed ones either
 }
 
 WORD NumberOf(int index, const HTMLGridAxis& axis) {

@@ -310,6 +310,11 @@ TEST_F(Grid, FixedCellsStayWhileOthersScroll) {
     EXPECT_FALSE(g.MakeCellVisible(3, 3));
     g.SetTopRow(9);
     EXPECT_EQ(g.GetTopPixel(), 30 - 100 + 150 - 1);
+    g.ScrollToTop();
+    g.ScrollByPixelUp(40, false, true); // by half as much
+    EXPECT_EQ(CellAt(10, 49), "none");
+    EXPECT_EQ(CellAt(10, 50), "0,2");
+    EXPECT_EQ(CellAt(10, 29), "0,1");
 }
 
 // --- Floaters -----------------------------------------------------------------------------------------------------

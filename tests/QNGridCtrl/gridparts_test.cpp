@@ -1,4 +1,4 @@
-// The parts of a grid that need no window: positions of rows, the cell map, sources of images, selection rules.
+// The parts of a grid that need no window: positions of rows, sources of images, selection rules.
 #include "QNGridCtrl/HTMLGridAxis.h"
 #include "QNGridCtrl/HTMLGridImages.h"
 #include "QNGridCtrl/HTMLGridSelection.h"
@@ -55,28 +55,6 @@ TEST(GridAxis, TheHighestRowsOfTheLongestGridStayCountable) {
     axis.Sum();
     EXPECT_EQ(axis.Total(), 65535 * 32767);
     EXPECT_EQ(axis.At(axis.Total() - 1), 65534);
-}
-
-// --- Cells --------------------------------------------------------------------------------------------------------
-
-TEST(GridCells, MoveWithTheirRowsAndColumns) {
-    HTMLGridCells cells;
-    const auto mark = [&](WORD col, WORD row) { cells.Make(col, row)->dwData = col * 10000u + row; };
-    const auto at = [&](WORD col, WORD row) {
-        const tagCELLINFO* cell = cells.Find(col, row);
-        return cell ? cell->dwData : 0;
-    };
-    mark(1, 2), mark(1, 3), mark(2, 65533), mark(3, 5);
-    cells.InsertRow(3);
-    EXPECT_EQ(at(1, 2), 10002u);
-    EXPECT_EQ(at(1, 3), 0u);
-    EXPECT_EQ(at(1, 4), 10003u);
-    cells.DeleteRows(2, 2);
-    EXPECT_EQ(at(1, 2), 10003u);
-    EXPECT_EQ(at(3, 4), 30005u);
-    cells.DeleteCols(1, 1);
-    EXPECT_EQ(at(2, 4), 30005u);
-    EXPECT_EQ(cells.Count(), 2u);
 }
 
 // --- Images -------------------------------------------------------------------------------------------------------
