@@ -101,10 +101,13 @@ void CopyPlain(GdiContext& to, int x, int y, Source& source) {
     static thread_local std::vector<Span> spans; // kept: lists scroll by this
     spans.clear();
     ForEachSpan(to, target, [&](int atX, int atY, int n) { spans.push_back({atX, atY, n}); });
-    std::ranges::sort(spans, [&](const Span& a, const Span& b) {
+    const auto isBefore = [&](const Span& a, const Span& b) {
         if (a.y != b.y) return shiftY < 0 ? a.y > b.y : a.y < b.y;
         return shiftX < 0 ? a.x > b.x : a.x < b.x;
-    });
+    };
+    // Of a rectangle they come from the top, which is the order or its opposite.
+    if (shiftY < 0) std::ranges::reverse(spans);
+    if (!std::ranges::is_sorted(spans, isBefore)) std::ranges::sort(spans, isBefore);
     for (const Span& span : spans) copy(span.x, span.y, span.n);
 }
 
