@@ -29,13 +29,21 @@ int Scaled(int side, int from, int to) {
     return static_cast<int>(std::min(scaled, static_cast<float>(kTallest)));
 }
 
+// Text ends at the right edge. Tails and marks of some scripts reach out of their line, which takes nothing from the next
+// one; but not those of a text that is taller than its line.
+RECT ClipOf(const RECT& line, int textHeight) {
+    if (textHeight > line.bottom - line.top) return line;
+    const int reach = textHeight / 4;
+    return {line.left - reach, line.top - reach, line.right, line.bottom + reach};
+}
+
 } // namespace
 
 HTMLRun HTMLLayout::PlaceRun(const WCHAR* text, int length, const RECT& rect) {
     const HTMLRun run = MeasureRun(text, length, rect.right - rect.left);
     if (!Painting() || run.placed == 0 || rect.left >= rect.right) return run;
     UseFont();
-    m_canvas.TextOut(rect.left, rect.top, rect, text, run.placed);
+    m_canvas.TextOut(rect.left, rect.top, ClipOf(rect, run.size.cy), text, run.placed);
     return run;
 }
 

@@ -92,6 +92,16 @@ TEST_F(HTMLLayoutTest, BreaksLines) {
     EXPECT_EQ(Paint(u"one two three", 48, {.noWrap = true}), "78x14\ntext 0,0 'one two three' clipped 30\n");
 }
 
+// Nothing shows beyond the right edge. A quarter of its height is for tails and marks, unless its line is too low for it.
+TEST_F(HTMLLayoutTest, LettersReachOutOfTheirLine) {
+    Paint(u"a<BR>b", 60);
+    EXPECT_EQ(FixedCanvas::Rect(m_canvas.lastClip), "-3,11 63x20");
+    Paint(u"<P RIGHT>a<P LEFT><FONT SIZE=9>b", 60); // 24 high
+    EXPECT_EQ(FixedCanvas::Rect(m_canvas.lastClip), "-6,-6 66x36");
+    Paint(u"<EDGE>a", 60);
+    EXPECT_EQ(FixedCanvas::Rect(m_canvas.lastClip), "0,0 60x2");
+}
+
 TEST_F(HTMLLayoutTest, Aligns) {
     const Case cases[] = {
         {"label and value", u"Label<P RIGHT>value<BR><P LEFT>next", 120,

@@ -27,6 +27,7 @@ public:
         m_dump << "text " << x << "," << y << " '" << Narrow({text, static_cast<std::size_t>(length)}) << "'";
         if (const int over = x + length * kCharacter - clip.right; over > 0) m_dump << " clipped " << over;
         m_dump << "\n";
+        lastClip = clip;
     }
     void SetColors(const COLORREF* text, const COLORREF* ground) override {
         if (m_colors && text) m_dump << "color " << std::hex << *text << std::dec << "\n";
@@ -38,6 +39,7 @@ public:
     }
     void Picture(CHTMLImage&, const RECT& r) override { m_dump << "image " << Rect(r) << "\n"; }
 
+    RECT lastClip{};
     void ShowColors() { m_colors = true; }
     std::string Take() { return std::exchange(m_dump, std::ostringstream()).str(); }
 
