@@ -6,6 +6,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
 #include <random>
 #include <sqlite3.h>
 #include <sys/fsuid.h>
@@ -103,25 +104,6 @@ TEST_F(Faults, WhatWasReportedAsDoneIsOnDisk) {
     expectSyncs(1, 1, [&] { return CeDeleteRecord(db, oid) != FALSE; });
 }
 
-TEST_F(Faults, SingleOperationsTellAndChangeNothing) {
-    const HANDLE db = CreateAndOpen(u"f");
-    const CEOID oid = Add(db, Values().Int(1, 1).Stream(3, Pattern(10)));
-    for (const PlatFault fault : {PlatFault::StoreWrite, PlatFault::StoreCommit}) {
-        PlatInjectFault(fault, 1, true);
-        First(db);
-        EXPECT_EQ(Add(db, Values().Int(1, 2)), 0u);
-        EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
-        EXPECT_EQ(Change(db, oid, Values().Int(1, 3)), 0u);
-        EXPECT_FALSE(CeDeleteRecord(db, oid));
-        EXPECT_FALSE(WriteStream(db, kStream, Pattern(20)));
-        EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
-        PlatInjectFault(fault, 0);
-        EXPECT_EQ(Walk(db, kNumber), "1");
-        First(db);
-        EXPECT_EQ(ReadStream(db, kStream), Pattern(10));
-    }
-}
-
 // No place for the write-ahead log to grow: the real failure of a write, in the middle of a transaction.
 TEST_F(Faults, AWriteThatFailsMidwayIsTold) {
     Create(u"f");
@@ -133,8 +115,7 @@ TEST_F(Faults, AWriteThatFailsMidwayIsTold) {
     const auto handler = signal(SIGXFSZ, SIG_IGN);
     const rlimit small{std::filesystem::file_size(HostPath("test.vol-wal")) + 20000, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    EXPECT_EQ(Add(db, Values().Stream(3, Pattern(500000))), 0u);
-    EXPECT_EQ(GetLastError(), ERROR_WRITE_FAULT);
+    EXPECT_EQ(ErrorOf(Add(db, Values().Stream(3, Pattern(500000)))), ERROR_WRITE_FAULT);
     ASSERT_TRUE(CeBeginTransaction(session, 1));
     bool good = true;
     for (int i = 0; i < 40 && good; ++i) good = Add(db, Values().Stream(3, Pattern(500000))) != 0;
@@ -142,8 +123,7 @@ TEST_F(Faults, AWriteThatFailsMidwayIsTold) {
     setrlimit(RLIMIT_FSIZE, &before);
     signal(SIGXFSZ, handler);
     // There is room again, but the transaction is lost, and nothing gets past it on its own.
-    EXPECT_EQ(Add(db, Values().Int(1, 7)), 0u);
-    EXPECT_EQ(GetLastError(), ERROR_WRITE_FAULT);
+    EXPECT_EQ(ErrorOf(Add(db, Values().Int(1, 7))), ERROR_WRITE_FAULT);
     EXPECT_FALSE(CeEndTransaction(session, TRUE));
     EXPECT_EQ(Walk(db, kNumber), "1");
     EXPECT_TRUE(Add(db, Values().Int(1, 2)));
@@ -169,27 +149,35 @@ TEST_F(Faults, TheCountersHaveTheirPlaceOnDisk) {
     EXPECT_TRUE(std::filesystem::is_regular_file(HostPath("test.vol-gen")));
 }
 
-TEST_F(Faults, ASyncThatFailsIsTold) {
+TEST_F(Faults, OperationsThatFailTellAndChangeNothing) {
     Create(u"f");
     const HANDLE session = NewSession();
     const HANDLE db = Open(u"f", nullptr, session);
-    const CEOID oid = Add(db, Values().Int(1, 1));
-    const auto failing = [&](auto change) {
-        SetLastError(0);
-        g_syncsFail = true;
-        EXPECT_FALSE(change());
-        g_syncsFail = false;
-        EXPECT_EQ(GetLastError(), ERROR_WRITE_FAULT);
-        EXPECT_EQ(Walk(db, kNumber), "1");
-    };
-    failing([&] { return Add(db, Values().Int(1, 2)); });
-    failing([&] { return Change(db, oid, Values().Int(1, 3)); });
-    failing([&] { return CeDeleteRecord(db, oid); });
-    failing([&] {
-        CeBeginTransaction(session, 1);
-        Add(db, Values().Int(1, 4));
-        return CeEndTransaction(session, TRUE);
-    });
+    const CEOID oid = Add(db, Values().Int(1, 1).Stream(3, Pattern(10)));
+    const std::function<bool()> changes[] = {[&] { return Add(db, Values().Int(1, 2)) != 0; },
+                                             [&] { return Change(db, oid, Values().Int(1, 3)) != 0; },
+                                             [&] { return CeDeleteRecord(db, oid) != FALSE; },
+                                             [&] { return WriteStream(db, kStream, Pattern(20)); },
+                                             [&] {
+                                                 CeBeginTransaction(session, 1);
+                                                 const bool good = Add(db, Values().Int(1, 4)) != 0;
+                                                 return CeEndTransaction(session, good) && good;
+                                             }};
+    for (const int kind : {0, 1, 2}) // a write, a commit, what puts it on disk
+        for (const auto& change : changes) {
+            SCOPED_TRACE(testing::Message() << kind << " " << &change - changes);
+            First(db);
+            SetLastError(0);
+            g_syncsFail = kind == 2;
+            if (kind != 2) PlatInjectFault(kind ? PlatFault::StoreCommit : PlatFault::StoreWrite, 1, true);
+            EXPECT_EQ(ErrorOf(change()), kind == 2 ? ERROR_WRITE_FAULT : ERROR_DISK_FULL);
+            g_syncsFail = false;
+            for (const PlatFault fault : {PlatFault::StoreCommit, PlatFault::StoreWrite})
+                PlatInjectFault(fault, 0);
+            EXPECT_EQ(Walk(db, kNumber), "1");
+            First(db);
+            EXPECT_EQ(ReadStream(db, kStream), Pattern(10));
+        }
     EXPECT_TRUE(Add(db, Values().Int(1, 5)));
     TearDown();
     PlatSetDeviceFolder(m_folder); // as a restart
@@ -222,14 +210,12 @@ TEST_F(Faults, ForeignFilesAreLeftAsTheyAre) {
         SCOPED_TRACE(name);
         Spill(HostPath("bad.vol"), bytes);
         PlatTakeDebugOutput();
-        EXPECT_FALSE(Mount(u"\\bad.vol"));
-        EXPECT_EQ(GetLastError(), ERROR_BAD_FORMAT);
+        EXPECT_EQ(ErrorOf(Mount(u"\\bad.vol")), ERROR_BAD_FORMAT);
         ASSERT_EQ(PlatTakeDebugOutput().size(), 1u);
         EXPECT_EQ(Slurp(HostPath("bad.vol")), bytes);
     }
     mkdir(HostPath("folder.vol").c_str(), 0700);
-    EXPECT_FALSE(Mount(u"\\folder.vol"));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(ErrorOf(Mount(u"\\folder.vol")), ERROR_ACCESS_DENIED);
 }
 
 class Damaged : public Faults {
@@ -243,6 +229,9 @@ protected:
                                          .Int(1, n)
                                          .Text(2, std::u16string(1, static_cast<WCHAR>(u'a' + n)))
                                          .Stream(3, Pattern(70000))));
+        Damage(damage);
+    }
+    void Damage(const char* damage) {
         TearDown();
         PlatSetDeviceFolder(m_folder);
         Ask(damage);
@@ -298,20 +287,16 @@ INSTANTIATE_TEST_SUITE_P(
         "AND i.oid=?2) AS BLOB) WHERE oid=?1", // names its neighbour
         "UPDATE ix SET key=x'01' WHERE oid=?1"));
 
-TEST_F(Damaged, StreamsCanBeWrittenOver) {
+TEST_F(Damaged, StreamsCanBeWrittenOverAndCountersMakeNoIdsThatCantBe) {
     Make("DELETE FROM strm WHERE id&0xFFFF=1"); // the middle one of each three pieces
-    const HANDLE db = Open(u"d");
+    HANDLE db = Open(u"d");
     First(db);
     EXPECT_EQ(ReadStream(db, kStream), std::vector<BYTE>{0xEE});
     ASSERT_TRUE(WriteStream(db, kStream, Pattern(40000, 5)));
     EXPECT_EQ(ReadStream(db, kStream), Pattern(40000, 5));
-}
-
-TEST_F(Damaged, CountersMakeNoIdsThatCantBe) {
-    Make("UPDATE tally SET next_oid=0 WHERE db=0");
-    const HANDLE db = Open(u"d");
-    EXPECT_EQ(Add(db, Values().Int(1, 4)), 0u);
-    EXPECT_EQ(GetLastError(), ERROR_BAD_FORMAT);
+    Damage("UPDATE tally SET next_oid=0 WHERE db=0");
+    db = Open(u"d");
+    EXPECT_EQ(ErrorOf(Add(db, Values().Int(1, 4))), ERROR_BAD_FORMAT);
     EXPECT_EQ(Walk(db, kNumber), "1 2 3");
 }
 
@@ -402,8 +387,7 @@ TEST_F(Faults, NoFileOperationDropsTheLocksOfAVolume) {
         CloseHandle(opened);
         EXPECT_FALSE(CopyFileW(path.c_str(), u"\\copy", FALSE));
         EXPECT_FALSE(MoveFileW(path.c_str(), u"\\moved"));
-        EXPECT_FALSE(DeleteFileW(path.c_str()));
-        EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+        EXPECT_EQ(ErrorOf(DeleteFileW(path.c_str())), ERROR_SHARING_VIOLATION);
         Spill(HostPath("new"), "content");
         EXPECT_FALSE(CopyFileW(u"\\new", path.c_str(), FALSE));
         EXPECT_FALSE(PlatReplaceFile(u"\\new", path.c_str()));
@@ -420,10 +404,8 @@ TEST_F(Faults, AFolderThatCantBeWrittenIsTold) {
     PlatSetDeviceFolder(m_folder);
     ASSERT_EQ(chmod(m_folder.c_str(), 0555), 0);
     const int owner = setfsuid(65534); // root may write anywhere
-    EXPECT_FALSE(Mount(u"\\fresh.vol"));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
-    EXPECT_FALSE(Mount(u"\\test.vol"));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(ErrorOf(Mount(u"\\fresh.vol")), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(ErrorOf(Mount(u"\\test.vol")), ERROR_ACCESS_DENIED);
     setfsuid(static_cast<uid_t>(owner));
     chmod(m_folder.c_str(), 0700);
     m_guid = {};
@@ -432,34 +414,21 @@ TEST_F(Faults, AFolderThatCantBeWrittenIsTold) {
 }
 
 TEST_F(Faults, WrongHandlesAndArgumentsAreTold) {
-    const HANDLE db = CreateAndOpen(u"d");
-    const HANDLE session = NewSession();
+    const HANDLE db = CreateAndOpen(u"d"), session = NewSession();
     WORD count = 1;
     BYTE* buffer = nullptr;
     DWORD size = 0;
     const CEGUID nowhere{};
-    const struct {
-        bool failed;
-        DWORD error;
-    } results[] = {
-        {CeSeekDatabaseEx(session, CEDB_SEEK_BEGINNING, 0, 1, nullptr) == 0, GetLastError()},
-        {CeReadRecordPropsEx(INVALID_HANDLE_VALUE, 1, &count, nullptr, &buffer, &size, nullptr) == 0,
-         GetLastError()},
-        {CeWriteRecordProps(nullptr, 0, 0, nullptr) == 0, GetLastError()},
-        {!CeBeginTransaction(db, 0), GetLastError()},
-        {CeOpenStream(session, kStream, STREAM_READ) == INVALID_HANDLE_VALUE, GetLastError()},
-        {!CeStreamSaveChanges(db), GetLastError()},
-    };
-    for (const auto& result : results) {
-        EXPECT_TRUE(result.failed);
-        EXPECT_EQ(result.error, ERROR_INVALID_HANDLE);
-    }
-    EXPECT_EQ(CeSeekDatabaseEx(db, 3, 0, 1, nullptr), 0u);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(CeSeekDatabaseEx(db, CEDB_SEEK_VALUEGREATER, 0, 1, nullptr), 0u);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(CeCreateSession(&nowhere), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    const HANDLE none = INVALID_HANDLE_VALUE;
+    for (const DWORD error :
+         {ErrorOf(CeSeekDatabaseEx(session, CEDB_SEEK_BEGINNING, 0, 1, nullptr)),
+          ErrorOf(CeReadRecordPropsEx(none, 1, &count, nullptr, &buffer, &size, nullptr)),
+          ErrorOf(CeWriteRecordProps(nullptr, 0, 0, nullptr)), ErrorOf(CeBeginTransaction(db, 0)),
+          ErrorOf(CeOpenStream(session, kStream, STREAM_READ)), ErrorOf(CeStreamSaveChanges(db))})
+        EXPECT_EQ(error, ERROR_INVALID_HANDLE);
+    for (const DWORD type : {DWORD{3}, CEDB_SEEK_VALUEGREATER})
+        EXPECT_EQ(ErrorOf(CeSeekDatabaseEx(db, type, 0, 1, nullptr)), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(ErrorOf(CeCreateSession(&nowhere)), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(ReadOne(db, kNumber), "error 1168"); // no record
 }
 

@@ -2,6 +2,7 @@
 #include "Platform/strings.h"
 #include "Platform/testing.h"
 #include "Platform/threads.h"
+#include "tests/support/errorof.h"
 
 #include <gtest/gtest.h>
 #include <cstring>
@@ -29,23 +30,11 @@ TEST(LocalHeap, KeepsExactSizesAndContents) {
     EXPECT_EQ(LocalFree(nullptr), nullptr);
     void* empty = LocalAlloc(LMEM_FIXED, 0);
     EXPECT_NE(empty, nullptr);
-    EXPECT_EQ(LocalSize(empty), 0u);
-    LocalFree(empty);
-    EXPECT_EQ(LocalAlloc(0, SIZE_MAX - 8), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
-}
-
-TEST(LocalHeap, IsTheProcessHeap) {
-    void* local = LocalAlloc(0, 10);
-    EXPECT_EQ(HeapSize(GetProcessHeap(), 0, local), 10u);
-    EXPECT_TRUE(HeapFree(GetProcessHeap(), 0, local));
-    void* block = HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, 10);
-    EXPECT_EQ(LocalSize(block), 10u);
-    EXPECT_EQ(LocalFree(block), nullptr);
+    EXPECT_EQ(HeapSize(GetProcessHeap(), 0, empty), 0u); // it is the process heap
+    EXPECT_TRUE(HeapFree(GetProcessHeap(), 0, empty));
+    EXPECT_EQ(LocalFree(HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, 10)), nullptr);
     EXPECT_FALSE(HeapDestroy(GetProcessHeap()));
-}
-
-TEST(LocalHeap, LeavesForeignBlocksAlone) {
+    EXPECT_EQ(ErrorOf(LocalAlloc(0, SIZE_MAX - 8)), ERROR_NOT_ENOUGH_MEMORY);
     alignas(16) BYTE foreign[64] = {};
     EXPECT_EQ(LocalFree(foreign + 32), foreign + 32);
     EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
@@ -68,24 +57,14 @@ TEST(PrivateHeap, BlocksAreAlignedApartAndGoWithTheHeap) {
     for (std::size_t i = 0; i < blocks.size(); i += 2) EXPECT_TRUE(HeapFree(heap, 0, blocks[i].first));
     EXPECT_TRUE(HeapDestroy(heap)); // the rest; the leak checker counts
     EXPECT_FALSE(HeapDestroy(heap));
-    EXPECT_EQ(HeapAlloc(heap, 0, 8), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(ErrorOf(HeapAlloc(heap, 0, 8)), ERROR_INVALID_HANDLE);
 }
 
-TEST(PrivateHeap, FreedBlocksAreUsedAgain) {
+TEST(PrivateHeap, FreedBlocksAreUsedAgainAndReallocationKeepsTheContent) {
     HANDLE heap = HeapCreate(0, 0, 0);
     std::set<void*> places;
-    for (int i = 0; i < 100'000; ++i) {
-        void* block = HeapAlloc(heap, 0, 24);
-        places.insert(block);
-        HeapFree(heap, 0, block);
-    }
+    for (int i = 0; i < 100'000; ++i) HeapFree(heap, 0, *places.insert(HeapAlloc(heap, 0, 24)).first);
     EXPECT_EQ(places.size(), 1u);
-    HeapDestroy(heap);
-}
-
-TEST(PrivateHeap, ReallocationKeepsTheContent) {
-    HANDLE heap = HeapCreate(0, 0, 0);
     auto* block = static_cast<BYTE*>(HeapAlloc(heap, 0, 3));
     std::memset(block, 9, 3);
     for (const std::size_t size : {8u, 20u, 1000u, 1020u, 90'000u, 500u}) {
@@ -121,20 +100,14 @@ TEST(Bstr, CarriesItsLengthInBytesInFront) {
     EXPECT_EQ(SysStringLen(text), 3u);
     EXPECT_TRUE(SysReAllocStringLen(&text, text + 1, 2)); // from within itself
     EXPECT_EQ(wcscmp(text, u"bc"), 0);
-    SysFreeString(text);
-
-    BSTR blank = SysAllocStringLen(nullptr, 4);
+    BSTR blank = SysAllocStringLen(nullptr, 4), inner = SysAllocStringLen(u"a\0b", 3);
     EXPECT_EQ(SysStringLen(blank), 4u);
     EXPECT_TRUE(AllAre(blank, 0, 0, 10));
-    SysFreeString(blank);
-
-    BSTR inner = SysAllocStringLen(u"a\0b", 3);
     EXPECT_EQ(SysStringLen(inner), 3u);
     EXPECT_EQ(inner[2], u'b');
-    SysFreeString(inner);
     EXPECT_EQ(SysAllocString(nullptr), nullptr);
     EXPECT_EQ(SysStringLen(nullptr), 0u);
-    SysFreeString(nullptr);
+    for (const BSTR each : {text, blank, inner, BSTR{}}) SysFreeString(each);
 }
 
 TEST(Memory, InjectedFaultsGiveNullAndKeepWhatWas) {
@@ -143,8 +116,7 @@ TEST(Memory, InjectedFaultsGiveNullAndKeepWhatWas) {
     BSTR text = SysAllocString(u"kept");
     PlatInjectFault(PlatFault::Allocate, 1, true);
     SetLastError(0);
-    EXPECT_EQ(LocalAlloc(0, 8), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_EQ(ErrorOf(LocalAlloc(0, 8)), ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(LocalReAlloc(block, 80, 0), nullptr);
     EXPECT_EQ(HeapAlloc(heap, 0, 8), nullptr);
     EXPECT_EQ(SysAllocString(u"x"), nullptr);

@@ -21,11 +21,19 @@ protected:
         EXPECT_EQ(item->Save(), S_OK);
         return OidOf(item);
     }
-    std::string Categories(LONG oid) {
+    template<class I>
+    static std::string Text(const Com<I>& item, HRESULT (I::*get)(BSTR*)) {
         BSTR text = nullptr;
-        Open<IAppointment>(oid)->get_Categories(&text);
+        (item.Get()->*get)(&text);
         return TakeBstr(text);
     }
+    template<class I>
+    static DATE Date(const Com<I>& item, HRESULT (I::*get)(DATE*)) {
+        DATE date = 0;
+        EXPECT_EQ((item.Get()->*get)(&date), S_OK);
+        return date;
+    }
+    std::string Categories(LONG oid) { return Text(Open<IAppointment>(oid), &IAppointment::get_Categories); }
     HRESULT SetText(const Com<IItem>& item, CEPROPID id, const WCHAR* text) {
         const Values values = std::move(Values().Text(static_cast<WORD>(id >> 16), text));
         return item->SetProps(0, 1, values.Data());
@@ -48,7 +56,8 @@ protected:
 TEST_F(PoomItemsTest, NewAppointmentIsWrittenWhole) {
     auto item = NewAppointment();
     item->put_Subject(Bstr(u"Lunch"));
-    item->put_Location(Bstr(u"Canteen"));
+    const WCHAR halves[] = {0xD800, u'x', 0xDC00, 0xFFFF, 0}; // of pairs, and what is no character
+    item->put_Location(Bstr(halves));
     item->put_Start(At("2010-06-10 12:30"));
     item->put_Duration(45);
     item->put_BusyStatus(olTentative);
@@ -61,14 +70,28 @@ TEST_F(PoomItemsTest, NewAppointmentIsWrittenWhole) {
     EXPECT_EQ(StoredTime(oid, PIMPR_START), "2010-06-10 10:30"); // Berlin has summer time
     EXPECT_EQ(StoredTime(oid, PIMPR_END), "2010-06-10 11:15");
     const std::pair<CEPROPID, const char*> kExpected[] = {
-        {PIMPR_SUBJECT, "'Lunch'"}, {PIMPR_LOCATION, "'Canteen'"}, {PIMPR_DURATION, "45"},
-        {PIMPR_ALLDAY, "false"},    {PIMPR_REMINDER_SET, "true"},  {PIMPR_REMINDER_MINUTES, "15"},
-        {PIMPR_RECURRING, "false"}, {PIMPR_SENSITIVITY, "0"},      {PIMPR_BUSYSTATUS, "1"},
-        {PIMPR_MEETINGSTATUS, "0"}, {PIMPR_NUMBER, "1"},           {PIMPR_ORGANIZER_NAME, "-"},
-        {PIMPR_MEETING_ID, "-"},    {PIMPR_TIMEZONE, "-"},
+        {PIMPR_SUBJECT, "'Lunch'"},
+        {PIMPR_LOCATION, "'?x?"
+                         "?'"},
+        {PIMPR_DURATION, "45"},
+        {PIMPR_ALLDAY, "false"},
+        {PIMPR_REMINDER_SET, "true"},
+        {PIMPR_REMINDER_MINUTES, "15"},
+        {PIMPR_RECURRING, "false"},
+        {PIMPR_SENSITIVITY, "0"},
+        {PIMPR_BUSYSTATUS, "1"},
+        {PIMPR_MEETINGSTATUS, "0"},
+        {PIMPR_NUMBER, "1"},
+        {PIMPR_ORGANIZER_NAME, "-"},
+        {PIMPR_MEETING_ID, "-"},
+        {PIMPR_TIMEZONE, "-"},
     };
     for (const auto& [id, text] : kExpected) EXPECT_EQ(Stored(oid, id), text) << std::hex << id;
     EXPECT_EQ(StoredStream(oid, PIMPR_RECURRENCE), std::vector<BYTE>{0xEE});
+    BSTR read = nullptr;
+    Open<IAppointment>(oid)->get_Location(&read);
+    EXPECT_EQ(std::u16string(read), std::u16string(halves));
+    SysFreeString(read);
 }
 
 TEST_F(PoomItemsTest, TimesGoThroughTheZone) {
@@ -77,43 +100,17 @@ TEST_F(PoomItemsTest, TimesGoThroughTheZone) {
         const char* local;
         const char* utc;
         const char* back;
-    } kCases[] = {
-        {Berlin(), "2010-01-15 08:00", "2010-01-15 07:00", "2010-01-15 08:00"},
-        {Berlin(), "2010-03-28 02:30", "2010-03-28 01:30", "2010-03-28 03:30"}, // the lost hour
-        {Berlin(), "2010-03-28 03:30", "2010-03-28 01:30", "2010-03-28 03:30"},
-        {Eastern(), "2010-07-04 12:00", "2010-07-04 16:00", "2010-07-04 12:00"},
-        {Sydney(), "2010-01-15 09:00", "2010-01-14 22:00", "2010-01-15 09:00"},
-        {Kolkata(), "2010-06-01 00:15", "2010-05-31 18:45", "2010-06-01 00:15"},
-    };
+    } kCases[] = {{Berlin(), "2010-01-15 08:00", "2010-01-15 07:00", "2010-01-15 08:00"},
+                  {Berlin(), "2010-03-28 02:30", "2010-03-28 01:30", "2010-03-28 03:30"}, // the lost hour
+                  {Berlin(), "2010-03-28 03:30", "2010-03-28 01:30", "2010-03-28 03:30"},
+                  {Eastern(), "2010-07-04 12:00", "2010-07-04 16:00", "2010-07-04 12:00"},
+                  {Sydney(), "2010-01-15 09:00", "2010-01-14 22:00", "2010-01-15 09:00"},
+                  {Kolkata(), "2010-06-01 00:15", "2010-05-31 18:45", "2010-06-01 00:15"}};
     for (const auto& c : kCases) {
         SetZone(c.zone);
         const LONG oid = Saved(u"x", c.local);
         EXPECT_EQ(StoredTime(oid, PIMPR_START), c.utc) << c.local;
-        DATE start = 0;
-        Open<IAppointment>(oid)->get_Start(&start);
-        EXPECT_EQ(ShowDate(start), c.back);
-    }
-}
-
-TEST_F(PoomItemsTest, AllDayIsStoredForTheCalendarsOwnRule) {
-    const struct {
-        TIME_ZONE_INFORMATION zone;
-        const char* day;
-        const char* utc;
-    } kCases[] = {
-        {Berlin(), "2010-06-10", "2010-06-09 22:00"},
-        {Eastern(), "2010-11-07", "2010-11-07 04:00"}, // still summer time at midnight
-        {Eastern(), "2010-11-08", "2010-11-08 05:00"},
-    };
-    for (const auto& c : kCases) {
-        SetZone(c.zone);
-        auto item = NewAppointment();
-        item->put_AllDayEvent(VARIANT_TRUE);
-        item->put_Start(At(c.day) + 0.4); // cut to the day
-        item->put_Duration(10);
-        ASSERT_EQ(item->Save(), S_OK);
-        EXPECT_EQ(StoredTime(OidOf(item), PIMPR_START), c.utc);
-        EXPECT_EQ(Stored(OidOf(item), PIMPR_DURATION), "1440");
+        EXPECT_EQ(ShowDate(Date(Open<IAppointment>(oid), &IAppointment::get_Start)), c.back);
     }
 }
 
@@ -136,11 +133,10 @@ TEST_F(PoomItemsTest, EveryAllDayDateComesBackInFiveZones) {
         auto item = NewAppointment();
         item->put_AllDayEvent(VARIANT_TRUE);
         for (DATE day = At("2010-01-01"); day < At("2013-01-01"); day += 1) {
-            item->put_Start(day);
+            item->put_Start(day + 0.4); // cut to the day
+            item->put_Duration(10);
             ASSERT_EQ(item->Save(), S_OK);
-            DATE start = 0;
-            item->get_Start(&start);
-            ASSERT_EQ(start, day) << zone.Bias << " " << ShowDate(day);
+            ASSERT_EQ(Date(item, &IAppointment::get_Start), day) << zone.Bias << " " << ShowDate(day);
             const CEPROPID ids[] = {PIMPR_START, PIMPR_END};
             CEPROPVAL* values = nullptr;
             ULONG size = 0;
@@ -151,9 +147,8 @@ TEST_F(PoomItemsTest, EveryAllDayDateComesBackInFiveZones) {
             // Set back as they were given out they are the same day.
             LONG minutes = 0;
             ASSERT_EQ(face->SetProps(0, 2, values), S_OK);
-            item->get_Start(&start);
             item->get_Duration(&minutes);
-            ASSERT_EQ(start, day) << zone.Bias;
+            ASSERT_EQ(Date(item, &IAppointment::get_Start), day) << zone.Bias;
             ASSERT_EQ(minutes, 1440) << zone.Bias << " " << ShowDate(day);
             LocalFree(values);
         }
@@ -166,9 +161,7 @@ TEST_F(PoomItemsTest, DatesAreExact) {
         auto item = NewAppointment();
         item->put_Start(date);
         ASSERT_EQ(item->Save(), S_OK);
-        DATE start = 0;
-        Open<IAppointment>(OidOf(item))->get_Start(&start);
-        EXPECT_EQ(start, date);
+        EXPECT_EQ(Date(Open<IAppointment>(OidOf(item)), &IAppointment::get_Start), date);
     }
     auto item = NewAppointment();
     for (DATE bad : {kNoDate, 1e9, -1e9, std::nan("")}) EXPECT_EQ(item->put_Start(bad), E_INVALIDARG) << bad;
@@ -185,9 +178,7 @@ TEST_F(PoomItemsTest, DatesAreExact) {
     ASSERT_EQ(item->Save(), S_OK);
     const HANDLE db = RecordOf(OidOf(item)); // a damaged record
     ASSERT_TRUE(Change(db, Read(db, {PIMPR_START}).Oid(), Values().Time(0x1042, ~0ull)));
-    DATE start = 0;
-    EXPECT_EQ(Open<IAppointment>(OidOf(item))->get_Start(&start), S_OK);
-    EXPECT_GT(start, kNoDate);
+    EXPECT_GT(Date(Open<IAppointment>(OidOf(item)), &IAppointment::get_Start), kNoDate);
 }
 
 TEST_F(PoomItemsTest, OidsTellTheKind) {
@@ -235,9 +226,7 @@ TEST_F(PoomItemsTest, CategoriesAreRowsOfTwoTables) {
         item->put_Categories(Bstr(step.set));
         ASSERT_EQ(item->Save(), S_OK);
         EXPECT_EQ(Categories(oid), step.read);
-        BSTR text = nullptr;
-        item->get_Categories(&text);
-        EXPECT_EQ(TakeBstr(text), step.read) << "after the save";
+        EXPECT_EQ(Text(item, &IAppointment::get_Categories), step.read) << "after the save";
     }
     const HANDLE names = Database(u"CategoryMainDB", 0x00010066);
     EXPECT_EQ(Walk(names, 0x0002001F), "'Work' 'Home' 'Garden' 'work'");
@@ -328,23 +317,9 @@ TEST_F(PoomItemsTest, PropertiesInABlock) {
     EXPECT_EQ(GetOne(item, PIMPR_SUBJECT), "'Lunch'");
     EXPECT_EQ(SetText(item, PIMPR_SUBJECT, u""), S_OK);
     EXPECT_EQ(GetOne(item, PIMPR_SUBJECT), "-");
-    BSTR text = nullptr;
-    item->QueryInterface(IID_IAppointment, reinterpret_cast<void**>(&values));
-    Com<IAppointment> same(reinterpret_cast<IAppointment*>(values));
-    same->get_Subject(&text); // one bag for both faces
-    EXPECT_EQ(TakeBstr(text), "");
+    EXPECT_EQ(Text(item.As<IAppointment>(IID_IAppointment), &IAppointment::get_Subject),
+              "");                                    // one bag for both faces
     EXPECT_EQ(Stored(oid, PIMPR_SUBJECT), "'Lunch'"); // not saved
-}
-
-TEST_F(PoomItemsTest, LoneSurrogatesSurvive) {
-    auto item = NewAppointment();
-    const WCHAR text[] = {0xD800, u'x', 0xDC00, 0xFFFF, 0};
-    item->put_Subject(Bstr(text));
-    ASSERT_EQ(item->Save(), S_OK);
-    BSTR read = nullptr;
-    Open<IAppointment>(OidOf(item))->get_Subject(&read);
-    EXPECT_EQ(std::u16string(read), std::u16string(text));
-    SysFreeString(read);
 }
 
 TEST_F(PoomItemsTest, NotesAndStreams) {
@@ -383,19 +358,17 @@ TEST_F(PoomItemsTest, BodyIsTheNoteAsText) {
     const struct {
         std::string bytes; // null bytes among them
         const char* text;  // null: not a text
-    } kCases[] = {
-        {std::string("\xFF\xFEh\0i\0", 6), "hi"},
-        {std::string("\xFE\xFF\0h\0i", 6), "hi"},
-        {std::string("h\0i\0", 4), "hi"},                 // UTF-16 without a mark
-        {std::string("\xFF\xFEh\0i\0\0\0x\0", 10), "hi"}, // ends at its terminator
-        {std::string("\xFF\xFEh\0i", 5), "h"},            // half a character
-        {"plain \xC3\xA9", "plain ?"},                    // UTF-8; one character
-        {"h", "h"},
-        {"{\\rtf1 x}", nullptr},
-        {"{\\pwi00", nullptr},
-        {"{\\pwi" + std::string(471, ' '), ""}, // the empty note of the ink format has 476 bytes
-        {"{\\pwi" + std::string(472, ' '), nullptr},
-    };
+    } kCases[] = {{std::string("\xFF\xFEh\0i\0", 6), "hi"},
+                  {std::string("\xFE\xFF\0h\0i", 6), "hi"},
+                  {std::string("h\0i\0", 4), "hi"},                 // UTF-16 without a mark
+                  {std::string("\xFF\xFEh\0i\0\0\0x\0", 10), "hi"}, // ends at its terminator
+                  {std::string("\xFF\xFEh\0i", 5), "h"},            // half a character
+                  {"plain \xC3\xA9", "plain ?"},                    // UTF-8; one character
+                  {"h", "h"},
+                  {"{\\rtf1 x}", nullptr},
+                  {"{\\pwi00", nullptr},
+                  {"{\\pwi" + std::string(471, ' '), ""}, // the empty note of the ink format has 476 bytes
+                  {"{\\pwi" + std::string(472, ' '), nullptr}};
     auto task = NewTask();
     for (const auto& c : kCases) {
         SCOPED_TRACE(&c - kCases);
@@ -478,11 +451,8 @@ TEST_F(PoomItemsTest, PeopleMakeAMeeting) {
     ASSERT_EQ(count, 1);
     Com<IRecipient> bob;
     ASSERT_EQ(people->Item(1, bob.Out()), S_OK);
-    BSTR text = nullptr;
-    bob->get_Name(&text);
-    EXPECT_EQ(TakeBstr(text), "Bob");
-    bob->get_Address(&text);
-    EXPECT_EQ(TakeBstr(text), "a@example.org");
+    EXPECT_EQ(Text(bob, &IRecipient::get_Name), "Bob");
+    EXPECT_EQ(Text(bob, &IRecipient::get_Address), "a@example.org");
     LONG type = 0;
     bob.As<IRecipient2>(IID_IRecipient2)->get_Type(&type);
     EXPECT_EQ(type, olOptional);
@@ -520,11 +490,8 @@ TEST_F(PoomItemsTest, TasksAreWholeLocalDays) {
     EXPECT_EQ(Stored(oid, PIMPR_IMPORTANCE), "1");
 
     auto again = Open<ITask>(oid);
-    DATE date = 0;
-    again->get_DueDate(&date);
-    EXPECT_EQ(date, 401768.0);
-    again->get_ReminderTime(&date);
-    EXPECT_EQ(ShowDate(date), "2010-06-11 09:00");
+    EXPECT_EQ(Date(again, &ITask::get_DueDate), 401768.0);
+    EXPECT_EQ(ShowDate(Date(again, &ITask::get_ReminderTime)), "2010-06-11 09:00");
     const SYSTEMTIME later{2010, 6, 0, 20, 12, 0, 0, 0};
     PlatSetClock(&later);
     again->put_Complete(VARIANT_TRUE); // keeps its day
@@ -534,8 +501,7 @@ TEST_F(PoomItemsTest, TasksAreWholeLocalDays) {
     EXPECT_EQ(StoredTime(oid, PIMPR_TASK_DUE), "-");
     again->put_Complete(VARIANT_FALSE);
     ASSERT_EQ(again->Save(), S_OK);
-    again->get_DateCompleted(&date);
-    EXPECT_EQ(date, kNoDate);
+    EXPECT_EQ(Date(again, &ITask::get_DateCompleted), kNoDate);
     EXPECT_EQ(StoredTime(oid, PIMPR_TASK_COMPLETED), "-");
 
     // What every task has falls back when it is deleted; the date that means none is no date.
@@ -552,22 +518,19 @@ TEST_F(PoomItemsTest, TasksAreWholeLocalDays) {
     auto other = Open<ITask>(oid);
     VARIANT_BOOL complete = VARIANT_TRUE;
     other->get_Complete(&complete);
-    other->get_DateCompleted(&date);
     EXPECT_EQ(complete, VARIANT_FALSE);
-    EXPECT_EQ(date, kNoDate);
+    EXPECT_EQ(Date(other, &ITask::get_DateCompleted), kNoDate);
 }
 
 TEST_F(PoomItemsTest, ContactsGetAName) {
     const struct {
         const WCHAR *first, *last, *company, *fileAs;
         const char* stored;
-    } kCases[] = {
-        {u"Ann", u"Lee", u"Acme", nullptr, "'Lee, Ann'"},
-        {u"Ann", u"", u"Acme", nullptr, "'Ann'"},
-        {u"", u"", u"Acme", nullptr, "'Acme'"},
-        {u"Ann", u"Lee", u"", u"Boss", "'Boss'"},
-        {u"", u"", u"", nullptr, "-"},
-    };
+    } kCases[] = {{u"Ann", u"Lee", u"Acme", nullptr, "'Lee, Ann'"},
+                  {u"Ann", u"", u"Acme", nullptr, "'Ann'"},
+                  {u"", u"", u"Acme", nullptr, "'Acme'"},
+                  {u"Ann", u"Lee", u"", u"Boss", "'Boss'"},
+                  {u"", u"", u"", nullptr, "-"}};
     for (const auto& c : kCases) {
         auto contact = NewContact();
         auto item = contact.As<IItem>(IID_IItem);
@@ -579,23 +542,19 @@ TEST_F(PoomItemsTest, ContactsGetAName) {
         EXPECT_EQ(Stored(OidOf(contact), PIMPR_FILEAS), c.stored);
     }
     auto contact = NewContact();
-    DATE date = 0;
-    contact->get_Birthday(&date);
-    EXPECT_EQ(date, kNoDate);
-    contact->put_Birthday(At("1970-05-04 12:00"));
-    ASSERT_EQ(contact->Save(), S_OK);
-    EXPECT_EQ(StoredTime(OidOf(contact), PIMPR_BIRTHDAY), "1970-05-04 00:00");
-    contact->put_Birthday(kNoDate);
-    ASSERT_EQ(contact->Save(), S_OK);
-    EXPECT_EQ(StoredTime(OidOf(contact), PIMPR_BIRTHDAY), "-");
+    EXPECT_EQ(Date(contact, &IContact::get_Birthday), kNoDate);
+    for (const auto& [date, stored] :
+         {std::pair(At("1970-05-04 12:00"), "1970-05-04 00:00"), {kNoDate, "-"}}) {
+        contact->put_Birthday(date);
+        ASSERT_EQ(contact->Save(), S_OK);
+        EXPECT_EQ(StoredTime(OidOf(contact), PIMPR_BIRTHDAY), stored);
+    }
 }
 
 TEST_F(PoomItemsTest, FindsContactsByAddressThenByNumber) {
-    const std::pair<CEPROPID, const WCHAR*> kContacts[] = {
-        {PIMPR_HOME_TEL, u"+49 (30) 123-456"},
-        {PIMPR_EMAIL2, u"Ann@Example.org"},
-        {PIMPR_MOBILE_TEL, u"4930123456"},
-    };
+    const std::pair<CEPROPID, const WCHAR*> kContacts[] = {{PIMPR_HOME_TEL, u"+49 (30) 123-456"},
+                                                           {PIMPR_EMAIL2, u"Ann@Example.org"},
+                                                           {PIMPR_MOBILE_TEL, u"4930123456"}};
     for (const auto& [id, text] : kContacts) {
         auto contact = NewContact();
         SetText(contact.As<IItem>(IID_IItem), id, text);
@@ -606,13 +565,11 @@ TEST_F(PoomItemsTest, FindsContactsByAddressThenByNumber) {
         HRESULT result;
         CEOID oid;
         CEPROPID property;
-    } kCases[] = {
-        {u"ANN@example.ORG", S_OK, 0x80000002, PIMPR_EMAIL2},
-        {u"49-30-123456", S_OK, 0x80000001, PIMPR_HOME_TEL}, // the lowest number wins
-        {u"123456", E_NOTFOUND, 0, 0},
-        {u"bob@example.org", E_NOTFOUND, 0, 0},
-        {u"", E_INVALIDARG, 0, 0},
-    };
+    } kCases[] = {{u"ANN@example.ORG", S_OK, 0x80000002, PIMPR_EMAIL2},
+                  {u"49-30-123456", S_OK, 0x80000001, PIMPR_HOME_TEL}, // the lowest number wins
+                  {u"123456", E_NOTFOUND, 0, 0},
+                  {u"bob@example.org", E_NOTFOUND, 0, 0},
+                  {u"", E_INVALIDARG, 0, 0}};
     for (const auto& c : kCases) {
         Com<IItem> found;
         CEPROPID property = 0;
@@ -630,33 +587,32 @@ TEST_F(PoomItemsTest, RestrictionsAndOrder) {
     const LONG c = Saved(u"cc", "2010-03-03 10:00", 30);
     Saved(u"Aa", "2010-03-01 10:00", 60);
     Saved(u"bb", "2010-03-02 10:00", 60);
+    auto task = NewTask();
+    ASSERT_EQ(task->Save(), S_OK);
+    constexpr int kRefused = -1;
     const struct {
-        const WCHAR* restriction;
-        int count; // -1: refused
-    } kCases[] = {
-        {u"[Subject] = \"AA\"", 1},
-        {u"[Subject] <> 'aa'", 2},
-        {u"[Subject] > \"aa\" AND [Duration] >= 60", 1},
-        {u"[Start] >= <40239.00", 2}, // 2 March 2010
-        {u"[Start] < <40239.00", 1},
-        {u"[start]<=\"2010-03-02 10:00\"", 2},
-        {u"[AllDayEvent] = FALSE and [BusyStatus] = 2", 3},
-        {u"[Oid]=1073741825 AND [Start] >= <40230.00", 1},
-        {u"[Oid]=1073741899", 0},
-        {u"[Oid]=-99999999999", 0},
-        {u"[Nothing] = 1", -1},
-        {u"[Subject] = ", -1},
-        {u"[Subject] ~ 'a'", -1},
-        {u"[Subject] = 'a' OR [Duration] = 1", -1},
-        {u"[Subject] = 'a", -1},
-        {u"", -1},
-    };
+        int count;
+        std::vector<const WCHAR*> restrictions;
+    } cases[] = {{0, {u"[Oid]=1073741899", u"[Oid]=-99999999999"}},
+                 {1,
+                  {u"[Subject] = \"AA\"", u"[Subject] > \"aa\" AND [Duration] >= 60",
+                   u"[Start] < <40239.00", // 2 March 2010
+                   u"[Oid]=1073741825 AND [Start] >= <40230.00"}},
+                 {2, {u"[Subject] <> 'aa'", u"[Start] >= <40239.00", u"[start]<=\"2010-03-02 10:00\""}},
+                 {3, {u"[AllDayEvent] = FALSE and [BusyStatus] = 2"}},
+                 {kRefused,
+                  {u"[Nothing] = 1", u"[Subject] = ", u"[Subject] ~ 'a'",
+                   u"[Subject] = 'a' OR [Duration] = 1", u"[Subject] = 'a", u""}}};
     auto items = Items(olFolderCalendar);
-    for (const auto& k : kCases) {
-        Com<IPOutlookItemCollection> some;
-        const HRESULT hr = items->Restrict(Bstr(k.restriction), some.Out());
-        EXPECT_EQ(hr == S_OK ? CountOf(some) : -1, k.count) << ShowDate(0) << " case " << &k - kCases;
-    }
+    for (const auto& k : cases)
+        for (const WCHAR* restriction : k.restrictions) {
+            Com<IPOutlookItemCollection> some;
+            const HRESULT hr = items->Restrict(Bstr(restriction), some.Out());
+            EXPECT_EQ(hr == S_OK ? CountOf(some) : kRefused, k.count) << std::filesystem::path(restriction);
+        }
+    Com<IPOutlookItemCollection> tasks; // a task's oid reads as a signed number
+    ASSERT_EQ(Items(olFolderTasks)->Restrict(Bstr(u"[Oid]=-1073741823"), tasks.Out()), S_OK);
+    EXPECT_EQ(CountOf(tasks), 1);
     EXPECT_EQ(items->Sort(Bstr(u"[Subject]"), VARIANT_TRUE), S_OK);
     Com<IDispatch> first;
     ASSERT_EQ(items->Item(1, first.Out()), S_OK);
@@ -672,14 +628,6 @@ TEST_F(PoomItemsTest, RestrictionsAndOrder) {
     EXPECT_EQ(OidOf(first.As<IAppointment>(IID_IAppointment)), c + 1);
 }
 
-TEST_F(PoomItemsTest, ATaskOidReadsAsASignedNumber) {
-    auto task = NewTask();
-    ASSERT_EQ(task->Save(), S_OK);
-    Com<IPOutlookItemCollection> some;
-    ASSERT_EQ(Items(olFolderTasks)->Restrict(Bstr(u"[Oid]=-1073741823"), some.Out()), S_OK);
-    EXPECT_EQ(CountOf(some), 1);
-}
-
 TEST_F(PoomItemsTest, FoldersAndTheRest) {
     Com<IFolder> folder;
     EXPECT_EQ(m_app->GetDefaultFolder(77, folder.Out()), E_INVALIDARG);
@@ -690,10 +638,6 @@ TEST_F(PoomItemsTest, FoldersAndTheRest) {
     EXPECT_EQ(face->SetProps(0, 1, Values().UInt(0x1001, 5).Data()), S_OK);
     EXPECT_EQ(GetOne(face, PIMPR_FOLDERNOTIFICATIONS), "5");
     EXPECT_EQ(SetText(face, PIMPR_SUBJECT, u"x"), E_INVALIDARG);
-    TIME_ZONE_INFORMATION zone{};
-    EXPECT_EQ(m_app->GetTimeZoneInformationFromIndex(0, &zone), S_OK);
-    EXPECT_EQ(zone.Bias, -60);
-    EXPECT_EQ(m_app->GetTimeZoneInformationFromIndex(-1, &zone), E_INVALIDARG);
     VARIANT_BOOL team = VARIANT_TRUE;
     NewTask()->get_TeamTask(&team);
     EXPECT_EQ(team, VARIANT_FALSE);

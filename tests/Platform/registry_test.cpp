@@ -1,14 +1,11 @@
 // The registry: names, order, sizes, durability, faults, damage, and several processes at once.
 #include "Platform/registry.h"
 #include "tests/support/devicefiles.h"
+#include "tests/support/helperprocess.h"
 
-#include <chrono>
 #include <cstring>
-#include <fcntl.h>
 #include <sqlite3.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -37,26 +34,21 @@ public:
             RegQueryValueExW(m_key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size);
         return error ? -1 : LONGLONG{number};
     }
-    std::u16string Names() const {
+    std::u16string Names() const { return All(&RegEnumValueW); }
+    std::u16string SubKeys() const { return All(&RegEnumKeyExW); }
+
+private:
+    template<class F>
+    std::u16string All(F next) const {
         std::u16string names;
         WCHAR name[64];
         DWORD chars = 64;
-        for (DWORD i = 0; RegEnumValueW(m_key, i, name, &chars, nullptr, nullptr, nullptr, nullptr) == 0;
-             ++i, chars = 64)
-            names += std::u16string(name) + u" ";
-        return names;
-    }
-    std::u16string SubKeys() const {
-        std::u16string names;
-        WCHAR name[64];
-        DWORD chars = 64;
-        for (DWORD i = 0; RegEnumKeyExW(m_key, i, name, &chars, nullptr, nullptr, nullptr, nullptr) == 0;
+        for (DWORD i = 0; next(m_key, i, name, &chars, nullptr, nullptr, nullptr, nullptr) == 0;
              ++i, chars = 64)
             names += std::u16string(name) + u" ";
         return names;
     }
 
-private:
     HKEY m_key = nullptr;
     DWORD m_disposition = 0;
 };
@@ -64,37 +56,39 @@ private:
 class Registry : public DeviceFilesTest {
 protected:
     void Restart() { PlatSetDeviceFolder(m_folder); }
+};
 
-    // Runs one of the helper tests below in a process of its own, on this device folder.
-    pid_t StartOther(const std::string& helper, const std::string& argument = "") const {
-        const std::string filter = "--gtest_filter=DISABLED_RegistryOther." + helper;
-        const pid_t child = fork();
-        if (child != 0) return child;
-        setenv("QN_TEST_OTHER", m_folder.c_str(), 1);
-        setenv("QN_TEST_ARGUMENT", argument.c_str(), 1);
-        const int nothing = open("/dev/null", O_WRONLY);
-        dup2(nothing, STDOUT_FILENO);
-        execl("/proc/self/exe", "registry", filter.c_str(), "--gtest_also_run_disabled_tests",
-              static_cast<char*>(nullptr));
-        _exit(127);
-    }
-    static bool Succeeded(pid_t child) {
-        int status = 0;
-        return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+// The other process: run by the tests below alone.
+class Other : public HelperProcess {
+public:
+    Other(const std::string& folder, const std::string& job)
+        : HelperProcess("RegistryHelper.DISABLED_Works", job + " " + folder) {}
+    // Its last word, once it has ended.
+    LONG Last() {
+        LONG word = -1;
+        while (Hear(word)) {}
+        Wait();
+        return word;
     }
 };
 
-// The other process: run by the tests above alone.
-class DISABLED_RegistryOther : public ::testing::Test {
-protected:
-    void SetUp() override {
-        const char* folder = std::getenv("QN_TEST_OTHER");
-        ASSERT_NE(folder, nullptr);
-        PlatSetDeviceFolder(folder);
-        m_argument = std::getenv("QN_TEST_ARGUMENT");
+constexpr int kRounds = 60;
+
+TEST(RegistryHelper, DISABLED_Works) {
+    const std::string given = HelperProcess::Job(), job = given.substr(0, given.find(' '));
+    PlatSetDeviceFolder(given.substr(job.size() + 1));
+    const Key key(u"Shared");
+    if (job == "writes")
+        return HelperProcess::Say(key.Set(u"fromOther", 41) + key.Set(u"v", 42) +
+                                  RegDeleteKeyW(key, u"Doomed"));
+    const std::u16string name(job.begin(), job.end());
+    const bool endless = job == "endless";
+    for (DWORD i = static_cast<DWORD>(key.Get(name.c_str()) + 1); endless || i <= kRounds; ++i) {
+        LONG error = key.Set(name.c_str(), i);
+        if (!endless) error += key.Set((name + std::u16string(i, u'-')).c_str(), i);
+        HelperProcess::Say(error ? -1 : static_cast<LONG>(i));
     }
-    std::string m_argument;
-};
+}
 
 TEST_F(Registry, KeyPathsOfEverySpelling) {
     const Key made(u"\\Software\\Norvo\\");
@@ -125,10 +119,8 @@ TEST_F(Registry, EnumerationIsInTheOrderOfMaking) {
         for (const char16_t* name : {u"9", u"10", u"b", u"A"}) EXPECT_EQ(key.Set(name, 1), 0);
         EXPECT_EQ(key.Set(u"B", 2), 0); // keeps its place, and the case of its name
         EXPECT_EQ(key.Names(), u"9 10 b A ");
-        EXPECT_EQ(RegDeleteValueW(key, u"10"), 0);
-        EXPECT_EQ(RegDeleteValueW(key, u"10"), 2);
+        for (const LONG error : {0, 2}) EXPECT_EQ(RegDeleteValueW(key, u"10"), error);
         EXPECT_EQ(key.Set(u"10", 3), 0);
-        EXPECT_EQ(key.Names(), u"9 b A 10 ");
         EXPECT_EQ(key.Get(u"A"), 1); // found behind what moved up
         for (const char16_t* sub : {u"Z", u"a", u"M"}) Key(sub, key);
     }
@@ -161,9 +153,11 @@ TEST_F(Registry, SizesOfValues) {
     EXPECT_EQ(RegQueryValueExW(again, u"none", nullptr, nullptr, reinterpret_cast<BYTE*>(buffer), &size), 2);
 
     const BYTE blob[5] = {0, 1, 2, 0, 255};
-    EXPECT_EQ(RegSetValueExW(again, u"Binary", 0, REG_BINARY, blob, 5), 0);
-    EXPECT_EQ(RegSetValueExW(again, u"Empty", 0, REG_BINARY, nullptr, 0), 0);
-    EXPECT_EQ(RegSetValueExW(again, u"Bad", 0, REG_BINARY, nullptr, 1), 87);
+    const auto set = [&](LPCWSTR value, const BYTE* data, DWORD count) {
+        return RegSetValueExW(again, value, 0, REG_BINARY, data, count);
+    };
+    EXPECT_EQ(set(u"Binary", blob, 5) + set(u"Empty", nullptr, 0), 0);
+    EXPECT_EQ(set(u"Bad", nullptr, 1), 87);
     WCHAR name[8];
     DWORD chars = 6;
     EXPECT_EQ(RegEnumValueW(again, 1, name, &chars, nullptr, nullptr, nullptr, nullptr), 234);
@@ -182,11 +176,8 @@ TEST_F(Registry, SizesOfValues) {
     EXPECT_EQ(RegQueryInfoKeyW(again, nullptr, nullptr, nullptr, &keys, &longestKey, nullptr, &values,
                                &longestName, &longestValue, nullptr, nullptr),
               0);
-    EXPECT_EQ(keys, 1u);
-    EXPECT_EQ(longestKey, 8u);
-    EXPECT_EQ(values, 3u);
-    EXPECT_EQ(longestName, 6u);
-    EXPECT_EQ(longestValue, bytes);
+    EXPECT_EQ((std::vector{keys, longestKey, values, longestName, longestValue}),
+              (std::vector<DWORD>{1, 8, 3, 6, bytes}));
 }
 
 TEST_F(Registry, DeletingAKeyTakesEverythingBelow) {
@@ -300,11 +291,8 @@ TEST_F(Registry, AReplacedFileIsAnother) {
     const Key old(u"Old");
     for (const char* file : {"registry.db", "registry.db-wal", "registry.db-shm"})
         std::filesystem::remove(HostPath(file));
-    const Key fresh(u"Fresh");
-    EXPECT_EQ(fresh.Disposition(), REG_CREATED_NEW_KEY);
+    EXPECT_EQ(Key(u"Fresh").Set(u"v", 2), 0);
     EXPECT_EQ(old.Set(u"v", 1), 1018);
-    EXPECT_EQ(fresh.Set(u"v", 2), 0);
-    EXPECT_EQ(fresh.Names(), u"v ");
     Restart();
     EXPECT_EQ(Key(u"Fresh").Get(u"v"), 2);
 }
@@ -321,18 +309,10 @@ TEST_F(Registry, WhatIsNoFileIsNotOpened) {
     std::filesystem::remove(HostPath("registry.db"));
     std::filesystem::create_directory(HostPath("registry.db"));
     EXPECT_EQ(make(), 5);
-    EXPECT_EQ(RegOpenKeyExW(HKEY_USERS, u"k", 0, 0, &opened),
-              5); // and not 2, as if nothing had ever been set
+    EXPECT_EQ(RegOpenKeyExW(HKEY_USERS, u"k", 0, 0, &opened), 5); // not 2, as if nothing had ever been set
     std::filesystem::remove(HostPath("registry.db"));
     EXPECT_EQ(make(), 0);
     RegCloseKey(opened);
-}
-
-TEST_F(DISABLED_RegistryOther, Writes) {
-    const Key key(u"Shared");
-    EXPECT_EQ(key.Set(u"fromOther", 41), 0);
-    EXPECT_EQ(key.Set(u"v", 42), 0);
-    EXPECT_EQ(RegDeleteKeyW(key, u"Doomed"), 0);
 }
 
 TEST_F(Registry, SeesAnotherProcessAtOnce) {
@@ -340,38 +320,25 @@ TEST_F(Registry, SeesAnotherProcessAtOnce) {
     const Key doomed(u"Doomed", key);
     EXPECT_EQ(key.Set(u"v", 1), 0);
     EXPECT_EQ(key.Get(u"v"), 1);
-    ASSERT_TRUE(Succeeded(StartOther("Writes")));
+    EXPECT_EQ(Other(m_folder, "writes").Last(), 0);
     EXPECT_EQ(key.Get(u"v"), 42);
     EXPECT_EQ(key.Get(u"fromOther"), 41);
     EXPECT_EQ(key.Names(), u"v fromOther ");
     EXPECT_EQ(RegFlushKey(doomed), 1018);
 }
 
-constexpr int kRounds = 60;
-
-TEST_F(DISABLED_RegistryOther, CountsUp) {
-    const Key key(u"Counts");
-    const std::u16string name(m_argument.begin(), m_argument.end());
-    for (DWORD i = 1; i <= kRounds; ++i) {
-        EXPECT_EQ(key.Set(name.c_str(), i), 0);
-        EXPECT_EQ(key.Set((name + std::u16string(i, u'-')).c_str(), i), 0);
-    }
-}
-
 TEST_F(Registry, TwoWritersLoseNothing) {
-    const Key key(u"Counts");
-    const pid_t first = StartOther("CountsUp", "p");
-    const pid_t second = StartOther("CountsUp", "q");
+    const Key key(u"Shared");
+    EXPECT_EQ(key.Set(u"p", 0) + key.Set(u"q", 0), 0);
+    Other first(m_folder, "p"), second(m_folder, "q");
     // Meanwhile this process reads, and what it has seen never goes back.
     LONGLONG last = 0;
-    int status = 0;
-    while (waitpid(first, &status, WNOHANG) == 0) {
-        const LONGLONG now = std::max<LONGLONG>(key.Get(u"p"), 0);
-        EXPECT_GE(now, last);
+    for (LONG told = 0; first.Hear(told);) {
+        const LONGLONG now = key.Get(u"p");
+        EXPECT_GE(now, std::max<LONGLONG>(last, told));
         last = now;
     }
-    EXPECT_EQ(WEXITSTATUS(status), 0);
-    EXPECT_TRUE(Succeeded(second));
+    EXPECT_EQ(second.Last(), kRounds);
     EXPECT_EQ(key.Get(u"p"), kRounds);
     EXPECT_EQ(key.Get(u"q"), kRounds);
     DWORD values = 0;
@@ -380,38 +347,22 @@ TEST_F(Registry, TwoWritersLoseNothing) {
     EXPECT_EQ(values, 2u + 2 * kRounds);
 }
 
-TEST_F(DISABLED_RegistryOther, WritesUntilKilled) {
-    const Key key(u"Killed");
-    const int acknowledged = std::atoi(m_argument.c_str());
-    for (DWORD i = static_cast<DWORD>(key.Get(u"a") + 1);; ++i) {
-        EXPECT_EQ(key.Set(u"a", i), 0);
-        if (write(acknowledged, &i, sizeof i) != sizeof i) _exit(1);
-    }
-}
-
 TEST_F(Registry, WhatWasAcknowledgedSurvivesAKill) {
-    const Key key(u"Killed");
-    EXPECT_EQ(key.Set(u"a", 0), 0);
+    const Key key(u"Shared");
+    EXPECT_EQ(key.Set(u"endless", 0), 0);
     for (int round = 0; round < 5; ++round) {
-        int ends[2];
-        ASSERT_EQ(pipe(ends), 0);
-        const pid_t child = StartOther("WritesUntilKilled", std::to_string(ends[1]));
-        close(ends[1]);
-        DWORD last = 0;
-        for (int i = 0; i < 20 + round * 7; ++i)
-            ASSERT_EQ(read(ends[0], &last, sizeof last), ssize_t{sizeof last});
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        while (read(ends[0], &last, sizeof last) == ssize_t{sizeof last}) continue;
-        close(ends[0]);
-        EXPECT_GE(key.Get(u"a"), LONGLONG{last});
-        EXPECT_LE(key.Get(u"a"), LONGLONG{last} + 1);
+        Other other(m_folder, "endless");
+        LONG last = 0;
+        for (int i = 0; i < 20 + round * 7; ++i) ASSERT_TRUE(other.Hear(last));
+        other.Kill();
+        while (other.Hear(last)) {}
+        EXPECT_GE(key.Get(u"endless"), last);
+        EXPECT_LE(key.Get(u"endless"), last + 1);
     }
 }
 
 TEST_F(Registry, ThreadsReadAndWriteTogether) {
     const Key key(u"Threads");
-    for (const char16_t* name : {u"a", u"b", u"c"}) EXPECT_EQ(key.Set(name, 0), 0);
     std::vector<std::thread> threads;
     for (const char16_t* name : {u"a", u"b", u"c"})
         threads.emplace_back([&key, name] {
@@ -421,7 +372,6 @@ TEST_F(Registry, ThreadsReadAndWriteTogether) {
             }
         });
     for (auto& thread : threads) thread.join();
-    EXPECT_EQ(key.Get(u"a") + key.Get(u"b") + key.Get(u"c"), 60);
 }
 
 } // namespace

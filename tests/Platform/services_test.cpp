@@ -25,20 +25,15 @@ protected:
 
 TEST_F(Services, APortThatIsNotThereIsNoFileEither) {
     for (const auto name : {u"COM1:", u"com0:", u"BTC9:"})
-        for (const DWORD creation : {CREATE_NEW, CREATE_ALWAYS, OPEN_EXISTING, OPEN_ALWAYS}) {
-            EXPECT_EQ(Open(name, creation), INVALID_HANDLE_VALUE);
-            EXPECT_EQ(GetLastError(), ERROR_DEV_NOT_EXIST);
-        }
+        for (const DWORD creation : {CREATE_NEW, CREATE_ALWAYS, OPEN_EXISTING, OPEN_ALWAYS})
+            EXPECT_EQ(ErrorOf(Open(name, creation)), ERROR_DEV_NOT_EXIST);
     EXPECT_FALSE(OnDisk("COM1:"));
     const HANDLE file = Open(u"COMA.txt", CREATE_NEW);
-    ASSERT_NE(file, INVALID_HANDLE_VALUE);
     DCB state{};
     DWORD number = 0;
-    EXPECT_FALSE(GetCommState(file, &state)); // a file is no port
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-    EXPECT_FALSE(WaitCommEvent(nullptr, &number, nullptr));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-    CloseHandle(file);
+    EXPECT_EQ(ErrorOf(GetCommState(file, &state)), ERROR_INVALID_HANDLE); // a file is no port
+    EXPECT_EQ(ErrorOf(WaitCommEvent(nullptr, &number, nullptr)), ERROR_INVALID_HANDLE);
+    EXPECT_TRUE(CloseHandle(file));
 }
 
 // A modem that answers every command with OK.
@@ -90,25 +85,21 @@ TEST_F(Services, APortOfTheProviderServesTheCallsOfFiles) {
     EXPECT_EQ(Open(u"COM1:"), INVALID_HANDLE_VALUE);
     const HANDLE port = Open(u"COM2:");
     ASSERT_NE(port, INVALID_HANDLE_VALUE);
-    DCB state{};
-    EXPECT_TRUE(GetCommState(port, &state));
-    state.BaudRate = 9600;
-    state.dwControl |= 0x1013;
-    EXPECT_TRUE(SetCommState(port, &state));
-    state = {};
+    DCB set{}, state{};
+    set.BaudRate = 9600;
+    set.dwControl = 0x1013;
+    EXPECT_TRUE(SetCommState(port, &set));
     EXPECT_TRUE(GetCommState(port, &state));
     EXPECT_EQ(state.BaudRate, 9600u);
     EXPECT_EQ(state.dwControl, 0x1013u);
-    EXPECT_FALSE(SetCommState(port, nullptr));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(ErrorOf(SetCommState(port, nullptr)), ERROR_INVALID_PARAMETER);
     const COMMTIMEOUTS timeouts{10, 10, 0, 10, 1000};
     EXPECT_TRUE(SetCommTimeouts(port, &timeouts));
     DWORD status = 0, moved = 0;
     EXPECT_TRUE(EscapeCommFunction(port, SETDTR));
     EXPECT_TRUE(GetCommModemStatus(port, &status));
     EXPECT_EQ(status, MS_RLSD_ON);
-    EXPECT_FALSE(SetCommMask(port, EV_RXCHAR));
-    EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(ErrorOf(SetCommMask(port, EV_RXCHAR)), ERROR_NOT_SUPPORTED);
 
     char answer[8] = "";
     EXPECT_TRUE(WriteFile(port, "AT\r", 3, &moved, nullptr));
@@ -185,8 +176,7 @@ TEST_F(Services, WithoutALoudspeakerThereIsNoWaveDevice) {
 TEST_F(Services, LibrariesOfADeviceAreAbsentUntilTheyAreRegistered) {
     for (const auto name : {u"phone.dll", u"sms.dll", u"cellcore.dll", u"CEMAPI.dll", u"WININET.dll",
                             u"inkx.dll", u"tgetfile.dll", u"pwnotesapi.dll", u"MacroEditor.dll"}) {
-        EXPECT_EQ(LoadLibraryW(name), nullptr);
-        EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
+        EXPECT_EQ(ErrorOf(LoadLibraryW(name)), ERROR_MOD_NOT_FOUND);
     }
     static const PlatModuleEntry kPhone[] = {{"PhoneMakeCall", 0, reinterpret_cast<FARPROC>(&PhoneMakeCall)}};
     PlatRegisterModule({.name = u"phone.dll", .entries = kPhone, .entryCount = 1, .untilReset = true});
@@ -198,8 +188,7 @@ TEST_F(Services, LibrariesOfADeviceAreAbsentUntilTheyAreRegistered) {
         &dialled);
     const HINSTANCE phone = LoadLibraryW(u"\\Windows\\Phone.DLL");
     ASSERT_NE(phone, nullptr);
-    EXPECT_EQ(GetProcAddressW(phone, u"PhoneAddSpeedDial"), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_PROC_NOT_FOUND);
+    EXPECT_EQ(ErrorOf(GetProcAddressW(phone, u"PhoneAddSpeedDial")), ERROR_PROC_NOT_FOUND);
     const auto call = reinterpret_cast<PhoneMakeCallProc>(GetProcAddressW(phone, u"PhoneMakeCall"));
     ASSERT_NE(call, nullptr);
     const PHONEMAKECALLINFO info{kPhoneMakeCallSize, 1, u"+49 30 1", nullptr, u"Ann", nullptr};

@@ -34,19 +34,6 @@ TEST(Strings, ComparesUnitsUnsignedAndCaseByUnit) {
     EXPECT_GT(_stricmp("\xE4", "z"), 0);
 }
 
-TEST(Strings, Searches) {
-    const WCHAR* text = u"abcabc";
-    EXPECT_EQ(wcsstr(text, u"ca"), text + 2);
-    EXPECT_EQ(wcsstr(text, u""), text);
-    EXPECT_EQ(wcsstr(text, u"cb"), nullptr);
-    EXPECT_EQ(wcschr(text, u'b'), text + 1);
-    EXPECT_EQ(wcschr(text, u'\0'), text + 6);
-    EXPECT_EQ(wcsrchr(text, u'a'), text + 3);
-    EXPECT_EQ(wcsrchr(text, u'\0'), text + 6);
-    EXPECT_EQ(wcsrchr(text, u'x'), nullptr);
-    EXPECT_EQ(wcsrchr(u"", u'x'), nullptr);
-}
-
 TEST(Strings, ChangesInPlace) {
     WCHAR text[16] = u"añ";
     wcscat(text, u"Z9");
@@ -65,17 +52,24 @@ TEST(Strings, ChangesInPlace) {
     EXPECT_EQ(_wcsdup(nullptr), nullptr);
 }
 
-TEST(Strings, ClassesOfUnits) {
-    for (const WCHAR c :
-         {u' ', u'\t', u'\n', u'\x0B', u'\f', u'\r', u'\x85', u'\xA0', u'\x2003', u'\x2028', u'\x3000'})
-        EXPECT_NE(iswctype(c, kCharSpace), 0) << std::hex << int{c};
-    for (const WCHAR c : {u'a', u'\0', u'\x200B', u'\xFEFF', u'\xFFA0'})
-        EXPECT_EQ(iswctype(c, kCharSpace), 0) << std::hex << int{c};
-    for (const WCHAR c :
-         {u'A', u'ß', u'7', u'.', u'€', u'+', u' ', u'\t', u'한', u'\x0301', u'½', u'\xD83D', u'\xDE00'})
-        EXPECT_NE(iswctype(c, kCharPrintable), 0) << std::hex << int{c};
-    for (const WCHAR c : {u'\0', u'\x01', u'\n', u'\r', u'\x7F', u'\x85', u'\x2028'})
-        EXPECT_EQ(iswctype(c, kCharPrintable), 0) << std::hex << int{c};
+TEST(Strings, SearchesAndClassesOfUnits) {
+    const WCHAR* text = u"abcabc";
+    EXPECT_EQ(wcsstr(text, u"ca"), text + 2);
+    EXPECT_EQ(wcsstr(text, u""), text);
+    EXPECT_EQ(wcsstr(text, u"cb"), nullptr);
+    EXPECT_EQ(wcschr(text, u'b'), text + 1);
+    EXPECT_EQ(wcschr(text, u'\0'), text + 6);
+    EXPECT_EQ(wcsrchr(text, u'a'), text + 3);
+    EXPECT_EQ(wcsrchr(text, u'\0'), text + 6);
+    EXPECT_EQ(wcsrchr(u"", u'x'), nullptr);
+    const std::u16string spaces = u" \t\n\x0B\f\r\x85\xA0\x2003\x2028\x3000",
+                         noSpaces = u"a\x200B\xFEFF\xFFA0";
+    const std::u16string shown = u"Aß7.€+ \t한\x0301½\xD83D\xDE00", notShown = u"\x01\n\r\x7F\x85\x2028";
+    for (const WCHAR c : spaces) EXPECT_NE(iswctype(c, kCharSpace), 0) << std::hex << int{c};
+    for (const WCHAR c : noSpaces) EXPECT_EQ(iswctype(c, kCharSpace), 0) << std::hex << int{c};
+    for (const WCHAR c : shown) EXPECT_NE(iswctype(c, kCharPrintable), 0) << std::hex << int{c};
+    for (const WCHAR c : notShown) EXPECT_EQ(iswctype(c, kCharPrintable), 0) << std::hex << int{c};
+    EXPECT_EQ(iswctype(u'\0', kCharSpace | kCharPrintable), 0);
     EXPECT_EQ(iswctype(u'F', kCharHex | kCharLower), static_cast<int>(kCharHex));
     EXPECT_EQ(iswctype(u'\n', kCharControl), static_cast<int>(kCharControl));
 }
@@ -87,22 +81,20 @@ TEST(Strings, ReadsWholeNumbers) {
         LONG value;
         DWORD bare;
         int used;
-    } const cases[] = {
-        {u"42", 10, 42, 42, 2},
-        {u" \t\xA0-7x", 10, -7, 0xFFFFFFF9, 5},
-        {u"+0", 10, 0, 0, 2},
-        {u"2147483648", 10, INT32_MAX, 2147483648u, 10},
-        {u"-99999999999999999999", 10, INT32_MIN, UINT32_MAX, 21},
-        {u"0x1F", 0, 31, 31, 4},
-        {u"0xG", 0, 0, 0, 1},
-        {u"017", 0, 15, 15, 3},
-        {u"ff", 16, 255, 255, 2},
-        {u"0XFFFFFFFF", 16, INT32_MAX, 0xFFFFFFFF, 10},
-        {u"zz", 36, 1295, 1295, 2},
-        {u"", 10, 0, 0, 0},
-        {u"-", 10, 0, 0, 0},
-        {u"12", 1, 0, 0, 0},
-    };
+    } const cases[] = {{u"42", 10, 42, 42, 2},
+                       {u" \t\xA0-7x", 10, -7, 0xFFFFFFF9, 5},
+                       {u"+0", 10, 0, 0, 2},
+                       {u"2147483648", 10, INT32_MAX, 2147483648u, 10},
+                       {u"-99999999999999999999", 10, INT32_MIN, UINT32_MAX, 21},
+                       {u"0x1F", 0, 31, 31, 4},
+                       {u"0xG", 0, 0, 0, 1},
+                       {u"017", 0, 15, 15, 3},
+                       {u"ff", 16, 255, 255, 2},
+                       {u"0XFFFFFFFF", 16, INT32_MAX, 0xFFFFFFFF, 10},
+                       {u"zz", 36, 1295, 1295, 2},
+                       {u"", 10, 0, 0, 0},
+                       {u"-", 10, 0, 0, 0},
+                       {u"12", 1, 0, 0, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(Narrow(c.text));
         WCHAR* end = nullptr;

@@ -17,12 +17,19 @@ class Threads : public DeviceTest {};
 
 TEST_F(Threads, RunsAndGivesItsCode) {
     DWORD seenId = 0;
-    TestThread thread([&] { return seenId = GetCurrentThreadId(), 42u; });
+    SetLastError(5);
+    TestThread thread([&] { return seenId = GetCurrentThreadId(), SetLastError(6), 42u; });
     EXPECT_EQ(thread.Join(), 42u);
+    EXPECT_EQ(GetLastError(), 5u); // each thread has its own
     EXPECT_EQ(seenId, thread.Id());
     EXPECT_NE(thread.Id(), GetCurrentThreadId());
     EXPECT_TRUE(TerminateThread(thread.Handle(), 7)); // too late
     EXPECT_EQ(thread.Code(), 42u);
+    EXPECT_EQ(ErrorOf(TerminateThread(GetCurrentThread(), 1)), ERROR_ACCESS_DENIED); // made elsewhere
+    EXPECT_EQ(ErrorOf(TerminateThread(nullptr, 1)), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(ErrorOf(CreateThread(nullptr, 0, nullptr, nullptr, 0, nullptr)), ERROR_INVALID_PARAMETER);
+    PlatInjectFault(PlatFault::ThreadCreate, 1);
+    EXPECT_EQ(TestThread([] { return 0u; }).Handle(), nullptr);
 }
 
 TEST_F(Threads, ExitThreadEndsFromDeepDownWithoutDestructors) {
@@ -40,11 +47,10 @@ TEST_F(Threads, ExitThreadEndsFromDeepDownWithoutDestructors) {
 
 TEST_F(Threads, AThreadFromElsewhereLeavesByExitThreadToo) {
     HANDLE self = nullptr;
-    std::thread foreign([&] {
+    std::thread([&] {
         DuplicateHandle(nullptr, GetCurrentThread(), nullptr, &self, 0, FALSE, 0);
         ExitThread(6);
-    });
-    foreign.join();
+    }).join();
     DWORD code = 0;
     EXPECT_TRUE(GetExitCodeThread(self, &code));
     EXPECT_EQ(code, 6u);
@@ -52,29 +58,7 @@ TEST_F(Threads, AThreadFromElsewhereLeavesByExitThreadToo) {
     CloseHandle(self);
 }
 
-TEST_F(Threads, CreationFails) {
-    EXPECT_EQ(CreateThread(nullptr, 0, nullptr, nullptr, 0, nullptr), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    PlatInjectFault(PlatFault::ThreadCreate, 1);
-    EXPECT_EQ(CreateThread(
-                  nullptr, 0, [](void*) -> DWORD { return 0; }, nullptr, 0, nullptr),
-              nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
-}
-
-TEST_F(Threads, SuspendCounts) {
-    std::atomic<bool> ran{false};
-    TestThread thread([&] { return ran = true, 1u; }, CREATE_SUSPENDED);
-    EXPECT_EQ(SuspendThread(thread.Handle()), 1u);
-    EXPECT_EQ(ResumeThread(thread.Handle()), 2u);
-    EXPECT_EQ(WaitForSingleObject(thread.Handle(), 30), WAIT_TIMEOUT);
-    EXPECT_FALSE(ran);
-    EXPECT_EQ(ResumeThread(thread.Handle()), 1u);
-    EXPECT_EQ(thread.Join(), 1u);
-    EXPECT_TRUE(ran);
-}
-
-TEST_F(Threads, AResumeAtZeroIsLostAndSelfSuspensionWaitsForTheNext) {
+TEST_F(Threads, SuspensionCountsAndAResumeAtZeroIsLost) {
     std::atomic<int> stage{0};
     TestThread thread(
         [&] {
@@ -84,6 +68,10 @@ TEST_F(Threads, AResumeAtZeroIsLostAndSelfSuspensionWaitsForTheNext) {
             return former;
         },
         CREATE_SUSPENDED);
+    EXPECT_EQ(SuspendThread(thread.Handle()), 1u);
+    EXPECT_EQ(ResumeThread(thread.Handle()), 2u);
+    EXPECT_EQ(WaitForSingleObject(thread.Handle(), 30), WAIT_TIMEOUT);
+    EXPECT_EQ(stage, 0);
     EXPECT_EQ(ResumeThread(thread.Handle()), 1u);
     ASSERT_TRUE(
         Eventually([&] { return ResumeThread(thread.Handle()) == 1; })); // at 0 until it suspends itself
@@ -95,10 +83,7 @@ TEST_F(Threads, RemoteSuspensionHoldsAtTheNextCheckpoint) {
     std::atomic<unsigned> rounds{0};
     std::atomic<bool> stop{false};
     TestThread thread([&] {
-        while (!stop) {
-            ++rounds;
-            Sleep(0);
-        }
+        for (; !stop; Sleep(0)) ++rounds;
         return 0u;
     });
     ASSERT_TRUE(Eventually([&] { return rounds > 10; }));
@@ -115,12 +100,12 @@ TEST_F(Threads, RemoteSuspensionHoldsAtTheNextCheckpoint) {
 
 TEST_F(Threads, PriorityIsKept) {
     EXPECT_EQ(GetThreadPriority(GetCurrentThread()), 3);
-    EXPECT_TRUE(SetThreadPriority(GetCurrentThread(), 6));
-    EXPECT_EQ(GetThreadPriority(GetCurrentThread()), 6);
-    EXPECT_FALSE(SetThreadPriority(GetCurrentThread(), 8));
-    EXPECT_TRUE(SetThreadPriority(GetCurrentThread(), 3));
+    for (const int priority : {6, 3}) {
+        EXPECT_TRUE(SetThreadPriority(GetCurrentThread(), priority));
+        EXPECT_FALSE(SetThreadPriority(GetCurrentThread(), 8));
+        EXPECT_EQ(GetThreadPriority(GetCurrentThread()), priority);
+    }
     EXPECT_EQ(GetThreadPriority(nullptr), THREAD_PRIORITY_ERROR_RETURN);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
 }
 
 // Work in own code, without a call.
@@ -137,35 +122,27 @@ TEST_F(Threads, TerminatesAThreadWhereverItIs) {
     EnterCriticalSection(&taken);
     const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     static std::atomic<unsigned> alive{0}; // outlives a thread that would not end
+    const auto forever = [](auto step) -> std::function<void()> {
+        return [step]() mutable {
+            for (;;) ++alive, step();
+        };
+    };
     PlatSetLockProvider([](void*, HWND, LPCWSTR) { return ++alive, Sleep(INFINITE), true; }, nullptr);
     struct Place {
         const char* name;
         std::function<void()> stay; // never comes back
     };
     const Place places[] = {
-        {"spinning in own code",
-         [&] {
-             for (;; ++alive) Compute();
-         }},
-        {"a wait", [&] { ++alive, WaitForSingleObject(never, INFINITE); }},
-        {"a sliced wait",
-         [&] {
-             for (;; ++alive) WaitForSingleObject(never, 5);
-         }},
+        {"spinning in own code", forever([] { Compute(); })},
+        {"a wait", forever([&] { WaitForSingleObject(never, INFINITE); })},
+        {"a sliced wait", forever([&] { WaitForSingleObject(never, 5); })},
         {"a wait for messages",
-         [&] { ++alive, MsgWaitForMultipleObjectsEx(1, &never, INFINITE, QS_ALLINPUT, 0); }},
-        {"GetMessage",
-         [&] {
-             MSG message;
-             ++alive, GetMessageW(&message, nullptr, 0, 0);
-         }},
-        {"Sleep", [&] { ++alive, Sleep(INFINITE); }},
-        {"a taken critical section", [&] { ++alive, EnterCriticalSection(&taken); }},
-        {"short host calls",
-         [&] {
-             for (;; ++alive) EventModify(never, EVENT_RESET);
-         }},
-        {"suspension", [&] { ++alive, SuspendThread(GetCurrentThread()); }},
+         forever([&] { MsgWaitForMultipleObjectsEx(1, &never, INFINITE, QS_ALLINPUT, 0); })},
+        {"GetMessage", forever([&, message = MSG{}]() mutable { GetMessageW(&message, nullptr, 0, 0); })},
+        {"Sleep", forever([] { Sleep(INFINITE); })},
+        {"a taken critical section", forever([&] { EnterCriticalSection(&taken); })},
+        {"short host calls", forever([&] { EventModify(never, EVENT_RESET); })},
+        {"suspension", forever([] { SuspendThread(GetCurrentThread()); })},
         {"a prompt of a provider", [] { SHDeviceLockAndPrompt(); }},
     };
     for (const Place& place : places) {
@@ -250,16 +227,9 @@ TEST_F(Threads, StartedAndEndedManyTimes) {
     CloseHandle(stop);
 }
 
-TEST_F(Threads, OnlyMadeThreadsCanBeTerminated) {
-    EXPECT_FALSE(TerminateThread(GetCurrentThread(), 1));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
-    EXPECT_FALSE(TerminateThread(nullptr, 1));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-}
-
 // --- Critical sections --------------------------------------------------------------------------------------------
 
-TEST_F(Threads, CriticalSectionKeepsOthersOut) {
+TEST_F(Threads, CriticalSectionKeepsOthersOutAndIsLeftByAnyone) {
     CRITICAL_SECTION section;
     InitializeCriticalSection(&section);
     int count = 0; // plain: the sanitizer sees a race when the section lets two in
@@ -277,23 +247,16 @@ TEST_F(Threads, CriticalSectionKeepsOthersOut) {
     TestThread a(work), b(work), c(work);
     EXPECT_EQ(a.Join() + b.Join() + c.Join(), 0u);
     EXPECT_EQ(count, 3 * kRounds);
-}
-
-TEST_F(Threads, CriticalSectionIsLeftByAnyone) {
-    CRITICAL_SECTION section;
-    InitializeCriticalSection(&section);
     LeaveCriticalSection(&section); // free: nothing
     TestThread taker([&] { return EnterCriticalSection(&section), 0u; });
     EXPECT_EQ(taker.Join(), 0u);
-    EXPECT_FALSE(TryEnterCriticalSection(&section));
-    const CRITICAL_SECTION copy = section;
-    LeaveCriticalSection(&section);
-    EXPECT_TRUE(TryEnterCriticalSection(&section));
-    LeaveCriticalSection(&section);
-    CRITICAL_SECTION still = copy; // the bytes were those of a taken one
-    EXPECT_FALSE(TryEnterCriticalSection(&still));
-    LeaveCriticalSection(&still);
-    EXPECT_TRUE(TryEnterCriticalSection(&still));
+    CRITICAL_SECTION copy = section; // of the bytes of a taken one
+    for (CRITICAL_SECTION* taken : {&section, &copy}) {
+        EXPECT_FALSE(TryEnterCriticalSection(taken));
+        LeaveCriticalSection(taken); // anyone may
+        EXPECT_TRUE(TryEnterCriticalSection(taken));
+        LeaveCriticalSection(taken);
+    }
 }
 
 // --- Slots, counters, errors --------------------------------------------------------------------------------------
@@ -312,14 +275,6 @@ TEST_F(Threads, SlotsAreEmptyForEveryThreadAndEveryUse) {
     EXPECT_EQ(TlsGetValue(slot), nullptr);
     EXPECT_TRUE(TlsFree(slot));
     EXPECT_FALSE(TlsSetValue(TLS_MINIMUM_AVAILABLE, &value));
-}
-
-TEST_F(Threads, ErrorsBelongToTheThread) {
-    SetLastError(5);
-    TestThread other([] { return SetLastError(6), GetLastError(); });
-    EXPECT_EQ(other.Join(), 6u);
-    SetLastError(5);
-    EXPECT_EQ(GetLastError(), 5u);
 }
 
 // --- Guard --------------------------------------------------------------------------------------------------------

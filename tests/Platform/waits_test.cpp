@@ -4,18 +4,13 @@
 #include "Platform/threads.h"
 #include "Platform/windows.h"
 #include "tests/support/device.h"
+#include "tests/support/helperprocess.h"
 #include "tests/support/waiting.h"
 
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <optional>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 using namespace qntest;
 
@@ -47,8 +42,7 @@ TEST_F(ThreadsWaits, EventsByKind) {
     EXPECT_TRUE(EventModify(automatic, EVENT_SET));
     EXPECT_EQ(WaitForSingleObject(automatic, INFINITE), WAIT_OBJECT_0);
     EXPECT_EQ(WaitForSingleObject(automatic, 0), WAIT_TIMEOUT);
-    EXPECT_FALSE(EventModify(automatic, 4));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(ErrorOf(EventModify(automatic, 4)), ERROR_INVALID_PARAMETER);
     CloseHandle(manual);
     CloseHandle(automatic);
     EXPECT_EQ(WaitForSingleObject(manual, 0), WAIT_FAILED);
@@ -99,8 +93,7 @@ TEST_F(ThreadsWaits, MutexBelongsToAThread) {
     EXPECT_EQ(GetLastError(), 0u);
     EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_OBJECT_0); // again
     TestThread other([&] {
-        EXPECT_FALSE(ReleaseMutex(mutex));
-        EXPECT_EQ(GetLastError(), ERROR_NOT_OWNER);
+        EXPECT_EQ(ErrorOf(ReleaseMutex(mutex)), ERROR_NOT_OWNER);
         return WaitForSingleObject(mutex, 10);
     });
     EXPECT_EQ(other.Join(), WAIT_TIMEOUT);
@@ -114,20 +107,19 @@ TEST_F(ThreadsWaits, MutexBelongsToAThread) {
 }
 
 TEST_F(ThreadsWaits, NamesWithinTheProcess) {
-    const HANDLE first = CreateEventW(nullptr, TRUE, FALSE, u"QN test event");
-    EXPECT_EQ(GetLastError(), 0u);
-    const HANDLE second = CreateEventW(nullptr, TRUE, TRUE, u"QN test event");
-    EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
-    EXPECT_EQ(WaitForSingleObject(second, 0), WAIT_TIMEOUT); // it is the first one, which was not set
-    EXPECT_TRUE(SetEvent(first));
-    EXPECT_EQ(WaitForSingleObject(second, 0), WAIT_OBJECT_0);
-    EXPECT_EQ(CreateSemaphoreW(nullptr, 0, 1, u"QN test event"), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-    CloseHandle(first);
-    CloseHandle(second);
-    const HANDLE third = CreateEventW(nullptr, TRUE, FALSE, u"QN test event");
-    EXPECT_EQ(GetLastError(), 0u);
-    CloseHandle(third);
+    const auto make = [](BOOL set) { return CreateEventW(nullptr, TRUE, set, u"QN test event"); };
+    for (int round = 0; round < 2; ++round) { // after the last handle on it the name is free again
+        const HANDLE first = make(FALSE);
+        EXPECT_EQ(GetLastError(), 0u);
+        const HANDLE second = make(TRUE);
+        EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+        EXPECT_EQ(WaitForSingleObject(second, 0), WAIT_TIMEOUT); // it is the first one, which was not set
+        EXPECT_TRUE(SetEvent(first));
+        EXPECT_EQ(WaitForSingleObject(second, 0), WAIT_OBJECT_0);
+        EXPECT_EQ(ErrorOf(CreateSemaphoreW(nullptr, 0, 1, u"QN test event")), ERROR_INVALID_HANDLE);
+        CloseHandle(first);
+        CloseHandle(second);
+    }
 }
 
 // --- Handles ------------------------------------------------------------------------------------------------------
@@ -146,26 +138,11 @@ TEST_F(ThreadsWaits, HandlesAreNumbersThatAreNotSoonUsedAgain) {
     for (const HANDLE stale : seen) EXPECT_FALSE(SetEvent(stale));
 }
 
-TEST_F(ThreadsWaits, ADuplicateKeepsTheObject) {
-    const HANDLE event = CreateEventW(nullptr, TRUE, TRUE, nullptr);
-    HANDLE twin = nullptr;
-    EXPECT_TRUE(DuplicateHandle(nullptr, event, nullptr, &twin, 0, FALSE, DUPLICATE_SAME_ACCESS));
-    EXPECT_NE(twin, event);
-    EXPECT_TRUE(CloseHandle(event));
-    EXPECT_EQ(WaitForSingleObject(twin, 0), WAIT_OBJECT_0);
-    EXPECT_FALSE(DuplicateHandle(nullptr, event, nullptr, &twin, 0, FALSE, 0));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-    HANDLE self = nullptr;
-    EXPECT_TRUE(DuplicateHandle(nullptr, GetCurrentThread(), nullptr, &self, 0, FALSE, 0));
-    TestThread other([&] { return WaitForSingleObject(self, 5); });
-    EXPECT_EQ(other.Join(), WAIT_TIMEOUT);
-    CloseHandle(self);
-}
-
-TEST_F(ThreadsWaits, ClosingDuringAWaitIsSafe) {
+TEST_F(ThreadsWaits, ADuplicateKeepsTheObjectAndClosingLeavesAWaitAlone) {
     const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    HANDLE twin = nullptr;
-    ASSERT_TRUE(DuplicateHandle(nullptr, event, nullptr, &twin, 0, FALSE, 0));
+    HANDLE twin = nullptr, self = nullptr;
+    ASSERT_TRUE(DuplicateHandle(nullptr, event, nullptr, &twin, 0, FALSE, DUPLICATE_SAME_ACCESS));
+    EXPECT_NE(twin, event);
     std::atomic<bool> waiting{false};
     TestThread waiter([&] { return waiting = true, WaitForSingleObject(event, INFINITE); });
     ASSERT_TRUE(Eventually([&] { return waiting.load(); }));
@@ -174,7 +151,13 @@ TEST_F(ThreadsWaits, ClosingDuringAWaitIsSafe) {
     EXPECT_EQ(WaitForSingleObject(waiter.Handle(), 20), WAIT_TIMEOUT); // it still waits
     EXPECT_TRUE(SetEvent(twin));
     EXPECT_EQ(waiter.Join(), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(twin, 0), WAIT_OBJECT_0);
     CloseHandle(twin);
+    EXPECT_EQ(ErrorOf(DuplicateHandle(nullptr, event, nullptr, &twin, 0, FALSE, 0)), ERROR_INVALID_HANDLE);
+    EXPECT_TRUE(DuplicateHandle(nullptr, GetCurrentThread(), nullptr, &self, 0, FALSE, 0));
+    TestThread other([&] { return WaitForSingleObject(self, 5); }); // this thread, not that one
+    EXPECT_EQ(other.Join(), WAIT_TIMEOUT);
+    CloseHandle(self);
 }
 
 TEST_F(ThreadsWaits, SeveralObjectsOrInput) {
@@ -199,70 +182,19 @@ TEST_F(ThreadsWaits, SeveralObjectsOrInput) {
 
 // --- Mutexes between processes ------------------------------------------------------------------------------------
 
-// The part of the other process: this program again, with the name of a test and of a device folder.
-class OtherProcess {
-public:
-    OtherProcess(const char* test, const std::string& folder) {
-        int ends[2];
-        if (pipe(ends) != 0) return;
-        setenv("QN_TEST_CHILD_FOLDER", folder.c_str(), 1);
-        const std::string filter = std::string("--gtest_filter=") + test;
-        const char* arguments[] = {"/proc/self/exe", filter.c_str(), "--gtest_also_run_disabled_tests",
-                                   nullptr};
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-        posix_spawn_file_actions_addclose(&actions, ends[0]);
-        const int result =
-            posix_spawn(&m_process, arguments[0], &actions, nullptr, const_cast<char**>(arguments), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        unsetenv("QN_TEST_CHILD_FOLDER");
-        close(ends[1]);
-        m_output = ends[0];
-        if (result != 0) m_process = -1;
-    }
-    ~OtherProcess() {
-        Kill();
-        close(m_output);
-    }
-    // Until it says so.
-    bool Says(const std::string& word) {
-        char bytes[256];
-        while (m_said.find(word) == std::string::npos) {
-            const ssize_t got = read(m_output, bytes, sizeof bytes);
-            if (got <= 0) return false;
-            m_said.append(bytes, static_cast<std::size_t>(got));
-        }
-        return true;
-    }
-    void Kill() {
-        if (m_process <= 0) return;
-        kill(m_process, SIGKILL);
-        waitpid(m_process, nullptr, 0);
-        m_process = -1;
-    }
-
-private:
-    pid_t m_process = -1;
-    int m_output = -1;
-    std::string m_said;
-};
-
 constexpr WCHAR kMutexName[] = u"QN test mutex";
+constexpr char kMutexHelper[] = "MutexHelper.DISABLED_HoldsUntilItIsKilled";
 
-TEST(DISABLED_MutexChild, HoldsUntilItIsKilled) {
-    const char* folder = getenv("QN_TEST_CHILD_FOLDER");
-    ASSERT_NE(folder, nullptr);
-    PlatSetDeviceFolder(folder);
-    const HANDLE mutex = CreateMutexW(nullptr, TRUE, kMutexName);
-    const char* word = mutex && GetLastError() == 0 ? "mine\n" : "taken\n";
-    (void)!write(STDOUT_FILENO, word, 6);
+TEST(MutexHelper, DISABLED_HoldsUntilItIsKilled) {
+    PlatSetDeviceFolder(HelperProcess::Job());
+    HelperProcess::Say(CreateMutexW(nullptr, TRUE, kMutexName) && GetLastError() == 0);
     for (;;) pause();
 }
 
 TEST_F(ThreadsWaits, ADeadOwnersMutexGoesToTheWaiter) {
-    OtherProcess other("DISABLED_MutexChild.HoldsUntilItIsKilled", m_folder);
-    ASSERT_TRUE(other.Says("mine"));
+    LONG mine = 0;
+    HelperProcess other(kMutexHelper, m_folder);
+    ASSERT_TRUE(other.Hear(mine) && mine);
     const HANDLE mutex = CreateMutexW(nullptr, TRUE, kMutexName);
     EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
     EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_TIMEOUT);
@@ -275,40 +207,28 @@ TEST_F(ThreadsWaits, ADeadOwnersMutexGoesToTheWaiter) {
     EXPECT_TRUE(CloseHandle(mutex));
     const HANDLE again = CreateMutexW(nullptr, TRUE, kMutexName);
     EXPECT_EQ(GetLastError(), 0u); // nobody had a handle left
-    OtherProcess late("DISABLED_MutexChild.HoldsUntilItIsKilled", m_folder);
-    EXPECT_TRUE(late.Says("taken"));
+    HelperProcess late(kMutexHelper, m_folder), elsewhere(kMutexHelper, m_folder + "/another");
+    EXPECT_TRUE(late.Hear(mine) && !mine);
+    EXPECT_TRUE(elsewhere.Hear(mine) && mine); // it holds for one device folder
     EXPECT_TRUE(ReleaseMutex(again));
     CloseHandle(again);
 }
 
-TEST_F(ThreadsWaits, AMutexHoldsForOneDeviceFolder) {
-    OtherProcess other("DISABLED_MutexChild.HoldsUntilItIsKilled", m_folder + "/another");
-    ASSERT_TRUE(other.Says("mine"));
-    const HANDLE mutex = CreateMutexW(nullptr, TRUE, kMutexName);
-    EXPECT_EQ(GetLastError(), 0u);
-    CloseHandle(mutex);
-}
-
 // --- Errors -------------------------------------------------------------------------------------------------------
 
-TEST_F(ThreadsWaits, SystemTextOfAnError) {
+TEST_F(ThreadsWaits, TextsOfErrorsAndDebugOutput) {
     WCHAR* text = nullptr;
-    const DWORD length = FormatMessageW(4352, nullptr, ERROR_FILE_NOT_FOUND, 2048,
-                                        reinterpret_cast<LPWSTR>(&text), 0, nullptr);
-    ASSERT_NE(text, nullptr);
+    const auto ask = [&](DWORD error) {
+        return FormatMessageW(4352, nullptr, error, 2048, reinterpret_cast<LPWSTR>(&text), 0, nullptr);
+    };
+    EXPECT_EQ(ask(ERROR_FILE_NOT_FOUND), 42u);
     EXPECT_EQ(std::u16string(text), u"The system cannot find the file specified.");
-    EXPECT_EQ(length, 42u);
     EXPECT_EQ(LocalFree(text), nullptr);
-    EXPECT_EQ(FormatMessageW(4352, nullptr, 54321, 0, reinterpret_cast<LPWSTR>(&text), 0, nullptr), 0u);
+    EXPECT_EQ(ask(54321), 0u);
     WCHAR small[5] = {};
-    EXPECT_EQ(FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 5, 0, small, 5, nullptr), 0u);
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
-}
-
-TEST_F(ThreadsWaits, DebugOutputIsKeptForTests) {
-    OutputDebugStringW(u"one\n");
-    OutputDebugStringW(nullptr);
-    OutputDebugStringW(u"two");
+    EXPECT_EQ(ErrorOf(FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 5, 0, small, 5, nullptr)),
+              ERROR_INSUFFICIENT_BUFFER);
+    for (const LPCWSTR line : {LPCWSTR{u"one\n"}, LPCWSTR{}, LPCWSTR{u"two"}}) OutputDebugStringW(line);
     EXPECT_EQ(PlatTakeDebugOutput(), (std::vector<std::u16string>{u"one\n", u"two"}));
     EXPECT_TRUE(PlatTakeDebugOutput().empty());
 }

@@ -216,6 +216,9 @@ TEST_F(ThreadsWindows, PlacesOrderAndState) {
     EXPECT_TRUE(EnableWindow(a, FALSE));
     ASSERT_EQ(t_seen.size(), 1u);
     EXPECT_EQ(t_seen[0].message, WM_ENABLE);
+    SetCapture(a);
+    EnableWindow(top, FALSE); // what is shut lets go of the pointer
+    EXPECT_EQ(GetCapture(), nullptr);
     ShowWindow(top, SW_HIDE);
     EXPECT_FALSE(IsWindowVisible(a));
     constexpr int kMost = std::numeric_limits<int>::max(); // from a damaged setting

@@ -91,11 +91,10 @@ TEST(LocalGreaterThanTransition, IsStrictAndLooksAtTheMonthFirst) {
     struct {
         const char* date;
         bool later;
-    } const cases[] = {
-        {"2007-02-28 23:59:59", false}, {"2007-03-25 01:59:59", false}, {"2007-03-25 02:00:00", false},
-        {"2007-03-25 02:00:01", true},  {"2008-03-29 12:00:00", false}, {"2008-03-30 12:00:00", true},
-        {"2007-04-01 00:00:00", true},
-    };
+    } const cases[] = {{"2007-02-28 23:59:59", false}, {"2007-03-25 01:59:59", false},
+                       {"2007-03-25 02:00:00", false}, {"2007-03-25 02:00:01", true},
+                       {"2008-03-29 12:00:00", false}, {"2008-03-30 12:00:00", true},
+                       {"2007-04-01 00:00:00", true}};
     for (const auto& c : cases) {
         const SYSTEMTIME date = Time(c.date);
         EXPECT_EQ(LocalGreaterThanTransition(&date, &rule), c.later) << c.date;
@@ -108,14 +107,8 @@ TEST(LocalGreaterThanTransition, IsStrictAndLooksAtTheMonthFirst) {
 }
 
 TEST(GetDayOffsets, BothHemispheresAndNone) {
-    const TIME_ZONE_INFORMATION none = [] {
-        TIME_ZONE_INFORMATION zone{};
-        zone.Bias = 300;
-        zone.StandardBias = 30; // not read without summer time
-        zone.DaylightBias = -60;
-        zone.StandardDate = Relative(10, 0, 5, 3);
-        return zone;
-    }();
+    TIME_ZONE_INFORMATION none = Zone(300, -60, {}, Relative(10, 0, 5, 3));
+    none.StandardBias = 30; // not read without summer time
     struct {
         const TIME_ZONE_INFORMATION& zone;
         WORD year, month, day;
@@ -176,10 +169,8 @@ TEST(ZoneConversion, MomentToWallClock) {
 }
 
 TEST(ZoneConversion, WithoutSummerTimeTheStandardBiasCountsOnTheWayBackOnly) {
-    TIME_ZONE_INFORMATION zone{};
-    zone.Bias = -330;
+    TIME_ZONE_INFORMATION zone = Zone(-330, -60, {}, {});
     zone.StandardBias = 15;
-    zone.DaylightBias = -60;
     const SYSTEMTIME utc = Time("2007-07-01 00:00:00");
     SYSTEMTIME local, back;
     bool summer = true;
