@@ -61,6 +61,7 @@ void SdlWindow::Close() {
     m_texture.reset();
     m_renderer.reset();
     m_window.reset();
+    m_shown = false;
     SDL_QuitSubSystem(SDL_INIT_VIDEO);
 }
 
