@@ -87,7 +87,7 @@ std::vector<HWND> CeBaseDialog::TabStops() const {
     std::vector<HWND> stops;
     AddTabStops(m_hWnd, stops);
     const HWND bar = m_Bar.GetHWnd();
-    std::ranges::stable_partition(stops, [bar](HWND stop) { return stop != bar; });
+    std::stable_partition(stops.begin(), stops.end(), [bar](HWND stop) { return stop != bar; });
     if (m_Bar.Count() == 0) std::erase(stops, bar);
     return stops;
 }
