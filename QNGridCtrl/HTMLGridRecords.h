@@ -3,7 +3,8 @@
 // Messages (GRIDM_) are sent with wParam 0 and a tagNM_GRIDVIEW in lParam unless told otherwise, those of an object's
 // drag (2028 to 2032) with a tagGRIDDRAG, and wParam the window under it. Notifications (GRIDN_) are WM_NOTIFY, with the
 // grid's id in wParam. Texts in a record belong to its sender; a text that the owner hands over is parsed at once, so
-// that it may be freed or used again at the next message.
+// that it may be freed or used again at the next message. What is typed goes on to the owner as WM_CHAR, Delete as
+// WM_KEYDOWN.
 #pragma once
 
 #include "QNGridCtrl/HTMLGridCells.h"

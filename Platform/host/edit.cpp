@@ -42,6 +42,7 @@ EditControl::EditControl(HWND window, LPCWSTR text)
     : m_hWnd(window), m_nLimit(kFirstLimit), m_cPassword(Is(ES_PASSWORD) ? u'*' : 0),
       m_bHasBar(Is(WS_VSCROLL) && Is(ES_MULTILINE)) {
     m_Text.Set(TextOf(text));
+    m_Text.Hide(m_cPassword != 0);
     Relayout();
 }
 
@@ -117,6 +118,7 @@ std::optional<LRESULT> EditControl::HandleEdit(UINT message, WPARAM wParam, LPAR
         return UndoOrRedo();
     case EM_SETPASSWORDCHAR:
         m_cPassword = static_cast<WCHAR>(wParam);
+        m_Text.Hide(m_cPassword != 0);
         Relayout();
         return 0;
     case EM_SETREADONLY:

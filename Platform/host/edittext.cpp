@@ -152,7 +152,8 @@ void EditText::Select(int anchor, int caret) {
 int EditText::Passed(Motion motion) const {
     STB_TexteditState moved = m_pState->stb;
     moved.select_start = moved.select_end = moved.cursor;
-    Buffer& text = const_cast<Buffer&>(m_Text); // moves leave it as it is
+    Buffer hidden(m_bHidden ? m_Text.size() : 0, u'*');
+    Buffer& text = m_bHidden ? hidden : const_cast<Buffer&>(m_Text); // moves leave it as it is
     stb_textedit_key(&text, &moved, KeyOf(motion));
     return GoesForward(motion) ? CharacterEnd(m_Text, moved.cursor) : CharacterStart(m_Text, moved.cursor);
 }
@@ -167,7 +168,9 @@ void EditText::Move(Motion motion, bool extend) {
 }
 
 void EditText::SelectWord(int at) {
-    const auto blank = [this](int index) { return IsBlank(m_Text[static_cast<std::size_t>(index)]); };
+    const auto blank = [this](int index) {
+        return !m_bHidden && IsBlank(m_Text[static_cast<std::size_t>(index)]);
+    };
     int start = std::clamp(at, 0, Length()), end = start;
     while (start > 0 && !blank(start - 1)) --start;
     while (end < Length() && !blank(end)) ++end;

@@ -34,6 +34,8 @@ public:
     void MoveTo(int caret, bool extend) { Select(extend ? Anchor() : caret, caret); }
     void Move(Motion motion, bool extend);
     void SelectWord(int at);
+    // All is one word.
+    void Hide(bool hidden) { m_bHidden = hidden; }
 
     // In place of the selection. `typed`: it is undone together with what was typed just before it.
     void Replace(std::u16string_view text, bool typed);
@@ -55,6 +57,7 @@ private:
     std::u16string m_Text;
     std::unique_ptr<State> m_pState;
     int m_nTypingEnd = -1; // where the run of typing goes on
+    bool m_bHidden = false;
 };
 
 } // namespace plat

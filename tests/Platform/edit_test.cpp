@@ -1,6 +1,7 @@
 // Text fields, worked by keys and pointer. A script is what is typed, with keys in <>: "ab<S-Left>" (S Shift, C Ctrl). A
 // field's state is its text with | for the caret or [ ] round the selection.
 #include "Platform/edit.h"
+#include "tests/support/keys.h"
 #include "tests/support/narrow.h"
 #include "tests/support/windows.h"
 
@@ -14,15 +15,6 @@ using enum PlatPointerAction;
 namespace {
 
 using Text = std::u16string;
-
-int KeyNamed(std::u16string_view name) {
-    static const std::map<std::u16string_view, int> keys = {
-        {u"Left", VK_LEFT},    {u"Right", VK_RIGHT}, {u"Up", VK_UP},      {u"Down", VK_DOWN},
-        {u"Home", VK_HOME},    {u"End", VK_END},     {u"BS", VK_BACK},    {u"Del", VK_DELETE},
-        {u"Enter", VK_RETURN}, {u"PgDn", VK_NEXT},   {u"PgUp", VK_PRIOR}, {u"Ins", VK_INSERT},
-        {u"Esc", VK_ESCAPE}};
-    return name.size() == 1 ? name[0] : keys.at(name);
-}
 
 class EditTest : public WindowTest {
 protected:
@@ -65,24 +57,15 @@ protected:
         Send(EM_REPLACESEL, undo, reinterpret_cast<LPARAM>(text.c_str()));
     }
 
-    void PressKey(std::u16string_view name) {
-        const bool shift = name.starts_with(u"S-");
-        if (shift) name.remove_prefix(2);
-        const bool ctrl = name.starts_with(u"C-");
-        if (ctrl) name.remove_prefix(2);
-        if (shift) PlatKey(VK_SHIFT, true);
-        if (ctrl) PlatKey(VK_CONTROL, true);
-        PlatKey(KeyNamed(name), true);
-        PlatKey(KeyNamed(name), false);
-        if (ctrl) PlatKey(VK_CONTROL, false);
-        if (shift) PlatKey(VK_SHIFT, false);
+    static void Press(std::u16string_view name, int times = 1) {
+        for (; times > 0; --times) PressKey({name.begin(), name.end()});
         Pump();
     }
     void Play(std::u16string_view script) {
         while (!script.empty()) {
             const std::size_t close = script[0] == u'<' ? script.find(u'>') : script.find(u'<');
             if (script[0] == u'<')
-                PressKey(script.substr(1, close - 1));
+                Press(script.substr(1, close - 1));
             else
                 PlatText(Text(script.substr(0, close)).c_str());
             Pump();
@@ -160,6 +143,7 @@ TEST_F(EditTest, Scripts) {
         {ES_READONLY, u"abc", u"x<Del><End><BS><C-A><C-X>", u"[abc]"},
         {0, u"old", u"<C-A><C-C>", u"[old]"},
         {ES_PASSWORD, u"secret", u"<C-A><C-C><C-X><End><C-V>", u"secretold|"},
+        {ES_PASSWORD, u"two words", u"<C-Right>", u"two words|"}, // where they end is nobody's to know
         {ES_NUMBER, u"1", u"<End><C-V>", u"1|"},
         {ES_MULTILINE, u"a\r\nb", u"<C-A><C-C>", u"[a\r\nb]"},
         {0, u"", u"<C-V>", u"a|"},
@@ -280,9 +264,9 @@ TEST_F(EditTest, AllChangesGoBackAndForth) {
                 for (std::size_t i = below(4); i > 0; --i) Send(WM_CHAR, u'z');
         }
         const Text last = Content();
-        for (int i = 0; i < 200; ++i) PressKey(u"C-Z");
+        Press(u"C-Z", 200);
         EXPECT_EQ(Content(), u"first text") << "round " << round;
-        for (int i = 0; i < 200; ++i) PressKey(u"C-Y");
+        Press(u"C-Y", 200);
         EXPECT_EQ(Content(), last) << "round " << round;
     }
 }

@@ -85,6 +85,7 @@ TEST_F(GridInput, Taps) {
         {"", 5, 1, "d10,5 u10,85", "=0,0"},
         {"", 5, 1, "t10,45 t10,150 F2", "new tap 0,2; click nowhere; =none"},
         {"unselectable", 5, 1, "t10,5 F2", "tap 0,0; edit? 0,0; =none editing"},
+        {"", 50, 1, "v20,60", "=none top 60"},
         // --- two on the current cell
         {"", 5, 1, "t10,45 w100 q10,45", "new tap 0,2; edit? 0,2; =0,2 editing"},
         {"", 5, 1, "t10,45 w201 q10,45", "new tap 0,2; tap 0,2; =0,2"},

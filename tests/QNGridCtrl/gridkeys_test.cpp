@@ -89,7 +89,7 @@ TEST_F(GridKeys, WhatTheyDo) {
                                    {"=0,2 3Enter", "tap 0,2; =0,2"}, // once for each press
                                    {"A-Right A-Left", "swipe left; swipe right; =none"},
                                    {"=0,2 F2", "edit? 0,2; =0,2 editing"},
-                                   {"=0,2 Delete", "delete; =0,2"},
+                                   {"=0,2 Del", "delete; =0,2"},
                                });
     Play("=0,2");
     const auto send = [this](UINT message) { SendMessageW(grid->GetHWnd(), message, VK_RETURN, 1); };

@@ -5,6 +5,7 @@
 #include "Platform/edit.h"
 #include "Platform/imagelist.h"
 #include "tests/support/gridwindow.h"
+#include "tests/support/keys.h"
 
 #include <utility>
 
@@ -176,7 +177,7 @@ protected:
     // What the owner heard and how the grid stands: the selection behind "=", then what is not as usual. A script has, with
     // blanks between:
     //   d60,45  the pointer is pressed there; m moves it, u releases, t taps, q taps at once behind the last tap (all others
-    //           wait until no tap can be the second of two), r taps with the right button
+    //           wait until no tap can be the second of two), r taps with the right button, v turns the wheel a notch down
     //   w300    milliseconds pass
     //   {  }    Shift goes down, and up
     //   =1,2    the program selects a cell
@@ -205,26 +206,14 @@ private:
             grid->SetSelection(col, row, col, row);
             return;
         }
-        if (numbers != 2) return DoKey(step);
+        const bool held = kind >= '1' && kind <= '9';
+        if (numbers != 2) return PressKey(step.substr(held), held ? kind - '0' : 1), Pump();
+        if (kind == 'v') return PlatWheel(x, y, -1), Pump();
         const bool right = kind == 'r', tap = right || kind == 't' || kind == 'q';
         if (kind == 'd' || kind == 't' || right) Wait(201);
         if (kind == 'm') Point(Move, x, y);
         if (kind == 'd' || tap) Point(right ? HoldDown : Down, x, y);
         if (kind == 'u' || tap) Point(right ? HoldUp : Up, x, y);
-    }
-    static void DoKey(std::string name) {
-        static const std::map<std::string, int> keys = {
-            {"Up", VK_UP},      {"Down", VK_DOWN}, {"Left", VK_LEFT},    {"Right", VK_RIGHT},
-            {"Home", VK_HOME},  {"End", VK_END},   {"PgUp", VK_PRIOR},   {"Enter", VK_RETURN},
-            {"Esc", VK_ESCAPE}, {"F2", VK_F1 + 1}, {"Delete", VK_DELETE}};
-        static const std::map<char, int> shifts = {{'S', VK_SHIFT}, {'C', VK_CONTROL}, {'A', VK_MENU}};
-        const int times = name[0] >= '1' && name[0] <= '9' ? name[0] - '0' : 0;
-        if (times) name.erase(0, 1);
-        const int shift = name.size() > 1 && name[1] == '-' ? shifts.at(name[0]) : 0;
-        if (shift) PlatKey(shift, true), name.erase(0, 2);
-        Key(name.size() == 1 ? name[0] : keys.at(name), std::max(times, 1));
-        if (shift) PlatKey(shift, false);
-        Pump();
     }
     std::string State() {
         std::string state;
