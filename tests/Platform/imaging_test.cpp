@@ -2,6 +2,7 @@
 #include "Platform/imagelist.h"
 #include "Platform/imaging.h"
 #include "Platform/modules.h"
+#include "Platform/painting.h"
 #include "Platform/threads.h"
 #include "tests/support/canvas.h"
 #include "tests/support/devicefiles.h"
@@ -35,20 +36,6 @@ PNGBytes PixelPng(std::array<unsigned, 4> rgba, DWORD side = 1) {
     r.width = r.height = side;
     r.value = [rgba](DWORD, DWORD, unsigned s) { return rgba[s]; };
     return MakePNG(r);
-}
-
-// The pixels of a bitmap, which goes.
-TextRows Taken(HBITMAP bitmap) {
-    BITMAP size{};
-    if (!GetObjectW(bitmap, sizeof size, &size)) return {};
-    const Canvas canvas(size.bmWidth, size.bmHeight);
-    const HDC dc = CreateCompatibleDC(nullptr);
-    const HGDIOBJ former = SelectObject(dc, bitmap);
-    BitBlt(canvas, 0, 0, size.bmWidth, size.bmHeight, dc, 0, 0, SRCCOPY);
-    SelectObject(dc, former);
-    DeleteDC(dc);
-    DeleteObject(bitmap);
-    return canvas.Rows();
 }
 
 // Bytes to be read, a few at a time.
@@ -86,11 +73,11 @@ protected:
 TEST_F(Imaging, FilesAndStreams) {
     PutBytes("a.bmp", kRedOverBlue);
     PutBytes("key.png", PixelPng({255, 0, 0, 0}, 2));
-    EXPECT_EQ(Taken(SHLoadImageFile(u"\\a.bmp")), (TextRows{"R", "B"}));
-    EXPECT_EQ(Taken(SHLoadImageFile(u"\\key.png")), (TextRows{"GG", "GG"})); // the key shines through
+    EXPECT_EQ(TakenRows(SHLoadImageFile(u"\\a.bmp")), (TextRows{"R", "B"}));
+    EXPECT_EQ(TakenRows(SHLoadImageFile(u"\\key.png")), (TextRows{"GG", "GG"})); // the key shines through
     ReadStream bmp(kRedOverBlue), clear(PixelPng({255, 0, 0, 0})), half(PixelPng({255, 255, 255, 102}));
-    EXPECT_EQ(Taken(PlatLoadImageStream(&bmp, 0)), (TextRows{"R", "B"}));
-    EXPECT_EQ(Taken(PlatLoadImageStream(&clear, kWhite)), (TextRows{"W"}));
+    EXPECT_EQ(TakenRows(PlatLoadImageStream(&bmp, 0)), (TextRows{"R", "B"}));
+    EXPECT_EQ(TakenRows(PlatLoadImageStream(&clear, kWhite)), (TextRows{"W"}));
     const HBITMAP mixed = PlatLoadImageStream(&half, 0x000000); // 255 * 102 / 255
     BITMAPINFO info = SectionInfo(1, 1, 24, true);
     std::array<BYTE, 4> pixel{};
@@ -100,9 +87,14 @@ TEST_F(Imaging, FilesAndStreams) {
 }
 
 TEST_F(Imaging, WhatIsNoPictureIsRefused) {
-    PNGBytes giant = Bmp(0x7FFFFFF, 0x7FFFFF, {1, 2, 3, 4}), tall = Bmp(20000, 20000, {});
-    const PNGBytes cases[] = {{},    {'B', 'M'}, {'t', 'e', 'x', 't'},
-                              giant, tall,       PNGBytes(giant.begin(), giant.begin() + 20)};
+    const PNGBytes giant = Bmp(0x7FFFFFF, 0x7FFFFF, {1, 2, 3, 4});
+    const PNGBytes cases[] = {{},
+                              {'B', 'M'},
+                              {'t', 'e', 'x', 't'},
+                              giant,
+                              Bmp(20000, 1, {}),
+                              Bmp(16000, 4000, {}), // more than its bytes can hold
+                              PNGBytes(giant.begin(), giant.begin() + 20)};
     for (const PNGBytes& bytes : cases) {
         PutBytes("x", bytes);
         SetLastError(0);
@@ -140,7 +132,7 @@ TEST_F(Imaging, AFolderIsAModule) {
     EXPECT_EQ(bytes(6, RT_BITMAP), kRedOverBlue);
     EXPECT_EQ(bytes(6, u"PNGPIC"), PNGBytes());
     EXPECT_EQ(bytes(5, u"OTHER"), PNGBytes());
-    EXPECT_EQ(Taken(LoadBitmapW(folder, MAKEINTRESOURCEW(6))), (TextRows{"R", "B"}));
+    EXPECT_EQ(TakenRows(LoadBitmapW(folder, MAKEINTRESOURCEW(6))), (TextRows{"R", "B"}));
     EXPECT_EQ(LoadBitmapW(folder, MAKEINTRESOURCEW(5)), nullptr);
     PlatSetScreen({480, 640, 192});
     EXPECT_EQ(bytes(5, u"PNGPIC"), PixelPng({0, 0, 255, 255}, 2)); // the one for such screens
@@ -232,28 +224,47 @@ TEST_F(Imaging, ListsOfPictures) {
     EXPECT_EQ(ImageList_Create(0, 1, 0, 0, 0), nullptr);
 }
 
+// Where a presenter has to show red, and in how many parts it looks.
+std::string TakeRed() {
+    std::string red;
+    const auto note = [](void* context, const RECT& rect, const BYTE* pixels, int stride) {
+        for (LONG y = rect.top; y < rect.bottom; ++y, pixels += stride)
+            for (LONG x = rect.left; x < rect.right; ++x)
+                if ((reinterpret_cast<const DWORD*>(pixels)[x - rect.left] & 0xFFFFFF) == 0xFF0000)
+                    *static_cast<std::string*>(context) += std::to_string(x) + "," + std::to_string(y) + " ";
+    };
+    const UINT parts = PlatTakeDirty(note, &red);
+    return red + "of " + std::to_string(parts);
+}
+
 TEST_F(Imaging, OnePictureFollowsThePointer) {
     const HIMAGELIST list = ImageList_Create(2, 2, ILC_COLOR24, 0, 1);
-    ImageList_Add(list, Canvas(2, 2).Bitmap(), nullptr);
+    ImageList_AddMasked(list, Canvas({"RG", "GR"}).Bitmap(), kGreen);
     PlatDragImage image{};
     EXPECT_FALSE(ImageList_BeginDrag(list, 1, 0, 0));
     EXPECT_FALSE(ImageList_DragMove(1, 1));
     EXPECT_TRUE(ImageList_BeginDrag(list, 0, 3, 4));
     EXPECT_FALSE(ImageList_BeginDrag(list, 0, 0, 0));
     EXPECT_FALSE(PlatGetDragImage(&image)); // before it has entered
+    TakeRed();
     EXPECT_TRUE(ImageList_DragEnter(nullptr, 50, 60));
     ASSERT_TRUE(PlatGetDragImage(&image));
     EXPECT_EQ(std::tuple(image.list, image.index, image.position.x, image.position.y),
               std::tuple(list, 0, 47, 56));
+    EXPECT_EQ(TakeRed(), "47,56 48,57 of 1");
+    ImageList_Destroy(list);
     EXPECT_TRUE(ImageList_DragMove(10, 10));
+    EXPECT_EQ(TakeRed(), "7,6 8,7 of 2") << "where it was and where it is";
+    EXPECT_TRUE(ImageList_DragMove(2, 3)); // over the corner
+    EXPECT_EQ(TakeRed(), "0,0 of 2");
     EXPECT_TRUE(ImageList_DragShowNolock(FALSE));
     EXPECT_FALSE(PlatGetDragImage(&image));
+    EXPECT_EQ(TakeRed(), "of 1");
     EXPECT_TRUE(ImageList_DragShowNolock(TRUE));
-    ASSERT_TRUE(PlatGetDragImage(&image));
-    EXPECT_EQ(std::pair(image.position.x, image.position.y), std::pair(7, 6));
+    EXPECT_TRUE(PlatGetDragImage(&image));
     ImageList_EndDrag();
     EXPECT_FALSE(PlatGetDragImage(&image));
-    ImageList_Destroy(list);
+    EXPECT_EQ(TakeRed(), "of 1");
 }
 
 } // namespace
