@@ -39,8 +39,9 @@ bool Bar::Open(HWND parent, const RECT& rect) {
 }
 
 void Bar::SetCells(std::vector<Cell> cells) {
+    if (cells.size() != m_cells.size()) m_pressed = -1; // else the same cells, with other texts
     m_cells = std::move(cells);
-    m_pressed = -1;
+    if (!CanAct(m_pressed)) m_pressed = -1;
     if (!CanAct(m_focus)) m_focus = -1;
     if (m_focused) FindFocus();
     InvalidateRect(nullptr, FALSE);
@@ -109,8 +110,7 @@ void Bar::PaintCell(HDC hdc, int index, const RECT& place) const {
     const bool active = cell.active && !pressed;
     const Paint ink = active ? Paint::ActiveText : Paint::BarText;
     Fill(hdc, place, pressed ? Paint::Pressed : active ? Paint::Active : Paint::Bar);
-    const std::u16string text =
-        u"<P CENTER><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + std::u16string(MarkupOf(ink)) + u">" + cell.markup;
+    const std::u16string text = u"<P CENTER>" + FontTag(ink) + cell.markup;
     CHTMLParser parser;
     parser.SetHTML(text.c_str());
     parser.ParseHTML(nullptr);

@@ -81,10 +81,10 @@ void CalendarView::Loaded() {
         m_card.Show(*line);
     else
         m_cardOid = 0;
-    const bool onPage = ::IsChild(GetHWnd(), ::GetFocus()) && ::GetFocus() != m_dateLine.GetHWnd();
+    const HWND focus = ::GetFocus();
     Arrange();
     FillDateLine();
-    if (onPage) TakeFocus(); // it may have been on another page
+    if (::IsChild(GetHWnd(), focus) && !::IsWindowVisible(focus)) TakeFocus(); // it was on another page
 }
 
 void CalendarView::ShowBusy(bool busy) {
@@ -117,8 +117,8 @@ const DATACALENDAR* CalendarView::FindCarded() const {
 // A page that waits for its first lines has none yet.
 const DATACALENDAR* CalendarView::Current() const {
     const DATACALENDAR* line = IsCardAlone() || ::GetFocus() == m_card.FocusWindow() ? FindCarded()
-                               : Page().IsWindowVisible()                            ? Page().SelectedLine()
-                                                                                     : nullptr;
+                               : Page().IsWindowVisible() ? Page().SelectedLine(::GetFocus())
+                                                          : nullptr;
     return line && line->m_nType == kLineAppointment ? line : nullptr;
 }
 
@@ -245,7 +245,7 @@ void CalendarView::OpenCurrent() {
 
 // Beside the page the card follows the keys.
 void CalendarView::SelectionMoved() {
-    const DATACALENDAR* line = Page().SelectedLine();
+    const DATACALENDAR* line = Page().SelectedLine(::GetFocus());
     if (line && m_cardOid != 0 && IsWide()) ShowCard(*line);
 }
 
@@ -330,8 +330,7 @@ std::u16string CalendarView::EmptyText() const {
         return u"Appointments will stand here, by day. There are none ahead.<BR><BR>The command<BR><B>qn "
                u"import "
                u"FILE.ics</B><BR>reads a calendar.";
-    const std::u16string link =
-        u"<BR><BR><U><A=fill><FONT COLOR=" + std::u16string(MarkupOf(Paint::Link)) + u">";
+    const std::u16string link = u"<BR><BR><U><A=fill>" + FontTag(Paint::Link);
     if (all) return u"No appointments in these four weeks." + link + u"Go to the next one</A></U>";
     return u"No appointments of the chosen categories in these four weeks." + link +
            u"Show all categories</A></U>";
@@ -358,8 +357,9 @@ void CalendarView::Found() {
 // --- Keys ---------------------------------------------------------------------------------------------------------
 
 bool CalendarView::Key(WPARAM key) {
-    if (::GetFocus() == m_dateLine.GetHWnd() || ::GetFocus() == m_notice.GetHWnd())
-        return key == VK_ESCAPE && (TakeFocus(), true);
+    const bool onBar = ::GetFocus() == m_dateLine.GetHWnd() || ::GetFocus() == m_notice.GetHWnd();
+    if (onBar && key == VK_ESCAPE) return TakeFocus(), true;
+    if (onBar && key >= VK_LEFT && key <= VK_DOWN) return false;
     const bool card = IsCardAlone();
     switch (key) {
     case VK_ESCAPE:

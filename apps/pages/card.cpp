@@ -48,8 +48,7 @@ std::u16string ReminderText(LONG minutes) {
 }
 
 std::u16string ShownWith(Paint ink, const std::u16string& markup) {
-    return std::u16string(u"<BODY BGCOLOR=") + MarkupOf(Paint::Window) +
-           u"><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(ink) + u">" + markup;
+    return GroundTag(Paint::Window) + FontTag(ink) + markup;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "apps/pages/changes.h"
 
 #include "Platform/clock.h"
+#include "Platform/zonerules.h"
 #include "QNWorkerClass/COutlook.h"
 
 #include <cmath>
@@ -18,10 +19,12 @@ DATE LocalStart(IAppointment& occurrence) {
     CEPROPVAL* values = nullptr;
     ULONG size = 0;
     if (FAILED(bag->GetProps(&kStart, CEDB_ALLOWREALLOC, 1, &values, &size, nullptr))) return kNoDate;
-    FILETIME local{};
     SYSTEMTIME time{};
-    const bool read =
-        FileTimeToLocalFileTime(&values->val.filetime, &local) && FileTimeToSystemTime(&local, &time);
+    TIME_ZONE_INFORMATION zone{};
+    GetTimeZoneInformation(&zone);
+    bool summer = false;
+    const bool read = FileTimeToSystemTime(&values->val.filetime, &time) &&
+                      CeSystemTimeToTzSpecificLocalTime(&zone, &time, &time, &summer) == 1;
     LocalFree(values);
     return read ? ToDate(time) : kNoDate;
 }

@@ -18,7 +18,7 @@ constexpr int kRowMinutes = 30;
 constexpr int kDayMinutes = 1440;
 constexpr int kRowHeight = 22; // pixels at 96 dots an inch, as the next
 constexpr int kHourWidth = 46;
-constexpr int kAllDayHeight = 24;
+constexpr int kAllDayHeight = 26;
 constexpr int kMostAllDay = 3; // rows that are shown at once
 constexpr WORD kHours = 0;     // columns
 constexpr WORD kItems = 1;
@@ -39,10 +39,8 @@ std::u16string HourName(int hour) {
 
 // The mark-up of an hour's label, at its first half.
 std::u16string HourText(int row) {
-    const std::u16string ground = std::u16string(u"<BODY BGCOLOR=") + MarkupOf(Paint::Hours) + u">";
-    if (row % 2 != 0) return ground;
-    return ground + u"<P RIGHT><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(Paint::Quiet) + u">" +
-           HourName(row / 2);
+    const std::u16string ground = GroundTag(Paint::Hours);
+    return row % 2 != 0 ? ground : ground + u"<P RIGHT>" + FontTag(Paint::Quiet) + HourName(row / 2);
 }
 
 // Without the swatch of the status, which the bar of the floater shows.
@@ -65,6 +63,7 @@ std::u16string DayPage::Title(LONG day, bool narrow) const {
 bool DayPage::SetUpGrids() {
     m_grid.SetMinRowHeight(static_cast<WORD>(Scaled(kRowHeight)));
     m_allDayGrid.SetMinRowHeight(static_cast<WORD>(Scaled(kAllDayHeight)));
+    m_allDayGrid.SetRowHeightFixed(true);
     m_allDayGrid.SetRowSelect(true);
     if (!OpenGrid(m_allDayGrid, true) || !OpenGrid(m_grid, false)) return false;
     m_allDayGrid.SetShowVLines(false);
@@ -103,6 +102,7 @@ void DayPage::Fill(bool sameDay) {
         m_oids.push_back(line->m_oid);
         if (line->m_lDay == m_day && line->m_bAllDay) m_allDay.push_back(i);
     }
+    m_onAllDay = m_onAllDay && sameDay && !m_allDay.empty();
     m_allDayGrid.DestroyCells();
     m_allDayGrid.SetDimensions(static_cast<DWORD>(m_allDay.size()), 1);
     m_grid.DestroyCells();
@@ -184,16 +184,23 @@ bool DayPage::BeginSelection() {
                                                   : CalendarPage::BeginSelection();
 }
 
-const DATACALENDAR* DayPage::SelectedLine() const {
-    const WORD row = m_allDayGrid.GetRow();
-    if (::GetFocus() == m_allDayGrid.GetHWnd())
+const DATACALENDAR* DayPage::SelectedLine(HWND list) const {
+    if (list == m_allDayGrid.GetHWnd()) {
+        const WORD row = m_allDayGrid.GetRow();
         return row < m_allDay.size() ? LineOf(m_allDay[row]) : nullptr;
+    }
     const tagFLOATERINFO* floater = m_grid.GetSelectedFloater();
     return floater ? LineOf(floater->dwID) : nullptr;
 }
 
-void DayPage::Tapped(const tagNM_GRIDVIEW&) {
-    if (const DATACALENDAR* line = SelectedLine()) m_host.OpenItem(*line);
+// One of both lists has a selection.
+void DayPage::Selected(HWND list) {
+    m_onAllDay = list == m_allDayGrid.GetHWnd();
+    (m_onAllDay ? m_grid : m_allDayGrid).EmptySelection();
+}
+
+void DayPage::Tapped(const tagNM_GRIDVIEW& view) {
+    if (const DATACALENDAR* line = SelectedLine(view.hdr.hwndFrom)) m_host.OpenItem(*line);
 }
 
 LRESULT DayPage::OnCellRequest(tagNM_GRIDCELL& cell) {

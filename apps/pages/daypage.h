@@ -12,9 +12,10 @@ public:
     DayRange RangeOf(LONG day) const override { return {day, day}; }
     std::u16string Title(LONG day, bool narrow) const override;
     LONG Turned(LONG day, int pages) const override { return day + pages; }
+    void TakeFocus() override { (m_onAllDay ? m_allDayGrid : m_grid).SetFocus(); }
     bool BeginSelection() override;
     std::vector<HWND> Lists() const override;
-    const DATACALENDAR* SelectedLine() const override;
+    const DATACALENDAR* SelectedLine(HWND list) const override;
 
 private:
     // Where an appointment stands on the page.
@@ -36,12 +37,14 @@ private:
     void Select(DWORD id); // of a floater
     bool IsOnHours(const DATACALENDAR& line) const { return line.m_lDay == m_day && !line.m_bAllDay; }
     void Tapped(const tagNM_GRIDVIEW& view) override;
+    void Selected(HWND list) override;
     LRESULT OnCellRequest(tagNM_GRIDCELL& cell) override;
     LRESULT OnFloater(UINT message, tagNM_GRIDVIEW& view) override;
     DATE StartAt(const DATACALENDAR& line, int row) const; // when it is dropped on a half hour
 
     PageGrid m_allDayGrid;
     std::vector<std::size_t> m_allDay; // its lines, by index
+    bool m_onAllDay = false;           // what is selected is there
     std::vector<DWORD> m_oids;         // of all lines
     // Before the grid was built anew: pixels (-1: another day), and the selected item.
     int m_scrolled = -1;

@@ -78,9 +78,7 @@ LRESULT ListPage::OnCellRequest(tagNM_GRIDCELL& cell) {
     cell.dwData = number;
     if (!row) cell.rcMargins.top = Scaled(kEmptyTop);
     if (!row)
-        m_text = std::u16string(u"<BODY BGCOLOR=") + MarkupOf(Paint::Window) +
-                 u"><P CENTER><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(Paint::Quiet) + u">" +
-                 m_host.EmptyText();
+        m_text = GroundTag(Paint::Window) + u"<P CENTER>" + FontTag(Paint::Quiet) + m_host.EmptyText();
     else if (row->line == kNoLine)
         m_text = HeadingText(row->day);
     else if (const DATACALENDAR* line = LineOf(row->line))
@@ -112,7 +110,7 @@ int ListPage::DrawHeading(const tagDRAWITEMSTRUCT& item) const {
     return GRID_DRAW_LINES_TEXT;
 }
 
-const DATACALENDAR* ListPage::SelectedLine() const {
+const DATACALENDAR* ListPage::SelectedLine(HWND) const {
     const Row* row = RowAt(m_grid.GetRow());
     return row && row->line != kNoLine ? LineOf(row->line) : nullptr;
 }
@@ -142,9 +140,8 @@ namespace {
 
 std::u16string Heading(LONG day, const std::u16string& text) {
     const bool today = day == static_cast<LONG>(Today());
-    return u"<BODY BGCOLOR=" + std::u16string(MarkupOf(today ? Paint::Today : Paint::Heading)) +
-           u"><FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(today ? Paint::TodayText : Paint::Text) +
-           u"><B>" + Escaped(text) + u"</B>";
+    return GroundTag(today ? Paint::Today : Paint::Heading) +
+           FontTag(today ? Paint::TodayText : Paint::Text) + u"<B>" + Escaped(text) + u"</B>";
 }
 
 } // namespace

@@ -11,7 +11,7 @@ namespace qn {
 class ListPage : public CalendarPage {
 public:
     using CalendarPage::CalendarPage;
-    const DATACALENDAR* SelectedLine() const override;
+    const DATACALENDAR* SelectedLine(HWND list) const override;
 
 protected:
     static constexpr std::size_t kNoLine = static_cast<std::size_t>(-1);

@@ -1,9 +1,22 @@
 #include "apps/pages/page.h"
 
+#include "NorvoTools/paths.h"
+#include "NorvoTools/registryfunctions.h"
 #include "Platform/strings.h"
 #include "apps/pages/theme.h"
 
 namespace qn {
+
+namespace {
+
+// The right button makes a tap before the press that is held: its menu comes in place of what a tap does.
+bool IsHoldNext(HWND list) {
+    MSG next{};
+    return PeekMessageW(&next, list, WM_LBUTTONDOWN, WM_LBUTTONDOWN, PM_NOREMOVE) &&
+           (next.wParam & MK_RBUTTON) != 0;
+}
+
+} // namespace
 
 bool CalendarPage::Open(HWND parent, const RECT& rect) {
     ReadSettings();
@@ -15,6 +28,9 @@ bool CalendarPage::OpenGrid(PageGrid& grid, bool isVirtual) {
     RECT client{};
     GetClientRect(&client);
     if (!grid.InitWindow(GetHWnd(), client, isVirtual, u"")) return false;
+    WCHAR icons[40 + 1] = {}; // of categories; the setting has at most so many characters
+    GetFromRegistrySZ(HKEY_CURRENT_USER, kSuiteKey, u"IconPath", icons, 40 + 1);
+    grid.SetResourcesRootPath(icons);
     grid.SetTouchScrolling(true);
     grid.SetLinesColor(ColorOf(Paint::Line));
     grid.SetBarsScrollMode(GRID_SCROLL_ROW);
@@ -64,8 +80,9 @@ LRESULT CalendarPage::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& ha
     case GRIDM_SWATCH:
         return reinterpret_cast<LRESULT>(CCalendarSubview::CreateStatusBar(static_cast<COLORREF>(lParam)));
     case GRIDM_HOLD_QUERY:
-        return SelectedLine() ? 0 : 1; // 0: there is a menu
+        return SelectedLine(reinterpret_cast<HWND>(wParam)) ? 0 : 1; // 0: there is a menu
     case GRIDM_KEY_SELECTED:
+        Selected(reinterpret_cast<const tagNM_GRIDVIEW*>(lParam)->hdr.hwndFrom);
         return m_host.SelectionMoved(), 1;
     case GRIDM_SWIPE_LEFT:
         return m_host.Turn(1), 1;
@@ -79,18 +96,22 @@ LRESULT CalendarPage::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& ha
 
 LRESULT CalendarPage::OnNotify(int id, NMHDR* header, bool& handled) {
     const auto& view = *reinterpret_cast<const tagNM_GRIDVIEW*>(header);
+    const HWND list = header->hwndFrom;
     switch (header->code) {
     case GRIDN_TAP:
     case GRIDN_TAP_SELECTED:
     case GRIDN_HOT_SPOT:
         handled = true;
-        Tapped(view);
+        ::SetFocus(list);
+        Selected(list);
+        if (!IsHoldNext(list)) Tapped(view);
         return 1;
     case GRIDN_HOLD: {
         handled = true;
+        ::SetFocus(list);
         POINT point{view.x, view.y};
-        ::ClientToScreen(view.hdr.hwndFrom, &point);
-        if (const DATACALENDAR* line = SelectedLine()) m_host.ShowItemMenu(*line, point);
+        ::ClientToScreen(list, &point);
+        if (const DATACALENDAR* line = SelectedLine(list)) m_host.ShowItemMenu(*line, point);
         return 1;
     }
     default:

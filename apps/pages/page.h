@@ -57,14 +57,15 @@ public:
     virtual bool BeginSelection();
     // The windows that take the focus, from top to bottom.
     virtual std::vector<HWND> Lists() const { return {m_grid.GetHWnd()}; }
-    // The selected item, or null.
-    virtual const DATACALENDAR* SelectedLine() const = 0;
+    // The item that is selected in one of them, or in the main one for any other window; null for none.
+    virtual const DATACALENDAR* SelectedLine(HWND list) const = 0;
 
 protected:
     virtual bool SetUpGrids() = 0;
     virtual void Fill(bool sameDay) = 0;
     virtual void Scroll() {} // once the new grid has its measures
     virtual void Tapped(const tagNM_GRIDVIEW& view) = 0;
+    virtual void Selected(HWND) {} // in this of the lists, by pointer or keys
     virtual void Place(int cx, int cy) { m_grid.MoveWindow(0, 0, cx, cy); }
     bool OpenGrid(PageGrid& grid, bool isVirtual);
     static bool BeginSelection(PageGrid& grid);

@@ -1,10 +1,13 @@
 #include "apps/pages/theme.h"
 
 #include "NorvoTools/registryfunctions.h"
+#include "NorvoUI/chrome.h"
 #include "Platform/registry.h"
 #include "Platform/system.h"
 #include "QNGridCtrl/HTMLParser.h"
 #include "QNNewEditUI/CalendarColors.h"
+
+#include <utility>
 
 namespace qn {
 
@@ -47,7 +50,20 @@ constexpr SystemRow kSystemColors[] = {
     {COLOR_BTNTEXT, {0x000000, 0xEFEAE6}},    {COLOR_HOTLIGHT, {0xCC6600, 0xF8B48A}},
 };
 
+// Menus, dialogs and boxes of the library take theirs from the same table.
+constexpr std::pair<EChromeColor, Paint> kChrome[] = {
+    {CHROME_BAR, Paint::Bar},
+    {CHROME_BAR_TEXT, Paint::BarText},
+    {CHROME_BAR_PRESSED, Paint::Pressed},
+    {CHROME_ACTIVE, Paint::Active},
+    {CHROME_ACTIVE_TEXT, Paint::ActiveText},
+    {CHROME_LINE, Paint::Line},
+    {CHROME_FOCUS, Paint::Busy},
+};
+
 int g_column = 0;
+
+const WCHAR* MarkupOf(Paint paint) { return kColors[static_cast<int>(paint)].markup[g_column]; }
 
 } // namespace
 
@@ -59,9 +75,14 @@ void UseScheme(Scheme scheme) {
     g_column = static_cast<int>(scheme);
     CalendarColors::SetDark(scheme == Scheme::Dark);
     for (const SystemRow& row : kSystemColors) PlatSetSysColor(row.index, row.color[g_column]);
+    for (const auto& [chrome, paint] : kChrome) SetChromeColor(chrome, ColorOf(paint));
 }
 
-const WCHAR* MarkupOf(Paint paint) { return kColors[static_cast<int>(paint)].markup[g_column]; }
+std::u16string GroundTag(Paint paint) { return std::u16string(u"<BODY BGCOLOR=") + MarkupOf(paint) + u">"; }
+
+std::u16string FontTag(Paint paint) {
+    return std::u16string(u"<FONT SIZE=2 NAME=\"Tahoma\" COLOR=") + MarkupOf(paint) + u">";
+}
 
 COLORREF ColorOf(Paint paint) {
     COLORREF color = 0;

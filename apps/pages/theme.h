@@ -5,6 +5,8 @@
 
 #include "Platform/types.h"
 
+#include <string>
+
 namespace qn {
 
 enum class Scheme { Light, Dark };
@@ -34,7 +36,8 @@ void KeepScheme(Scheme scheme);
 void UseScheme(Scheme scheme);
 
 COLORREF ColorOf(Paint paint);
-// "#RRGGBB".
-const WCHAR* MarkupOf(Paint paint);
+// Tags: the ground of a cell; the programs' font in a colour.
+std::u16string GroundTag(Paint paint);
+std::u16string FontTag(Paint paint);
 
 } // namespace qn

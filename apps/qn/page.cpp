@@ -4,6 +4,7 @@
 #include "apps/pages/calendarview.h"
 #include "apps/pages/theme.h"
 #include "apps/qn/drawing.h"
+#include "apps/qn/store.h"
 
 #include <algorithm>
 #include <charconv>
@@ -81,6 +82,7 @@ int PageCommand(const Words& words) {
     if (!day) Usage("page: --date can't be " + options.Get("--date"));
     const std::string file = options.Get("--png", options.Rest()[0] + ".png");
     const PlatScreen screen = PlatGetScreen();
+    const Store store; // a failure when it can't be opened
     UseScheme(SchemeOf(options));
     CalendarView view;
     if (!view.Open(nullptr, {0, 0, screen.width, screen.height})) throw Failure("no window for the page");

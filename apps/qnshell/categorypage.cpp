@@ -44,10 +44,9 @@ std::u16string CategoryPage::RowText(WORD row) const {
     const bool all = row == 0;
     const std::u16string name = all ? u"All categories" : row <= m_names.size() ? m_names[row - 1U] : u"";
     const bool on = all ? m_chosen.empty() : IsChosen(name);
-    return std::u16string(u"<BODY BGCOLOR=") + MarkupOf(Paint::Window) + u"><IMG SRC=" +
-           Utf16(std::to_string(on ? kPictureTask : kPictureTaskOpen)) +
-           u"> <FONT SIZE=2 NAME=\"Tahoma\" COLOR=" + MarkupOf(Paint::Text) + u">" + (on ? u"<B>" : u"") +
-           Escaped(name);
+    const WORD picture = on ? kPictureTask : kPictureTaskOpen;
+    return GroundTag(Paint::Window) + u"<IMG SRC=" + Utf16(std::to_string(picture)) + u"> " +
+           FontTag(Paint::Text) + (on ? u"<B>" : u"") + Escaped(name);
 }
 
 // The first row takes the choice back.

@@ -2,6 +2,7 @@
 #include "Platform/present.h"
 #include "QNGridCtrl/Prompts.h"
 #include "QNTools/QNTools.h"
+#include "QNWorkerClass/COutlook.h"
 #include "apps/pages/theme.h"
 #include "apps/qn/options.h"
 #include "apps/qn/support.h"
@@ -33,6 +34,18 @@ struct Presentation {
     Presentation& operator=(const Presentation&) = delete;
 };
 
+// An empty calendar in place of one that can't be read would frighten.
+void CheckStore() {
+    qn::Com<IFolder> folder;
+    if (SUCCEEDED(g_pOutlook->GetDefaultFolder(olFolderCalendar, folder.Out()))) return;
+    MessageBoxW(
+        nullptr,
+        u"The calendar can't be opened: its file pim.vol is damaged or can't be read.\n\nNothing in it was "
+        u"changed. Put a copy of it from before in its place.",
+        u"Quillonary", MB_OK | MB_ICONHAND);
+    throw qn::Failure("the store can't be opened", qn::kExitBroken);
+}
+
 constexpr qn::OptionRule kRules[] = {{"--date", true}, {"--help", false}};
 
 constexpr const char* kHelp =
@@ -56,6 +69,7 @@ int Run(const std::vector<std::string>& words) {
     const Library library;
     const Prompts prompts;
     qn::UseScheme(qn::ReadScheme());
+    CheckStore();
     qn::Shell shell;
     if (!shell.Open(state, static_cast<LONG>(*day))) throw qn::Failure("no window");
     PlatPresentWindow(shell.GetHWnd());

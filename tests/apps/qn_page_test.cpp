@@ -31,6 +31,17 @@ TEST_F(Page, ShowsWhatTheStoreHolds) {
     }
 }
 
+TEST_F(Page, CategoriesHaveTheirIcons) {
+    const std::string icon = Draw("day", {"--size", "12x12"});
+    ASSERT_EQ(Import(Event("1", "DTSTART:20310305T090000Z\r\nSUMMARY:Talk\r\nCATEGORIES:Work")).code, 0);
+    const std::string plain = Draw("agenda");
+    ASSERT_EQ(0, Qn({"set", "IconPath", "\\Icons"}).code);
+    EXPECT_TRUE(Draw("agenda") == plain);
+    std::filesystem::create_directory(m_device + "/Icons");
+    std::ofstream(m_device + "/Icons/Work.png", std::ios::binary) << icon;
+    EXPECT_FALSE(Draw("agenda") == plain);
+}
+
 TEST_F(Page, HasTheSizeAndTheColoursThatWereAskedFor) {
     const auto numberAt = [](const std::string& png, std::size_t at) { // of the header of a PNG file
         int number = 0;
@@ -68,6 +79,10 @@ TEST_F(Page, WhatCantBeDoneIsTold) {
         {{"page", "day", "--png", "no/such/day.png"}, 1},
     };
     for (const auto& one : cases) EXPECT_EQ(Qn(one.words).code, one.code) << one.words.back();
+    m_device = m_folder + "/broken";
+    std::filesystem::create_directory(m_device);
+    Write("broken/pim.vol", "no volume");
+    EXPECT_EQ(2, Qn({"page", "day"}).code) << "no empty page of a store that can't be read";
 }
 
 } // namespace

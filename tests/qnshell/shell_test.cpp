@@ -8,6 +8,9 @@
 #include "tests/support/waiting.h"
 
 #include "Platform/menus.h"
+#include "QNNewEditUI/CalendarColors.h"
+
+#include <cmath>
 
 using qn::Bstr;
 using qn::Com;
@@ -29,7 +32,7 @@ class ShellTest : public DeviceTest {
 protected:
     ShellTest() {
         PlatUseFixedWidthText(true);
-        PlatSetTimeZoneByName("UTC");
+        PlatSetTimeZoneByName("Europe/Berlin");
         PlatSetLocale("en_US");
         const SYSTEMTIME now{2026, 11, 2, 24, 7, 0, 0, 0};
         PlatSetClock(&now);
@@ -71,9 +74,9 @@ protected:
         state.page = page;
         Open(state);
     }
-    void Open(const qn::ShellState& state) {
+    void Open(const qn::ShellState& state, LONG day = kTuesday) {
         shell = std::make_unique<qn::Shell>();
-        ASSERT_TRUE(shell->Open(state, kTuesday));
+        ASSERT_TRUE(shell->Open(state, day));
         Settle();
     }
     void Close() {
@@ -151,7 +154,11 @@ TEST_F(ShellTest, TurnsFiltersAndKeepsItsState) {
     EXPECT_EQ(Lines{"25 12:00 Lunch"}, Shown());
     Tap(20, 20); // the arrow at the left of the date line
     EXPECT_EQ(kTuesday, shell->Calendar().Day());
-    Key(VK_LEFT);
+    Point(PlatPointerAction::Down, 20, 20);
+    shell->Calendar().Data().Reload(); // what is pressed stays so
+    Settle();
+    Point(PlatPointerAction::Up, 20, 20);
+    EXPECT_EQ(kTuesday - 1, shell->Calendar().Day());
     Key('T');
     EXPECT_EQ(kTuesday, shell->Calendar().Day());
     Tap(240, 615); // the tab in the middle
@@ -206,6 +213,23 @@ TEST_F(ShellTest, ADragIsSaved) {
     }
 }
 
+// The list tells the device's clock at that date, and so must what is looked for in the store.
+TEST_F(ShellTest, OccurrencesOfTheSummerAreToldApart) {
+    constexpr LONG kSummer = kTuesday + 200; // 12 June 2027
+    const auto series = Make(u"Talk", At(9, 0, kSummer));
+    Daily(series);
+    Save(series);
+    Com<IRecurrencePattern> pattern;
+    Com<IAppointment> next;
+    ASSERT_EQ(S_OK, series->GetRecurrencePattern(pattern.Out()));
+    ASSERT_EQ(S_OK, pattern->GetOccurrence(kSummer + 1, next.Out()));
+    next->put_Start(At(10, 0, kSummer));
+    ASSERT_EQ(S_OK, next->Save());
+    Open({}, kSummer);
+    Drag(kMarker, YAt(9, 0), YAt(8, 30));
+    EXPECT_EQ((Lines{"12 8:30 Talk", "12 10:00 Talk"}), Shown());
+}
+
 TEST_F(ShellTest, ADragThatCantBeSavedIsToldAndTakenBack) {
     Save(Make(u"Talk", At(9)));
     Open();
@@ -233,6 +257,7 @@ TEST_F(ShellTest, DeletingAsksAndCanBeUndone) {
     EXPECT_EQ((Lines{"24 9:00 Dentist", "24 10:00 Stand-up"}), Shown());
     EXPECT_EQ(u"Health", std::u16string(shell->Calendar().Data().Lines()[0]->m_szCategories));
 
+    Key(VK_ESCAPE);
     Tap(kText, YAt(10, 0));
     PlatAnswerMessageBox(IDYES);
     Key(VK_DELETE);
@@ -240,6 +265,40 @@ TEST_F(ShellTest, DeletingAsksAndCanBeUndone) {
     EXPECT_FALSE(shell->Calendar().CanUndo());
     Key(VK_RIGHT);
     EXPECT_EQ(Lines{"25 10:00 Stand-up"}, Shown()); // the others stay
+}
+
+TEST_F(ShellTest, TheRightButtonShowsTheMenuOfAnItem) {
+    Save(Make(u"Dentist", At(9)));
+    Open();
+    const auto rightClick = [this] {
+        PlatPointer(PlatPointerAction::HoldDown, kText, YAt(9, 0));
+        Point(PlatPointerAction::HoldUp, kText, YAt(9, 0));
+    };
+    rightClick();
+    ASSERT_EQ(1U, PlatTakeMenus().size());
+    EXPECT_FALSE(shell->Calendar().IsCardOpen());
+    PlatAnswerMenu(1); // open
+    rightClick();
+    EXPECT_TRUE(shell->Calendar().IsCardOpen());
+}
+
+TEST_F(ShellTest, AllDayItemsHaveAListOfTheirOwn) {
+    const auto fair = Make(u"Fair", At(0));
+    fair->put_AllDayEvent(VARIANT_TRUE);
+    Save(fair);
+    Open();
+    Tap(kText, 50); // below the date line
+    EXPECT_TRUE(shell->Calendar().IsCardOpen());
+    Key(VK_ESCAPE);
+    Key(VK_TAB); // the hours
+    EXPECT_FALSE(shell->Calendar().HasItem());
+    Key(VK_TAB); // the tabs, the date line, the list
+    Key(VK_TAB);
+    Key(VK_TAB);
+    EXPECT_TRUE(shell->Calendar().HasItem());
+    PlatAnswerMessageBox(IDYES);
+    Key(VK_DELETE);
+    EXPECT_EQ(Lines{}, Shown());
 }
 
 TEST_F(ShellTest, AnEmptyListLeadsOn) {
@@ -279,6 +338,37 @@ TEST_F(ShellTest, FollowsTheStoreTheSchemeAndTheSize) {
     EXPECT_EQ(Lines{"24 9:00 New"}, Shown());
     Key(VK_RIGHT);
     EXPECT_EQ(kTuesday + 1, shell->Calendar().Day());
+}
+
+// Relative luminance and contrast: https://www.w3.org/TR/WCAG21/#dfn-contrast-ratio
+double Luminance(COLORREF color) {
+    const auto linear = [color](int shift) {
+        const double c = static_cast<double>((color >> shift) & 0xFF) / 255;
+        return c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(0) + 0.7152 * linear(8) + 0.0722 * linear(16);
+}
+
+TEST_F(ShellTest, EveryTextIsLegible) {
+    const auto expectContrast = [](COLORREF text, COLORREF ground) {
+        const double a = Luminance(text), b = Luminance(ground);
+        EXPECT_GE((std::max(a, b) + 0.05) / (std::min(a, b) + 0.05), 4.5)
+            << std::hex << text << " on " << ground;
+    };
+    for (const qn::Scheme scheme : {qn::Scheme::Light, qn::Scheme::Dark}) {
+        qn::UseScheme(scheme);
+        constexpr std::pair<Paint, Paint> kPairs[] = {
+            {Paint::BarText, Paint::Bar},       {Paint::BarText, Paint::Pressed},
+            {Paint::ActiveText, Paint::Active}, {Paint::Text, Paint::Window},
+            {Paint::Quiet, Paint::Window},      {Paint::Quiet, Paint::Hours},
+            {Paint::Link, Paint::Window},       {Paint::Text, Paint::Heading},
+            {Paint::TodayText, Paint::Today}};
+        for (const auto& [text, ground] : kPairs) expectContrast(qn::ColorOf(text), qn::ColorOf(ground));
+        CalendarColors rows;
+        rows.Read();
+        for (const CalendarColor ground : {kColorBack, kColorToday, kColorJournal})
+            expectContrast(rows.Value(kColorText), rows.Value(ground));
+    }
 }
 
 } // namespace
