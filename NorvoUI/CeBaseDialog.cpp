@@ -52,12 +52,13 @@ bool CeBaseDialog::Create(HWND hOwner) {
 bool CeBaseDialog::CreateFrame(HWND hOwner) {
     static const bool registered = RegisterClassW(kClass);
     static_cast<void>(registered); // a class that stands already serves too
+    m_nResult = -1;
     if (m_hWnd ||
         !CeWnd::Create(kClass, OwnerFor(hOwner), RECT{}, m_title.c_str(), WS_POPUP | WS_CLIPCHILDREN))
         return false;
     m_nResult = IDCANCEL;
     const bool focusFirst = SendMessageW(WM_INITDIALOG) != 0;
-    if (!m_hWnd || !m_Bar.Create(m_hWnd, RECT{}, kBarId)) return false;
+    if (!m_hWnd || !m_Bar.Create(m_hWnd, RECT{}, kBarId)) return false; // it may have ended there
     FillBar();
     Place();
     if (!IsOwn(GetFocus())) FocusFirst(focusFirst);

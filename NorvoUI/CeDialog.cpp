@@ -4,7 +4,7 @@
 
 int CeDialog::DoModal(HWND hOwner) {
     const HWND formerFocus = GetFocus();
-    if (!CreateFrame(hOwner)) return -1;
+    if (!CreateFrame(hOwner)) return m_nResult;
     const HWND owner = ::GetWindow(m_hWnd, GW_OWNER);
     const bool disabled = owner && !::EnableWindow(owner, FALSE); // it took input until now
     m_modal = true;

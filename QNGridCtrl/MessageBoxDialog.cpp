@@ -8,6 +8,7 @@
 #include "Resources/pictures.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -17,6 +18,7 @@ constexpr int kTextWidth = 300; // pixels at 96 dots an inch, as below: of the l
 constexpr int kLeastWidth = 160;
 constexpr int kPictureSide = 32;
 constexpr int kPadding = 10; // round picture and text
+constexpr int kLine = 20;
 
 constexpr UINT kIconMask = 0xF0;
 constexpr UINT kDefaultMask = 0xF00; // the number of the button that acts by default
@@ -155,6 +157,24 @@ void MessageBoxDialog::OnLayout(const RECT& content) {
     m_Text.SetTouchScrolling(spare < 0);
     if (spare < 0) m_Text.ModifyStyle(0, WS_TABSTOP); // it can be scrolled by keys
     m_Text.MoveWindow(text);
+}
+
+// --- A long text --------------------------------------------------------------------------------------------------
+
+LRESULT MessageBoxDialog::Text::OnVScroll(UINT code, int position) {
+    if (code != SB_LINEUP && code != SB_LINEDOWN) return CHTMLGrid::OnVScroll(code, position);
+    code == SB_LINEUP ? ScrollByPixelUp(ChromePx(kLine)) : ScrollByPixelDown(ChromePx(kLine));
+    return 0;
+}
+
+LRESULT MessageBoxDialog::Text::OnKeyDown(WPARAM code, UINT repeat, UINT flags, bool& handled) {
+    constexpr std::pair<int, UINT> kKeys[] = {{VK_UP, SB_LINEUP},    {VK_DOWN, SB_LINEDOWN},
+                                              {VK_PRIOR, SB_PAGEUP}, {VK_NEXT, SB_PAGEDOWN},
+                                              {VK_HOME, SB_TOP},     {VK_END, SB_BOTTOM}};
+    const auto key = std::ranges::find(kKeys, static_cast<int>(code), &std::pair<int, UINT>::first);
+    if (key == std::end(kKeys)) return CHTMLGrid::OnKeyDown(code, repeat, flags, handled);
+    handled = true;
+    return OnVScroll(key->second, 0);
 }
 
 // --- What the person does -----------------------------------------------------------------------------------------

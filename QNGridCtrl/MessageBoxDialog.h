@@ -24,6 +24,12 @@ protected:
     bool OnLetter(WCHAR letter) override;
 
 private:
+    // One cell, which lines and keys move through by lines and not by rows.
+    class Text : public CHTMLGrid {
+        LRESULT OnVScroll(UINT code, int position) override;
+        LRESULT OnKeyDown(WPARAM code, UINT repeat, UINT flags, bool& handled) override;
+    };
+
     void AddButtons();
     void AddPicture();
     int PictureWidth() const;
@@ -33,7 +39,7 @@ private:
     std::u16string m_markup;
     UINT m_type;
     CNorvoMBox* m_pAsking;
-    CHTMLGrid m_Text;
+    Text m_Text;
     PNGStaticWindow m_Picture;
     CeIconButton m_Check;
 };

@@ -380,7 +380,8 @@ void PopupMenuSession::Move(POINT point, bool down) {
 }
 
 void PopupMenuSession::ReleaseAt(POINT point) {
-    const bool chooses = std::exchange(m_armed, false) && !std::exchange(m_scrolling, false);
+    const bool scrolled = std::exchange(m_scrolling, false),
+               chooses = std::exchange(m_armed, false) && !scrolled;
     m_pressed = false;
     const int level = LevelAt(point);
     if (level < 0 || !chooses) return;

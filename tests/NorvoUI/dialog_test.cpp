@@ -25,6 +25,7 @@ public:
         m_Menus.AddItem(kMore, kItem, u"Item");
         EXPECT_TRUE(name.Create(m_hWnd, RECT{}, u"Name", u"", kName));
         EXPECT_TRUE(note.Create(m_hWnd, RECT{}, u"Note", u"", kNote, 0, ES_MULTILINE));
+        if (endAtOnce) EndDialog(9);
         return content;
     }
     void OnLayout(const RECT& r) override {
@@ -52,6 +53,7 @@ public:
     CeLabelEdit name, note;
     std::string text;
     bool content = true;
+    bool endAtOnce = false;
 };
 
 class Dialogs : public ModalTest {
@@ -175,6 +177,16 @@ TEST_F(Dialogs, StandOnEveryScreen) {
                                  [] { Press(VK_ESCAPE); }});
             EXPECT_EQ(form.DoModal(top), IDCANCEL);
         }
+}
+
+TEST_F(Dialogs, MayEndBeforeTheyShow) {
+    Form form;
+    form.endAtOnce = true;
+    EXPECT_EQ(form.DoModal(top), 9);
+    EXPECT_TRUE(top.IsWindowEnabled());
+    form.endAtOnce = false; // once more
+    const Script script({[] { Press(VK_RETURN); }});
+    EXPECT_EQ(form.DoModal(top), IDOK);
 }
 
 TEST_F(Dialogs, WithoutALoopEndWithTheirWindow) {
