@@ -18,6 +18,7 @@ enum ELinkNavigationMode : DWORD {
     LINK_NAVIGATION_ALWAYS = 2,
 };
 
+// Scroll bars; both together are 3.
 inline constexpr DWORD GRID_BAR_VERTICAL = 1;
 inline constexpr DWORD GRID_BAR_HORIZONTAL = 2;
 

@@ -35,6 +35,7 @@ struct HTMLGridPane {
     SIZE shift; // from the place in the whole to that in the client area
     bool floaters;
 };
+
 class QN_API CHTMLGridScreen : public CHTMLGridModel {
 public:
     // --- Scrolling (HTMLGridScroll.cpp); true when anything moved
@@ -56,6 +57,7 @@ public:
     bool ScrollToBottom();
     bool ScrollToLeft();
     bool ScrollToRight();
+    // The first one that is seen of those that scroll.
     void SetTopRow(WORD row);
     void SetLeftCol(WORD col);
     bool MakeCellVisible(WORD col, WORD row); // scrolls as little as it takes; true when it did
@@ -161,6 +163,7 @@ private:
     void DrawFloaterBody(HDC hdc, tagFLOATERINFO& floater, const RECT& body);
 
     // --- Scrolling
+    void MeasureAbove(int pixels);
     bool FindBar(int bar, HWND& hBar, int& number) const;
     bool StepCurrentRow(int step);
     bool ScrollByArrow(int bar, int step);

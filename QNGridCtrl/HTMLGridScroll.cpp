@@ -63,10 +63,23 @@ void CHTMLGridScreen::UpdateParentWithScrollingPosition(bool bVertical) {
 
 // --- Pixels -------------------------------------------------------------------------------------------------------
 
+// The rows that a step up brings in are only estimated in a virtual grid. They are measured first, and what is seen keeps
+// its place, so that it moves as far as it is told to. More than a screen is a jump, after which nobody sees a difference.
+void CHTMLGridScreen::MeasureAbove(int pixels) {
+    if (!m_bVirtual || IsInUpdate() || pixels > m_nClientHeight) return;
+    for (int row = m_Rows.At(m_nTopPixel) - 1;
+         row >= m_wFixedRows && row < m_Rows.Count() && m_Rows.Before(row + 1) > m_nTopPixel - pixels;
+         --row) {
+        const int former = m_Rows.Size(row);
+        m_nTopPixel += GetRowHeight(static_cast<WORD>(row)) - former;
+    }
+}
+
 bool CHTMLGridScreen::ScrollByPixelUp(int pixels, bool bNoClamp, bool bTouch) {
     const int least = GetFixedRowsHeight();
     if (pixels <= 0 || (!bTouch && m_nTopPixel <= least && m_nOverscroll == 0)) return false;
     const int back = std::clamp(m_nOverscroll, 0, pixels);
+    MeasureAbove(pixels - back);
     int overscroll = m_nOverscroll - back, top = m_nTopPixel - (pixels - back);
     if (top < least && !bNoClamp) {
         if (bTouch) overscroll -= (least - top) / 2;
@@ -101,6 +114,7 @@ bool CHTMLGridScreen::ScrollByPixelRight(int pixels) {
 
 bool CHTMLGridScreen::ScrollByRowUp(WORD rows, bool bSelect) {
     const int row = StepFrom(m_Rows, m_nTopPixel, m_wFixedRows, -rows);
+    MeasureAbove(m_nTopPixel - m_Rows.Before(row));
     const bool moved = ScrollByPixelUp(m_nTopPixel - m_Rows.Before(row));
     if (moved && bSelect) SetRow(GetTopRow());
     return moved;

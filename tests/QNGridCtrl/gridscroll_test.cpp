@@ -22,6 +22,11 @@ protected:
         grid->EndUpdate();
         return *grid;
     }
+    POINT Place(WORD row) {
+        POINT place{};
+        EXPECT_TRUE(grid->GetPointFromCell(0, row, place));
+        return place;
+    }
 };
 
 struct Step {
@@ -100,6 +105,25 @@ TEST_F(GridScroll, TheEndOfAVirtualGrid) {
     EXPECT_EQ(grid->GetTopPixel(), grid->m_nMaxTop);
     EXPECT_EQ(grid->GetBottomRow(), 299);
     EXPECT_LT(owner->requests, 90);
+    EXPECT_EQ(Shown().Against(PaintedAnew()), "");
+}
+
+// Rows of one to five lines; those above the view were never measured, and what comes in above moves nothing below.
+TEST_F(GridScroll, UpwardsAVirtualGridFollowsToThePixel) {
+    owner->cells = [](WORD, WORD row) {
+        std::u16string text = u"line";
+        for (int line = 0; line < row % 5; ++line) text += u"<BR>line";
+        return text;
+    };
+    Make(300, 1, {0, 0, 120, 100}, true).SetTopRow(100);
+    Shown();
+    for (int moved = 7; moved < 98; moved += 7) {
+        EXPECT_TRUE(grid->ScrollByPixelUp(7));
+        EXPECT_EQ(Place(100).y, moved);
+    }
+    EXPECT_EQ(Shown().Against(PaintedAnew()), "");
+    EXPECT_TRUE(grid->ScrollByRowUp(1));
+    EXPECT_EQ(Place(grid->GetTopRow()).y, 0);
     EXPECT_EQ(Shown().Against(PaintedAnew()), "");
 }
 
