@@ -93,7 +93,10 @@ void CHTMLGrid::UpdateSelection(POINT point) {
     SelectTo(col, row);
     tagNM_GRIDVIEW view = ViewOf(col, row, GRIDM_SELECTION_TIP);
     AskOwner(GRIDM_SELECTION_TIP, view);
-    if (view.pszText) ShowDragTip(point, TIP_BOTTOM_RIGHT, view.pszText);
+    if (view.pszText)
+        ShowDragTip(point, TIP_BOTTOM_RIGHT, view.pszText);
+    else
+        HideDragTip();
 }
 
 // --- Floaters -----------------------------------------------------------------------------------------------------

@@ -162,15 +162,19 @@ TEST_F(GridInput, RubberBand) {
         {"multi drag", 8, 1, "d60,38 m65,38 m60,58 u60,58", "=0,1"},
         {"multi drag", 8, 1, "d60,38 m66,38 m60,58 u60,58", "=0,1-0,2"},
         // --- at the edge it scrolls
-        {"multi", 50, 1, "d60,150 m60,190", "=0,7-0,9 captured"},
-        {"multi", 50, 1, "d60,150 m60,190 w300 w300", "=0,7-0,11 top 40 captured"},
-        {"multi", 50, 1, "d60,150 m60,190 w300 w300 m60,100 w900", "=0,7 top 40"},
+        {"multi", 50, 1, "d60,150 m60,190", "=0,7-0,9 captured tip"},
+        {"multi", 50, 1, "d60,150 m60,190 w300 w300", "=0,7-0,11 top 40 captured tip"},
+        {"multi", 50, 1, "d60,150 m60,190 w300 w300 m60,100 w900", "=0,7 top 40 tip"},
         {"multi", 50, 1, "d60,150 m60,190 w300 w300 m60,100 u60,100 { t60,10 }",
          "new tap 0,2; =0,2-0,7 top 40"},
         // --- a release that wasn't seen, and input that is lost
         {"multi", 50, 1, "d60,45 u220,300 m60,105", "=0,2"},
         {"multi", 50, 1, "d60,45 m60,105 ! m60,145", "=0,2-0,5"},
     });
+    Make(8).SetMultiSelect(true);
+    EXPECT_EQ(Play("d60,38 m60,98"), "=0,1-0,4 tip");
+    owner->answers[GRIDM_SELECTION_TIP] = 0; // nothing to say any more
+    EXPECT_EQ(Play("m60,118"), "=0,1-0,5");
 }
 
 // --- Drags --------------------------------------------------------------------------------------------------------

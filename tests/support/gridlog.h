@@ -40,7 +40,7 @@ public:
             return Line("moved " + std::to_string(view->dwData) + " " + Cell(*view));
         case GRIDM_FLOATER_TIP:
         case GRIDM_SELECTION_TIP:
-            return view->pszText = u"tip", 1;
+            return view->pszText = Answer(msg, 1) ? u"tip" : nullptr, 1;
         case GRIDM_HOLD_QUERY:
             return Answer(msg, 1);
         case GRIDM_DRAG_IMAGES:
@@ -220,7 +220,8 @@ private:
         if (grid->GetTopPixel() != grid->GetFixedRowsHeight())
             state += " top " + std::to_string(grid->GetTopPixel());
         if (GetCapture() == grid->GetHWnd()) state += " captured";
-        if (grid->GetEditMode()) state += " editing";
+        const HWND child = GetWindow(grid->GetHWnd(), GW_CHILD);
+        if (child && IsWindowVisible(child)) state += grid->GetEditMode() ? " editing" : " tip";
         if (grid->IsLinkNavigationActive()) state += " in links";
         for (DWORD place = 0; place < DWORD{grid->GetColCount()} * grid->GetRowCount(); ++place) {
             const WORD col = static_cast<WORD>(place / grid->GetRowCount()),
