@@ -8,6 +8,9 @@
 #include "Platform/strings.h"
 #include "Platform/windows.h"
 
+#include <atomic>
+#include <bit>
+#include <cstdint>
 #include <algorithm>
 #include <cstdlib>
 #include <string>
@@ -62,8 +65,8 @@ private:
 
     SdlThread m_thread{*this};
     std::atomic<HWND> m_bridge{nullptr};
-    std::atomic<SIZE> m_size{};       // of the real window, by the last word of it
-    std::atomic<bool> m_sized{false}; // the application was told, and has not looked yet
+    std::atomic<std::uint64_t> m_size{0}; // a SIZE: of the real window, by the last word of it
+    std::atomic<bool> m_sized{false};     // the application was told, and has not looked yet
     HWND m_top = nullptr;
     int m_dots = 96;
 };
@@ -156,7 +159,7 @@ std::u16string Presentation::GetText() {
 
 // While the person drags a corner there are more sizes than can be laid out: the newest counts.
 void Presentation::Resized(SIZE size) {
-    m_size = size;
+    m_size = std::bit_cast<std::uint64_t>(size);
     if (!m_sized.exchange(true) && !PostMessageW(m_bridge, kMsgResized, 0, 0)) m_sized = false;
 }
 
@@ -172,7 +175,7 @@ LRESULT Presentation::BridgeProc(HWND window, UINT message, WPARAM wParam, LPARA
     switch (message) {
     case kMsgResized:
         self.m_sized = false;
-        self.FollowSize(self.m_size);
+        self.FollowSize(std::bit_cast<SIZE>(self.m_size.load()));
         return 0;
     case kMsgClose:
         return self.m_top ? SendMessageW(self.m_top, WM_CLOSE, 0, 0) : 0;
