@@ -111,7 +111,11 @@ void CalendarData::Finished() {
 
 void CalendarData::Wait() {
     MSG message;
-    while (m_loading && GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+    while (m_loading) {
+        if (GetMessageW(&message, nullptr, 0, 0) <= 0)
+            return PostQuitMessage(static_cast<int>(message.wParam));
+        DispatchMessageW(&message);
+    }
 }
 
 LRESULT CalendarData::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {

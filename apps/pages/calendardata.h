@@ -24,7 +24,7 @@ public:
     // The days from first to last.
     void Load(LONG first, LONG last);
     void Reload();
-    // Dispatches messages until nothing is being loaded any more.
+    // Dispatches messages until nothing is being loaded any more, or the application ends.
     void Wait();
     // Called when a load begins and when it is over.
     std::function<void(bool loading)> busy;

@@ -282,7 +282,8 @@ void CalendarView::DeleteCurrent() {
                                  u"?\n\nThe other dates of the series stay. This date can't be brought back."
                            : u"Delete " + name + u"?\n\nYou can undo it.";
     CNorvoMBox box(line->m_bRecurring ? nullptr : u"Delete_Appt");
-    if (box.Ask(GetHWnd(), question.c_str(), u"Delete", MB_YESNO | MB_ICONQUESTION) != IDYES) return;
+    box.SetButtonText(IDOK, u"&Delete");
+    if (box.Ask(GetHWnd(), question.c_str(), u"Delete", MB_OKCANCEL | MB_ICONQUESTION) != IDOK) return;
     Com<IItem> undo;
     const HRESULT result = DeleteAppointment(*line, undo);
     if (FAILED(result)) {

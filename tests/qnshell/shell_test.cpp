@@ -247,10 +247,10 @@ TEST_F(ShellTest, DeletingAsksAndCanBeUndone) {
     Save(series);
     Open();
     Tap(kText, YAt(9, 0)); // its card
-    PlatAnswerMessageBox(IDNO);
+    PlatAnswerMessageBox(IDCANCEL);
     Key(VK_DELETE);
     EXPECT_EQ(2U, Shown().size());
-    PlatAnswerMessageBox(IDYES);
+    PlatAnswerMessageBox(IDOK);
     Key(VK_DELETE);
     EXPECT_EQ(Lines{"24 10:00 Stand-up"}, Shown());
     Key('Z', true);
@@ -259,7 +259,7 @@ TEST_F(ShellTest, DeletingAsksAndCanBeUndone) {
 
     Key(VK_ESCAPE);
     Tap(kText, YAt(10, 0));
-    PlatAnswerMessageBox(IDYES);
+    PlatAnswerMessageBox(IDOK);
     Key(VK_DELETE);
     EXPECT_EQ(Lines{"24 9:00 Dentist"}, Shown());
     EXPECT_FALSE(shell->Calendar().CanUndo());
@@ -296,7 +296,7 @@ TEST_F(ShellTest, AllDayItemsHaveAListOfTheirOwn) {
     Key(VK_TAB);
     Key(VK_TAB);
     EXPECT_TRUE(shell->Calendar().HasItem());
-    PlatAnswerMessageBox(IDYES);
+    PlatAnswerMessageBox(IDOK);
     Key(VK_DELETE);
     EXPECT_EQ(Lines{}, Shown());
 }
