@@ -449,7 +449,8 @@ CNativeGestures::Flick CNativeGestures::Read(WPARAM wParam, LPARAM lParam) {
 bool CHTMLGrid::OnGesture(WPARAM wParam, LPARAM lParam) {
     const CNativeGestures::Flick flick = CNativeGestures::Read(wParam, lParam);
     if (flick == CNativeGestures::Flick::None) return false;
-    if (flick == CNativeGestures::Flick::Other) return true;
+    const bool drags = m_Press.rubberBand || m_Press.floaterMoved || m_Drag.active;
+    if (flick == CNativeGestures::Flick::Other || drags) return true;
     EmptySelection();
     m_Kinetic.Horizontal(0, 0);
     m_Kinetic.Vertical(0, 0);

@@ -128,6 +128,7 @@ bool PlatGesture(int x, int y, ULONGLONG direction) {
     if (!GesturesSupported()) return false;
     Desktop& desktop = TheDesktop();
     std::lock_guard lock(desktop.lock);
+    if (desktop.drag.window) return false; // a scroll bar follows the pointer
     const HWND target = desktop.capture ? desktop.capture : PlaceOf(desktop, {x, y}).window;
     const Window* window = desktop.Find(target);
     Queue* queue = desktop.QueueOfWindow(target);

@@ -147,6 +147,12 @@ TEST_F(GridInput, TheHostMaySeeAFlickFirst) {
     PlatGesture(20, 50, 1); // up: nothing
     Pump();
     EXPECT_EQ(Log(), "swipe right; ");
+    Play("d193,20"); // the thumb of the bar
+    EXPECT_FALSE(PlatGesture(193, 20, ARG_SCROLL_LEFT));
+    Make(50).SetMultiSelect(true);
+    Play("u193,20 d60,38 m60,98");
+    PlatGesture(60, 38, ARG_SCROLL_LEFT);
+    EXPECT_EQ(Play("u60,98"), "=0,1-0,4") << "it draws a selection";
 }
 
 // --- Selections that are drawn ------------------------------------------------------------------------------------
