@@ -49,6 +49,9 @@ bool IsWindowOf(HWND hWnd, const CeWnd* object) {
 
 WNDPROC ProcedureOf(HWND hWnd) { return reinterpret_cast<WNDPROC>(::GetWindowLongW(hWnd, GWL_WNDPROC)); }
 
+// A crash is being told: while the box is shown others may come, of the same window again and again. They are only logged.
+thread_local bool t_telling = false;
+
 // Told, logged, and the application ends in order.
 void EndAfterCrash(HWND hWnd) {
     CeTraceLog(u"Exception");
@@ -64,7 +67,9 @@ void EndAfterCrash(HWND hWnd) {
     wsprintfW(text, u"%s:: %s at %s had an internal crash. Now closing program.",
               dialog ? u"CeDialog" : u"CeWnd", className, time);
     CeTraceLog(u"%s", text);
+    if (std::exchange(t_telling, true)) return;
     MessageBoxW(nullptr, text, u"Software Error", MB_ICONHAND);
+    t_telling = false;
     PostQuitMessage(0);
 }
 
@@ -76,6 +81,7 @@ void EndAfterCrash(HWND hWnd) {
 struct CeWnd::Handling {
     const CeWnd* object;
     Handling* outer;
+    bool telling;
     bool gone = false;
 };
 thread_local CeWnd::Handling* CeWnd::s_handling = nullptr;
@@ -95,12 +101,14 @@ LRESULT CeWnd::StartWndProc(HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam) {
 LRESULT CeWnd::WndProc(HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam) {
     auto* object = reinterpret_cast<CeWnd*>(::GetWindowLongW(hWnd, GWL_USERDATA));
     if (!object) return DefWindowProcW(hWnd, msg, wParam, lParam);
-    Handling handling{object, s_handling};
+    Handling handling{object, s_handling, t_telling};
     s_handling = &handling;
     LRESULT result = 0;
     const bool whole = GuardedCall([&] { result = object->Dispatch(handling, hWnd, msg, wParam, lParam); });
     s_handling = handling.outer;
     if (whole) return result;
+    t_telling = handling.telling;                       // what was told inside of this was left by the crash
+    if (msg == WM_PAINT) ::ValidateRect(hWnd, nullptr); // or it would come again and again
     EndAfterCrash(hWnd);
     return 0;
 }

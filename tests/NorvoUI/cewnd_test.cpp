@@ -22,6 +22,7 @@ class Listener : public CeWnd {
 public:
     bool m_done = false;
     bool m_deleteLast = false;
+    bool m_crashesPainting = false;
     std::vector<std::string>* m_heard = nullptr;
 
     void Say(const std::string& what) const {
@@ -58,6 +59,10 @@ public:
         return 9;
     }
     LRESULT OnIMEHandler(UINT, WPARAM, LPARAM, bool&) override { return Say("input method"), 0; }
+    LRESULT OnPaint(bool&) override {
+        if (m_crashesPainting) *reinterpret_cast<volatile int*>(8) = 1;
+        return 0;
+    }
     LRESULT OnOrientationChange(int cx, int cy, bool&) override {
         return Say("turned " + std::to_string(cx) + "x" + std::to_string(cy)), 0;
     }
@@ -332,6 +337,29 @@ TEST_F(CeWindows, ACrashEndsTheApplicationInOrder) {
     EXPECT_TRUE(boxes[0].text.ends_with(u" had an internal crash. Now closing program."));
     MSG message;
     EXPECT_FALSE(GetMessageW(&message, nullptr, 0, 0)); // WM_QUIT
+
+    // One that crashes while the box is shown is told no second time; a painting one is not asked to paint for ever.
+    struct Box final : PlatPromptProvider {
+        explicit Box(HWND w) : window(w) {}
+        int ShowMessageBox(HWND, LPCWSTR, LPCWSTR, UINT) override {
+            SendMessageW(window, kTold + 1, 0, 0);
+            return ++shown, IDOK;
+        }
+        UINT PickFromMenu(HWND, HMENU, int, int) override { return 0; }
+        BOOL Beep(UINT) override { return TRUE; }
+        const HWND window;
+        int shown = 0;
+    } box(window);
+    PlatSetPromptProvider(&box);
+    window.m_crashesPainting = true;
+    window.ShowWindow(SW_SHOW);
+    for (int i = 0; i < 20 && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE); ++i)
+        DispatchMessageW(&message);
+    EXPECT_EQ(box.shown, 1);
+    EXPECT_FALSE(window.GetUpdateRect(nullptr));
+    window.SendMessageW(kTold + 1);
+    EXPECT_EQ(box.shown, 2);
+    PlatSetPromptProvider(nullptr);
     window.DestroyWindow();
 }
 
