@@ -186,12 +186,12 @@ LRESULT CeBaseDialog::OnCommand(WPARAM wParam, LPARAM lParam, bool& handled) {
     return 0;
 }
 
-// Below its button where there is more room than above it.
+// Below its button where there is room for it, else it stands on it.
 void CeBaseDialog::DropMenu(UINT id) {
     RECT button{};
     if (!m_Bar.GetButtonRect(id, button)) return;
-    const RECT work = WorkArea();
-    const bool below = work.bottom - button.bottom > button.top - work.top;
+    const int height = GetMenuItemCount(m_Menus.GetPopup(id)) * ChromeTapHeight();
+    const bool below = button.bottom + height < WorkArea().bottom;
     if (const UINT chosen = m_Menus.Track(id, m_hWnd, button.left, below ? button.bottom : button.top))
         Command(chosen);
 }

@@ -14,6 +14,7 @@ constexpr int kGap = 4; // pixels at 96 dots an inch, as the others
 constexpr int kArrowWidth = 12;
 constexpr int kCheckSide = 16;
 constexpr int kCheckInset = 2;
+constexpr int kCheckPoints = 9;
 constexpr int kFocusInset = 3;
 constexpr int kLeastPacked = 72;
 
@@ -37,6 +38,7 @@ bool CeIconButtonBase::Create(HWND hParent, const RECT& rect, UINT id, DWORD sty
 
 void CeIconButtonBase::AddButton(UINT id, LPCWSTR text, WORD picture, DWORD flags, int width) {
     m_buttons.push_back({id, text ? text : u"", nullptr, flags, width});
+    if (flags & ICONBUTTON_CHECK) SetIconText(id, text, FW_NORMAL, kCheckPoints); // as the fields round it
     SetIconImage(id, picture);
 }
 
