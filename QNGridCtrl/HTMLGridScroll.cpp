@@ -45,12 +45,18 @@ bool CHTMLGridScreen::MoveTo(int left, int top, int overscroll) {
     m_nOverscroll = overscroll;
     m_Kinetic.SetOverscroll(overscroll);
     RecalcScreenCells();
-    if (m_nLeftPixel == formerLeft && m_nTopPixel == formerTop && overscroll == former) return false;
+    const bool upright = m_nTopPixel != formerTop || overscroll != former,
+               sideways = m_nLeftPixel != formerLeft;
+    if (!upright && !sideways) return false;
     RequestUpdate(UPDATE_SCROLLED);
-    if (m_nTopPixel != formerTop) UpdateScrollBars(GRID_BAR_VERTICAL);
-    if (m_nLeftPixel != formerLeft) UpdateScrollBars(GRID_BAR_HORIZONTAL);
-    UpdateParentWithScrollingPosition(true);
-    UpdateParentWithScrollingPosition(false);
+    if (upright) {
+        UpdateScrollBars(GRID_BAR_VERTICAL);
+        UpdateParentWithScrollingPosition(true);
+    }
+    if (sideways) {
+        UpdateScrollBars(GRID_BAR_HORIZONTAL);
+        UpdateParentWithScrollingPosition(false);
+    }
     return true;
 }
 
