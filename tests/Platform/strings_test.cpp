@@ -171,7 +171,11 @@ TEST(Format, Numbers) {
                                                                              " -1.2 0.0001 1.234500E+04");
 }
 
-TEST(Format, Texts) {
+TEST(Format, TextsAndWhatIsNoType) {
+    EXPECT_EQ(Formatted(u"100%% %q %d", 5), "100% %q 5"); // it stands, and takes nothing
+    EXPECT_EQ(Formatted(u"%n%d", 5), "%n5");
+    EXPECT_EQ(Formatted(u"%"), "%");
+    EXPECT_EQ(Formatted(u"%-08.3"), "%-08.3");
     EXPECT_EQ(Formatted(u"%s|%6s|%-6s|%.2s", u"äöü", u"ab", u"ab", u"abc"), "äöü|    ab|ab    |ab");
     EXPECT_EQ(Formatted(u"%S|%hs|%ls|%.3S", "n€", "h", u"l", "abcdef"), "n€|h|l|abc");
     EXPECT_EQ(Formatted(u"%s %S %.3s", static_cast<WCHAR*>(nullptr), static_cast<char*>(nullptr),
@@ -180,13 +184,6 @@ TEST(Format, Texts) {
     EXPECT_EQ(Formatted(u"%c%c%C", u'é', u'x', 'n'), "éxn");
     const WCHAR open[3] = {u'a', u'b', u'c'}; // no terminator within the precision
     EXPECT_EQ(Formatted(u"%.3s", open), "abc");
-}
-
-TEST(Format, UnknownTypesStandAndTakeNothing) {
-    EXPECT_EQ(Formatted(u"100%% %q %d", 5), "100% %q 5");
-    EXPECT_EQ(Formatted(u"%n%d", 5), "%n5");
-    EXPECT_EQ(Formatted(u"%"), "%");
-    EXPECT_EQ(Formatted(u"%-08.3"), "%-08.3");
 }
 
 TEST(Format, NothingIsWrittenPastTheLimit) {
@@ -283,18 +280,14 @@ TEST(CodePages, WritesUtf8) {
     EXPECT_TRUE(lost);
 }
 
-TEST(CodePages, RefusesWhatIsNotThere) {
+TEST(CodePages, RefusesWhatIsNotThereAndNeverCutsWithinACharacter) {
     WCHAR text[2];
     EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "abc", 3, text, 2), 0);
     EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, nullptr, -1, text, 2), 0);
     EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "abc", 0, text, 2), 0);
     EXPECT_EQ(MultiByteToWideChar(932, 0, "abc", 3, nullptr, 0), 0);
     EXPECT_EQ(MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, "\xE4", 1, text, 2), 0);
-}
-
-TEST(CodePages, NarrowTextIsNeverCutWithinACharacter) {
-    char bytes[8];
-    std::memset(bytes, '#', sizeof bytes);
+    char bytes[9] = "########";
     EXPECT_EQ(wcstombs(bytes, u"a€b", 3), 1u);
     EXPECT_STREQ(bytes, "a");
     EXPECT_EQ(wcstombs(bytes, u"a€b", 5), 5u);

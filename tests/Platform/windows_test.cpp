@@ -104,6 +104,13 @@ TEST_F(ThreadsWindows, CreateComesFirstAndDestroyLast) {
     EXPECT_FALSE(IsWindow(window));
     EXPECT_EQ(ErrorOf(PostMessageW(window, WM_USER, 0, 0)), ERROR_INVALID_WINDOW_HANDLE);
     EXPECT_EQ(ErrorOf(DestroyWindow(window)), ERROR_INVALID_WINDOW_HANDLE);
+    EXPECT_GT(reinterpret_cast<ULONG_PTR>(window), 0xFFFFu); // smaller numbers stand for other things
+    for (int i = 0; i < 1500; ++i) {                         // and it is nobody else's
+        const HWND later = Make();
+        ASSERT_NE(later, window);
+        DestroyWindow(later);
+    }
+    EXPECT_FALSE(IsWindow(window));
 }
 
 LRESULT RefuseCreation(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -228,6 +235,22 @@ TEST_F(ThreadsWindows, PlacesOrderAndState) {
     EXPECT_GT(rect.left, 100'000);
     EXPECT_EQ(rect.right, rect.left);
     DestroyWindow(top);
+}
+
+TEST_F(ThreadsWindows, WhoBecomesActiveInTheMiddleStaysSo) {
+    const HWND a = Make(nullptr, WS_VISIBLE), b = Make(nullptr, WS_VISIBLE), c = Make(nullptr, WS_VISIBLE);
+    Handler passOn = [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        if (message == WM_ACTIVATE && wParam == 0) SetActiveWindow(b);
+        return DefWindowProcW(window, message, wParam, lParam);
+    };
+    Answer(c, passOn);
+    t_seen.clear();
+    SetActiveWindow(a);
+    EXPECT_EQ(GetActiveWindow(), b);
+    EXPECT_EQ(GetFocus(), b);
+    for (const Seen& seen : t_seen)
+        EXPECT_FALSE(seen.window == a && seen.message == WM_ACTIVATE && seen.wParam == 1);
+    for (const HWND window : {a, b, c}) DestroyWindow(window);
 }
 
 // --- Posting ------------------------------------------------------------------------------------------------------
@@ -526,28 +549,12 @@ TEST_F(ThreadsWindows, MeasuresFollowTheScreen) {
     EXPECT_TRUE(SystemParametersInfoW(SPI_GETWORKAREA, 0, &area, 0));
     EXPECT_EQ(area.bottom, 640);
     EXPECT_FALSE(SystemParametersInfoW(1, 0, &area, 0));
-}
-
-TEST_F(ThreadsWindows, FontsAndBrushes) {
-    LOGFONTW asked{};
-    asked.lfHeight = -12;
-    asked.lfWeight = FW_BOLD;
-    std::ranges::copy(std::u16string_view(u"Tahoma"), asked.lfFaceName);
-    const HFONT font = CreateFontIndirectW(&asked);
-    LOGFONTW given{};
-    EXPECT_EQ(GetObjectW(font, sizeof given, &given), 92);
-    EXPECT_EQ(given.lfWeight, FW_BOLD);
-    EXPECT_EQ(std::u16string(given.lfFaceName), u"Tahoma");
-    EXPECT_TRUE(DeleteObject(font));
-    EXPECT_FALSE(DeleteObject(font));
     const HBRUSH window = GetSysColorBrush(COLOR_WINDOW | static_cast<int>(SYS_COLOR_INDEX_FLAG));
     EXPECT_EQ(window, GetSysColorBrush(COLOR_WINDOW));
     EXPECT_TRUE(DeleteObject(window));
     LOGBRUSH brush{};
     EXPECT_EQ(GetObjectW(window, sizeof brush, &brush), static_cast<int>(sizeof brush)); // still there
     EXPECT_EQ(brush.lbColor, GetSysColor(COLOR_WINDOW));
-    EXPECT_EQ(GetStockObject(WHITE_BRUSH), GetStockObject(WHITE_BRUSH));
-    EXPECT_EQ(GetStockObject(99), nullptr);
 }
 
 // --- Object model -------------------------------------------------------------------------------------------------
