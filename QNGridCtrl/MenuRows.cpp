@@ -11,6 +11,7 @@ namespace {
 
 constexpr int kMarkWidth = 26; // pixels at 96 dots an inch, as the others: check and dot, left of the text
 constexpr int kMarkSide = 12;
+constexpr int kKeysGap = 16;
 constexpr int kArrowWidth = 22;
 constexpr int kSeparatorHeight = 7;
 constexpr int kRowPadding = 3; // above and below a text that wraps
@@ -35,21 +36,33 @@ MenuRow ReadRow(HMENU menu, UINT position) {
     info.cbSize = sizeof info;
     info.fMask = MIIM_STATE | MIIM_ID | MIIM_SUBMENU | MIIM_TYPE;
     GetMenuItemInfoW(menu, position, TRUE, &info);
-    return {info.fType | info.fState, info.wID, info.hSubMenu, ItemText(menu, position)};
+    const std::u16string text = ItemText(menu, position);
+    const std::size_t tab = std::min(text.find(u'\t'), text.size());
+    MenuRow row{info.fType | info.fState, info.wID, info.hSubMenu, text.substr(0, tab)};
+    if (tab < text.size()) row.keys = text.substr(tab + 1);
+    return row;
+}
+
+std::u16string FontTag(COLORREF color) {
+    WCHAR code[8];
+    ColorRefToHTML(color, code, 8);
+    return std::u16string(u"<FONT SIZE=2 NAME=\"Tahoma\" COLOR=") + code + u">";
 }
 
 // Mark-up of a text whose "&" underlines the letter behind it; "&&" is one.
 std::u16string RowMarkup(const MenuRow& row, COLORREF color) {
-    WCHAR code[8];
-    ColorRefToHTML(color, code, 8);
-    std::u16string markup = std::u16string(u"<FONT SIZE=2 NAME=\"Tahoma\" COLOR=") + code + u">";
+    std::u16string markup = FontTag(color);
     const std::u16string_view text = row.text;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const bool marked = text[i] == u'&' && ++i < text.size() && text[i] != u'&';
-        if (i < text.size())
-            markup += (marked ? u"<U>" : u"") + HTMLEscape(text.substr(i, 1)) + (marked ? u"</U>" : u"");
+        if (i == text.size()) break;
+        markup += (marked ? u"<U>" : u"") + HTMLEscape(text.substr(i, 1)) + (marked ? u"</U>" : u"");
     }
     return markup;
+}
+
+std::u16string KeysMarkup(const MenuRow& row, COLORREF color) {
+    return u"<P RIGHT>" + FontTag(color) + HTMLEscape(row.keys);
 }
 
 void FindLetter(MenuRow& row) {
@@ -60,14 +73,23 @@ void FindLetter(MenuRow& row) {
 }
 
 // The size of a text in one line, or wrapped at a width.
-SIZE TextSize(HDC hdc, const MenuRow& row, int width, bool wraps) {
-    const std::u16string markup = RowMarkup(row, 0);
+SIZE TextSize(HDC hdc, const std::u16string& markup, int width, bool wraps) {
     CHTMLParser parser;
     parser.SetHTML(markup.c_str());
     parser.ParseHTML(nullptr);
     RECT box = {0, 0, width, 0};
     DrawHTML(hdc, box, 0, parser, nullptr, HTML_MEASURE, HTML_NO_COLOR, !wraps);
     return {box.right, box.bottom};
+}
+
+// In the middle of the box from top to bottom.
+void DrawText(HDC hdc, RECT box, const std::u16string& markup) {
+    const SIZE size = TextSize(hdc, markup, static_cast<int>(box.right - box.left), true);
+    box.top += (box.bottom - box.top - size.cy) / 2;
+    CHTMLParser parser;
+    parser.SetHTML(markup.c_str());
+    parser.ParseHTML(nullptr);
+    DrawHTML(hdc, box, 0, parser, nullptr, 0, HTML_NO_COLOR, false);
 }
 
 RECT SquareIn(const RECT& place, int side) {
@@ -87,16 +109,22 @@ MenuRows::MenuRows(HMENU menu) {
 
 SIZE MenuRows::Measure(int most) {
     const HDC hdc = CreateCompatibleDC(nullptr);
-    const bool opens = std::ranges::any_of(m_rows, [](const MenuRow& row) { return row.subMenu != nullptr; });
+    LONG widest = 0, keys = 0;
+    bool opens = false;
+    for (const MenuRow& row : m_rows) {
+        widest = std::max(widest, TextSize(hdc, RowMarkup(row, 0), most, false).cx);
+        if (!row.keys.empty())
+            keys = std::max(keys, TextSize(hdc, FontTag(0) + HTMLEscape(row.keys), most, false).cx);
+        opens = opens || row.subMenu;
+    }
+    m_keysWidth = keys > 0 ? static_cast<int>(keys) + 1 + ChromePx(kKeysGap) : 0;
     m_arrowWidth = ChromePx(opens ? kArrowWidth : 2 * kRowPadding);
-    const int columns = ChromePx(kMarkWidth) + m_arrowWidth;
-    int widest = 0;
-    for (const MenuRow& row : m_rows)
-        widest = std::max(widest, static_cast<int>(TextSize(hdc, row, most, false).cx));
-    const int texts = std::max(std::min(widest + 1, most - columns), 1);
+    const int columns = ChromePx(kMarkWidth) + m_keysWidth + m_arrowWidth;
+    const int texts = std::max(std::min(static_cast<int>(widest) + 1, most - columns), 1);
     int top = 0;
     for (MenuRow& row : m_rows) {
-        const int high = static_cast<int>(TextSize(hdc, row, texts, true).cy) + 2 * ChromePx(kRowPadding);
+        const int high =
+            static_cast<int>(TextSize(hdc, RowMarkup(row, 0), texts, true).cy) + 2 * ChromePx(kRowPadding);
         row.top = top;
         row.height = row.IsSeparator() ? ChromePx(kSeparatorHeight) : std::max(high, ChromeTapHeight());
         top += row.height;
@@ -134,14 +162,11 @@ void MenuRows::PaintRow(HDC hdc, const MenuRow& row, const RECT& place, bool hig
         DrawMark(hdc, SquareIn(mark, ChromePx(kMarkSide)),
                  row.flags & MFT_RADIOCHECK ? MARK_RADIO : MARK_CHECK, color);
     if (row.subMenu) DrawMark(hdc, SquareIn(arrow, ChromePx(kMarkSide)), MARK_RIGHT, color);
-    RECT box = {mark.right, place.top, arrow.left, place.bottom};
-    const SIZE text = TextSize(hdc, row, static_cast<int>(box.right - box.left), true);
-    box.top += (box.bottom - box.top - text.cy) / 2;
-    const std::u16string markup = RowMarkup(row, color);
-    CHTMLParser parser;
-    parser.SetHTML(markup.c_str());
-    parser.ParseHTML(nullptr);
-    DrawHTML(hdc, box, 0, parser, nullptr, 0, HTML_NO_COLOR, false);
+    const LONG keys = arrow.left - m_keysWidth;
+    DrawText(hdc, {mark.right, place.top, keys, place.bottom}, RowMarkup(row, color));
+    if (row.keys.empty()) return;
+    const COLORREF quiet = highlighted ? color : GetSysColor(COLOR_GRAYTEXT);
+    DrawText(hdc, {keys, place.top, arrow.left, place.bottom}, KeysMarkup(row, quiet));
 }
 
 // --- Finding ------------------------------------------------------------------------------------------------------

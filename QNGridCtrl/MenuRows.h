@@ -12,9 +12,10 @@ struct MenuRow {
     UINT id;
     HMENU subMenu;
     std::u16string text; // with its "&"; empty for an item that its owner would draw, whose text nobody knows
-    WCHAR letter = 0;    // that "&" marks, in upper case; else the first one
-    bool marked = false; // by "&"
-    int top = 0;         // pixels from the first row
+    std::u16string keys{}; // the same by keyboard: what stood behind a tab stop
+    WCHAR letter = 0;      // that "&" marks, in upper case; else the first one
+    bool marked = false;   // by "&"
+    int top = 0;           // pixels from the first row
     int height = 0;
 
     bool IsSeparator() const { return (flags & MF_SEPARATOR) != 0; }
@@ -42,5 +43,6 @@ private:
     void PaintRow(HDC hdc, const MenuRow& row, const RECT& place, bool highlighted) const;
 
     std::vector<MenuRow> m_rows;
-    int m_arrowWidth = 0; // right of the texts
+    int m_keysWidth = 0; // right of the texts, with the gap between
+    int m_arrowWidth = 0;
 };

@@ -1,4 +1,5 @@
-// A popup menu on the screen. Rows with a check, a dot, the arrow of a sub-menu; "&" underlines a letter.
+// A popup menu on the screen. Rows with a check, a dot, the arrow of a sub-menu; "&" underlines a letter, what stands behind a
+// tab stop is the key that does the same.
 //
 //   pointer   a release on a row chooses, resting on one opens its sub-menu; a press outside closes; a menu that is
 //             taller than the screen follows the finger and the wheel

@@ -203,6 +203,20 @@ TEST_F(PopupMenus, ATallOneScrolls) {
     EXPECT_EQ(Track(), 11); // one row
 }
 
+// The column of texts is as wide as the longest, that of keys beside it: 26 + 10 * 6 + 1, 16 + 6 * 6 + 1, an edge of 6.
+TEST_F(PopupMenus, AsWideAsTextsAndKeys) {
+    const HMENU menu = CreatePopupMenu();
+    AppendMenuW(menu, MF_STRING, 1, u"Undo\tCtrl+Z");
+    AppendMenuW(menu, MF_STRING, 2, u"Read again");
+    const Script script({[] {
+                             EXPECT_EQ(PixelAt(146, 2), GetSysColor(COLOR_WINDOW));
+                             EXPECT_EQ(PixelAt(147, 2), GetSysColor(COLOR_GRAYTEXT)); // the border
+                         },
+                         [] { PlatText(u"R"), Press(VK_RETURN); }});
+    EXPECT_EQ(TrackPopupMenuEx(menu, TPM_RETURNCMD, 0, 0, top, nullptr), 2);
+    DestroyMenu(menu);
+}
+
 // Across another row into the sub-menu that is open: it stays.
 TEST_F(PopupMenus, TheWayToASubMenuDoesNotCloseIt) {
     Type("dddr");
