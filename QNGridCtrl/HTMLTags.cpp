@@ -44,10 +44,10 @@ int HexDigit(WCHAR c) {
     return -1;
 }
 
-// Two digits; the pair ends at the first that is none.
-DWORD HexPair(Text pair) {
+// The two digits there; the pair ends at the first that is none, and missing ones are nothing.
+DWORD HexPair(Text digits, std::size_t from) {
     DWORD value = 0;
-    for (WCHAR c : pair) {
+    for (WCHAR c : digits.substr(std::min(from, digits.size()), 2)) {
         const int digit = HexDigit(c);
         if (digit < 0) break;
         value = value * 16 + static_cast<DWORD>(digit);
@@ -56,8 +56,7 @@ DWORD HexPair(Text pair) {
 }
 
 COLORREF HexColor(Text rrggbb) {
-    return HexPair(rrggbb.substr(0, 2)) | HexPair(rrggbb.substr(2, 2)) << 8 |
-           HexPair(rrggbb.substr(4, 2)) << 16;
+    return HexPair(rrggbb, 0) | HexPair(rrggbb, 2) << 8 | HexPair(rrggbb, 4) << 16;
 }
 
 // The colour in the last six characters, when that many stand behind `front`.

@@ -116,7 +116,8 @@ TEST_F(HTMLParser, StylesAreCurrentValues) {
         {"grounds", u"<BODY BGCOLOR=#F5F5F5>a<FONT BGCOLOR=#102030>b<FONT SIZE=2>c",
          "text 'a' back f5f5f5\ntext 'b' back 302010\ntext 'c' back f5f5f5\n"},
         {"a pair ends at what is no digit", u"<BODY BGCOLOR=#xyF 12>a", "text 'a' back 120f00\n"},
-        {"too short for a colour", u"<BODY 123>a<FONT BGCOLOR=#123>b", "text 'a'\ntext 'b'\n"},
+        {"too short for a colour", u"<BODY 123>a<FONT BGCOLOR=#123>b<FONT COLOR=#F1>c<FONT COLOR=#>d",
+         "text 'a'\ntext 'b'\ntext 'c' fore f1\ntext 'd'\n"},
         {"selection", u"<V>a</V>b", "text 'a' fore ffffff back d77800\ntext 'b'\n"},
         {"editable", u"<EDITABLE>a</EDITABLE>b", "text 'a' editable\ntext 'b'\n"},
     };
