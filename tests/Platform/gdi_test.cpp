@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -378,6 +379,16 @@ TEST(Gdi, ADeletedObjectServesTheContextThatHasIt) {
     DeleteObject(bitmap);
     EXPECT_EQ(SetPixel(dc, 2, 2, kGreen), kGreen);
     EXPECT_TRUE(DeleteDC(dc));
+}
+
+TEST(ThreadsGdi, AContextThatAnotherThreadEndedIsGone) {
+    const HDC dc = CreateCompatibleDC(nullptr);
+    EXPECT_EQ(SetBkMode(dc, TRANSPARENT), OPAQUE);
+    std::thread([dc] {
+        EXPECT_EQ(SetBkMode(dc, OPAQUE), TRANSPARENT);
+        EXPECT_TRUE(DeleteDC(dc));
+    }).join();
+    EXPECT_EQ(SetBkMode(dc, OPAQUE), 0);
 }
 
 TEST(Gdi, StaleAndForeignHandlesFail) {
