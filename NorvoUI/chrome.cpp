@@ -26,26 +26,14 @@ std::array<std::atomic<COLORREF>, CHROME_COLORS> g_colors = {
     0x3DB3F2, // CHROME_FOCUS
 };
 
-// A polygon of one colour, without an outline of its own.
-void FillPolygon(HDC hdc, const POINT* points, int count, COLORREF color) {
-    const HBRUSH brush = CreateSolidBrush(color);
-    const HPEN pen = CreatePen(PS_SOLID, 1, color);
-    const HGDIOBJ formerBrush = SelectObject(hdc, brush), formerPen = SelectObject(hdc, pen);
-    Polygon(hdc, points, count);
-    SelectObject(hdc, formerBrush);
-    SelectObject(hdc, formerPen);
-    DeleteObject(brush);
-    DeleteObject(pen);
-}
-
-// A hook two strokes wide, from its left end down to the corner and up.
+// A hook, column by column: down the short leg, up the long one, both by whole pixels, which looks even without grey edges.
 void DrawCheck(HDC hdc, POINT middle, int size, COLORREF color) {
-    const LONG half = size / 2, third = size / 3, thick = std::max(size / 5, 2);
-    const LONG left = middle.x - half, corner = middle.x - half + third, right = middle.x + half;
-    const LONG low = middle.y + third, top = middle.y - third;
-    const POINT hook[] = {{left, middle.y},     {corner, low - thick}, {right, top},
-                          {right, top + thick}, {corner, low},         {left, middle.y + thick}};
-    FillPolygon(hdc, hook, static_cast<int>(std::size(hook)), color);
+    const LONG leg = std::max(size / 4, 2), thick = std::max(size / 5, 2);
+    const LONG left = middle.x - 3 * leg / 2, top = middle.y - thick / 2;
+    for (LONG i = 0; i <= 3 * leg; ++i) {
+        const LONG y = top + (i <= leg ? i : 2 * leg - i);
+        FillColor(hdc, {left + i, y, left + i + 1, y + thick}, color);
+    }
 }
 
 // A disc, row by row.

@@ -165,7 +165,7 @@ TEST_F(PopupMenus, ShowsWhereItIsAndOpensWhatThePointerRestsOn) {
                              EXPECT_EQ(PixelAt(3, 90), GetSysColor(COLOR_HIGHLIGHT));
                              EXPECT_EQ(PixelAt(3, 60), GetSysColor(COLOR_WINDOW));
                              EXPECT_EQ(PixelAt(0, 60), GetSysColor(COLOR_GRAYTEXT)); // the border
-                             EXPECT_NE(PixelAt(12, 64), GetSysColor(COLOR_WINDOW));  // the check
+                             EXPECT_NE(PixelAt(12, 63), GetSysColor(COLOR_WINDOW));  // the check
                              EXPECT_LT(PixelAt(60, 209) & 0xFF, 0xFFU);              // the shadow
                              EXPECT_EQ(ShownOnScreen(), 2);
                          },
