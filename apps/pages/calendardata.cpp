@@ -12,6 +12,7 @@ namespace {
 
 constexpr const WCHAR* kClass = u"qn:calendar data";
 constexpr ULONG_PTR kChangeTimer = 1;
+constexpr ULONG_PTR kWaitTimer = 2;
 constexpr UINT kChangeWait = 50; // milliseconds: changes come in bundles
 
 // A thread finds an occurrence that was moved by the day that it was moved from.
@@ -109,13 +110,16 @@ void CalendarData::Finished() {
         busy(false);
 }
 
-void CalendarData::Wait() {
+void CalendarData::Wait(UINT most) {
     MSG message;
-    while (m_loading) {
+    m_waitOver = false;
+    if (most > 0) SetTimer(m_window, kWaitTimer, most, nullptr);
+    while (m_loading && !m_waitOver) {
         if (GetMessageW(&message, nullptr, 0, 0) <= 0)
             return PostQuitMessage(static_cast<int>(message.wParam));
         DispatchMessageW(&message);
     }
+    KillTimer(m_window, kWaitTimer);
 }
 
 LRESULT CalendarData::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -128,7 +132,8 @@ LRESULT CalendarData::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_DBNOTIFICATION:
         return SetTimer(m_window, kChangeTimer, kChangeWait, nullptr), 0;
     case WM_TIMER:
-        KillTimer(m_window, kChangeTimer);
+        KillTimer(m_window, wParam);
+        if (wParam == kWaitTimer) return m_waitOver = true, 0;
         return m_last >= m_first ? Reload() : void(), 0;
     default:
         return DefWindowProcW(m_window, message, wParam, lParam);

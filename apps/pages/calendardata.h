@@ -24,8 +24,9 @@ public:
     // The days from first to last.
     void Load(LONG first, LONG last);
     void Reload();
-    // Dispatches messages until nothing is being loaded any more, or the application ends.
-    void Wait();
+    // Dispatches messages until nothing is being loaded any more, the application ends, or so many milliseconds are over
+    // (0: however long it takes).
+    void Wait(UINT most = 0);
     // Called when a load begins and when it is over.
     std::function<void(bool loading)> busy;
     // Names of categories: only items that have one of them; none shows all. Counts from the next load on.
@@ -53,6 +54,7 @@ private:
     std::unique_ptr<CCalendarThread> m_threads[2];
     int m_shown = 0;
     bool m_loading = false;
+    bool m_waitOver = false;
     bool m_taken = false; // the lines of this load are shown
     bool m_again = false; // something has changed meanwhile
     LONG m_first = 0;

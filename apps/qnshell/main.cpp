@@ -35,14 +35,23 @@ struct Presentation {
 };
 
 // An empty calendar in place of one that can't be read would frighten.
-void CheckStore() {
+bool IsStoreThere() {
     qn::Com<IFolder> folder;
-    if (SUCCEEDED(g_pOutlook->GetDefaultFolder(olFolderCalendar, folder.Out()))) return;
-    MessageBoxW(
-        nullptr,
-        u"The calendar can't be opened: its file pim.vol is damaged or can't be read.\n\nNothing in it was "
-        u"changed. Put a copy of it from before in its place.",
+    return SUCCEEDED(g_pOutlook->GetDefaultFolder(olFolderCalendar, folder.Out()));
+}
+
+void TellOfStore() {
+    const PlatScreen screen = PlatGetScreen();
+    CeWnd ground;
+    ground.Create(nullptr, nullptr, RECT{0, 0, screen.width, screen.height}, u"Quillonary",
+                  WS_POPUP | WS_VISIBLE);
+    PlatPresentWindow(ground.GetHWnd());
+    ground.MessageBoxW(
+        u"The calendar can't be opened: its file pim.vol is damaged or can't be read.\n\nNothing in it "
+        u"was changed. Put a copy of it from before in its place.",
         u"Quillonary", MB_OK | MB_ICONHAND);
+    PlatPresentWindow(nullptr);
+    ground.DestroyWindow();
     throw qn::Failure("the store can't be opened", qn::kExitBroken);
 }
 
@@ -67,9 +76,11 @@ int Run(const std::vector<std::string>& words) {
     const qn::ShellState state = qn::ShellState::Read();
     const Presentation presentation(state);
     const Library library;
+    // Before there are boxes: the library's own one would wait for an answer behind a window that isn't shown yet.
+    const bool store = IsStoreThere();
     const Prompts prompts;
     qn::UseScheme(qn::ReadScheme());
-    CheckStore();
+    if (!store) TellOfStore();
     qn::Shell shell;
     if (!shell.Open(state, static_cast<LONG>(*day))) throw qn::Failure("no window");
     PlatPresentWindow(shell.GetHWnd());

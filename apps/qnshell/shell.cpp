@@ -33,6 +33,9 @@ struct Tab {
 constexpr Tab kTabs[kPageKinds] = {
     {u"Day", kPictureDayPage}, {u"Week", kPictureWeekPage}, {u"Agenda", kPictureAgendaPage}};
 
+constexpr UINT kLongestWait =
+    2000; // milliseconds: a thread may be asking something that only the window shows
+
 constexpr UINT kChangeScheme = WM_USER; // posted: the windows that the wish comes from go
 
 int ReadSide(CRegistry& settings, const WCHAR* name, int usual) {
@@ -68,7 +71,7 @@ void ShellState::Write() const {
     settings.SetValue(u"Height", static_cast<DWORD>(height));
     CFullCategoryList all(0, PTRLIST_DELETE);
     CFullCategoryList chosen(0, PTRLIST_KEEP);
-    GetFullCategoryInfo(all, false);
+    if (GetFullCategoryInfo(all, false) == 0 && !categories.empty()) return; // the store can't be read
     for (CFullCategory* category : all)
         if (std::ranges::find(categories, category->m_szName) != categories.end()) chosen.Add(category);
     SaveCategoryToRegistry(kKey, u"Categories", chosen);
@@ -102,7 +105,7 @@ bool Shell::Build(PageKind page, LONG day, std::vector<std::u16string> categorie
     };
     FillTools();
     m_calendar->GoTo(page, day);
-    m_calendar->Data().Wait();
+    m_calendar->Data().Wait(kLongestWait);
     Arrange();
     return true;
 }
