@@ -61,6 +61,7 @@ private:
     LRESULT OnTimer(WPARAM id, bool& handled) override;
     LRESULT OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) override;
     LRESULT OnDestroy(bool& handled) override;
+    LRESULT OnSettingChange(WORD flag, LPCWSTR text, bool& handled) override;
     void Arrange(SIZE rows, const RECT& beside, bool isSubMenu);
     void PaintStrips(HDC hdc);
     POINT OnScreen(POINT point) const {
@@ -263,6 +264,12 @@ LRESULT PopupMenuWindow::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool&
 LRESULT PopupMenuWindow::OnDestroy(bool&) {
     if (!m_closing) m_session.End(0);
     return 0;
+}
+
+// The screen may be another.
+LRESULT PopupMenuWindow::OnSettingChange(WORD flag, LPCWSTR text, bool& handled) {
+    m_session.End(0);
+    return CeWnd::OnSettingChange(flag, text, handled);
 }
 
 // --- The session --------------------------------------------------------------------------------------------------

@@ -251,8 +251,12 @@ TEST_F(PopupMenus, SubMenusAreFilledWhenTheyOpen) {
     owner.DestroyWindow();
 }
 
-TEST_F(PopupMenus, TheEndOfTheApplicationAndOfTheOwnerEndIt) {
+TEST_F(PopupMenus, TheEndOfTheApplicationOrTheOwnerEndsItAndAnotherScreen) {
     MSG message{};
+    {
+        const Script script({[] { PlatSetScreen({320, 240, 96}); }});
+        EXPECT_EQ(Track(), 0);
+    }
     {
         const Script script({[] { PostQuitMessage(7); }});
         EXPECT_EQ(Track(), 0);
