@@ -1,5 +1,5 @@
-// A bar of things to tap, side by side or one below the other: each a picture, a word, or a picture over a word. It shows a
-// press at once and acts at the release. With the focus, arrows go from one to the next and Enter or Space acts.
+// A bar of things to tap, side by side or one below the other: each a picture, a word, or a picture over a word. It shows
+// a press at once and acts at the release. With the focus, arrows go from one to the next and Enter or Space acts.
 #pragma once
 
 #include "NorvoUI/CeWnd.h"

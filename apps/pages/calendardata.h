@@ -24,8 +24,8 @@ public:
     // The days from first to last.
     void Load(LONG first, LONG last);
     void Reload();
-    // Dispatches messages until nothing is being loaded any more, the application ends, or so many milliseconds are over
-    // (0: however long it takes).
+    // Dispatches messages until nothing is being loaded any more, the application ends, or so many milliseconds are
+    // over (0: however long it takes).
     void Wait(UINT most = 0);
     // Called when a load begins and when it is over.
     std::function<void(bool loading)> busy;

@@ -1,5 +1,5 @@
-// The calendar as one window: a date line, the page of a day, a week or the agenda below it, and the card of an item, beside
-// the page where there is room, else in its place.
+// The calendar as one window: a date line, the page of a day, a week or the agenda below it, and the card of an item,
+// beside the page where there is room, else in its place.
 #pragma once
 
 #include "apps/pages/bar.h"

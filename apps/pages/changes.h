@@ -12,8 +12,8 @@ namespace qn {
 HRESULT OpenAppointment(const DATACALENDAR& line, Com<IAppointment>& item);
 // To another beginning, by the clock of the device; the length stays.
 HRESULT MoveAppointment(const DATACALENDAR& line, DATE start);
-// `undo` is an unsaved twin of a single appointment: saving it brings the appointment back, as a new item. It is empty for an
-// occurrence.
+// `undo` is an unsaved twin of a single appointment: saving it brings the appointment back, as a new item. It is empty
+// for an occurrence.
 HRESULT DeleteAppointment(const DATACALENDAR& line, Com<IItem>& undo);
 
 } // namespace qn

@@ -1,5 +1,5 @@
-// A list of days, each under a heading with the items below it: the week, with a bar of the hours beside each heading, and
-// the agenda of the next weeks, which leaves empty days out.
+// A list of days, each under a heading with the items below it: the week, with a bar of the hours beside each heading,
+// and the agenda of the next weeks, which leaves empty days out.
 #pragma once
 
 #include "apps/pages/page.h"

@@ -1,4 +1,4 @@
-// The colours of the programs: one table with two columns, a light and a dark scheme. The setting "Colors\Scheme" chooses.
+// The colours of the programs: one table with two columns, light and dark. The setting "Colors\Scheme" chooses.
 //
 // The grounds and texts of items are settings of their own (CalendarColors.h), whose defaults follow the scheme.
 #pragma once

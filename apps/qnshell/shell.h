@@ -1,5 +1,5 @@
-// The window of the suite: the calendar, the tabs of its pages below it or at its left, the categories that are shown, the
-// keys, and what is kept for the next start.
+// The window of the suite: the calendar, the tabs of its pages below it or at its left, the categories that are shown,
+// the keys, and what is kept for the next start.
 #pragma once
 
 #include "apps/pages/calendarview.h"

@@ -1,5 +1,5 @@
-// The window of the suite, driven by its pointer and keys on a screen without a display; what it changed is read back from
-// the store and the settings.
+// The window of the suite, driven by its pointer and keys on a screen without a display; what it changed is read back
+// from the store and the settings.
 #include "QNTools/QNTools.h"
 #include "QNWorkerClass/COutlook.h"
 #include "apps/pages/theme.h"
