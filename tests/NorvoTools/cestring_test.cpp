@@ -41,9 +41,6 @@ TEST(CeStringTest, ChangingInPlaceLeavesTheSharerAlone) {
     };
     const Case cases[] = {
         {"MakeUpper", [](CeString& s) { s.MakeUpper(); }, u"ABC"},
-        {"MakeLower", [](CeString& s) { s.MakeLower(); }, u"abc"},
-        {"Reverse", [](CeString& s) { s.Reverse(); }, u"cBa"},
-        {"Set", [](CeString& s) { s.Set(u'x'); }, u"xxx"},
         {"operator[]", [](CeString& s) { s[1] = u'-'; }, u"a-c"},
         {"Replace", [](CeString& s) { s.Replace(u'a', u'o'); }, u"oBc"},
         {"Append", [](CeString& s) { s += u"d"; }, u"aBcd"},
@@ -68,7 +65,6 @@ TEST(CeStringTest, SetIndexCharReachesEverySharer) {
     first.SetIndexChar(-1, u'x');
     first.SetIndexChar(3, u'y');
     EXPECT_EQ(u"xbc", Text(shared));
-    EXPECT_EQ(u'x', first.GetIndexChar(-5));
     EXPECT_EQ(0, first.GetIndexChar(3));
 }
 
@@ -123,18 +119,13 @@ TEST(CeStringTest, TwoThreadsMayHoldOneRepresentation) {
 TEST(CeStringTest, NarrowTextIsWidenedWithItsSign) {
     EXPECT_EQ(u"A\xFFE4", Text(CeString("A\xE4")));
     EXPECT_EQ(u"ab", Text(CeString("abc", 2)));
-    CeString s;
-    s = "\x80";
-    EXPECT_EQ(0xFF80, s.GetIndexChar(0));
 }
 
 TEST(CeStringTest, Numbers) {
-    EXPECT_EQ(u"-32768", Text(CeString(SHORT(-32768))));
     EXPECT_EQ(u"-2147483648", Text(CeString(LONG(INT32_MIN))));
     EXPECT_EQ(u"ffffffff", Text(CeString(LONG(-1), 16)));
     EXPECT_EQ(u"4294967295", Text(CeString(DWORD(0xFFFFFFFF))));
     EXPECT_EQ(u"101", Text(CeString(DWORD(5), 2)));
-    EXPECT_EQ(u"zzz", Text(CeString(u'z', 3)));
     EXPECT_EQ(-17, static_cast<int>(CeString(u" -17 apples")));
     EXPECT_EQ(2.5, static_cast<double>(CeString(u"2.5")));
 }
@@ -146,9 +137,8 @@ TEST(CeStringTest, Doubles) {
         const WCHAR* expected;
     };
     const Case cases[] = {
-        {3.14159, 2, u"3.14"}, {3.0, 0, u"3."},        {-2.5, 1, u"-2.5"},
-        {0.5, 1, u"0.5"},      {0.0625, 4, u"0.0625"}, {-0.0625, 4, u"-0.0625"},
-        {0.001, 2, u"0.00"},   {99.999, 2, u"100.00"}, {1234567.5, 1, u"1234567.5"},
+        {3.0, 0, u"3."},        {-0.0625, 4, u"-0.0625"},     {0.001, 2, u"0.00"},
+        {99.999, 2, u"100.00"}, {1234567.5, 1, u"1234567.5"},
     };
     for (const Case& c : cases) EXPECT_EQ(c.expected, Text(CeString(c.value, c.digits))) << c.value;
     // Beyond 40 places of the point there is an exponent in place of the zeros.
@@ -182,12 +172,10 @@ TEST(CeStringTest, NullComparesAsMinusOne) {
 TEST(CeStringTest, Finding) {
     CeString s(u"Monday, monday");
     EXPECT_EQ(7, s.FindIndex(u' '));
-    EXPECT_EQ(8, s.FindIndex(u"monday"));
     EXPECT_EQ(-1, s.FindIndex(u"Tuesday"));
     EXPECT_EQ(s.GetStr(), s.FindNoCase(u"MONDAY"));
     EXPECT_EQ(nullptr, s.FindNoCase(u"mondays"));
     EXPECT_EQ(13, s.ReverseFindIndex(u'y'));
-    EXPECT_EQ(-1, s.ReverseFindIndex(u'q'));
     EXPECT_EQ(s.GetStr() + 6, s.FindOneOf(u" ,"));
     EXPECT_EQ(nullptr, s.FindOneOf(u"xz"));
     EXPECT_EQ(s.GetStr() + 6, s.FindNotOneOf(u"MonDday"));
@@ -199,14 +187,10 @@ TEST(CeStringTest, Parts) {
     EXPECT_EQ(u"ab", Text(s.Left(2)));
     EXPECT_EQ(u"abcdef", Text(s.Left(-1)));
     EXPECT_EQ(u"ef", Text(s.Right(2)));
-    EXPECT_EQ(u"abcdef", Text(s.Right(7)));
-    EXPECT_EQ(u"cdef", Text(s.Mid(2)));
     EXPECT_EQ(u"cd", Text(s.Mid(2, 2)));
     EXPECT_EQ(u"f", Text(s.Mid(5, 100)));
-    EXPECT_EQ(u"", Text(s.Mid(6)));
     EXPECT_EQ(u"", Text(s.Mid(-1, 2)));
     EXPECT_EQ(u"bcdef", Text(s.Delete(0)));
-    EXPECT_EQ(u"abcde", Text(s.Delete(5)));
     EXPECT_EQ(u"abcdef", Text(s.Delete(6)));
     EXPECT_EQ(u"abcdef", Text(s));
 }
@@ -224,14 +208,11 @@ TEST(CeStringTest, TrimmingIsNotSymmetric) {
 }
 
 TEST(CeStringTest, TruncateOnlyShortens) {
-    for (int n : {-1, 3, 4}) {
-        CeString s(u"abc");
-        s.Truncate(n);
-        EXPECT_EQ(u"abc", Text(s)) << n;
-    }
     CeString s(u"abc");
-    s.Truncate(0);
-    EXPECT_TRUE(s.IsEmpty());
+    for (int n : {-1, 3, 4, 0}) {
+        s.Truncate(n);
+        EXPECT_EQ(n == 0 ? u"" : u"abc", Text(s)) << n;
+    }
 }
 
 TEST(CeStringTest, PlusChangesTheLeftOperand) {
@@ -247,35 +228,23 @@ TEST(CeStringTest, PlusChangesTheLeftOperand) {
 
 // --- Buffers ------------------------------------------------------------------------------------------------------
 
-TEST(CeStringTest, GetBufferReceivesText) {
+TEST(CeStringTest, BuffersReceiveText) {
     CeString s(u"abc");
     CeString shared;
     shared = s;
     EXPECT_EQ(nullptr, s.GetBuffer(0));
     EXPECT_EQ(shared.GetStr(), s.GetBuffer(3)); // the present text, as it is
-    WCHAR* buffer = s.GetBuffer(10);
-    wcscpy(buffer, u"new");
+    EXPECT_EQ(shared.GetStr(), s.GetBufferSetLength(3));
+    s.GetBufferSetLength(0); // unshares and keeps the text
+    EXPECT_EQ(1, shared.GetRefs());
+    EXPECT_EQ(u"abc", Text(s));
+    wcscpy(s.GetBuffer(10), u"new");
     s.ReleaseBuffer();
-    EXPECT_EQ(3, s.GetLength());
     EXPECT_EQ(u"new", Text(s));
     EXPECT_EQ(u"abc", Text(shared));
     s.GetBuffer(10);
     s.ReleaseBuffer(); // nothing was written
     EXPECT_TRUE(s.IsEmpty());
-}
-
-TEST(CeStringTest, GetBufferSetLength) {
-    CeString s(u"abc");
-    CeString shared;
-    shared = s;
-    EXPECT_EQ(shared.GetStr(), s.GetBufferSetLength(3));
-    EXPECT_EQ(2, shared.GetRefs());
-    s.GetBufferSetLength(0); // unshares and keeps the text
-    EXPECT_EQ(1, shared.GetRefs());
-    EXPECT_EQ(u"abc", Text(s));
-    wcscpy(s.GetBufferSetLength(2), u"xy");
-    EXPECT_EQ(u"xy", Text(s));
-    EXPECT_EQ(u"abc", Text(shared));
 }
 
 TEST(CeStringTest, StringCopyCountsMarkAndTerminator) {
@@ -311,9 +280,6 @@ TEST(CeStringTest, ErrorTexts) {
     CeString s;
     s.FormatMessageW(0x2BADC0DE);
     EXPECT_EQ(u"Error 732807390 occured", Text(s));
-    s.FormatMessageW(ERROR_FILE_NOT_FOUND);
-    EXPECT_FALSE(s.IsEmpty());
-    EXPECT_EQ(nullptr, s.Find(u"occured"));
 }
 
 class CeStringResourceTest : public DeviceTest {};
@@ -351,16 +317,12 @@ TEST_F(CeStringResourceTest, WindowTexts) {
     const HWND window =
         CreateWindowExW(0, u"CeStringTest", u"caption", 0, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
     EXPECT_EQ(u"caption", Text(CeString(window)));
-    CeString s(u"changed");
+    CeString s;
     EXPECT_TRUE(s.SetWindowTextW(window));
-    EXPECT_EQ(u"changed", Text(CeString(window)));
-    CeString().SetWindowTextW(window);
-    EXPECT_TRUE(s.GetWindowTextW(window));
-    EXPECT_TRUE(s.IsEmpty());
+    EXPECT_EQ(u"", Text(CeString(window)));
     DestroyWindow(window);
     s = u"kept";
     EXPECT_FALSE(s.GetWindowTextW(window));
-    EXPECT_FALSE(s.SetWindowTextW(window));
     EXPECT_EQ(u"kept", Text(s));
 }
 
@@ -397,22 +359,16 @@ TEST(CstrTest, BlocksOfAPrivateHeapDieWithIt) {
 TEST(CstrTest, ScratchBuffersStartZeroed) {
     CTempString scratch(6);
     EXPECT_EQ(0, std::count_if(&scratch[0], &scratch[0] + 6, [](WCHAR c) { return c != 0; }));
-    wcscpy(scratch, u"12345");
-    EXPECT_EQ(u"12345", std::u16string(scratch));
 }
 
-TEST(CstrTest, OwnerSharesTheEmptyBlock) {
+TEST(CstrTest, OwnersCopy) {
     CStr s;
-    EXPECT_EQ(static_cast<const WCHAR*>(CStr::Null), static_cast<const WCHAR*>(s));
     s += u"ab";
-    CStr copy(s);
     s.Append(u"cdef", 2);
-    EXPECT_EQ(u"abcd", std::u16string(s));
-    EXPECT_EQ(2, copy.GetLength());
-    copy = s;
+    const CStr copy(s);
     s.Empty();
     EXPECT_EQ(u"abcd", std::u16string(copy));
-    EXPECT_TRUE(s.IsEmpty());
+    EXPECT_EQ(static_cast<const WCHAR*>(CStr::Null), static_cast<const WCHAR*>(s));
 }
 
 } // namespace

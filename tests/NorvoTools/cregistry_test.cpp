@@ -27,6 +27,15 @@ protected:
         }
         return out;
     }
+    // The open key's value: a number, a text, "-" for none.
+    static std::string Value(CRegistry& reg, const WCHAR* name) {
+        DWORD number = 0;
+        if (reg.QueryValue(name, &number) == 0) return std::to_string(static_cast<LONG>(number));
+        std::array<WCHAR, 32> text = {};
+        if (reg.QueryValue(name, text.data(), 32) != 0) return "-";
+        const std::u16string_view view(text.data());
+        return {view.begin(), view.end()};
+    }
 };
 
 // What holds on both stores.
@@ -47,7 +56,6 @@ TEST_P(BothStores, OpeningMakesAKey) {
     EXPECT_EQ(disposition, 1u);
     EXPECT_EQ(reg->OpenKey(HKEY_CURRENT_USER, u"\\SOFTWARE\\norvo\\t\\", &disposition), 0);
     EXPECT_EQ(disposition, 2u);
-    EXPECT_TRUE(reg->Exists(HKEY_CURRENT_USER, kKey));
     EXPECT_EQ(reg->SetValue(u"n", DWORD{1}), 0); // open for writing too
     EXPECT_FALSE(reg->Exists(HKEY_LOCAL_MACHINE, kKey));
     EXPECT_NE(reg->SetValue(u"n", DWORD{1}), 0); // and closed after a miss
@@ -58,35 +66,25 @@ TEST_P(BothStores, OpeningMakesAKey) {
 
 TEST_P(BothStores, ValuesByTypeAndName) {
     auto reg = Make();
-    DWORD number = 5;
-    LONG whole = 0;
-    std::array<WCHAR, 8> text = {};
-    EXPECT_LT(reg->QueryValue(u"n", &number), 0); // no key is open
+    EXPECT_EQ(Value(*reg, u"n"), "-"); // no key is open
     ASSERT_EQ(reg->OpenKey(HKEY_CURRENT_USER, kKey), 0);
-    EXPECT_LT(reg->QueryValue(u"n", &number), 0);
-    EXPECT_EQ(number, 5u);
+    EXPECT_EQ(Value(*reg, u"n"), "-");
     EXPECT_EQ(reg->SetValue(u"n", LONG{-2}), 0);
-    EXPECT_EQ(reg->QueryValue(u"N", &whole), 0);
-    EXPECT_EQ(whole, -2);
     EXPECT_EQ(reg->SetValue(u"s", u"abc"), 0);
-    EXPECT_EQ(reg->QueryValue(u"s", text.data(), 8), 0);
-    EXPECT_EQ(std::u16string(text.data()), u"abc");
+    EXPECT_EQ(reg->SetValue(nullptr, u"default"), 0); // as an empty name: the key's own
+    EXPECT_EQ(Value(*reg, u"N") + Value(*reg, u"s") + Value(*reg, u""), "-2abcdefault");
+    DWORD number = 5, type = 0;
+    std::array<WCHAR, 8> text = {u'k'};
     EXPECT_LT(reg->QueryValue(u"s", &number), 0); // of another type
     EXPECT_LT(reg->QueryValue(u"n", text.data(), 8), 0);
     EXPECT_EQ(number, 5u);
-    EXPECT_EQ(std::u16string(text.data()), u"abc");
-    DWORD type = 0;
+    EXPECT_EQ(text[0], u'k');
     EXPECT_EQ(reg->QueryValueType(u"s", &type), 0);
     EXPECT_EQ(type, 1u);
     EXPECT_EQ(reg->QueryValueType(u"n", &type), 0);
     EXPECT_EQ(type, 4u);
-    // A null or empty name is the key's default value; a null text an empty one.
-    EXPECT_EQ(reg->SetValue(nullptr, u"default"), 0);
-    EXPECT_EQ(reg->QueryValue(u"", text.data(), 8), 0);
-    EXPECT_EQ(std::u16string(text.data()), u"default");
     EXPECT_EQ(reg->SetValue(u"s", static_cast<const WCHAR*>(nullptr)), 0);
-    EXPECT_EQ(reg->QueryValue(u"s", text.data(), 8), 0);
-    EXPECT_EQ(text[0], 0);
+    EXPECT_EQ(Value(*reg, u"s"), "");
     EXPECT_EQ(reg->ValueCount(), 3);
     EXPECT_EQ(reg->ValueCount(HKEY_CURRENT_USER, u"none"), 0);
 }
@@ -111,19 +109,14 @@ TEST_P(BothStores, WriteBackStoresWhatTheVariableHolds) {
     ASSERT_EQ(reg->OpenKey(HKEY_CURRENT_USER, kKey), 0);
     DWORD number = 0;
     std::array<WCHAR, 8> text = {};
-    EXPECT_LT(reg->QueryValue(u"n", &number, true), 0);
-    EXPECT_EQ(reg->ValueCount(), 0); // a 0 isn't worth it
-    EXPECT_LT(reg->QueryValue(u"s", text.data(), 8, true), 0);
-    EXPECT_EQ(reg->QueryValue(u"s", text.data(), 8), 0); // an empty text is
+    EXPECT_LT(reg->QueryValue(u"zero", &number, true), 0);         // isn't worth it
+    EXPECT_LT(reg->QueryValue(u"empty", text.data(), 8, true), 0); // but an empty text is
     number = 3;
     text = {u'x', 0};
     EXPECT_LT(reg->QueryValue(u"n", &number, true), 0);
     EXPECT_LT(reg->QueryValue(u"t", text.data(), 8, true), 0);
-    text = {};
-    EXPECT_EQ(reg->QueryValue(u"n", &number), 0);
-    EXPECT_EQ(reg->QueryValue(u"t", text.data(), 8), 0);
-    EXPECT_EQ(std::u16string(text.data()), u"x");
-    EXPECT_EQ(number, 3u);
+    EXPECT_EQ(Ascii(*reg->ValueNames()), "empty|n|t|");
+    EXPECT_EQ(Value(*reg, u"empty") + Value(*reg, u"n") + Value(*reg, u"t"), "3x");
     DWORD a = 9, b = 9;
     QNREG rows[] = {{u"n", &a, 1}, {u"missing", &b, 2}};
     EXPECT_LT(reg->QueryArray(rows, 2, true), 0);
@@ -228,9 +221,8 @@ TEST_F(CRegistryTest, ACachedFileIsSharedAndSavedByTheLast) {
     auto second = std::make_unique<CRegistry>(kRegistryText, u"\\Shared.reg");
     first->OpenKey(HKEY_CURRENT_USER, u"A");
     first->SetValue(u"n", DWORD{1});
-    DWORD number = 0;
     second->OpenKey(HKEY_CURRENT_USER, u"A");
-    EXPECT_EQ(second->QueryValue(u"n", &number), 0);
+    EXPECT_EQ(Value(*second, u"n"), "1");
     first.reset();
     EXPECT_FALSE(OnDisk("shared.reg")); // another object is still on it
     EXPECT_EQ(second->SaveINIFile(false), 0);
@@ -240,8 +232,7 @@ TEST_F(CRegistryTest, ACachedFileIsSharedAndSavedByTheLast) {
     Put("shared.reg", "[HKEY_CURRENT_USER\\A]\r\nn=dword:7\r\n");
     CRegistry third(kRegistryText, u"\\shared.reg");
     third.OpenKey(HKEY_CURRENT_USER, u"A");
-    EXPECT_EQ(third.QueryValue(u"n", &number), 0);
-    EXPECT_EQ(number, 1u); // memory, not disk
+    EXPECT_EQ(Value(third, u"n"), "1"); // memory, not disk
 }
 
 // Whoever of two goes last saves, also when they go at once.
@@ -275,15 +266,12 @@ TEST_F(CRegistryTest, AnOpenKeyStaysTheSameKey) {
     one.OpenKey(HKEY_CURRENT_USER, u"B");
     one.SetValue(u"n", DWORD{2});
     other.DeleteKey(HKEY_CURRENT_USER, u"A");
-    DWORD number = 0;
-    EXPECT_EQ(one.QueryValue(u"n", &number), 0);
-    EXPECT_EQ(number, 2u);
+    EXPECT_EQ(Value(one, u"n"), "2");
     Put("moving.reg", "[HKEY_CURRENT_USER\\Z]\r\nn=dword:9\r\n");
     EXPECT_EQ(one.SaveINIFile(true), 0); // Z stands first now
-    EXPECT_EQ(one.QueryValue(u"n", &number), 0);
-    EXPECT_EQ(number, 2u);
+    EXPECT_EQ(Value(one, u"n"), "2");
     other.DeleteKey(HKEY_CURRENT_USER, u"B");
-    EXPECT_LT(one.QueryValue(u"n", &number), 0); // gone, and nothing in its place
+    EXPECT_EQ(Value(one, u"n"), "-"); // gone, and nothing in its place
     EXPECT_LT(one.SetValue(u"n", DWORD{3}), 0);
     EXPECT_EQ(Ascii(*one.SubKeyNames()), "HKEY_CURRENT_USER\\Z|");
     EXPECT_EQ(one.SubKeyCount(), 1);
@@ -294,13 +282,8 @@ TEST_F(CRegistryTest, ImportExportAppend) {
                   "[HKEY_LOCAL_MACHINE\\M]\r\ns=\"text\"\r\n[Rootless]\r\nx=1\r\n");
     EXPECT_EQ(CRegistry::ImportINIFile(u"\\in.reg"), CRegistry::kFailure); // told in all cases
     CRegistry reg;
-    DWORD number = 0;
-    std::array<WCHAR, 10> text = {};
     ASSERT_TRUE(reg.Exists(HKEY_CURRENT_USER, u"Old\\Views"));
-    EXPECT_EQ(reg.QueryValue(u"n", &number), 0);
-    EXPECT_EQ(number, 31u);
-    EXPECT_EQ(reg.QueryValue(u"", text.data(), 10), 0);
-    EXPECT_EQ(std::u16string(text.data()), u"d");
+    EXPECT_EQ(Value(reg, u"n") + Value(reg, u""), "31d");
     EXPECT_TRUE(reg.Exists(HKEY_LOCAL_MACHINE, u"M"));
     EXPECT_TRUE(reg.Exists(HKEY_CURRENT_USER, u"Rootless"));
 

@@ -57,12 +57,10 @@ TEST_F(PathsTest, TheDirectoryIsSettledInOrder) {
     Set(u"Norvo_Folder", u"\\Card\\Suite");
     InitNorvoDirectory();
     EXPECT_EQ(std::u16string(GetNorvoDirectory()), u"\\Program Files\\Norvo\\Quillonary");
-}
-
-TEST_F(PathsTest, AnEmptyDirectoryIsSettledAnew) {
-    g_szNorvoDirectory = static_cast<WCHAR*>(std::calloc(1, sizeof(WCHAR)));
+    FreeNorvoDirectory();
+    g_szNorvoDirectory = static_cast<WCHAR*>(std::calloc(1, sizeof(WCHAR))); // an empty one is none
     InitNorvoDirectory();
-    EXPECT_EQ(std::u16string(g_szNorvoDirectory), u"\\Program Files\\Norvo\\Quillonary");
+    EXPECT_EQ(std::u16string(g_szNorvoDirectory), u"\\Card\\Suite");
 }
 
 TEST_F(PathsTest, ResourcesAndUtilities) {
@@ -72,14 +70,13 @@ TEST_F(PathsTest, ResourcesAndUtilities) {
     Set(u"ResourcesLoc", u"\\x.dll");
     EXPECT_EQ(GetResourcesPath(buffer.data()), nullptr); // and the value stands in the buffer
     EXPECT_EQ(std::u16string(buffer.data()), u"\\x.dll");
-    GetQNUtilsPath(buffer.data());
-    EXPECT_EQ(std::u16string(buffer.data()), u"\\WINDOWS");
-    Set(u"UtilsInstallDir", u"");
-    GetQNUtilsPath(buffer.data());
-    EXPECT_EQ(std::u16string(buffer.data()), u"\\WINDOWS");
-    Set(u"UtilsInstallDir", u"\\u");
-    GetQNUtilsPath(buffer.data());
-    EXPECT_EQ(std::u16string(buffer.data()), u"\\u");
+    for (const auto& [stored, path] : {std::pair{static_cast<const WCHAR*>(nullptr), u"\\WINDOWS"},
+                                       {u"", u"\\WINDOWS"},
+                                       {u"\\u", u"\\u"}}) {
+        if (stored) Set(u"UtilsInstallDir", stored);
+        GetQNUtilsPath(buffer.data());
+        EXPECT_EQ(std::u16string(buffer.data()), path);
+    }
 }
 
 TEST_F(PathsTest, RegistryFunctionsLeaveTheVariableOnFailure) {

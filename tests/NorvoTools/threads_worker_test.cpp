@@ -98,18 +98,6 @@ TEST_F(ThreadsTest, StartOnARunningThreadEndsTheOldRunFirst) {
     EXPECT_EQ(inside, 0);
 }
 
-TEST_F(ThreadsTest, StopOnAnIdleThreadReturnsAtOnce) {
-    Worker worker([](Worker&) -> DWORD { return 0; });
-    const DWORD before = GetTickCount();
-    worker.Stop(false);
-    EXPECT_LT(GetTickCount() - before, 1000u);
-    EXPECT_EQ(worker.m_stops, 0);
-    worker.Start();
-    EXPECT_TRUE(worker.WaitUntilIdle());
-    EXPECT_EQ(worker.m_runs, 1);
-    EXPECT_EQ(worker.GetExitCode(), 0xFFFFFFFFu); // no thread to ask
-}
-
 TEST_F(ThreadsTest, AWorkerThatIgnoresTheStopIsTerminated) {
     Worker worker(
         [](Worker&) -> DWORD {
@@ -205,35 +193,24 @@ TEST_F(ThreadsTest, AutoDeletingObjectsGoAtTheEndOfTheirRun) {
     }
 }
 
-TEST_F(ThreadsTest, SuspendedRunsWait) {
+TEST_F(ThreadsTest, RunsOfEveryKind) {
     Worker worker([](Worker&) -> DWORD { return 0; });
-    EXPECT_TRUE(worker.Start(5, 0, CREATE_SUSPENDED));
+    worker.Stop(false); // of an idle one: nothing
+    EXPECT_EQ(worker.m_stops, 0);
+    worker.RunInline(); // nothing before the first Start
+    EXPECT_EQ(worker.m_runs, 0);
+    PlatInjectFault(PlatFault::ThreadCreate, 1);
+    EXPECT_FALSE(worker.Start());
+    PlatInjectFault(PlatFault::ThreadCreate, 0);
+    EXPECT_TRUE(worker.Start(5, 0, CREATE_SUSPENDED)); // the failure leaves nothing taken
     Sleep(20);
     EXPECT_EQ(worker.m_runs, 0);
     EXPECT_EQ(worker.GetPriority(), 5);
     EXPECT_EQ(worker.Resume(), 1u);
     EXPECT_TRUE(worker.WaitUntilIdle());
-    EXPECT_EQ(worker.m_runs, 1);
-}
-
-TEST_F(ThreadsTest, InlineRuns) {
-    Worker worker([](Worker&) -> DWORD { return 0; });
-    worker.RunInline(); // nothing before the first Start
-    EXPECT_EQ(worker.m_runs, 0);
-    worker.Start();
-    EXPECT_TRUE(worker.WaitUntilIdle());
+    EXPECT_EQ(worker.GetExitCode(), 0xFFFFFFFFu); // no thread to ask
     worker.RunInline();
     EXPECT_EQ(worker.m_runs, 2);
-}
-
-TEST_F(ThreadsTest, ThreadsThatCantBeMade) {
-    Worker worker([](Worker&) -> DWORD { return 0; });
-    PlatInjectFault(PlatFault::ThreadCreate, 1);
-    EXPECT_FALSE(worker.Start());
-    PlatInjectFault(PlatFault::ThreadCreate, 0);
-    worker.Start(); // the busy flag that stayed taken doesn't hinder
-    EXPECT_TRUE(worker.WaitUntilIdle());
-    EXPECT_EQ(worker.m_runs, 1);
 }
 
 TEST_F(ThreadsTest, MessagesToTheThread) {
@@ -346,22 +323,23 @@ TEST_F(ThreadsTest, Events) {
     EXPECT_EQ(semaphore.WaitFor(0), WAIT_OBJECT_0);
 }
 
-TEST_F(ThreadsTest, AMutexIsHeldByOneThread) {
-    CeMutex mine;
-    EXPECT_EQ(mine.Create(u"WorkerTestMutex", 0, false), WAIT_OBJECT_0);
+// What another thread gets that wants a mutex and doesn't wait.
+DWORD TakenElsewhere(const WCHAR* name) {
     DWORD result = 0;
     std::thread([&] {
         CeMutex theirs;
-        result = theirs.Create(u"WorkerTestMutex", 0, false);
+        result = theirs.Create(name, 0, false);
     }).join();
-    EXPECT_EQ(result, WAIT_TIMEOUT);
+    return result;
+}
+
+TEST_F(ThreadsTest, AMutexIsHeldByOneThread) {
+    CeMutex mine;
+    EXPECT_EQ(mine.Create(u"WorkerTestMutex", 0, false), WAIT_OBJECT_0);
+    EXPECT_EQ(TakenElsewhere(u"WorkerTestMutex"), WAIT_TIMEOUT);
     EXPECT_EQ(mine.Create(u"WorkerTestMutex", 0, false), WAIT_OBJECT_0); // again, by its holder
     mine.Release();
-    std::thread([&] {
-        CeMutex theirs;
-        result = theirs.Create(u"WorkerTestMutex", 0, false);
-    }).join();
-    EXPECT_EQ(result, WAIT_OBJECT_0); // one release was enough
+    EXPECT_EQ(TakenElsewhere(u"WorkerTestMutex"), WAIT_OBJECT_0); // one release was enough
 }
 
 TEST_F(ThreadsTest, AMutexThatItsHolderLeftBehindIsHeldOnce) {
@@ -371,10 +349,7 @@ TEST_F(ThreadsTest, AMutexThatItsHolderLeftBehindIsHeldOnce) {
         CeMutex mine;
         EXPECT_EQ(mine.Create(u"WorkerTestLeft", timeout, false), WAIT_ABANDONED);
         mine.Release();
-        std::thread([] {
-            CeMutex theirs;
-            EXPECT_EQ(theirs.Create(u"WorkerTestLeft", 0, false), WAIT_OBJECT_0);
-        }).join();
+        EXPECT_EQ(TakenElsewhere(u"WorkerTestLeft"), WAIT_OBJECT_0);
     }
     const CeWaitableHandle none(INVALID_HANDLE_VALUE);
     EXPECT_EQ(none.WaitFor(INFINITE), WAIT_FAILED); // and doesn't wait for ever
