@@ -57,16 +57,12 @@ TEST_F(TimeBar, HalfHoursOfOneItem) {
     } cases[] = {
         {"from and to within half hours", {9 + 40 / 60.0, 30}, kFriday, "9=-B 10=B-", "am"},
         {"to the full hour", {9, 60}, kFriday, "9=BB", "am"},
-        {"to half past", {9, 30}, kFriday, "9=B-", "am"},
         {"to one past half past", {9, 31}, kFriday, "9=BB", "am"},
         {"no length", {14, 0, 1}, kFriday, "14=T-", "pm"},
-        {"no length, at half past", {14.5, 0, 1}, kFriday, "14=-T", "pm"},
         {"up to noon counts as afternoon", {10, 120, 0}, kFriday, "10-11=FF", "am pm"},
         {"through noon", {11.5, 60, 3}, kFriday, "11=-O 12=O-", "am pm"},
-        {"up to midnight", {23.5, 30}, kFriday, "23=-B", "pm"},
         {"over midnight", {23.75, 60}, kFriday, "23=-B", "pm"},
         {"the next day, to a quarter to one", {23.75, 60}, kFriday + 1, "0=B-", "am"},
-        {"first of three days", {10, 2850}, kFriday, "10-23=BB", "am pm"},
         {"middle of three days", {10, 2850}, kFriday + 1, "0-23=BB", "am pm"},
         {"last of three days, to half past nine: whole hours", {10, 2850}, kFriday + 2, "0-8=BB", "am"},
         {"first day, when the end is late", {10, 3480}, kFriday, "10-13=BB", "am pm"},
@@ -104,11 +100,8 @@ TEST_F(TimeBar, WhenItemsMeet) {
         std::vector<LONG> statuses; // of items at the same hour, one after another
         const char* bar;
     } cases[] = {
-        {{kBusy, kBusy}, "9=!!"},           {{kBusy, kOut}, "9=!!"},
-        {{kBusy, kFree}, "9=BB"},           {{kFree, kBusy}, "9=BB"},
-        {{kTentative, kBusy}, "9=BB"},      {{kBusy, kTentative}, "9=BB"},
-        {{kFree, kTentative}, "9=TT"},      {{kTentative, kTentative}, "9=TT"},
-        {{kOut, kOut, kTentative}, "9=!!"}, {{kFree, kOut}, "9=OO"},
+        {{kBusy, kOut}, "9=!!"},       {{kBusy, kFree}, "9=BB"},           {{kFree, kBusy}, "9=BB"},
+        {{kTentative, kBusy}, "9=BB"}, {{kTentative, kTentative}, "9=TT"}, {{kOut, kOut, kTentative}, "9=!!"},
     };
     for (const auto& test : cases) {
         CDataMonth day;
@@ -143,16 +136,11 @@ TEST_F(TimeBar, FreeTime) {
         const char* free;
     } cases[] = {
         {"elsewhere: the working hours", {{5, 6}}, "8:00-17:00"},
-        {"in the middle", {{9, 10}}, "8:00-9:00 10:00-17:00"},
-        {"from the very start", {{8, 9}}, "9:00-17:00"},
         {"from before the start", {{7, 9}}, "9:00-17:00"},
-        {"to the very end", {{16, 17}}, "8:00-16:00"},
         {"beyond the end", {{16, 18}}, "8:00-16:00"},
-        {"all", {{8, 17}}, ""},
         {"more than all", {{7, 18}}, ""},
         {"across a gap", {{9, 10}, {9.5, 11}}, "8:00-9:00 11:00-17:00"},
         {"across two pieces", {{9, 10}, {8.5, 10.5}}, "8:00-8:30 10:30-17:00"},
-        {"three pieces", {{9, 10}, {12, 13}}, "8:00-9:00 10:00-12:00 13:00-17:00"},
         {"a piece goes, the next is cut", {{9, 10}, {7, 11}}, "11:00-17:00"},
         {"no time at all", {{9, 9}}, "8:00-9:00 9:00-17:00"},
     };
@@ -202,22 +190,14 @@ TEST_F(TimeBar, Pixels) {
     } probes[] = {
         {"beside the bar", 0, 10, kOther, kOther},
         {"frame left", 1, 10, kFrame, kFrame},
-        {"frame right", 240, 10, kFrame, kFrame},
-        {"frame top", 50, 1, kFrame, kFrame},
         {"frame bottom", 50, 20, kFrame, kFrame},
-        {"below the bar", 50, 21, kOther, kOther},
         {"before work", 80, 10, kWhite, kWhite},
         {"work begins", 81, 10, kWork, kWork},
-        {"its tick", 81, 19, 0, 0},
-        {"above its tick", 81, 17, kWork, kWork},
-        {"before nine", 90, 10, kWork, kWork},
         {"nine, first half", 91, 10, kBusyColor, kBusyColor},
         {"the small form is lower", 91, 3, kBusyColor, kWork},
-        {"its end", 95, 10, kBusyColor, kBusyColor},
         {"between the halves", 96, 10, kWork, kWork},
         {"nine, second half", 97, 10, kBusyColor, kBusyColor},
         {"ten, first half", 105, 10, kBusyColor, kBusyColor},
-        {"ten, second half", 107, 10, kWork, kWork},
         {"noon", 121, 10, kFrame, kRed}, // and now
         {"the tick of noon", 121, 19, kFrame, 0},
         {"now", 123, 10, kRed, kRed},
