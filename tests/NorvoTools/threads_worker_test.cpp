@@ -3,12 +3,11 @@
 #include "NorvoTools/CeWorkerThread.h"
 #include "NorvoTools/waitables.h"
 #include "Platform/clock.h"
-#include "Platform/windows.h"
 #include "tests/support/device.h"
+#include "tests/support/plainwindow.h"
 
 #include <atomic>
 #include <functional>
-#include <memory>
 #include <thread>
 
 namespace {
@@ -254,20 +253,8 @@ TEST_F(ThreadsTest, CopiesAreObjectsOfTheirOwn) {
     }
 }
 
-int s_told;
-
-LRESULT ClientProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    s_told += message == kMsgThreadEnded;
-    return DefWindowProcW(window, message, wParam, lParam);
-}
-
 TEST_F(ThreadsTest, TheClientIsToldOfTheEnd) {
-    WNDCLASSW windowClass = {};
-    windowClass.lpfnWndProc = ClientProc;
-    windowClass.lpszClassName = u"WorkerClient";
-    RegisterClassW(&windowClass);
-    HWND window = CreateWindowExW(0, u"WorkerClient", u"", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
-    ASSERT_NE(window, nullptr);
+    const HWND window = PlainWindow();
     Worker worker([](Worker&) -> DWORD { return 42; }, window);
     worker.Start();
     EXPECT_TRUE(worker.WaitUntilIdle());
@@ -276,14 +263,14 @@ TEST_F(ThreadsTest, TheClientIsToldOfTheEnd) {
     EXPECT_EQ(message.wParam, 42u);
     EXPECT_EQ(static_cast<DWORD>(message.lParam), worker.GetId());
     Worker restarted([](Worker& w) -> DWORD { return w.WaitForStop(); }, window);
-    s_told = 0;
     for (int runs = 1; runs <= 3; ++runs) {
         restarted.Start();
         while (restarted.m_runs < runs) Sleep(1);
     }
     restarted.Stop(false);
-    while (PeekMessageW(&message, window, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-    EXPECT_EQ(s_told, 3); // of the runs that a start has ended too
+    int told = 0;
+    while (PeekMessageW(&message, window, kMsgThreadEnded, kMsgThreadEnded, PM_REMOVE)) ++told;
+    EXPECT_EQ(told, 3); // of the runs that a start has ended too
     DestroyWindow(window);
 }
 

@@ -1,15 +1,14 @@
 // The row of an item as mark-up, and the settings behind it.
 #include "NorvoTools/globals.h"
 #include "Platform/modules.h"
-#include "Platform/windows.h"
 #include "QNGridCtrl/HTMLGrid.h"
 #include "QNGridCtrl/HTMLParser.h"
 #include "QNGridCtrl/PNGPicture.h"
 #include "QNNewEditUI/MarkupText.h"
 #include "Resources/pictures.h"
 #include "tests/QNNewEditUI/calendarpage.h"
+#include "tests/support/plainwindow.h"
 
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 
@@ -118,6 +117,7 @@ TEST_F(WeekItem, CategoryColors) {
         {kCategoryToBack, u"Light", 1, "[FFF080>| {000000>"},
         {kCategoryToBack, u"Dark", 1, "[002040>| {FFFFFF>"}, // black could not be read there
         {kCategoryToText, u"Dark", 1, "[F6FFA6>| {002040>"},
+        {kCategoryToText, u"Light", 1, "[F6FFA6>| {000000>"},
         {kCategoryToBack, u"Light", 0, "[FFF080>{000000>"},
         {kCategoryColorOff, u"Light", 0, "[0000FF>{FFFFFF>"}, // of the status
         {kCategoryToBack, u"Other", 1, "[F6FFA6>| {000000>"},
@@ -181,12 +181,7 @@ TEST_F(WeekItem, PicturesOfTheLibraryComeByTheScreensDots) {
 }
 
 TEST_F(WeekItem, GoesIntoTheGrid) {
-    WNDCLASSW owner{};
-    owner.lpfnWndProc = DefWindowProcW;
-    owner.lpszClassName = u"GridOwner";
-    RegisterClassW(&owner);
-    const HWND parent =
-        CreateWindowExW(0, u"GridOwner", u"", WS_VISIBLE, 0, 0, 240, 320, nullptr, nullptr, nullptr, nullptr);
+    const HWND parent = PlainWindow(nullptr, WS_VISIBLE);
     CHTMLGrid grid;
     ASSERT_TRUE(grid.InitWindow(parent, {0, 0, 240, 320}, false, u"week"));
     grid.SetDimensions(2, 1);

@@ -1,13 +1,12 @@
 // Bringing the library up and down, and what is settled on the way.
 #include "NorvoUI/CeBaseDialog.h"
-#include "Platform/clock.h"
 #include "Platform/com.h"
 #include "Platform/poom.h"
 #include "Platform/gdi.h"
 #include "Platform/modules.h"
-#include "Platform/windows.h"
 #include "QNTools/QNTools.h"
 #include "tests/support/devicefiles.h"
+#include "tests/support/plainwindow.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -290,16 +289,10 @@ TEST_F(Frame, ErrorsFromTheResources) {
 
 TEST_F(Frame, TopWindowOfTheApplication) {
     EXPECT_EQ(nullptr, CeGetAppWindow());
-    WNDCLASSW known{};
-    known.lpfnWndProc = &DefWindowProcW;
-    known.lpszClassName = u"Frame";
-    RegisterClassW(&known);
-    const HWND top =
-        CreateWindowExW(0, u"Frame", u"", WS_VISIBLE, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+    const HWND top = PlainWindow(nullptr, WS_VISIBLE);
     SetActiveWindow(top);
     EXPECT_EQ(top, CeGetAppWindow());
-    const HWND prompt =
-        CreateWindowExW(0, u"Frame", u"", WS_VISIBLE | WS_POPUP, 0, 0, 5, 5, top, nullptr, nullptr, nullptr);
+    const HWND prompt = PlainWindow(top, WS_VISIBLE | WS_POPUP);
     SetActiveWindow(prompt);
     EXPECT_EQ(prompt, GetActiveWindow());
     EXPECT_EQ(top, CeGetAppWindow());

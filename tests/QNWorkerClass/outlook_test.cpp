@@ -5,8 +5,8 @@
 #include "Platform/contextmenu.h"
 #include "Platform/memory.h"
 #include "Platform/modules.h"
-#include "Platform/windows.h"
 #include "QNWorkerClass/COutlook.h"
+#include "tests/support/plainwindow.h"
 #include "tests/support/poom.h"
 
 #include <atomic>
@@ -119,14 +119,13 @@ TEST_F(Session, LogsOnAtFirstUseAndOnce) {
 TEST_F(Session, WithoutAnObjectEachOperationFailsItsOwnWay) {
     Script().create = E_FAIL;
     COutlook outlook;
-    const HRESULT fail = static_cast<HRESULT>(0x80004005);
-    EXPECT_EQ(-1, outlook.GetItemFromOid(1, nullptr));
-    EXPECT_EQ(fail, outlook.GetItemFromOidEx(1, nullptr));
-    EXPECT_EQ(-1, outlook.CreateItem(1, nullptr));
-    EXPECT_EQ(-1, outlook.GetDefaultFolder(9, nullptr));
-    EXPECT_EQ(fail, outlook.SubscribeToNotifications(9, 1));
-    EXPECT_EQ(fail, outlook.FindMatchingContact(u"x", 0, nullptr, nullptr));
-    EXPECT_EQ(fail, outlook.GetTimeZoneInformationFromIndex(0, nullptr));
+    EXPECT_EQ(
+        (std::vector<HRESULT>{-1, -1, -1, E_FAIL, E_FAIL, E_FAIL, E_FAIL}),
+        (std::vector<HRESULT>{outlook.GetItemFromOid(1, nullptr), outlook.CreateItem(1, nullptr),
+                              outlook.GetDefaultFolder(9, nullptr), outlook.GetItemFromOidEx(1, nullptr),
+                              outlook.SubscribeToNotifications(9, 1),
+                              outlook.FindMatchingContact(u"x", 0, nullptr, nullptr),
+                              outlook.GetTimeZoneInformationFromIndex(0, nullptr)}));
     EXPECT_EQ(0u, outlook.GetPOOM2Property(u"x", CEVT_UI4, true));
     std::string expected;
     for (int i = 0; i < 8; ++i) expected += "Cannot create the object|\n"; // once an attempt
@@ -187,15 +186,11 @@ TEST_F(Session, ASecondOpenDuringTheFirstReturnsAtOnce) {
 }
 
 TEST_F(Session, OwnerOfTheLogon) {
-    WNDCLASSW known{};
-    known.lpfnWndProc = &DefWindowProcW;
-    known.lpszClassName = u"Owner";
-    RegisterClassW(&known);
-    const HWND owner = CreateWindowExW(0, u"Owner", u"", 0, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
-    ASSERT_TRUE(IsWindow(owner));
+    const HWND owner = PlainWindow();
     COutlook outlook;
     outlook.SetParentWindow(owner);
     outlook.Open();
+    ASSERT_TRUE(owner);
     EXPECT_EQ(owner, Script().owner);
     outlook.Close();
     DestroyWindow(owner);
@@ -204,33 +199,34 @@ TEST_F(Session, OwnerOfTheLogon) {
 }
 
 TEST_F(Session, NamesOfProperties) {
+    const struct {
+        bool create;
+        CEPROPID answer;
+        HRESULT result;
+        DWORD told;
+        ULONG flags; // also without the type
+    } cases[] = {{true, 0x80010013, S_OK, 0x80010013, 0x10013},
+                 {false, 0x80010013, S_OK, 0x80010013, 0},
+                 {false, 0xFFFF0002, S_OK, 0, 0},
+                 {true, 5, E_FAIL, 0, 0x10013}};
     COutlook outlook;
-    EXPECT_EQ(0x80010013u, outlook.GetPOOM2Property(u"QN_GTDProject", CEVT_UI4, true));
-    EXPECT_EQ(0x10013u, Script().nameFlags);
-    EXPECT_EQ(0x80010013u, outlook.GetPOOM2Property(u"QN_GTDProject", CEVT_UI4, false));
-    EXPECT_EQ(0u, Script().nameFlags); // also without the type
-    Script().nameId = 0xFFFF0002;
-    EXPECT_EQ(0u, outlook.GetPOOM2Property(u"QN_GTDProject", CEVT_UI4, false));
-    Script().nameId = 5;
-    Script().names = E_FAIL;
-    EXPECT_EQ(0u, outlook.GetPOOM2Property(u"QN_GTDProject", CEVT_UI4, true));
+    for (const auto& c : cases) {
+        Script().nameId = c.answer;
+        Script().names = c.result;
+        EXPECT_EQ(c.told, outlook.GetPOOM2Property(u"QN_GTDProject", CEVT_UI4, c.create));
+        EXPECT_EQ(c.flags, Script().nameFlags);
+    }
 }
 
 TEST(ItemTypes, FromTheTopBits) {
     const struct {
         CEOID oid;
         DataType type;
-    } cases[] = {{0, kDataNone},
-                 {1, kDataNone},
-                 {0x3FFFFFFF, kDataNone},
+    } cases[] = {{0x3FFFFFFF, kDataNone},
                  {0x40000001, kDataAppointment},
                  {0x80000001, kDataContact},
-                 {0xC0000001, kDataTask},
                  {0xFFFFFFFF, kDataTask}};
     for (const auto& c : cases) EXPECT_EQ(c.type, COutlook::GetQNItemType(c.oid)) << c.oid;
-    EXPECT_EQ(2, kDataContact);
-    EXPECT_EQ(3, kDataAppointment);
-    EXPECT_EQ(4, kDataTask);
 }
 
 // --- Save errors ----------------------------------------------------------------------------------------------------
@@ -246,12 +242,6 @@ TEST_F(Session, SaveErrors) {
         {0x8007000E, ""},
         {0x80040064, "The item lacks a required value.|QN Message\n"},
         {0x80040066, "The item's dates are not valid.|QN Message\n"},
-        {0x80040067, "The recurrence of the item is not valid.|QN Message\n"},
-        {0x80040068, "An occurrence of the item would overlap the next one.|QN Message\n"},
-        {0x80040069, "The reminder of the item can't be set.|QN Message\n"},
-        {0x8004006A, "A text of the item is too long.|QN Message\n"},
-        {0x8004006B, "The item was changed by another program.|QN Message\n"},
-        {0x8004006C, "The item no longer exists.|QN Message\n"},
         {0x8004006D, "The item can't be changed.|QN Message\n"},
         {0x8000FFFF, "Pocket Outlook API: Catastrophic failure.|\n"},
         {0x80070057, "Pocket Outlook subsystem returns that data may be corrupted.|\n"},
@@ -282,21 +272,18 @@ protected:
 
 TEST_F(RealSession, RecordAndNumberOfAnItem) {
     m_outlook.Open();
-    std::vector<LONG> oids;
-    for (int i = 0; i < 3; ++i) {
+    LONG oid = 0;
+    for (int i = 0; i < 2; ++i) {
         auto task = NewTask();
-        task->put_Subject(Bstr(u"Task"));
         ASSERT_EQ(S_OK, task->Save());
-        oids.push_back(OidOf(task));
+        oid = OidOf(task);
     }
-    const auto number = static_cast<WORD>(oids[1] & 0xFFFF);
+    const auto number = static_cast<WORD>(oid & 0xFFFF);
     CeDb db;
     const CEOID record = COutlook::OpenAndSeekInEDB(&db, u"Tasks Database", number);
     EXPECT_GE(record, 0x00100000u);
     EXPECT_EQ(number, COutlook::GetAutoIDFromEDBID(u"Tasks Database", record));
     EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, u"Tasks Database", 999));
-    EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, u"Tasks Database", 0));
-    EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, u"", number));
     EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, nullptr, number));
     EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(nullptr, u"Tasks Database", number));
     EXPECT_EQ(0u, COutlook::OpenAndSeekInEDB(&db, u"No Database", number));
@@ -390,24 +377,14 @@ private:
         const auto* words = static_cast<const DWORD*>(medium.hGlobal);
         m_reference.assign(words, words + 3);
         LocalFree(medium.hGlobal);
-        const auto wrong = [](FORMATETC f, auto change) {
-            change(f);
-            return f;
-        };
-        for (FORMATETC f : {wrong(format, [](FORMATETC& x) { x.cfFormat ^= 1; }),
-                            wrong(format, [](FORMATETC& x) { x.dwAspect = 2; }),
-                            wrong(format, [](FORMATETC& x) { x.lindex = 0; }),
-                            wrong(format, [](FORMATETC& x) { x.tymed = 2; })})
-            EXPECT_EQ(static_cast<HRESULT>(0x80040064), data->GetData(&f, &medium));
-        EXPECT_EQ(static_cast<HRESULT>(0x80004001), data->GetDataHere(&format, &medium));
-        EXPECT_EQ(static_cast<HRESULT>(0x80004001), data->SetData(&format, &medium, FALSE));
-        DWORD connection = 0;
-        EXPECT_EQ(static_cast<HRESULT>(0x80040003), data->DAdvise(&format, 0, nullptr, &connection));
-        void* same = nullptr;
-        EXPECT_EQ(S_OK, data->QueryInterface(IID_IDataObject, &same));
-        EXPECT_EQ(data, same);
-        data->Release();
-        EXPECT_EQ(E_NOINTERFACE, data->QueryInterface(IID_IDispatch, &same));
+        const WORD number = format.cfFormat;
+        for (const FORMATETC& wrong :
+             {FORMATETC{static_cast<WORD>(number ^ 1), nullptr, 1, -1, 1},
+              FORMATETC{number, nullptr, 2, -1, 1}, FORMATETC{number, nullptr, 1, 0, 1},
+              FORMATETC{number, nullptr, 1, -1, 2}}) {
+            format = wrong;
+            EXPECT_EQ(static_cast<HRESULT>(0x80040064), data->GetData(&format, &medium));
+        }
     }
 };
 
@@ -421,15 +398,22 @@ protected:
     Extensions m_extensions;
 };
 
-TEST_F(ContextMenu, WithoutTheSettingThereIsOnlyTheMenu) {
-    CPocketOutlookIContext context(kDataTask);
-    EXPECT_EQ(nullptr, context.GetMenu());
-    context.SetOID(0xC0000001);
-    EXPECT_EQ(0, GetMenuItemCount(context.GetMenu()));
-    EXPECT_EQ(0, context.GetMenuCount());
+TEST_F(ContextMenu, ThereIsOnlyTheMenuWithoutSettingProviderOrKind) {
+    const auto rows = [](DataType kind) { // -1 for no menu
+        CPocketOutlookIContext context(kind);
+        EXPECT_EQ(nullptr, context.GetMenu());
+        context.SetOID(0xC0000001);
+        EXPECT_EQ(0, context.GetMenuCount());
+        context.InvokeMenu(nullptr, 5500);
+        return GetMenuItemCount(context.GetMenu());
+    };
+    EXPECT_EQ(0, rows(kDataTask));
+    Enable();
+    EXPECT_EQ(-1, rows(kDataNoteFile));
     EXPECT_EQ("", m_extensions.m_asked);
-    context.InvokeMenu(nullptr, 5500);
     EXPECT_EQ(0u, m_extensions.m_command);
+    PlatSetContextMenuProvider(nullptr);
+    EXPECT_EQ(1, rows(kDataTask)); // the separator
 }
 
 TEST_F(ContextMenu, ExtensionsOfEachKind) {
@@ -468,14 +452,6 @@ TEST_F(ContextMenu, ExtensionsOfEachKind) {
     }
 }
 
-TEST_F(ContextMenu, OtherKindsHaveNone) {
-    Enable();
-    CPocketOutlookIContext context(kDataNoteFile);
-    context.SetOID(1);
-    EXPECT_EQ(nullptr, context.GetMenu());
-    EXPECT_EQ("", m_extensions.m_asked);
-}
-
 TEST_F(ContextMenu, AnotherItemTakesThePlaceOfTheFirst) {
     Enable();
     CPocketOutlookIContext context(kDataContact);
@@ -488,16 +464,6 @@ TEST_F(ContextMenu, AnotherItemTakesThePlaceOfTheFirst) {
     EXPECT_EQ(0, context.GetMenuCount()); // nothing is left of the extensions of before
     EXPECT_EQ(0, m_extensions.m_handles);
     EXPECT_EQ(0, GetMenuItemCount(context.GetMenu()));
-}
-
-TEST_F(ContextMenu, WithoutAProviderThereIsNoObject) {
-    PlatSetContextMenuProvider(nullptr);
-    Enable();
-    CPocketOutlookIContext context(kDataTask);
-    context.SetOID(0xC0000001);
-    EXPECT_EQ(0, context.GetMenuCount());
-    context.InvokeMenu(nullptr, 5500);
-    EXPECT_EQ(1, GetMenuItemCount(context.GetMenu())); // the separator
 }
 
 } // namespace

@@ -17,17 +17,17 @@ std::vector<NamedZone> Zones() {
     TIME_ZONE_INFORMATION fixed = {};
     fixed.Bias = -330;
     fixed.StandardBias = 15;
-    TIME_ZONE_INFORMATION absolute = NewYorkZone();
+    TIME_ZONE_INFORMATION absolute = Eastern();
     absolute.StandardDate = {2010, 11, 0, 7, 2, 0, 0, 0};
     absolute.DaylightDate = {2010, 3, 0, 14, 2, 0, 0, 0};
-    TIME_ZONE_INFORMATION negative = BerlinZone(); // summer is the time behind
+    TIME_ZONE_INFORMATION negative = Berlin(); // summer is the time behind
     negative.DaylightBias = 60;
-    TIME_ZONE_INFORMATION newYear = BerlinZone();
+    TIME_ZONE_INFORMATION newYear = Berlin();
     newYear.StandardDate = {0, 12, 4, 5, 23, 59, 0, 0};
-    TIME_ZONE_INFORMATION half = BerlinZone();
+    TIME_ZONE_INFORMATION half = Berlin();
     half.StandardDate.wMonth = 0;
-    return {{"New York", NewYorkZone()}, {"Berlin", BerlinZone()}, {"Sydney", SydneyZone()}, {"fixed", fixed},
-            {"absolute", absolute},      {"negative", negative},   {"new year", newYear},    {"half", half}};
+    return {{"New York", Eastern()}, {"Berlin", Berlin()},   {"Sydney", Sydney()},  {"fixed", fixed},
+            {"absolute", absolute},  {"negative", negative}, {"new year", newYear}, {"half", half}};
 }
 
 void ExpectSame(const NamedZone& named, ZoneCache& cache, LONGLONG minutes, unsigned seed) {

@@ -12,6 +12,7 @@
 #include "QNWorkerClass/calendarthread.h"
 #include "tests/support/blobs.h"
 #include "tests/support/sidestores.h"
+#include "tests/support/zones.h"
 
 #include <cstdio>
 #include <cstring>
@@ -359,29 +360,3 @@ protected:
 
     std::unique_ptr<AppointmentStore> m_store;
 };
-
-// Zones with summer time.
-inline TIME_ZONE_INFORMATION NewYorkZone() {
-    TIME_ZONE_INFORMATION zone = {};
-    zone.Bias = 300;
-    zone.DaylightBias = -60;
-    zone.StandardDate = {0, 11, 0, 1, 2, 0, 0, 0};
-    zone.DaylightDate = {0, 3, 0, 2, 2, 0, 0, 0};
-    return zone;
-}
-inline TIME_ZONE_INFORMATION BerlinZone() {
-    TIME_ZONE_INFORMATION zone = {};
-    zone.Bias = -60;
-    zone.DaylightBias = -60;
-    zone.StandardDate = {0, 10, 0, 5, 3, 0, 0, 0};
-    zone.DaylightDate = {0, 3, 0, 5, 2, 0, 0, 0};
-    return zone;
-}
-inline TIME_ZONE_INFORMATION SydneyZone() {
-    TIME_ZONE_INFORMATION zone = {};
-    zone.Bias = -600;
-    zone.DaylightBias = -60;
-    zone.StandardDate = {0, 4, 0, 1, 3, 0, 0, 0};
-    zone.DaylightDate = {0, 10, 0, 1, 2, 0, 0, 0};
-    return zone;
-}

@@ -5,6 +5,7 @@
 #include "Platform/comref.h"
 #include "Platform/poom.h"
 #include "tests/support/store.h"
+#include "tests/support/zones.h"
 
 #include <cstdio>
 
@@ -49,24 +50,6 @@ inline std::string ShowDate(DATE date) {
     const auto seconds = static_cast<std::int64_t>((date + civil::kDaysTo1899) * 86400.0 + 0.5);
     return ShowTicks(static_cast<ULONGLONG>(seconds) * 10'000'000);
 }
-
-inline TIME_ZONE_INFORMATION ZoneWith(LONG bias, LONG daylightBias, SYSTEMTIME toStandard,
-                                      SYSTEMTIME toSummer) {
-    TIME_ZONE_INFORMATION zone{};
-    zone.Bias = bias;
-    zone.DaylightBias = daylightBias;
-    zone.StandardDate = toStandard;
-    zone.DaylightDate = toSummer;
-    return zone;
-}
-constexpr SYSTEMTIME Nth(WORD month, WORD nth, WORD weekday, WORD hour) {
-    return {0, month, weekday, nth, hour, 0, 0, 0};
-}
-inline TIME_ZONE_INFORMATION Eastern() { return ZoneWith(300, -60, Nth(11, 1, 0, 2), Nth(3, 2, 0, 2)); }
-inline TIME_ZONE_INFORMATION Berlin() { return ZoneWith(-60, -60, Nth(10, 5, 0, 3), Nth(3, 5, 0, 2)); }
-inline TIME_ZONE_INFORMATION Sydney() { return ZoneWith(-600, -60, Nth(4, 1, 0, 3), Nth(10, 1, 0, 2)); }
-inline TIME_ZONE_INFORMATION Kolkata() { return ZoneWith(-330, 0, {}, {}); }
-inline TIME_ZONE_INFORMATION Newfoundland() { return ZoneWith(210, -60, Nth(11, 1, 0, 2), Nth(3, 2, 0, 2)); }
 
 // A test with the object model on an empty device, in the zone of Berlin.
 class PoomTest : public StoreTest {
@@ -152,27 +135,18 @@ protected:
     }
     // Everything that the volume holds in these databases, as text.
     std::string DumpAll() {
-        static constexpr struct {
+        const struct {
             const WCHAR* name;
-            std::vector<CEPROPID> (*order)();
+            SORTORDERSPECEX order;
         } kAll[] = {
-            {u"Appointments Database", [] { return std::vector<CEPROPID>{PIMPR_NUMBER}; }},
-            {u"CategoryMainDB", [] { return std::vector<CEPROPID>{0x00010066}; }},
-            {u"CategoryAssocDB",
-             [] {
-                 return std::vector<CEPROPID>{0x00010013, 0x00020003};
-             }},
-            {u"PIMNamedPropVals",
-             [] {
-                 return std::vector<CEPROPID>{0x00010013, 0x00020013};
-             }},
+            {u"Appointments Database", Order({{PIMPR_NUMBER, 0}})},
+            {u"CategoryMainDB", Order({{0x00010066, 0}})},
+            {u"CategoryAssocDB", Order({{0x00010013, 0}, {0x00020003, 0}})},
+            {u"PIMNamedPropVals", Order({{0x00010013, 0}, {0x00020013, 0}})},
         };
         std::string all;
         for (const auto& database : kAll) {
-            std::vector<std::pair<CEPROPID, DWORD>> keys;
-            for (CEPROPID key : database.order()) keys.emplace_back(key, 0);
-            const auto order = Order(keys);
-            const HANDLE db = Open(database.name, &order);
+            const HANDLE db = Open(database.name, &database.order);
             for (CEOID oid = First(db); oid; oid = Next(db)) all += DumpRecord(db);
             Close(db);
         }
