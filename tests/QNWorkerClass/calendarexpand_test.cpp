@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr DWORD kMonday = 1 << 1, kThursday = 1 << 4, kFriday = 1 << 5;
+constexpr DWORD kMonday = 1 << 1, kFriday = 1 << 5;
 
 class CalendarExpansion : public AppointmentTest {
 protected:
@@ -78,8 +78,6 @@ TEST_F(CalendarExpansion, SeriesAboutTheEdgesOfARange) {
          "Wed 2010-03-10 22:00..03-11 02:00\n"},
         {"every second day over midnight", nightly().Daily(2), "2010-03-10", "2010-03-10",
          "Tue 2010-03-09 22:00..03-10 02:00\nWed 2010-03-10 03-09 22:00..02:00\n"},
-        {"daily, before its first date", morning("2010-03-12").Daily(1), "2010-03-10", "2010-03-12",
-         "Fri 2010-03-12 10:00..11:00\n"},
         {"after its end", morning("2010-03-01").Daily(1).Until("2010-03-09"), "2010-03-10", "2010-03-14", ""},
         {"weekdays, a range that begins on a Friday goes on with the Monday", weekdays, "2010-03-12",
          "2010-03-15", "Mon 2010-03-15 08:00..09:00\n"},
@@ -90,8 +88,6 @@ TEST_F(CalendarExpansion, SeriesAboutTheEdgesOfARange) {
          "Mon 2010-03-15 10:00..11:00\nFri 2010-03-19 10:00..11:00\n"},
         {"weekly over midnight, from the day before the range", nightly().Weekly(1, kMonday), "2010-03-09",
          "2010-03-09", "Mon 2010-03-08 22:00..03-09 02:00\nTue 2010-03-09 03-08 22:00..02:00\n"},
-        {"the last Friday, with five and with four of them", morning("2010-01-29").MonthlyNth(1, kFriday, 5),
-         "2010-01-01", "2010-02-28", "Fri 2010-01-29 10:00..11:00\nFri 2010-02-26 10:00..11:00\n"},
         {"an nth weekday over midnight has no line on the morning behind it",
          Item().On("2010-01-04 22:00", 240).MonthlyNth(1, kMonday, 1), "2010-03-02", "2010-03-02", ""},
         {"an nth weekday of two days reaches into the range",
@@ -102,15 +98,10 @@ TEST_F(CalendarExpansion, SeriesAboutTheEdgesOfARange) {
          "Sun 2010-01-10 10:00..11:00\n"},
         {"and not when it begins a day earlier", morning("2010-01-15").MonthlyDay(1, 10), "2010-01-09",
          "2010-02-28", "Wed 2010-02-10 10:00..11:00\n"},
-        {"29 February", Item().On("2008-02-29").AllDay().YearlyDay(2, 29), "2011-01-01", "2012-12-31",
-         "Mon 2011-02-28 all-day\nWed 2012-02-29 all-day\n"},
         {"every year, whatever the period says", morning("2008-06-10").YearlyDay(6, 10), "2009-06-10",
          "2010-06-10", "Wed 2009-06-10 10:00..11:00\nThu 2010-06-10 10:00..11:00\n"},
-        {"February in a range of February", february, "2014-02-01", "2014-02-28", "Sat 2014-02-15 all-day\n"},
         {"February in a range that begins in the January behind a leap year's next: a day late", february,
          "2014-01-31", "2014-02-28", "Sun 2014-02-16 all-day\n"},
-        {"an nth weekday each year stays in its month", morning("2007-11-22").YearlyNth(11, kThursday, 4),
-         "2008-01-01", "2008-12-31", "Thu 2008-11-27 10:00..11:00\n"},
         {"four days all day: seen on the third, not on the fourth of them", fourDays, "2010-03-03",
          "2010-03-03",
          "Mon 2010-03-01 all-day 03-01..03-04\nTue 2010-03-02 all-day 03-01..03-04\n"
@@ -158,10 +149,10 @@ TEST_F(CalendarExpansion, BlobsThatCannotBeReadGiveNoLine) {
 // --- Zones --------------------------------------------------------------------------------------------------------
 
 TEST_F(CalendarExpansion, ASeriesInItsOwnZone) {
-    TIME_ZONE_INFORMATION berlin = BerlinZone();
+    TIME_ZONE_INFORMATION berlin = Berlin();
     PlatSetTimeZone(&berlin);
     // New York goes to summer time on 14 March, Berlin on the 28th.
-    const auto series = Item().On("2010-03-08 10:00").Zone(NewYorkZone()).Weekly(1, kMonday);
+    const auto series = Item().On("2010-03-08 10:00").Zone(Eastern()).Weekly(1, kMonday);
     const char* const kThere = "Mon 2010-03-08 16:00..17:00\nMon 2010-03-15 15:00..16:00\n"
                                "Mon 2010-03-22 15:00..16:00\nMon 2010-03-29 16:00..17:00\n";
     const char* const kHere = "Mon 2010-03-08 10:00..11:00\nMon 2010-03-15 10:00..11:00\n"
@@ -177,7 +168,7 @@ TEST_F(CalendarExpansion, ASeriesInItsOwnZone) {
 
 TEST_F(CalendarExpansion, OneDayItemsKeepTheirDateOnEveryDayOfTheYear) {
     const LONG first = DayOfMinutes(Minutes("2010-01-01"));
-    for (TIME_ZONE_INFORMATION zone : {NewYorkZone(), BerlinZone(), SydneyZone(), TIME_ZONE_INFORMATION{}}) {
+    for (TIME_ZONE_INFORMATION zone : {Eastern(), Berlin(), Sydney(), TIME_ZONE_INFORMATION{}}) {
         PlatSetTimeZone(&zone);
         RemoveAll();
         m_store->Db().BeginTransaction();
@@ -209,7 +200,6 @@ TEST_F(CalendarExpansion, ItemsOfSeveralDays) {
     } kCases[] = {
         {"over midnight", night(120), 0, "2010-03-02",
          "Mon 2010-03-01 23:00..03-02 01:00\nTue 2010-03-02 03-01 23:00..01:00\n"},
-        {"over midnight, one line", night(120), 6, "2010-03-02", "Mon 2010-03-01 23:00..03-02 01:00 early\n"},
         {"up to the hour itself", night(420), 6, "2010-03-02", "Mon 2010-03-01 23:00..03-02 06:00 early\n"},
         {"a minute longer", night(421), 6, "2010-03-02",
          "Mon 2010-03-01 23:00..03-02 06:01\nTue 2010-03-02 03-01 23:00..06:01\n"},
@@ -224,8 +214,6 @@ TEST_F(CalendarExpansion, ItemsOfSeveralDays) {
          "2010-03-05",
          "Sat 2010-02-27 10:00..03-02 10:00\nSun 2010-02-28 02-27 10:00..03-02 10:00\n"
          "Mon 2010-03-01 02-27 10:00..03-02 10:00\nTue 2010-03-02 02-27 10:00..10:00\n"},
-        {"ended before the range", Item().On("2010-02-27 10:00"), 0, "2010-03-05", ""},
-        {"behind the range", Item().On("2010-03-06"), 0, "2010-03-05", ""},
         {"two days all day", Item().On("2010-03-01").AllDay(2), 0, "2010-03-05",
          "Mon 2010-03-01 all-day 03-01..03-02\nTue 2010-03-02 all-day 03-01..03-02\n"},
         {"of no length", day(0), 0, "2010-03-01", "Mon 2010-03-01 10:00..10:00\n"},
@@ -233,7 +221,6 @@ TEST_F(CalendarExpansion, ItemsOfSeveralDays) {
          "Tue 2010-03-02 all-day 03-02..03-01\n"},
         {"ended before it began", day(static_cast<DWORD>(-60)), 0, "2010-03-01",
          "Mon 2010-03-01 10:00..09:00\n"},
-        {"for millennia", day(0x7FFFFFFF), 0, "2010-03-01", ""},
         {"ended millennia before", day(0x80000000), 0, "2010-03-01", ""},
         {"without a start", day(60).NoStart(), 0, "2010-03-01", ""},
     };
@@ -244,13 +231,12 @@ TEST_F(CalendarExpansion, ItemsOfSeveralDays) {
 }
 
 // Every end at midnight is one, whatever the sum of the doubles says.
+// Every end at midnight is one, whatever the sum of the doubles says.
 TEST_F(CalendarExpansion, EndsAtMidnightFromAnyMinute) {
     m_store->Db().BeginTransaction();
-    for (DWORD minute = 0; minute < 1440; minute += 7) {
-        char moment[32];
-        std::snprintf(moment, sizeof moment, "2010-03-01 %02u:%02u", minute / 60, minute % 60);
-        Item().On(moment, 1440 - minute).Save();
-    }
+    const double midnight = VariantOfSeconds(LONGLONG{Minutes("2010-03-01")} * 60);
+    for (DWORD minute = 0; minute < 1440; minute += 7)
+        Item().On(MomentText(midnight + minute / 1440.0).c_str(), 1440 - minute).Save();
     m_store->Db().Commit();
     CCalendarThread thread;
     Load(thread, "2010-03-01", "2010-03-03");

@@ -5,7 +5,6 @@
 #include "tests/support/sidestores.h"
 
 #include <cstdlib>
-#include <memory>
 
 namespace {
 
@@ -79,23 +78,17 @@ TEST_F(DataThread, CategoryFilterByModeAndList) {
         const char* passing; // of: none, work, both
     } cases[] = {
         {0, Or, 0, {}, "nwb"}, // no list: every item, whatever the flag says
-        {0, Or, 1, {}, "nwb"},
         {0, Or, 0, {work}, "wb"},
         {0, Or, 1, {work}, "nwb"},
-        {0, Or, 0, {home}, "b"},
         {0, Or, 0, {home, idle}, "b"},
-        {0, Or, 0, {idle}, ""},
         {0, And, 0, {work, home}, "b"},
         {0, And, 1, {work, home}, "nb"},
         {0, And, 0, {work, idle}, ""},
         {0, And, 0, {work, unknown}, ""}, // no seek finds a name that is in no store
         {0, Or, 0, {unknown, work}, "wb"},
         {1, Or, 0, {}, "n"}, // nothing to hide: only items without a category
-        {1, Or, 0, {home}, "nw"},
         {1, Or, 0, {work}, "n"},
-        {1, And, 0, {work, home}, "nw"},
         {1, And, 0, {idle, work}, "nwb"},
-        {-1, Or, 0, {work}, "n"},
         {-1, And, 0, {}, "n"},
         {-2, Or, 0, {work}, "n"},
         {2, Or, 0, {idle}, "nwb"},
@@ -122,6 +115,34 @@ TEST_F(DataThread, CategoryFilterByModeAndList) {
                                       << " chosen " << c.chosen.size();
     }
     EXPECT_TRUE(thread.CategoryFilterEDB(kWork, nullptr));
+    // The modes of the last are kept in the settings.
+    wcscpy(thread.m_szSettingsKey, u"Software\\Norvo\\Quillonary\\TV");
+    CCategoryFilterInfo* filter = nullptr;
+    thread.GetCategoryRestrict(filter);
+    filter->m_bIncludeNoCat = 3;
+    filter->CategoryANDOR = 4;
+    const auto stored = [&](const WCHAR* name) {
+        return ReadRegistryWithDefault(thread.m_szSettingsKey, name, 77);
+    };
+    thread.SetCategoryRestrict(false);
+    EXPECT_EQ(77u, stored(u"bHideCategories"));
+    thread.SetCategoryRestrict(true);
+    EXPECT_EQ(2u, stored(u"bHideCategories"));
+    EXPECT_EQ(3u, stored(u"m_bIncludeNoCat"));
+    EXPECT_EQ(4u, stored(u"CategoryANDOR"));
+}
+
+TEST_F(DataThread, WithoutAssociationsAllPasses) {
+    CCategoryFilterInfo filter;
+    Choose(filter.m_list, {{u"Work", AddCategory(u"Work")}});
+    DeleteDatabase(u"CategoryAssocDB");
+    Thread thread;
+    thread.SetupThreadResources();
+    for (LONG mode : {-2, -1, 0, 1, 2}) {
+        filter.bHideCategories = mode;
+        EXPECT_TRUE(thread.CategoryFilterEDB(kItem, &filter)) << mode;
+    }
+    EXPECT_EQ("", Take(thread.CategoryFromEDB(kItem)));
 }
 
 TEST_F(DataThread, CategoryTextInTheOrderOfIds) {
@@ -133,6 +154,8 @@ TEST_F(DataThread, CategoryTextInTheOrderOfIds) {
     Associate(kItem, work);
     Associate(kItem, 999); // of no category
     Associate(kOther, home);
+    for (int i = 0; i < 2; ++i) Thread().SetupThreadResources(); // each gives back its own mount only
+    EXPECT_NE(INVALID_HANDLE_VALUE, Side(u"CategoryMainDB"));
     Thread thread;
     thread.SetupThreadResources();
     EXPECT_EQ("Work, Away", Take(thread.CategoryFromEDB(kItem)));
@@ -142,39 +165,6 @@ TEST_F(DataThread, CategoryTextInTheOrderOfIds) {
     thread.m_hHeap = HeapCreate(0, 0, 0);
     const WCHAR* text = thread.CategoryFromEDB(kOther);
     EXPECT_EQ("Home", Narrow(text)); // the heap's; the thread ends the heap
-}
-
-TEST_F(DataThread, WithoutAssociationsAllPasses) {
-    const LONG work = AddCategory(u"Work");
-    DeleteDatabase(u"CategoryAssocDB");
-    Thread thread;
-    thread.SetupThreadResources();
-    CCategoryFilterInfo filter;
-    Choose(filter.m_list, {{u"Work", work}});
-    for (LONG mode : {-2, -1, 0, 1, 2}) {
-        filter.bHideCategories = mode;
-        EXPECT_TRUE(thread.CategoryFilterEDB(kItem, &filter)) << mode;
-    }
-    EXPECT_EQ("", Take(thread.CategoryFromEDB(kItem)));
-}
-
-TEST_F(DataThread, SavesTheModesOfItsFilter) {
-    Thread thread;
-    wcscpy(thread.m_szSettingsKey, u"Software\\Norvo\\Quillonary\\TV");
-    CCategoryFilterInfo* filter = nullptr;
-    thread.GetCategoryRestrict(filter);
-    filter->bHideCategories = -1;
-    filter->m_bIncludeNoCat = 1;
-    filter->CategoryANDOR = 1;
-    const auto stored = [&](const WCHAR* name) {
-        return ReadRegistryWithDefault(thread.m_szSettingsKey, name, 77);
-    };
-    thread.SetCategoryRestrict(false);
-    EXPECT_EQ(77u, stored(u"bHideCategories"));
-    thread.SetCategoryRestrict(true);
-    EXPECT_EQ(0xFFFFFFFFu, stored(u"bHideCategories"));
-    EXPECT_EQ(1u, stored(u"m_bIncludeNoCat"));
-    EXPECT_EQ(1u, stored(u"CategoryANDOR"));
 }
 
 TEST_F(DataThread, Privacy) {
@@ -199,8 +189,7 @@ TEST_F(DataThread, NamedValues) {
     };
     SetNamed(kItem, make(u"QN_IconName", CEVT_LPWSTR), {'s', 0, 't', 0, 0, 0, 'x', 0});
     SetNamed(kOther, make(u"QN_IconName", CEVT_LPWSTR), {'a', 0, 'b', 0, 'c'}); // no terminator, an odd end
-    SetNamed(kItem, make(u"QN_TaskPercentStatus", CEVT_UI4), {50, 1, 0, 0});
-    SetNamed(kOther, make(u"QN_TaskPercentStatus", CEVT_UI4), {50, 1});       // what is missing is 0
+    SetNamed(kOther, make(u"QN_TaskPercentStatus", CEVT_UI4), {50, 1});         // what is missing is 0
     SetNamed(kItem, make(u"QN_GTDProject", CEVT_UI4), {1, 0, 0, 0xC0, 0xFF}); // what is too much is left out
     SetNamed(kItem, make(u"QN_GTDStarred", CEVT_BOOL), {1, 0, 0, 0});
     SetNamed(kOther, make(u"QN_GTDStarred", CEVT_BOOL), {0, 0, 0, 0});
@@ -224,7 +213,6 @@ TEST_F(DataThread, NamedValues) {
     EXPECT_EQ("st", Take(thread.IconStrFromEDB(kItem)));
     EXPECT_EQ("ab", Take(thread.IconStrFromEDB(kOther)));
     EXPECT_EQ("(null)", Take(thread.IconStrFromEDB(0x40000077)));
-    EXPECT_EQ(306u, thread.TaskPercentFromOID(kItem));
     EXPECT_EQ(306u, thread.TaskPercentFromOID(kOther));
     EXPECT_EQ(0u, thread.TaskPercentFromOID(0x40000077));
     EXPECT_EQ(0xC0000001u, thread.GtdProjectFromOID(kItem));
@@ -248,15 +236,16 @@ TEST_F(DataThread, NamedValues) {
 
 TEST_F(DataThread, UnknownPropertiesStayUnresolved) {
     Thread thread;
-    thread.SetupThreadResources();
-    EXPECT_EQ(0u, CQNDataThread::ms_IconProperty);
-    EXPECT_EQ("(null)", Take(thread.IconStrFromEDB(kItem)));
-    // A later load resolves what has come meanwhile.
+    g_pOutlook = nullptr; // without a session as well
     const DWORD star = m_outlook.GetPOOM2Property(u"QN_GTDStarred", CEVT_BOOL, true);
     SetNamed(kItem, star, {1, 0, 0, 0});
     thread.SetupThreadResources();
+    EXPECT_EQ(0u, CQNDataThread::ms_StarredProperty);
+    g_pOutlook = &m_outlook; // a later load resolves what has come meanwhile
+    thread.SetupThreadResources();
     EXPECT_EQ(star, CQNDataThread::ms_StarredProperty);
     EXPECT_EQ(0u, CQNDataThread::ms_IconProperty);
+    EXPECT_EQ("(null)", Take(thread.IconStrFromEDB(kItem)));
     EXPECT_TRUE(thread.GtdStarredFromOID(kItem));
 }
 
@@ -275,27 +264,7 @@ TEST_F(DataThread, WithoutNamedValuesIconAndParentAreForgotten) {
     EXPECT_EQ(0u, thread.ParentFromOID(kItem, fraction));
 }
 
-TEST_F(DataThread, WithoutASessionNothingIsResolved) {
-    m_outlook.GetPOOM2Property(u"QN_IconName", CEVT_LPWSTR, true);
-    g_pOutlook = nullptr;
-    Thread thread;
-    thread.SetupThreadResources();
-    EXPECT_EQ(0u, CQNDataThread::ms_IconProperty);
-}
-
 // Objects come and go while others work; each gives back its own mount only.
-TEST_F(DataThread, AThreadThatEndsLeavesOthersTheirVolume) {
-    const LONG work = AddCategory(u"Work");
-    Associate(kItem, work);
-    m_outlook.GetPOOM2Property(u"QN_IconName", CEVT_LPWSTR, true);
-    for (int i = 0; i < 3; ++i) {
-        Thread thread;
-        thread.SetupThreadResources();
-        EXPECT_EQ("Work", Take(thread.CategoryFromEDB(kItem)));
-    }
-    EXPECT_NE(INVALID_HANDLE_VALUE, Side(u"CategoryMainDB"));
-}
-
 // --- Links, journal, planning stores --------------------------------------------------------------------------------
 
 TEST_F(DataThread, LinksAndJournal) {
@@ -343,7 +312,7 @@ TEST_F(DataThread, SpecialTasks) {
 
 // --- Notes ----------------------------------------------------------------------------------------------------------
 
-TEST_F(DataThread, EmptyNotes) {
+TEST_F(DataThread, EmptyNotesAndPictures) {
     struct Case {
         DWORD size;
         const char* head;
@@ -351,12 +320,10 @@ TEST_F(DataThread, EmptyNotes) {
         bool emptyByHead; // the rule of the setting
     };
     const Case cases[] = {
-        {0, "", true, true},           {1, "a", false, false},        {1, "\0", false, true},
-        {4, "{\\pw", false, false}, // below 5 the first byte alone
-        {4, "\0abc", false, true},     {5, "{\\abc", false, false},   {8, "\0\0\0\0\0\0\0", false, true},
-        {100, "text", false, false},   {475, "{\\pwi", false, false}, {476, "{\\pwi", true, true},
-        {476, "{\\rtf", true, false},  {476, "\0", true, true},       {476, "text", true, false},
-        {477, "{\\pwi", false, false},
+        {0, "", true, true},           {1, "a", false, false},        {4, "{\\pw", false, false},
+        {4, "\0abc", false, true}, // below 5 the first byte alone
+        {475, "{\\pwi", false, false}, {476, "{\\pwi", true, true},   {476, "{\\rtf", true, false},
+        {476, "\0", true, true},       {477, "{\\pwi", false, false},
     };
     const HANDLE tasks = Open(u"Tasks Database");
     CeDb db;
@@ -379,18 +346,12 @@ TEST_F(DataThread, EmptyNotes) {
         thread.m_nSizeNoteCheck = -1;
         EXPECT_TRUE(thread.IsNoteEmpty(&db, PIMPR_PICTURE)); // the record has none
     }
-}
-
-TEST_F(DataThread, PicturesHaveALeastSize) {
     const HANDLE contacts = Open(u"Contacts Database");
     const CEOID oid = Add(contacts, Values().Text(0x80, u"contact"));
-    CeDb db;
-    Thread thread;
-    for (DWORD size : {100u, 101u}) {
+    for (DWORD size : {100u, 101u}) { // pictures have a least size
         CeSeekDatabaseEx(contacts, CEDB_SEEK_CEOID, oid, 1, nullptr);
         ASSERT_TRUE(WriteStream(contacts, PIMPR_PICTURE, std::vector<BYTE>(size, 1)));
-        ASSERT_TRUE(db.MountVolumeEDB(u"\\pim.vol", false) && db.Open(u"Contacts Database") &&
-                    db.SeekTo(oid));
+        ASSERT_TRUE(db.Open(u"Contacts Database") && db.SeekTo(oid));
         EXPECT_EQ(size == 100, thread.IsNoteEmpty(&db, PIMPR_PICTURE));
     }
 }

@@ -4,7 +4,6 @@
 #include "tests/support/poom.h"
 
 #include <random>
-#include <set>
 
 namespace {
 

@@ -36,6 +36,12 @@ protected:
         draft.rule->put_Duration(minutes);
         return draft;
     }
+    // The series of most tests: Mondays from 1 March 2010, 14:00 to 15:00.
+    Draft DrawMondays() { return Draw("2010-03-01", "14:00", 60, olRecursWeekly); }
+    LONG Mondays() {
+        auto draft = DrawMondays();
+        return Save(draft);
+    }
     LONG Save(Draft& draft) {
         EXPECT_EQ(draft.item->Save(), S_OK);
         return OidOf(draft.item);
@@ -113,7 +119,7 @@ TEST_F(SeriesTest, WritesTheWorkedBlocks) {
             return oid;
         },
         [this] {
-            auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+            auto d = DrawMondays();
             d.rule->put_Interval(2);
             d.rule->put_DayOfWeekMask(olMonday | olFriday);
             d.rule->put_Occurrences(10);
@@ -191,8 +197,7 @@ TEST_F(SeriesTest, WritesTheWorkedBlocks) {
 }
 
 TEST_F(SeriesTest, KeepsWhatOthersWroteInARecord) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
+    const LONG oid = Mondays();
     Move(oid, "2010-03-08", "2010-03-09 15:00", 60);
     // Another writer adds the two parts that are never written here, and a flag that nobody knows.
     auto block = StoredStream(oid, PIMPR_RECURRENCE);
@@ -211,8 +216,7 @@ TEST_F(SeriesTest, KeepsWhatOthersWroteInARecord) {
 }
 
 TEST_F(SeriesTest, DamagedBlocksAreLeftAlone) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
+    const LONG oid = Mondays();
     Move(oid, "2010-03-08", "2010-03-09 15:00", 60);
     const auto good = StoredStream(oid, PIMPR_RECURRENCE);
     std::vector<std::vector<BYTE>> damaged;
@@ -237,17 +241,6 @@ TEST_F(SeriesTest, DamagedBlocksAreLeftAlone) {
     }
 }
 
-TEST_F(SeriesTest, ReadsTheLongerForm) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
-    ASSERT_TRUE(WriteStream(RecordOf(oid), PIMPR_RECURRENCE, WorkedBlobs()[7].bytes));
-    auto rule = RuleOf(oid);
-    LONG interval = 0;
-    rule->get_Interval(&interval);
-    EXPECT_EQ(interval, 2);
-    EXPECT_EQ(EndOf(rule), "2010-03-31 16");
-}
-
 // --- Ends -------------------------------------------------------------------------------------------------------------
 
 TEST_F(SeriesTest, EndsAreCountedEitherWay) {
@@ -268,19 +261,6 @@ TEST_F(SeriesTest, EndsAreCountedEitherWay) {
     EXPECT_EQ(EndOf(d.rule), "2010-02-01 2");
     const LONG oid = Save(d);
     EXPECT_EQ(EndOf(RuleOf(oid)), "2010-02-01 2");
-}
-
-TEST_F(SeriesTest, RefusesValuesThatAreNone) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    EXPECT_EQ(d.rule->put_RecurrenceType(4), E_INVALIDARG);
-    EXPECT_EQ(d.rule->put_RecurrenceType(7), E_INVALIDARG);
-    EXPECT_EQ(d.rule->put_Interval(-1), E_INVALIDARG);
-    EXPECT_EQ(d.rule->put_DayOfWeekMask(128), E_INVALIDARG);
-    EXPECT_EQ(d.rule->put_DayOfMonth(32), E_INVALIDARG);
-    EXPECT_EQ(d.rule->put_Instance(6), E_INVALIDARG);
-    EXPECT_EQ(d.rule->put_MonthOfYear(13), E_INVALIDARG);
-    EXPECT_EQ(d.rule->put_Duration(-1), E_INVALIDARG);
-    EXPECT_EQ(d.rule->put_PatternStartDate(kNoDate), E_INVALIDARG);
 }
 
 // --- The item and its rule --------------------------------------------------------------------------------------------
@@ -320,12 +300,10 @@ TEST_F(SeriesTest, StartIsTheFirstOccurrence) {
 
 TEST_F(SeriesTest, ZoneIsThatOfTheMaking) {
     SetZone(Eastern());
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
-    const std::vector<BYTE> kEastern = {0x2C, 0x01, 0, 0, 0, 0, 0, 0, 0xC4, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0,
-                                        0x0B, 0,    0, 0, 1, 0, 2, 0, 0,    0,    0,    0,    0, 0, 0, 0,
-                                        0,    0,    3, 0, 0, 0, 2, 0, 2,    0,    0,    0,    0, 0, 0, 0};
-    EXPECT_EQ(Hex(StoredBlob(oid, PIMPR_TIMEZONE)), Hex(kEastern));
+    const LONG oid = Mondays();
+    EXPECT_EQ(Hex(StoredBlob(oid, PIMPR_TIMEZONE)),
+              Hex(HexBytes("2C010000 00000000 C4FFFFFF 00000000 0B000000 01000200"
+                           "00000000 00000000 00000300 00000200 02000000 00000000")));
     const std::string block = Block(oid);
     SetZone(Berlin());
     auto item = Open<IAppointment>(oid);
@@ -382,8 +360,7 @@ TEST_F(SeriesTest, AGivenZoneStays) {
 }
 
 TEST_F(SeriesTest, MovingASeriesByItsStart) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
+    const LONG oid = Mondays();
     DeleteOccurrence(oid, "2010-03-08");
     const auto deleted = [&] {
         return StoredStream(oid, PIMPR_RECURRENCE)[38];
@@ -416,14 +393,22 @@ TEST_F(SeriesTest, WhichChangesKeepTheOccurrences) {
         {"time", [](IRecurrencePattern* r) { r->put_StartTime(0.25); }, true},
         {"duration", [](IRecurrencePattern* r) { r->put_Duration(10); }, true},
         {"same interval", [](IRecurrencePattern* r) { r->put_Interval(1); }, true},
+        {"no interval", [](IRecurrencePattern* r) { EXPECT_EQ(r->put_Interval(-1), E_INVALIDARG); }, true},
+        {"no type", [](IRecurrencePattern* r) { EXPECT_EQ(r->put_RecurrenceType(7), E_INVALIDARG); }, true},
+        {"no mask", [](IRecurrencePattern* r) { EXPECT_EQ(r->put_DayOfWeekMask(128), E_INVALIDARG); }, true},
+        {"no day", [](IRecurrencePattern* r) { EXPECT_EQ(r->put_DayOfMonth(32), E_INVALIDARG); }, true},
+        {"no instance", [](IRecurrencePattern* r) { EXPECT_EQ(r->put_Instance(6), E_INVALIDARG); }, true},
+        {"no month", [](IRecurrencePattern* r) { EXPECT_EQ(r->put_MonthOfYear(13), E_INVALIDARG); }, true},
+        {"no start", [](IRecurrencePattern* r) { EXPECT_EQ(r->put_PatternStartDate(kNoDate), E_INVALIDARG); },
+         true},
+        {"no duration", [](IRecurrencePattern* r) { EXPECT_EQ(r->put_Duration(-1), E_INVALIDARG); }, true},
         {"interval", [](IRecurrencePattern* r) { r->put_Interval(2); }, false},
         {"mask", [](IRecurrencePattern* r) { r->put_DayOfWeekMask(6); }, false},
         {"type", [](IRecurrencePattern* r) { r->put_RecurrenceType(olRecursMonthly); }, false},
         {"start date", [](IRecurrencePattern* r) { r->put_PatternStartDate(At("2010-02-22")); }, false},
     };
     for (const auto& c : kCases) {
-        auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-        const LONG oid = Save(d);
+        const LONG oid = Mondays();
         Move(oid, "2010-03-08", "2010-03-09 15:00", 60);
         auto item = Open<IAppointment>(oid);
         Com<IRecurrencePattern> rule;
@@ -444,7 +429,7 @@ TEST_F(SeriesTest, WhichChangesKeepTheOccurrences) {
 // --- Occurrences ------------------------------------------------------------------------------------------------------
 
 TEST_F(SeriesTest, OccurrencesAsTheyStand) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    auto d = DrawMondays();
     d.item->put_Categories(Bstr(u"Work"));
     d.rule->put_Occurrences(4);
     const LONG oid = Save(d);
@@ -452,25 +437,23 @@ TEST_F(SeriesTest, OccurrencesAsTheyStand) {
     Move(oid, "2010-03-15", "2010-03-17 09:00", 30);
     for (const char* none : {"2010-03-08", "2010-03-09", "2010-03-17", "2010-02-22", "2010-03-29"})
         Occurrence(oid, none, E_NOTFOUND);
-    auto plain = Occurrence(oid, "2010-03-22 23:00"); // by its whole day
-    DATE start = 0;
-    LONG minutes = 0;
-    BSTR text = nullptr;
-    plain->get_Start(&start);
-    plain->get_Duration(&minutes);
-    EXPECT_EQ(ShowDate(start) + " " + std::to_string(minutes), "2010-03-22 14:00 60");
-    plain->get_Categories(&text);
-    EXPECT_EQ(TakeBstr(text), "Work");
-    EXPECT_EQ(OidOf(plain), oid);
-    auto moved = Occurrence(oid, "2010-03-15");
-    moved->get_Start(&start);
-    moved->get_Duration(&minutes);
-    EXPECT_EQ(ShowDate(start) + " " + std::to_string(minutes), "2010-03-17 09:00 30");
+    const auto told = [&](const char* day) {
+        auto one = Occurrence(oid, day);
+        DATE start = 0;
+        LONG minutes = 0;
+        BSTR text = nullptr;
+        one->get_Start(&start);
+        one->get_Duration(&minutes);
+        one->get_Categories(&text);
+        EXPECT_EQ(OidOf(one), oid);
+        return ShowDate(start) + " " + std::to_string(minutes) + " " + TakeBstr(text);
+    };
+    EXPECT_EQ(told("2010-03-22 23:00"), "2010-03-22 14:00 60 Work"); // by its whole day
+    EXPECT_EQ(told("2010-03-15"), "2010-03-17 09:00 30 Work");
 }
 
 TEST_F(SeriesTest, OccurrencesRefuseWhatBelongsToTheSeries) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
+    const LONG oid = Mondays();
     const std::string block = Block(oid);
     auto one = Occurrence(oid, "2010-03-08");
     EXPECT_EQ(one->put_Categories(Bstr(u"x")), E_FAIL);
@@ -481,10 +464,12 @@ TEST_F(SeriesTest, OccurrencesRefuseWhatBelongsToTheSeries) {
     EXPECT_EQ(one->put_BusyStatus(4), E_INVALIDARG);
     EXPECT_EQ(one->Save(), S_OK); // nothing of its own: nothing is written
     EXPECT_EQ(Block(oid), block);
+    ASSERT_TRUE(WriteStream(RecordOf(oid), PIMPR_RECURRENCE, WorkedBlobs()[7].bytes)); // the longer form
+    EXPECT_EQ(EndOf(RuleOf(oid)), "2010-03-31 16");
 }
 
 TEST_F(SeriesTest, OccurrencesHaveTheSeriesPropertiesAndTheirOwn) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
+    auto d = DrawMondays();
     d.item->put_Location(Bstr(u"Room"));
     const LONG oid = Save(d);
     const CEPROPID icon = Name(u"QN_IconName", CEVT_LPWSTR);
@@ -512,8 +497,7 @@ TEST_F(SeriesTest, OccurrencesHaveTheSeriesPropertiesAndTheirOwn) {
 }
 
 TEST_F(SeriesTest, TwoOccurrencesThroughTwoObjectsBothStay) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
+    const LONG oid = Mondays();
     auto a = Occurrence(oid, "2010-03-08");
     auto b = Occurrence(oid, "2010-03-15");
     a->put_Subject(Bstr(u"A"));
@@ -534,14 +518,18 @@ TEST_F(SeriesTest, TwoOccurrencesThroughTwoObjectsBothStay) {
     EXPECT_EQ(block.size(), 72u + 2 * 8 + 16 + 22); // two changed ones, one with a subject of one letter
 }
 
-TEST_F(SeriesTest, ACopiedOccurrenceIsAnAppointment) {
+TEST_F(SeriesTest, CopiesOfSeriesAndOfOccurrences) {
     SetZone(Eastern());
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
+    const LONG oid = Mondays();
+    DeleteOccurrence(oid, "2010-03-15");
     auto one = Occurrence(oid, "2010-03-08");
     one->put_Location(Bstr(u"Here"));
     SetZone(Berlin());
-    Com<IAppointment> copy;
+    Com<IAppointment> series, copy;
+    ASSERT_EQ(Open<IAppointment>(oid)->Copy(series.Out()), S_OK);
+    ASSERT_EQ(series->Save(), S_OK);
+    EXPECT_EQ(Block(OidOf(series)), Block(oid));
+    EXPECT_EQ(Hex(StoredBlob(OidOf(series), PIMPR_TIMEZONE)), Hex(StoredBlob(oid, PIMPR_TIMEZONE)));
     ASSERT_EQ(one->Copy(copy.Out()), S_OK);
     ASSERT_EQ(copy->Save(), S_OK);
     const LONG other = OidOf(copy);
@@ -553,20 +541,8 @@ TEST_F(SeriesTest, ACopiedOccurrenceIsAnAppointment) {
     EXPECT_EQ(Stored(other, PIMPR_TIMEZONE), "-");
 }
 
-TEST_F(SeriesTest, ACopiedSeriesIsASeries) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
-    DeleteOccurrence(oid, "2010-03-08");
-    Com<IAppointment> copy;
-    ASSERT_EQ(Open<IAppointment>(oid)->Copy(copy.Out()), S_OK);
-    ASSERT_EQ(copy->Save(), S_OK);
-    EXPECT_EQ(Block(OidOf(copy)), Block(oid));
-    EXPECT_EQ(Hex(StoredBlob(OidOf(copy), PIMPR_TIMEZONE)), Hex(StoredBlob(oid, PIMPR_TIMEZONE)));
-}
-
 TEST_F(SeriesTest, CollectionsGiveOccurrences) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
+    const LONG oid = Mondays();
     DeleteOccurrence(oid, "2010-03-08");
     Move(oid, "2010-03-29", "2010-03-16 09:00", 30);
     auto single = NewAppointment();
@@ -600,8 +576,7 @@ TEST_F(SeriesTest, CollectionsGiveOccurrences) {
 }
 
 TEST_F(SeriesTest, AFailedOccurrenceLeavesTheSeries) {
-    auto d = Draw("2010-03-01", "14:00", 60, olRecursWeekly);
-    const LONG oid = Save(d);
+    const LONG oid = Mondays();
     const std::string before = DumpAll();
     for (PlatFault fault : {PlatFault::StoreWrite, PlatFault::StoreCommit}) {
         auto one = Occurrence(oid, "2010-03-08");

@@ -98,17 +98,12 @@ TEST(RecurrenceBlob, WorkedBlobsAreReadWhole) {
 
 TEST(RecurrenceBlob, FieldsOfTheRule) {
     auto weekly = Read(WorkedBlobs()[2].bytes);
-    const DATACALENDARDB& record = weekly->record;
-    EXPECT_EQ(kRecurWeekly, record.m_wRecurType);
-    EXPECT_EQ(kPatternWeekdays, record.m_wPatternType);
-    EXPECT_EQ(2u, record.m_dwPeriodWeeks);
-    EXPECT_EQ(34u, record.m_dwWeekMask);
-    EXPECT_EQ(34u, record.m_wDaysOfWeek);
-    EXPECT_EQ(10u, record.m_dwOccurrences);
-    EXPECT_EQ(40238.0, record.m_dtStart);
-    EXPECT_EQ(215284320.0, record.m_dtEnd); // minutes, no variant time
-    EXPECT_EQ(14, record.m_wStartHour);
-    EXPECT_EQ(15, record.m_wEndHour);
+    const DATACALENDARDB& r = weekly->record;
+    EXPECT_EQ((std::vector<DWORD>{kRecurWeekly, kPatternWeekdays, 2, 34, 34, 10, 14, 15}),
+              (std::vector<DWORD>{r.m_wRecurType, r.m_wPatternType, r.m_dwPeriodWeeks, r.m_dwWeekMask,
+                                  r.m_wDaysOfWeek, r.m_dwOccurrences, r.m_wStartHour, r.m_wEndHour}));
+    EXPECT_EQ(40238.0, r.m_dtStart);
+    EXPECT_EQ(215284320.0, r.m_dtEnd); // minutes, no variant time
     EXPECT_EQ(0x80, Read(WorkedBlobs()[4].bytes)->record.m_listExceptions.Get(1)->wFlags); // less the note's
     EXPECT_EQ(4, Read(WorkedBlobs()[6].bytes)->record.m_wNth);
     Blob early = DailyBlob();
@@ -142,36 +137,28 @@ TEST(RecurrenceBlob, WhatEndsTheReading) {
 }
 
 TEST(RecurrenceBlob, WhatIsInconsistentIsReadAllTheSame) {
-    std::vector<BYTE> reserved = DailyBlob().Bytes();
-    reserved[8] = 1;
-    EXPECT_EQ(kBlobInconsistent, Read(reserved)->status);
-    std::vector<BYTE> reservedLong = DailyBlob().Bytes();
-    reservedLong[21] = 1;
-    EXPECT_EQ(kBlobInconsistent, Read(reservedLong)->status);
-
+    const auto changed = [](std::size_t at) {
+        std::vector<BYTE> bytes = DailyBlob().Bytes();
+        bytes[at] = 1;
+        return bytes;
+    };
     std::vector<BYTE> shortened = DailyBlob().Bytes(); // its last two bytes, the count of exceptions
     shortened.pop_back();
-    auto cut = Read(shortened);
-    EXPECT_EQ(kBlobInconsistent, cut->status);
-    EXPECT_EQ(10, cut->record.m_wStartHour);
-
     Blob deletedOne = DailyBlob();
     deletedOne.deleted = {Minutes("2010-03-03")};
-    auto reading = Read(deletedOne.Bytes());
-    EXPECT_EQ(kBlobInconsistent, reading->status);
-    EXPECT_EQ("2010-03-03 ", reading->Deleted());
-}
-
-// Modified dates are looked for only behind deleted ones: then the rest is taken from where they stand.
-TEST(RecurrenceBlob, ModifiedDatesWithoutDeletedOnesAreNotRead) {
-    Blob blob = DailyBlob();
-    blob.modified = {Minutes("2010-03-03")};
-    std::vector<BYTE> bytes = blob.Bytes();
-    EXPECT_EQ(kBlobRefused, Read(bytes)->status); // the markers are 4 bytes off
-    bytes.erase(bytes.begin() + 42, bytes.begin() + 46);
-    auto reading = Read(bytes);
-    EXPECT_EQ(kBlobInconsistent, reading->status);
-    EXPECT_EQ(0, reading->record.m_listExceptions.GetCount());
+    // Modified dates are looked for only behind deleted ones: then the rest is taken from where they stand.
+    Blob modifiedOne = DailyBlob();
+    modifiedOne.modified = {Minutes("2010-03-03")};
+    std::vector<BYTE> unread = modifiedOne.Bytes();
+    EXPECT_EQ(kBlobRefused, Read(unread)->status); // the markers are 4 bytes off
+    unread.erase(unread.begin() + 42, unread.begin() + 46);
+    for (const auto& bytes : {changed(8), changed(21), shortened, deletedOne.Bytes(), unread}) {
+        auto reading = Read(bytes);
+        EXPECT_EQ(kBlobInconsistent, reading->status);
+        EXPECT_EQ(10, reading->record.m_wStartHour);
+        EXPECT_EQ(bytes == deletedOne.Bytes() ? "2010-03-03 " : "", reading->Deleted());
+        EXPECT_EQ("", reading->Changes());
+    }
 }
 
 TEST(RecurrenceBlob, SeriesOutsideOfTheWindowAreRefused) {
@@ -249,6 +236,12 @@ TEST(RecurrenceBlob, PartsOfAChangedOccurrence) {
     }
 }
 
+TEST(RecurrenceBlob, AMoveByAYearIsNoMove) {
+    auto reading = ReadWithChange(Moved("2010-03-04 10:00", "2011-03-04 11:00", "2011-03-04 12:00"));
+    EXPECT_EQ("2011-03-04: 2011-03-04 11:00..2011-03-04 12:00 (11:00-12:00)\n", reading->Changes());
+    EXPECT_EQ("2010-03-04 ", reading->Deleted());
+}
+
 // The record before it took four bytes too many: its busy status looked like two words.
 TEST(RecurrenceBlob, AChangedOccurrenceThatBeganFourBytesBefore) {
     ChangedOccurrence first = Moved("2010-03-04 10:00", "2010-03-04 11:00", "2010-03-04 12:00");
@@ -260,12 +253,6 @@ TEST(RecurrenceBlob, AChangedOccurrenceThatBeganFourBytesBefore) {
     EXPECT_EQ("2010-03-04: 2010-03-04 11:00..2010-03-04 12:00 (11:00-12:00) busy 49772\n"
               "2010-03-05: 2010-03-05 13:00..2010-03-05 14:00 (13:00-14:00)\n",
               Read(blob.Bytes())->Changes());
-}
-
-TEST(RecurrenceBlob, AMoveByAYearIsNoMove) {
-    auto reading = ReadWithChange(Moved("2010-03-04 10:00", "2011-03-04 11:00", "2011-03-04 12:00"));
-    EXPECT_EQ("2011-03-04: 2011-03-04 11:00..2011-03-04 12:00 (11:00-12:00)\n", reading->Changes());
-    EXPECT_EQ("2010-03-04 ", reading->Deleted());
 }
 
 TEST(RecurrenceBlob, CountsBeyondTheBlobCostNothing) {
