@@ -13,6 +13,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -238,15 +239,7 @@ TEST_F(DateTextTest, HabitsFollowTheLocale) {
 }
 
 TEST_F(DateTextTest, Durations) {
-    const PlatModuleString strings[] = {{41184, u"hours", 5},  {41186, u"hour", 4}, {41188, u"minutes", 7},
-                                        {41189, u"minute", 6}, {42460, u"day", 3},  {42474, u"days", 4}};
-    const PlatStringTable table[] = {{"en", strings, 6}};
-    PlatModule module{u"durations.dll"};
-    module.languages = table;
-    module.languageCount = 1;
-    module.untilReset = true;
-    HINSTANCE kept = g_hResources;
-    g_hResources = PlatRegisterModule(module);
+    const HINSTANCE kept = std::exchange(g_hResources, LoadLibraryW(u"\\WINDOWS\\QNResources.dll"));
     struct Case {
         int minutes;
         bool days;
@@ -268,18 +261,16 @@ TEST_F(DateTextTest, Durations) {
     std::u16string small(8, u'#');
     FormatDurationString(small.data(), 6, 1500, true);
     EXPECT_EQ(std::u16string(u"(1 da\0##", 8), small);
-    g_hResources = kept;
+    FreeLibrary(std::exchange(g_hResources, kept));
 }
 
 // --- The city database --------------------------------------------------------------------------------------------
 
-int s_open = 0; // calls that must come in pairs
-int s_loaded = 0;
-
-BOOL Init() { return ++s_open; }
-void Uninit() { --s_open; }
-BOOL Load() { return ++s_loaded; }
-void Free() { --s_loaded; }
+std::string s_calls;
+BOOL Init() { return s_calls += "init ", TRUE; }
+void Uninit() { s_calls += "uninit"; }
+BOOL Load() { return s_calls += "load ", TRUE; }
+void Free() { s_calls += "free "; }
 int Count() { return 2; }
 BOOL ByOffset(int index, CITYTIMEZONE* zone) {
     static const CITYTIMEZONE kZones[] = {{u"(GMT) London", u"GMT", u"BST", 7, 0},
@@ -317,8 +308,7 @@ TEST_F(DateTextTest, AllZonesOfTheCityDatabase) {
     EXPECT_EQ(8u, zones[1].dwValue);
     EXPECT_EQ(60, zones[1].lOffset);
     EXPECT_EQ(0, zones[1].szDaylightName[0]);
-    EXPECT_EQ(0, s_open);
-    EXPECT_EQ(0, s_loaded);
+    EXPECT_EQ("init load free uninit", s_calls);
 }
 
 } // namespace

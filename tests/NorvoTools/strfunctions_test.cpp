@@ -105,39 +105,34 @@ TEST(StrFunctionsTest, ReplaceStr) {
 }
 
 TEST(StrFunctionsTest, Parts) {
-    EXPECT_EQ(u"cd", Taken(MidStr(u"abcde", 2, 2)));
-    EXPECT_EQ(u"cde", Taken(MidStr(u"abcde", 2)));
-    EXPECT_EQ(u"", Taken(MidStr(u"abcde", 5, 1)));
-    EXPECT_EQ(u"", Taken(MidStr(u"abcde", -1, 1)));
-    EXPECT_EQ(u"", Taken(MidStr(kNull, 0, 1)));
+    const std::pair<const WCHAR*, WCHAR*> cases[] = {
+        {u"cd", MidStr(u"abcde", 2, 2)},
+        {u"cde", MidStr(u"abcde", 2)},
+        {u"", MidStr(u"abcde", 5, 1)},
+        {u"", MidStr(u"abcde", -1, 1)},
+        {u"", MidStr(kNull, 0, 1)},
+        {u"ab", LeftStr(u"abcde", 2)},
+        {u"abcde", LeftStr(u"abcde", -1)},
+        {u"de", RightStr(u"abcde", 2)},
+        {u"abcde", RightStr(u"abcde", 6)},
+        {u"a b ", LTrimStr(u"\t \u3000a b ")},
+        {u" a b", RTrimStr(u" a b\r\n")},
+        {u"a b", TrimStr(u" a b ")},
+        {u"", TrimStr(u" \n ")},
+        {kNone, TrimStr(kNull)},
+        {u"\xFFA0x", LTrimStr(u" \xFFA0x")},
+        {u"c.txt", JustFileName(u"\\a\\b\\c.txt")},
+        {u"", JustFileName(u"\\a\\")},
+        {u"\\a\\b\\", JustPath(u"\\a\\b\\c.txt")},
+        {u"\\", JustPath(u"c.txt")},
+    };
+    for (const auto& [expected, part] : cases) EXPECT_EQ(expected, Taken(part));
     std::array<WCHAR, 8> buffer;
     EXPECT_EQ(buffer.data(), MidStr(u"abcde", buffer.data(), 1, 3));
     EXPECT_EQ(u"bcd", At(buffer.data()));
-    EXPECT_EQ(u"ab", Taken(LeftStr(u"abcde", 2)));
-    EXPECT_EQ(u"abcde", Taken(LeftStr(u"abcde", -1)));
-    EXPECT_EQ(u"de", Taken(RightStr(u"abcde", 2)));
-    EXPECT_EQ(u"abcde", Taken(RightStr(u"abcde", 6)));
-}
-
-TEST(StrFunctionsTest, Trimming) {
-    EXPECT_EQ(u"a b ", Taken(LTrimStr(u"\t \u3000a b ")));
-    EXPECT_EQ(u" a b", Taken(RTrimStr(u" a b\r\n")));
-    EXPECT_EQ(u"a b", Taken(TrimStr(u" a b ")));
-    EXPECT_EQ(u"", Taken(TrimStr(u" \n ")));
-    EXPECT_EQ(kNone, Taken(TrimStr(kNull)));
-    EXPECT_EQ(u"\xFFA0x", Taken(LTrimStr(u" \xFFA0x")));
     WCHAR text[] = u"line \t\r\n";
     EXPECT_EQ(4, RTrimStrInPlace(text));
     EXPECT_EQ(u"line", At(text));
-    WCHAR white[] = u" \r\n";
-    EXPECT_EQ(0, RTrimStrInPlace(white));
-}
-
-TEST(StrFunctionsTest, Paths) {
-    EXPECT_EQ(u"c.txt", Taken(JustFileName(u"\\a\\b\\c.txt")));
-    EXPECT_EQ(u"", Taken(JustFileName(u"\\a\\")));
-    EXPECT_EQ(u"\\a\\b\\", Taken(JustPath(u"\\a\\b\\c.txt")));
-    EXPECT_EQ(u"\\", Taken(JustPath(u"c.txt")));
 }
 
 TEST(StrFunctionsTest, Fields) {
