@@ -216,7 +216,7 @@ CCalendarSubview::RowLook CCalendarSubview::AppointmentLook(const DATACALENDAR& 
                                                                    : kColorBack);
     const bool past = item.m_bAllDay ? CalendarDay(item.m_dtEnd) < moment.today : item.m_dtEnd < moment.now;
     if (past && item.m_nType == kLineAppointment) ApplyPast(look);
-    if (colored) look.pszText = Readable(look.pszText, look.pszBack);
+    if (colored || look.pszText == category) look.pszText = Readable(look.pszText, look.pszBack);
     return look;
 }
 
