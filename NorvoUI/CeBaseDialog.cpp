@@ -65,9 +65,9 @@ bool CeBaseDialog::CreateFrame(HWND hOwner) {
     return true;
 }
 
-void CeBaseDialog::ShowFrame() {
+void CeBaseDialog::ShowFrame(bool activate) {
     CePopupFrame::SettleBelow();
-    ShowWindow(SW_SHOW);
+    ShowWindow(activate ? SW_SHOW : SW_SHOWNA);
     RedrawWindow(nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN); // complete when it is seen first
 }
 
@@ -126,13 +126,14 @@ LRESULT CeBaseDialog::OnSettingChange(WORD flag, LPCWSTR text, bool& handled) {
     return CeWnd::OnSettingChange(flag, text, handled);
 }
 
-// On a screen of other measures: out of its own shadow, to its new place.
+// On a screen of other measures: out of its own shadow, to its new place; another dialog stays above it.
 void CeBaseDialog::Settle() {
     const HWND focus = GetFocus();
+    const bool active = GetActiveWindow() == m_hWnd;
     ShowWindow(SW_HIDE);
     m_Frame.Forget();
     Place();
-    ShowFrame();
+    ShowFrame(active);
     if (IsOwn(focus)) ::SetFocus(focus);
 }
 

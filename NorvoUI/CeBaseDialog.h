@@ -59,7 +59,7 @@ protected:
     void UpdateBar();
     // The window, unseen; then what stands below it is painted and it shows.
     bool CreateFrame(HWND hOwner);
-    void ShowFrame();
+    void ShowFrame(bool activate = true);
 
     // A letter where nothing is typed, or with Alt. True when it marks something here.
     virtual bool OnLetter(WCHAR letter) { return m_Bar.PressLetter(letter); }

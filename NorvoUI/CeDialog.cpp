@@ -37,4 +37,13 @@ void CeDialog::EndDialog(int result) {
     if (!m_modal) return CeBaseDialog::EndDialog(result);
     m_nResult = result;
     m_modal = false;
+    WakeLoop();
 }
+
+LRESULT CeDialog::OnDestroy(bool& handled) {
+    if (m_modal) WakeLoop();
+    return CeBaseDialog::OnDestroy(handled);
+}
+
+// What another thread has sent is worked off within the wait for a message, which goes on behind it.
+void CeDialog::WakeLoop() { ::PostMessageW(nullptr, WM_NULL, 0, 0); }

@@ -23,8 +23,12 @@ public:
     int DoModal(HWND hOwner);
     void EndDialog(int result) override;
 
+protected:
+    LRESULT OnDestroy(bool& handled) override;
+
 private:
     void RunLoop();
+    static void WakeLoop();
 
     bool m_modal = false; // the loop runs
 };

@@ -46,7 +46,7 @@ void CeIconButtonBase::RemoveAll() {
     for (const Button& button : m_buttons)
         if (button.icon) DestroyIcon(button.icon);
     m_buttons.clear();
-    m_pressed = -1;
+    m_pressed = m_held = -1;
     m_focused = 0;
     if (m_hWnd) Repaint();
 }

@@ -67,6 +67,7 @@ protected:
     void Repaint() { InvalidateRect(nullptr, FALSE); }
 
     int m_pressed = -1; // index, as below
+    int m_held = -1;    // the button that the pointer or the space bar went down on
     int m_focused = 0;
 
 private:
@@ -106,6 +107,5 @@ private:
     void Act(int index);
     void Tell(UINT id, WORD code);
 
-    int m_held = -1;         // the button that the pointer or the space bar went down on
     bool m_repeated = false; // it has acted while it was held
 };

@@ -94,10 +94,9 @@ LRESULT CeIconButton::OnLButtonUp(WPARAM, POINT point, bool& handled) {
 void CeIconButton::Release() {
     KillTimer(kRepeatTimer);
     m_repeated = false;
-    const bool held = std::exchange(m_held, -1) >= 0;
-    m_pressed = -1;
+    m_pressed = m_held = -1;
     Repaint();
-    if (held && GetCapture() == m_hWnd) ReleaseCapture();
+    if (GetCapture() == m_hWnd) ReleaseCapture();
 }
 
 LRESULT CeIconButton::OnTimer(WPARAM id, bool& handled) {

@@ -293,6 +293,7 @@ UINT PopupMenuSession::Run(HMENU menu) {
 void PopupMenuSession::End(UINT chosen) {
     if (!std::exchange(m_running, false)) return;
     m_chosen = chosen;
+    PostMessageW(nullptr, WM_NULL, 0, 0); // what another thread has sent comes within the loop's wait
     for (auto window = m_open.rbegin(); window != m_open.rend(); ++window) (*window)->ShowWindow(SW_HIDE);
     if (!m_open.empty() && GetCapture() == m_open.front()->GetHWnd()) ReleaseCapture();
 }

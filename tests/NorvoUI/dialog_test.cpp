@@ -5,8 +5,11 @@
 #include "Platform/threads.h"
 #include "tests/support/modal.h"
 #include "tests/support/narrow.h"
+#include "tests/support/waiting.h"
 
+#include <atomic>
 #include <functional>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -150,6 +153,11 @@ TEST_F(Dialogs, Nest) {
                          [&] {
                              EXPECT_FALSE(below.IsWindowEnabled());
                              EXPECT_EQ(ShownOnScreen(), 3);
+                             PlatSetScreen({480, 640, 96});
+                         },
+                         [&] {
+                             EXPECT_EQ(GetActiveWindow(), above.GetHWnd());
+                             EXPECT_EQ(GetWindow(GetDesktopWindow(), GW_CHILD), above.GetHWnd()); // topmost
                              Press(VK_ESCAPE);
                          },
                          [&] {
@@ -198,6 +206,29 @@ TEST_F(Dialogs, WithoutALoopEndWithTheirWindow) {
     form.SendMessageW(WM_CLOSE);
     EXPECT_FALSE(form.IsWindow());
     EXPECT_EQ(form.GetResult(), IDCANCEL);
+}
+
+class ThreadsDialogs : public Dialogs {};
+
+// The message comes within the wait for the next one.
+TEST_F(ThreadsDialogs, EndBySentMessages) {
+    for (const UINT message : {WM_COMMAND, WM_CLOSE}) {
+        Form form;
+        top.SetFocus();
+        std::atomic<bool> ended = false;
+        bool inTime = false;
+        std::thread worker([&] {
+            while (GetForegroundWindow() == top.GetHWnd()) Sleep(1);
+            Sleep(30); // it waits by then
+            SendMessageW(GetForegroundWindow(), message, IDCANCEL, 0);
+            inTime = Eventually([&] { return ended.load(); });
+            PostMessageW(top, WM_NULL, 0, 0);
+        });
+        EXPECT_EQ(form.DoModal(top), IDCANCEL);
+        ended = true;
+        worker.join();
+        EXPECT_TRUE(inTime);
+    }
 }
 
 // --- Rows of buttons ----------------------------------------------------------------------------------------------
@@ -271,6 +302,17 @@ TEST_F(IconButtons, ShowThePressAtOnce) {
     ASSERT_TRUE(row.GetButtonRect(4, place));
     EXPECT_EQ(place.left, 160);
     EXPECT_EQ(place.right, 240);
+}
+
+TEST_F(IconButtons, FilledAnewWhileOneIsHeldActNotByItsRelease) {
+    PlatPointer(PlatPointerAction::Down, 60, 10);
+    Pump();
+    row.RemoveAll();
+    for (const UINT id : {7U, 8U, 9U}) row.AddButton(id, u"New"); // the second from 80 to 160
+    PlatPointer(PlatPointerAction::Up, 100, 10);
+    Pump();
+    EXPECT_EQ(TakeCommands(), "");
+    EXPECT_EQ(GetCapture(), nullptr);
 }
 
 // --- Label fields -------------------------------------------------------------------------------------------------
