@@ -179,8 +179,8 @@ LRESULT Bar::OnLButtonDown(WPARAM, POINT point, bool& handled) {
 LRESULT Bar::OnLButtonUp(WPARAM, POINT point, bool& handled) {
     handled = true;
     const int pressed = m_pressed;
+    if (GetCapture() == GetHWnd()) ReleaseCapture(); // also when the pressed cell went meanwhile
     if (pressed < 0) return 0;
-    ReleaseCapture();
     Press(-1);
     if (CellAt(point) == pressed) Act(pressed);
     return 0;

@@ -1,6 +1,7 @@
 #include "apps/pages/calendarview.h"
 
 #include "NorvoUI/CNorvoMBox.h"
+#include "QNGridCtrl/HTMLEscape.h"
 #include "QNWorkerClass/COutlook.h"
 #include "apps/pages/daypage.h"
 #include "apps/pages/listpage.h"
@@ -10,6 +11,7 @@
 #include "apps/qn/support.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace qn {
 
@@ -207,7 +209,7 @@ void CalendarView::FillDateLine() {
     std::vector<Bar::Cell> cells;
     if (!m_coverTitle.empty()) {
         cells.push_back({u"<B>\u2039</B>", arrow, m_coverBack});
-        cells.push_back({u"<B>" + Escaped(m_coverTitle) + u"</B>"});
+        cells.push_back({u"<B>" + HTMLEscape(m_coverTitle) + u"</B>"});
     } else if (IsCardAlone()) {
         cells.push_back({u"<B>\u2039</B>", arrow, [this] { CloseCard(); }});
         cells.push_back({u"<B>Summary</B>"});
@@ -215,7 +217,7 @@ void CalendarView::FillDateLine() {
         // With little room the date itself leads to today.
         const auto today = [this] { GoTo(m_kind, static_cast<LONG>(Today())); };
         cells.push_back({u"<B>\u2039</B>", arrow, [this] { Turn(-1); }});
-        cells.push_back({u"<B>" + Escaped(Page().Title(m_day, narrow)) + u"</B>", 0,
+        cells.push_back({u"<B>" + HTMLEscape(Page().Title(m_day, narrow)) + u"</B>", 0,
                          narrow ? std::function<void()>(today) : nullptr});
         if (!narrow) cells.push_back({u"Today", Scaled(52), today});
         cells.push_back({u"<B>\u203A</B>", arrow, [this] { Turn(1); }});
@@ -265,7 +267,10 @@ void CalendarView::ShowItemMenu(const DATACALENDAR& line, POINT point) {
 
 // --- Changes ------------------------------------------------------------------------------------------------------
 
+// Back where it was nothing is saved: an occurrence would be a changed one from then on.
 void CalendarView::MoveItem(const DATACALENDAR& line, DATE start) {
+    constexpr double kMinute = 1.0 / 1440;
+    if (std::abs(start - line.m_dtStart) < kMinute) return;
     const HRESULT result = MoveAppointment(line, start);
     if (FAILED(result)) COutlook::DisplayPIMSaveError(result);
     m_data.Reload(); // also to put back what could not be moved
@@ -309,7 +314,7 @@ void CalendarView::Undo() {
 
 void CalendarView::Tell(const std::u16string& text, bool undo) {
     m_told = true;
-    std::vector<Bar::Cell> cells{{Escaped(text)}};
+    std::vector<Bar::Cell> cells{{HTMLEscape(text)}};
     if (undo) cells.push_back({u"<B>Undo</B>", Scaled(64), [this] { Undo(); }});
     m_notice.SetCells(std::move(cells));
     SetTimer(kNoticeTimer, kNoticeTime);

@@ -1,5 +1,6 @@
 #include "apps/pages/card.h"
 
+#include "QNGridCtrl/HTMLEscape.h"
 #include "apps/pages/changes.h"
 #include "apps/pages/pagetext.h"
 #include "apps/pages/theme.h"
@@ -68,7 +69,7 @@ void Card::Show(const DATACALENDAR& line) {
     const Details details = line.m_nType == kLineAppointment ? DetailsOf(line) : Details();
     std::vector<Field> fields;
     const auto add = [&](const WCHAR* label, const std::u16string& text) {
-        if (!text.empty()) fields.emplace_back(label, EscapedLines(text));
+        if (!text.empty()) fields.emplace_back(label, HTMLEscapeLines(text));
     };
     add(u"When", WhenText(line));
     add(u"Where", std::u16string(TextOf(line.m_bstrLocation)));
@@ -93,10 +94,10 @@ void Card::Fill(const std::u16string& title, const std::vector<Field>& fields) {
     m_grid.SetShowHLines(true);
     m_grid.CreateCells();
     m_grid.SetCellText(0, 0, ShownWith(Paint::Quiet, u"Subject").c_str(), margins);
-    m_grid.SetCellText(1, 0, ShownWith(Paint::Text, u"<B>" + Escaped(title) + u"</B>").c_str(), margins);
+    m_grid.SetCellText(1, 0, ShownWith(Paint::Text, u"<B>" + HTMLEscape(title) + u"</B>").c_str(), margins);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         const auto row = static_cast<WORD>(i + 1);
-        m_grid.SetCellText(0, row, ShownWith(Paint::Quiet, Escaped(fields[i].first)).c_str(), margins);
+        m_grid.SetCellText(0, row, ShownWith(Paint::Quiet, HTMLEscape(fields[i].first)).c_str(), margins);
         m_grid.SetCellText(1, row, ShownWith(Paint::Text, fields[i].second).c_str(), margins);
     }
     m_grid.EndUpdate();

@@ -1,5 +1,6 @@
 #include "apps/pages/listpage.h"
 
+#include "QNGridCtrl/HTMLEscape.h"
 #include "apps/pages/pagetext.h"
 #include "apps/pages/theme.h"
 #include "apps/qn/support.h"
@@ -141,7 +142,7 @@ namespace {
 std::u16string Heading(LONG day, const std::u16string& text) {
     const bool today = day == static_cast<LONG>(Today());
     return GroundTag(today ? Paint::Today : Paint::Heading) +
-           FontTag(today ? Paint::TodayText : Paint::Text) + u"<B>" + Escaped(text) + u"</B>";
+           FontTag(today ? Paint::TodayText : Paint::Text) + u"<B>" + HTMLEscape(text) + u"</B>";
 }
 
 } // namespace

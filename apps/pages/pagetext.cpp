@@ -6,7 +6,6 @@
 #include "Platform/locale.h"
 #include "Platform/memory.h"
 #include "Platform/strings.h"
-#include "QNNewEditUI/MarkupText.h"
 #include "apps/qn/support.h"
 
 #include <algorithm>
@@ -55,25 +54,6 @@ std::u16string Shortened(std::u16string_view text) {
     for (WCHAR& c : line)
         if (c < u' ') c = u' ';
     return line;
-}
-
-std::u16string Escaped(std::u16string_view text) {
-    constexpr std::size_t kMost = 4000;
-    std::u16string buffer(kMost, u'\0');
-    MarkupText markup(buffer.data(), buffer.size());
-    markup.AddUserText(text, kMost - 1);
-    buffer.resize(markup.Length());
-    return buffer;
-}
-
-std::u16string EscapedLines(std::u16string_view text) {
-    std::u16string markup;
-    for (std::size_t at = 0; at <= text.size();) {
-        const std::size_t end = std::min(text.find(u'\n', at), text.size());
-        markup += (at ? u"<BR>" : u"") + Escaped(text.substr(at, end - at));
-        at = end + 1;
-    }
-    return markup;
 }
 
 std::u16string WhenText(const DATACALENDAR& line) {

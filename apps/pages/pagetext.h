@@ -19,9 +19,6 @@ std::u16string NearDay(LONG day);
 std::u16string TimeText(DATE moment);
 // For a message: at most 60 characters, in one line.
 std::u16string Shortened(std::u16string_view text);
-// Mark-up that shows the text letter by letter.
-std::u16string Escaped(std::u16string_view text);
-std::u16string EscapedLines(std::u16string_view text); // with its line ends
 // "9:30 - 10:00", "all day", with the dates where they aren't those of the line's day.
 std::u16string WhenText(const DATACALENDAR& line);
 // 0 Monday to 6 Sunday.

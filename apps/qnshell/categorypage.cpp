@@ -1,5 +1,6 @@
 #include "apps/qnshell/categorypage.h"
 
+#include "QNGridCtrl/HTMLEscape.h"
 #include "QNWorkerClass/categories.h"
 #include "Resources/pictures.h"
 #include "apps/pages/pagetext.h"
@@ -46,7 +47,7 @@ std::u16string CategoryPage::RowText(WORD row) const {
     const bool on = all ? m_chosen.empty() : IsChosen(name);
     const WORD picture = on ? kPictureTask : kPictureTaskOpen;
     return GroundTag(Paint::Window) + u"<IMG SRC=" + Utf16(std::to_string(picture)) + u"> " +
-           FontTag(Paint::Text) + (on ? u"<B>" : u"") + Escaped(name);
+           FontTag(Paint::Text) + (on ? u"<B>" : u"") + HTMLEscape(name);
 }
 
 // The first row takes the choice back.
