@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr DWORD kMonday = 1 << 1, kFriday = 1 << 5;
+constexpr DWORD kMonday = 1 << 1;
 
 class CalendarExpansion : public AppointmentTest {
 protected:
@@ -76,16 +76,10 @@ TEST_F(CalendarExpansion, SeriesAboutTheEdgesOfARange) {
          "2010-03-10",
          "Tue 2010-03-09 22:00..03-10 02:00\nWed 2010-03-10 03-09 22:00..02:00\n"
          "Wed 2010-03-10 22:00..03-11 02:00\n"},
-        {"every second day over midnight", nightly().Daily(2), "2010-03-10", "2010-03-10",
-         "Tue 2010-03-09 22:00..03-10 02:00\nWed 2010-03-10 03-09 22:00..02:00\n"},
-        {"after its end", morning("2010-03-01").Daily(1).Until("2010-03-09"), "2010-03-10", "2010-03-14", ""},
         {"weekdays, a range that begins on a Friday goes on with the Monday", weekdays, "2010-03-12",
          "2010-03-15", "Mon 2010-03-15 08:00..09:00\n"},
         {"weekdays, a range that begins on a Sunday has that Sunday", weekdays, "2010-03-14", "2010-03-15",
          "Sun 2010-03-14 08:00..09:00\nMon 2010-03-15 08:00..09:00\n"},
-        {"every second week, counted from the week of the start",
-         morning("2010-03-01").Weekly(2, kMonday | kFriday), "2010-03-08", "2010-03-21",
-         "Mon 2010-03-15 10:00..11:00\nFri 2010-03-19 10:00..11:00\n"},
         {"weekly over midnight, from the day before the range", nightly().Weekly(1, kMonday), "2010-03-09",
          "2010-03-09", "Mon 2010-03-08 22:00..03-09 02:00\nTue 2010-03-09 03-08 22:00..02:00\n"},
         {"an nth weekday over midnight has no line on the morning behind it",

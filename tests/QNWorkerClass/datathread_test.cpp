@@ -71,9 +71,7 @@ TEST_F(DataThread, CategoryFilterByModeAndList) {
     const LONG unknown = -1;
     enum { Or = 0, And = 1 };
     const struct {
-        LONG mode;
-        LONG andOr;
-        LONG includeNone;
+        LONG mode, andOr, includeNone;
         std::vector<LONG> chosen;
         const char* passing; // of: none, work, both
     } cases[] = {
@@ -103,9 +101,7 @@ TEST_F(DataThread, CategoryFilterByModeAndList) {
         filter->m_bIncludeNoCat = c.includeNone;
         filter->m_list.Clear();
         for (LONG id : c.chosen) {
-            auto* category = new CFullCategory;
-            category->m_lId = id;
-            filter->m_list.Add(category);
+            AddTo(filter->m_list, u"", id);
         }
         std::string passing;
         if (thread.CategoryFilterEDB(kNone, filter)) passing += 'n';

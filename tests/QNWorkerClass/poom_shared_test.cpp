@@ -16,6 +16,8 @@ std::u16string MarkOf(LONG state) {
     return {mark.begin(), mark.end()};
 }
 
+DATE StartIn(LONG state) { return At(state % kStates ? "2010-03-01 11:00" : "2010-03-01 10:00"); }
+
 // The first of these that failed.
 HRESULT FirstFailure(std::initializer_list<HRESULT> results) {
     for (const HRESULT result : results)
@@ -39,9 +41,8 @@ HRESULT Write(const Com<IAppointment>& item, CEPROPID uid, LONG state) {
     item->put_Subject(text);
     item->put_Body(text);
     item->put_Categories(Bstr((u"Work, " + mark).c_str()));
-    item->put_Start(
-        At(state % kStates ? "2010-03-01 11:00" : "2010-03-01 10:00")); // the rule goes with the save
-    if (state % kStates == 0) // on a saved item it would be a write of its own
+    item->put_Start(StartIn(state)); // the rule goes with the save
+    if (state % kStates == 0)        // on a saved item it would be a write of its own
         item.As<IItem>(IID_IItem)->SetProps(0, 1, Values().Text(static_cast<WORD>(uid >> 16), mark).Data());
     Com<IRecipients> people;
     item->get_Recipients(people.Out());
@@ -54,11 +55,7 @@ HRESULT Write(const Com<IAppointment>& item, CEPROPID uid, LONG state) {
     return FirstFailure({ChangeOn(item, At("2010-03-03"), text), item->Save()});
 }
 
-std::string SubjectOf(const Com<IAppointment>& item) {
-    BSTR text = nullptr;
-    item->get_Subject(&text);
-    return TakeBstr(text);
-}
+std::string SubjectOf(const Com<IAppointment>& item) { return TextOf(item, &IAppointment::get_Subject); }
 // The subject of the occurrence on a day.
 std::string SubjectOn(const Com<IAppointment>& item, const char* day) {
     Com<IRecurrencePattern> rule;
@@ -130,23 +127,15 @@ protected:
     std::string Lacks(const Com<IAppointment>& item, LONG state) {
         const std::u16string wide = MarkOf(state);
         const std::string mark(wide.begin(), wide.end());
-        BSTR text = nullptr;
-        item->get_Body(&text);
-        if (TakeBstr(text) != mark) return "note";
-        item->get_Categories(&text);
-        if (TakeBstr(text) != "Work, " + mark) return "categories";
-        DATE start = 0;
-        item->get_Start(&start);
-        if (ShowDate(start) != (state % kStates ? "2010-03-01 11:00" : "2010-03-01 10:00")) return "start";
+        if (TextOf(item, &IAppointment::get_Body) != mark) return "note";
+        if (TextOf(item, &IAppointment::get_Categories) != "Work, " + mark) return "categories";
+        if (ValueOf(item, &IAppointment::get_Start) != StartIn(state)) return "start";
         if (SubjectOn(item, "2010-03-03") != mark || SubjectOn(item, "2010-03-05") != mark) return "series";
         Com<IRecipients> people;
         Com<IRecipient> one;
-        int count = 0;
         item->get_Recipients(people.Out());
-        people->get_Count(&count);
-        if (count != 1 || people->Item(1, one.Out()) != S_OK) return "people";
-        one->get_Name(&text);
-        if (TakeBstr(text) != mark) return "name";
+        if (ValueOf(people, &IRecipients::get_Count) != 1) return "people";
+        if (people->Item(1, one.Out()) != S_OK || TextOf(one, &IRecipient::get_Name) != mark) return "name";
         CEOID oid = 0;
         PlatFindItemByNamedText(m_app.Get(), olFolderCalendar, Name(kUid, CEVT_LPWSTR),
                                 MarkOf(state - state % kStates).c_str(), &oid);
@@ -156,9 +145,7 @@ protected:
     std::vector<LONG> StatesFrom(int& n) {
         std::vector<LONG> states;
         auto items = Items(olFolderCalendar);
-        int count = 0;
-        items->get_Count(&count);
-        for (; n <= count; ++n) {
+        for (const int count = ValueOf(items, &IPOutlookItemCollection::get_Count); n <= count; ++n) {
             Com<IDispatch> item;
             EXPECT_EQ(items->Item(n, item.Out()), S_OK);
             auto appointment = item.As<IAppointment>(IID_IAppointment);

@@ -32,6 +32,18 @@ inline std::string TakeBstr(BSTR text) {
     return narrow;
 }
 
+// What a getter of an object gives.
+template<class T, class Face, class Value>
+Value ValueOf(const Com<T>& object, HRESULT (Face::*getter)(Value*)) {
+    Value value{};
+    EXPECT_EQ((object.Get()->*getter)(&value), S_OK);
+    return value;
+}
+template<class T, class Face>
+std::string TextOf(const Com<T>& object, HRESULT (Face::*getter)(BSTR*)) {
+    return TakeBstr(ValueOf(object, getter));
+}
+
 // "2010-03-01 10:30" as days, and back.
 inline DATE At(const char* text) {
     int year = 0, month = 0, day = 0, hour = 0, minute = 0;
