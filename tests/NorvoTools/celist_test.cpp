@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
@@ -247,16 +246,15 @@ TEST(CePtrListTest, ComparesByPointerOrByCallback) {
 
 TEST(CeStrListTest, CopyModesOwnWhatTheyHold) {
     WCHAR text[] = u"text";
-    {
-        CeStrList<> list(0, STRLIST_WCSDUP, STRCOMPARE_WCS);
-        list.Add(text);
-        list.Add(nullptr);
-        text[0] = u'n';
-        list.Sort();
-        EXPECT_EQ(nullptr, list[0]);
-        EXPECT_FALSE(list.IsMiss());
-        EXPECT_EQ(u"text", std::u16string(list[1]));
-    }
+    CeStrList<> list(0, STRLIST_WCSDUP, STRCOMPARE_WCS);
+    list.Add(text);
+    list.Add(nullptr);
+    text[0] = u'n';
+    list.Sort();
+    EXPECT_EQ(nullptr, list[0]);
+    EXPECT_FALSE(list.IsMiss());
+    EXPECT_EQ(u"text", std::u16string(list[1]));
+
     CeStrList<> plain(0, STRLIST_POINTER);
     plain.Add(text);
     EXPECT_EQ(text, plain[0]);
@@ -264,18 +262,16 @@ TEST(CeStrListTest, CopyModesOwnWhatTheyHold) {
     CeElementBytes bytes{true, text, sizeof(text)};
     EXPECT_FALSE(plain.GetDescribe()(&read, &bytes, 0)); // nobody would free it
 
-    std::unique_ptr<void, decltype(&std::free)> block(std::malloc(12), &std::free);
-    std::memcpy(block.get(), u"block", 12);
-    CeStrList<> blocks(0, STRLIST_MALLOC, STRCOMPARE_WCS);
-    blocks.Add(static_cast<WCHAR*>(block.get()));
-    EXPECT_EQ(u"block", std::u16string(blocks[0]));
+    auto* block = static_cast<WCHAR*>(std::malloc(12));
     auto* local = static_cast<WCHAR*>(LocalAlloc(0, 12));
-    std::memcpy(local, u"local", 12);
-    CeStrList<> locals(0, STRLIST_LOCAL, STRCOMPARE_WCS);
-    locals.Add(local);
-    EXPECT_NE(local, locals[0]);
-    EXPECT_EQ(12u, LocalSize(locals[0]));
+    CeStrList<> blocks(0, STRLIST_MALLOC, STRCOMPARE_WCS), locals(0, STRLIST_LOCAL, STRCOMPARE_WCS);
+    blocks.Add(std::copy_n(u"block", 6, block) - 6);
+    locals.Add(std::copy_n(u"local", 6, local) - 6);
+    std::free(block);
     LocalFree(local);
+    EXPECT_EQ(u"block", std::u16string(blocks[0]));
+    EXPECT_EQ(u"local", std::u16string(locals[0]));
+    EXPECT_EQ(12u, LocalSize(locals[0]));
 }
 
 TEST(CeStrListTest, CompareModes) {
