@@ -11,7 +11,6 @@
 #include "apps/qn/support.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace qn {
 
@@ -267,10 +266,7 @@ void CalendarView::ShowItemMenu(const DATACALENDAR& line, POINT point) {
 
 // --- Changes ------------------------------------------------------------------------------------------------------
 
-// Back where it was nothing is saved: an occurrence would be a changed one from then on.
 void CalendarView::MoveItem(const DATACALENDAR& line, DATE start) {
-    constexpr double kMinute = 1.0 / 1440;
-    if (std::abs(start - line.m_dtStart) < kMinute) return;
     const HRESULT result = MoveAppointment(line, start);
     if (FAILED(result)) COutlook::DisplayPIMSaveError(result);
     m_data.Reload(); // also to put back what could not be moved

@@ -203,6 +203,10 @@ TEST_F(Dialogs, WithoutALoopEndWithTheirWindow) {
     ASSERT_TRUE(form.Create(top));
     EXPECT_EQ(form.Focus(), 'b');
     EXPECT_TRUE(top.IsWindowEnabled());
+    SetActiveWindow(top);
+    PlatSetScreen({480, 640, 96}); // it settles, and takes nothing from the active window
+    Pump();
+    EXPECT_EQ(GetActiveWindow(), top.GetHWnd());
     form.SendMessageW(WM_CLOSE);
     EXPECT_FALSE(form.IsWindow());
     EXPECT_EQ(form.GetResult(), IDCANCEL);
