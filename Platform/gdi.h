@@ -29,7 +29,10 @@ int ReleaseDC(HWND window, HDC dc);
 // A context in memory: one pixel, until a bitmap is selected.
 HDC CreateCompatibleDC(HDC dc);
 BOOL DeleteDC(HDC dc);
-// Keeps the objects, colours and clip of a context (the bitmap too); gives a level. RestoreDC goes back to a level, -1 is the last.
+// Where on its bitmap the coordinates of a context in memory begin; the clip stays where it is on the bitmap. False with
+// error 87 for any other.
+BOOL SetViewportOrgEx(HDC dc, int x, int y, POINT* former);
+// Keeps the objects, colours, clip and origin of a context (the bitmap too); gives a level. RestoreDC goes back to a level, -1 is the last.
 int SaveDC(HDC dc);
 BOOL RestoreDC(HDC dc, int level);
 // 0 for a context that is none or an index that is not listed above.

@@ -23,11 +23,12 @@ BOOL InvalidateRect(HWND window, const RECT* rect, BOOL erase);
 BOOL ValidateRect(HWND window, const RECT* rect);
 // The box of the update region (`rect` may be null); false when it is empty. With `erase` the ground is erased now.
 BOOL GetUpdateRect(HWND window, RECT* rect, BOOL erase);
-// Sends WM_PAINT at once when there is something to paint.
+// Sends WM_PAINT at once when there is something to paint or RDW_INTERNALPAINT asked for it.
 BOOL UpdateWindow(HWND window);
 
 inline constexpr UINT RDW_INVALIDATE = 0x001;
-inline constexpr UINT RDW_INTERNALPAINT = 0x002; // WM_PAINT even when nothing is invalid; of no use here
+inline constexpr UINT RDW_INTERNALPAINT =
+    0x002; // WM_PAINT even when nothing is invalid, unless it is validated first
 inline constexpr UINT RDW_ERASE = 0x004;
 inline constexpr UINT RDW_VALIDATE = 0x008;
 inline constexpr UINT RDW_NOERASE = 0x020;
@@ -38,6 +39,17 @@ inline constexpr UINT RDW_ERASENOW = 0x200;
 inline constexpr UINT RDW_FRAME = 0x400; // border and scroll bars too
 // The rectangle, or if there is none the region (a copy), or all. Children as with InvalidateRect unless told otherwise.
 BOOL RedrawWindow(HWND window, const RECT* rect, HRGN region, UINT flags);
+
+inline constexpr UINT SW_SCROLLCHILDREN = 1; // the children that meet the rectangle too, each painted anew
+inline constexpr UINT SW_INVALIDATE = 2;
+inline constexpr UINT SW_ERASE = 4; // with it: the ground too
+// Moves the pixels of a rectangle of the client area, and what of it is to be painted along with them. Nothing outside of
+// `clip` changes; null is all for both. What has none of the window's own pixels afterwards, because it is left behind or
+// another window stands here or there, is told in `update` and as a box (both may be null), joins the update region if
+// wanted, and else stays as it is. Not between BeginPaint and EndPaint, which take for painted what is still to be.
+// Gives the kind of that region; 0 with error 1400 or 6.
+int ScrollWindowEx(HWND window, int dx, int dy, const RECT* scroll, const RECT* clip, HRGN update, RECT* box,
+                   UINT flags);
 
 // --- Painting -----------------------------------------------------------------------------------------------------
 

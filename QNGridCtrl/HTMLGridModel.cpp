@@ -184,7 +184,11 @@ void CHTMLGridModel::Repaint() {
 void CHTMLGridModel::RequestUpdate(UpdateKind kind) {
     const bool other = m_eUpdateKind == UPDATE_ALL ? !m_bBufferValid : m_eUpdateKind != kind;
     m_eUpdateKind = other ? UPDATE_ALL : kind;
-    Invalidate();
+    // What has scrolled is moved on the screen when it is painted.
+    if (m_eUpdateKind == UPDATE_SCROLLED && !IsInUpdate())
+        RedrawWindow(nullptr, nullptr, RDW_INTERNALPAINT | RDW_NOCHILDREN);
+    else
+        Invalidate();
 }
 
 void CHTMLGridModel::RequestCellUpdate(WORD col, WORD row) {

@@ -9,6 +9,7 @@ namespace {
 
 constexpr int kGroundShade = 16; // how much darker the lower end of the shaded ground is
 constexpr int kGroundSteps = 32;
+constexpr int kSpareShare = 4; // of the height of the client area: how much the picture moves in its bitmap
 
 // Of the rows or columns `from` to `end`, moved by `shift`, the one at a pixel of the client area or the next one.
 int IndexAt(const HTMLGridAxis& axis, int from, int end, int shift, int pixel) {
@@ -32,14 +33,12 @@ LRESULT CHTMLGridScreen::OnEraseBkgnd(HDC, bool& handled) {
 
 LRESULT CHTMLGridScreen::OnPaint(bool& handled) {
     handled = true;
+    const bool held = HoldBuffer(Client().bottom / kSpareShare);
+    if (held) PaintBuffer(m_hBuffer); // what this moves on the screen need not be copied there
     PAINTSTRUCT paint;
     const HDC hdc = BeginPaint(&paint);
     if (!hdc) return 0;
-    const bool held = HoldBuffer();
-    if (held) {
-        PaintBuffer(m_hBuffer);
-        CopyOut(hdc);
-    }
+    if (held) CopyOut(hdc);
     EndPaint(&paint);
     if (held && m_pfnCustomPaint) m_pfnCustomPaint(nullptr);
     return 0;
@@ -53,14 +52,16 @@ LRESULT CHTMLGridScreen::OnSize(WPARAM type, int cx, int cy, bool& handled) {
     return 0;
 }
 
-// False without memory, or without a client area.
-bool CHTMLGridScreen::HoldBuffer() {
+// `spare` is how many rows of pixels the bitmap has beyond the picture. False without memory, or without a client area.
+bool CHTMLGridScreen::HoldBuffer(int spare) {
     if (m_hBackBitmap) return true;
     const RECT client = Client();
     m_hBuffer = IsRectEmpty(&client) ? nullptr : CreateCompatibleDC(nullptr);
-    if (m_hBuffer) m_hBackBitmap = CreateCompatibleBitmap(m_hBuffer, client.right, client.bottom);
-    if (!m_hBackBitmap) return DestroyBitmapBuffer(), false;
+    if (m_hBuffer) m_hBackBitmap = CreateCompatibleBitmap(m_hBuffer, client.right, client.bottom + spare);
+    if (!m_hBackBitmap) return DestroyBitmapBuffer(), spare > 0 && HoldBuffer(0);
     SelectObject(m_hBuffer, m_hBackBitmap);
+    m_nSpare = spare;
+    m_nPictureTop = 0;
     m_eUpdateKind = UPDATE_ALL;
     m_bBufferValid = false;
     return true;
@@ -93,9 +94,10 @@ void CHTMLGridScreen::PaintBuffer(HDC hdc) {
     m_Painted = View();
 }
 
-// Brings the picture up to date without showing it.
+// Brings the picture up to date without showing it; the bitmap is as large as the picture.
 bool CHTMLGridScreen::PrepareBuffer() {
-    if (!HoldBuffer()) return false;
+    if (m_nSpare > 0) DestroyBitmapBuffer();
+    if (!HoldBuffer(0)) return false;
     PaintBuffer(m_hBuffer);
     if (m_pfnCustomPaint) m_pfnCustomPaint(nullptr);
     return true;

@@ -117,6 +117,8 @@ protected:
 
     // --- Painting
     HBITMAP m_hBackBitmap = nullptr; // the retained picture of the client area
+    int m_nSpare = 0;                // rows of pixels of the bitmap beyond it
+    int m_nPictureTop = 0;           // the row of the bitmap where it begins now
     HTMLGridView m_Painted;          // at the last paint
     HDC m_hBuffer = nullptr;         // the context that has it selected, kept for the next step of a scroll
     RECT m_rcUpdated{};              // what is painted now, and what of it lies in the pane at work
@@ -133,7 +135,7 @@ protected:
 private:
     // --- Painting (HTMLGridPaint.cpp, HTMLGridUpdate.cpp, HTMLGridFloaterPaint.cpp)
     RECT Client() const;
-    bool HoldBuffer();
+    bool HoldBuffer(int spare);
     void PaintBuffer(HDC hdc);
     bool PrepareBuffer();
     void CopyOut(HDC hdc) const;
@@ -141,6 +143,7 @@ private:
     void UpdateScreen(HDC hdc);
     void UpdateSelection(HDC hdc);
     void UpdateScrolled(HDC hdc);
+    void ShiftRows(HDC hdc, const RECT& rows, int dy);
     void UpdateCell(HDC hdc);
     HTMLGridView View() const;
     bool MovedBy(SIZE& moved) const;

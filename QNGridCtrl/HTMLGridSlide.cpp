@@ -52,6 +52,7 @@ void CHTMLGridScreen::SlideViewBefore() {
 void CHTMLGridScreen::SlideViewAfter(bool bForward) {
     if (PrepareBuffer()) SlideOver(OnScreen(m_hWnd), m_hSlideBitmap, m_hBackBitmap, bForward);
     if (m_hSlideBitmap) DeleteObject(std::exchange(m_hSlideBitmap, nullptr));
+    DestroyBitmapBuffer(); // the next one has room to scroll
     ShowWindow(SW_SHOW);
 }
 
@@ -59,5 +60,6 @@ void CHTMLGridScreen::Slide(CHTMLGridScreen& other, bool bForward) {
     const bool painted = PrepareBuffer() && other.PrepareBuffer();
     ShowWindow(SW_HIDE);
     if (painted) SlideOver(OnScreen(m_hWnd), m_hBackBitmap, other.m_hBackBitmap, bForward);
+    for (CHTMLGridScreen* grid : {this, &other}) grid->DestroyBitmapBuffer(); // as above
     other.ShowWindow(SW_SHOW);
 }

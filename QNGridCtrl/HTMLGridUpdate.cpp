@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -13,17 +14,21 @@ int EdgeOf(const HTMLGridAxis& axis, int edge, bool isFixed, int fixedSize, int 
     return isFixed ? before : std::max(before - scroll + fixedSize, fixedSize);
 }
 
-// Moves what is in a rectangle, up or left for positive distances, and gives the part that has nothing of it now.
-RECT Shift(HDC hdc, const RECT& rect, int dx, int dy) {
-    const int width = rect.right - rect.left - std::abs(dx), height = rect.bottom - rect.top - std::abs(dy);
-    BitBlt(hdc, rect.left + std::max(-dx, 0), rect.top + std::max(-dy, 0), width, height, hdc,
-           rect.left + std::max(dx, 0), rect.top + std::max(dy, 0), SRCCOPY);
+// What has nothing of a rectangle's picture once that has moved, up or left for positive distances.
+RECT BareOf(const RECT& rect, int dx, int dy) {
     RECT bare = rect;
     if (dx > 0) bare.left = rect.right - dx;
     if (dx < 0) bare.right = rect.left - dx;
     if (dy > 0) bare.top = rect.bottom - dy;
     if (dy < 0) bare.bottom = rect.top - dy;
     return bare;
+}
+
+// Moves it, from `below` pixels further down.
+void Shift(HDC hdc, const RECT& rect, int dx, int dy, int below = 0) {
+    const int width = rect.right - rect.left - std::abs(dx), height = rect.bottom - rect.top - std::abs(dy);
+    BitBlt(hdc, rect.left + std::max(-dx, 0), rect.top + std::max(-dy, 0), width, height, hdc,
+           rect.left + std::max(dx, 0), rect.top + std::max(dy, 0) + below, SRCCOPY);
 }
 
 // What of `outer` isn't in `inner`, in up to four bands: above, below, left, right.
@@ -138,14 +143,34 @@ void CHTMLGridScreen::UpdateScrolled(HDC hdc) {
     SIZE moved;
     const bool same = now.selection == m_Painted.selection && now.floater == m_Painted.floater;
     m_bBufferValid &= same && MovedBy(moved) && MayShift(moved);
-    if (!m_bBufferValid) return UpdateScreen(hdc);
+    if (!m_bBufferValid) {
+        InvalidateRect(nullptr, FALSE);
+        return UpdateScreen(hdc);
+    }
     RECT rows = Client(), cols = rows;
     rows.top = GetFixedRowsHeight();
     cols.left = GetFixedColsWidth();
-    const RECT bareRows = moved.cy ? Shift(hdc, rows, 0, moved.cy) : RECT{};
-    const RECT bareCols = moved.cx ? Shift(hdc, cols, moved.cx, 0) : RECT{};
-    if (moved.cy) PaintPart(hdc, bareRows);
-    if (moved.cx) PaintPart(hdc, bareCols);
+    if (moved.cy) ShiftRows(hdc, rows, moved.cy);
+    if (moved.cx) Shift(hdc, cols, moved.cx, 0);
+    if (moved.cy) PaintPart(hdc, BareOf(rows, 0, moved.cy));
+    if (moved.cx) PaintPart(hdc, BareOf(cols, moved.cx, 0));
+    if (m_pfnCustomPaint) InvalidateRect(nullptr, FALSE); // it may have painted anywhere
+    ScrollWindowEx(m_hWnd, 0, -moved.cy, &rows, &rows, nullptr, nullptr, SW_INVALIDATE);
+    ScrollWindowEx(m_hWnd, -moved.cx, 0, &cols, &cols, nullptr, nullptr, SW_INVALIDATE);
+}
+
+// As long as there is room it is the whole picture that moves in its bitmap, and of it the fixed rows move back.
+void CHTMLGridScreen::ShiftRows(HDC hdc, const RECT& rows, int dy) {
+    const int top = m_nPictureTop + dy;
+    const bool fits = top >= 0 && top <= m_nSpare;
+    const int former = std::exchange(m_nPictureTop, fits ? top : dy > 0 ? 0 : m_nSpare);
+    SetViewportOrgEx(hdc, 0, m_nPictureTop, nullptr);
+    const int below = former - m_nPictureTop;
+    const RECT fixed = {0, 0, rows.right, rows.top};
+    // Neither copy is over what the next one reads.
+    if (dy > 0) Shift(hdc, fixed, 0, 0, below);
+    if (!fits) Shift(hdc, rows, 0, dy, below);
+    if (dy < 0) Shift(hdc, fixed, 0, 0, below);
 }
 
 void CHTMLGridScreen::UpdateCell(HDC hdc) {

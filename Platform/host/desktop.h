@@ -60,6 +60,7 @@ struct Window {
     std::array<ScrollBar, 3> bars; // by SB_HORZ, SB_VERT, SB_CTL
     Region update;                 // what is to be painted, in the client area
     bool erase = false;            // and its ground too
+    bool paintAsked = false;       // WM_PAINT is wanted, even with nothing in `update`
     bool noRedraw = false;         // WM_SETREDRAW
     bool wantsGestures = false;
     bool isScrollBar = false; // a window of the class "SCROLLBAR"
@@ -67,6 +68,7 @@ struct Window {
     bool dying = false;
 
     bool Is(DWORD bits) const { return (style & bits) != 0; }
+    bool NeedsPaint() const { return paintAsked || !update.IsEmpty(); }
 };
 
 struct SentMessage {

@@ -79,7 +79,6 @@ private:
     std::vector<Pixel> m_room;
 };
 
-// Within one bitmap rows and their parts are copied in the order in which none is read behind its change.
 void CopyPlain(GdiContext& to, int x, int y, Source& source) {
     x = NearPixel(x), y = NearPixel(y);
     const RECT held = source.Held();
@@ -90,25 +89,14 @@ void CopyPlain(GdiContext& to, int x, int y, Source& source) {
     const int shiftX = whole.left - x - to.origin.x;
     const int shiftY = whole.top - y - to.origin.y;
     Surface& surface = to.Pixels();
-    const auto copy = [&](int atX, int atY, int n) {
+    if (&surface == &source.GetSurface()) {
+        Region place(Moved(target, to.origin.x, to.origin.y));
+        place.And(to.Paintable());
+        return MoveWithin(surface, place, {shiftX, shiftY});
+    }
+    ForEachSpan(to, target, [&](int atX, int atY, int n) {
         surface.Write(atX, atY, n, source.Row(atY + shiftY) + atX + shiftX);
-    };
-    if (&surface != &source.GetSurface()) return ForEachSpan(to, target, copy);
-
-    struct Span {
-        int x, y, n;
-    };
-    static thread_local std::vector<Span> spans; // kept: lists scroll by this
-    spans.clear();
-    ForEachSpan(to, target, [&](int atX, int atY, int n) { spans.push_back({atX, atY, n}); });
-    const auto isBefore = [&](const Span& a, const Span& b) {
-        if (a.y != b.y) return shiftY < 0 ? a.y > b.y : a.y < b.y;
-        return shiftX < 0 ? a.x > b.x : a.x < b.x;
-    };
-    // Of a rectangle they come from the top, which is the order or its opposite.
-    if (shiftY < 0) std::ranges::reverse(spans);
-    if (!std::ranges::is_sorted(spans, isBefore)) std::ranges::sort(spans, isBefore);
-    for (const Span& span : spans) copy(span.x, span.y, span.n);
+    });
 }
 
 // Each pixel of the target asks for the nearest one of the source; mix(row, pixel) puts it there.
@@ -168,6 +156,30 @@ struct Copy {
 };
 
 } // namespace
+
+// Rows and their parts are copied in the order in which none is read behind its change.
+void MoveWithin(Surface& surface, const Region& target, POINT from) {
+    struct Span {
+        int x, y, n;
+    };
+    static thread_local std::vector<Span> spans; // kept: lists scroll by this
+    spans.clear();
+    target.ForEach([](const RECT& part) {
+        for (int y = part.top; y < part.bottom; ++y) spans.push_back({part.left, y, WidthOf(part)});
+    });
+    const auto isBefore = [&](const Span& a, const Span& b) {
+        if (a.y != b.y) return from.y < 0 ? a.y > b.y : a.y < b.y;
+        return from.x < 0 ? a.x > b.x : a.x < b.x;
+    };
+    // Of a rectangle they come from the top, which is the order or its opposite.
+    if (from.y < 0) std::ranges::reverse(spans);
+    if (!std::ranges::is_sorted(spans, isBefore)) std::ranges::sort(spans, isBefore);
+    std::vector<Pixel> room(surface.IsPlain() ? 0 : static_cast<std::size_t>(surface.Width()));
+    for (const Span& span : spans)
+        surface.Write(span.x, span.y, span.n,
+                      surface.Read(span.x + from.x, span.y + from.y, span.n, room.data()));
+}
+
 } // namespace plat
 
 using namespace plat;

@@ -34,7 +34,7 @@ int SaveDC(HDC dc) {
     constexpr std::size_t kDeepest = 1024;
     const auto context = FindContext(dc);
     if (!context || context->saved.size() >= kDeepest) return 0;
-    context->saved.push_back({context->state, context->bitmap});
+    context->saved.push_back({context->state, context->bitmap, context->origin});
     return static_cast<int>(context->saved.size());
 }
 
@@ -50,8 +50,24 @@ BOOL RestoreDC(HDC dc, int level) {
     }
     GdiContext::Saved& kept = context->saved[static_cast<std::size_t>(target) - 1];
     context->state = std::move(kept.state);
-    if (context->memory) context->bitmap = std::move(kept.bitmap); // the screen's may be another one by now
+    if (context->memory) { // the screen's may be others by now
+        context->bitmap = std::move(kept.bitmap);
+        context->origin = kept.origin;
+    }
     context->saved.resize(static_cast<std::size_t>(target) - 1);
+    context->Changed();
+    return TRUE;
+}
+
+BOOL SetViewportOrgEx(HDC dc, int x, int y, POINT* former) {
+    HostCall call;
+    const auto context = FindContext(dc);
+    if (!context) return FALSE;
+    if (!context->memory) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
+    const POINT place{NearPixel(x), NearPixel(y)};
+    const POINT before = std::exchange(context->origin, place);
+    if (former) *former = before;
+    if (context->state.clip) context->state.clip->Offset(before.x - place.x, before.y - place.y);
     context->Changed();
     return TRUE;
 }

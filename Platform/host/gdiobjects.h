@@ -98,6 +98,7 @@ struct GdiContext : GdiObject {
     struct Saved {
         ContextState state;
         Selected<GdiBitmap> bitmap;
+        POINT origin;
     };
     std::vector<Saved> saved;
     bool memory = false;
@@ -198,6 +199,8 @@ void ForEachSpan(GdiContext& context, const RECT& rect, F&& paint) {
     });
 }
 
+// The pixels of `target` become those that are so far away from them.
+void MoveWithin(Surface& surface, const Region& target, POINT from);
 // Fills in the colour or pattern of a brush; a hollow one does nothing.
 void FillWith(GdiContext& context, const RECT& rect, const GdiBrush& brush);
 // The pixels of the brush change those that are there; done twice it is undone.

@@ -39,8 +39,7 @@ bool TakeQuit(Queue& queue, bool remove, DWORD now, MSG& message) {
 const Window* Unpainted(Desktop& desktop, const Window& window, const MessageFilter& filter, DWORD threadId) {
     if (!window.Is(WS_VISIBLE)) return nullptr;
     const MSG message{window.handle, WM_PAINT, 0, 0, 0, {0, 0}};
-    if (window.threadId == threadId && !window.update.IsEmpty() && filter.Fits(desktop, message))
-        return &window;
+    if (window.threadId == threadId && window.NeedsPaint() && filter.Fits(desktop, message)) return &window;
     for (auto child = window.children.rbegin(); child != window.children.rend(); ++child)
         if (const Window* found = Unpainted(desktop, *desktop.Find(*child), filter, threadId)) return found;
     return nullptr;

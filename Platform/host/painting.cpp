@@ -29,7 +29,7 @@ void TakeOut(Desktop& desktop, Window& window, const Region& onScreen, bool chil
     Region own = onScreen;
     own.Offset(-origin.x, -origin.y);
     window.update.Subtract(own);
-    if (window.update.IsEmpty()) window.erase = false;
+    if (window.update.IsEmpty()) window.erase = window.paintAsked = false;
     if (!children) return;
     for (const HWND child : window.children) TakeOut(desktop, *desktop.Find(child), onScreen, children);
 }
@@ -55,6 +55,10 @@ void Redraw(Desktop& desktop, Window& window, const Region& part, UINT flags) {
         Invalidate(desktop, window, onScreen, (flags & RDW_ERASE) != 0, ChildrenBy(flags));
     else if (flags & RDW_VALIDATE)
         TakeOut(desktop, window, onScreen, all);
+    if ((flags & RDW_INTERNALPAINT) && !window.noRedraw) {
+        window.paintAsked = true;
+        WakeOwner(desktop, window);
+    }
     if (flags & RDW_NOERASE) ClearErase(desktop, window, all);
     if (flags & RDW_FRAME) PaintFrame(desktop, window, VisibleArea(desktop, window, Area::Window));
 }
@@ -67,7 +71,7 @@ bool HasUpdate(HWND window, bool& clips, std::vector<HWND>& children) {
     if (!found) return false;
     clips = found->Is(WS_CLIPCHILDREN);
     children = found->children;
-    return !found->update.IsEmpty() && !VisibleArea(desktop, *found, Area::Window).IsEmpty();
+    return found->NeedsPaint() && !VisibleArea(desktop, *found, Area::Window).IsEmpty();
 }
 
 // Parents first, the lowest child first, so that what stands above is painted behind it.
@@ -87,6 +91,7 @@ HDC TakeUpdate(HWND window, bool& erase) {
     context->onScreen = true;
     const auto taken = WithWindow(window, [&](Window& found) {
         erase = std::exchange(found.erase, false);
+        found.paintAsked = false;
         return std::exchange(found.update, Region());
     });
     if (!taken) return nullptr;

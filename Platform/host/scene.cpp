@@ -68,6 +68,19 @@ void SubtractChildren(Desktop& desktop, const Window& window, Region& area) {
     }
 }
 
+// Those of its siblings that its pixels may be of, on the screen.
+void SubtractSiblings(Desktop& desktop, const Window& parent, const Window& window, Region& area) {
+    const POINT origin = OriginOf(desktop, &parent);
+    bool isAbove = true;
+    for (const HWND handle : parent.children) {
+        const Window* sibling = desktop.Find(handle);
+        if (sibling == &window)
+            isAbove = false;
+        else if (sibling->Is(WS_VISIBLE) && (isAbove || !ClipsSiblings(desktop, *sibling)))
+            area.Subtract(Region(Moved(sibling->rect, origin.x, origin.y)));
+    }
+}
+
 // The bare ground of the screen, where no window stands.
 void PaintGround(Desktop& desktop, const Window& root, Region area) {
     SubtractChildren(desktop, root, area);
@@ -98,6 +111,17 @@ Region VisibleArea(Desktop& desktop, const Window& window, Area area) {
     }
     if (area == Area::Client && window.Is(WS_CLIPCHILDREN)) SubtractChildren(desktop, window, visible);
     return visible;
+}
+
+Region OwnArea(Desktop& desktop, const Window& window) {
+    Region own = VisibleArea(desktop, window, Area::Client);
+    SubtractChildren(desktop, window, own);
+    const Window* at = &window;
+    while (const Window* parent = desktop.ParentOf(*at)) {
+        SubtractSiblings(desktop, *parent, *at, own);
+        at = parent;
+    }
+    return own;
 }
 
 void WakeOwner(Desktop& desktop, const Window& window) {

@@ -35,6 +35,9 @@ RECT ClientInside(const Desktop& desktop, const Window& window);
 // On the screen. The client area is less the children of a window that clips them.
 enum class Area { Window, Client };
 Region VisibleArea(Desktop& desktop, const Window& window, Area area);
+// What of the client area shows this window and nothing else: no child, nobody that stands above it or one of its parents,
+// and nobody below that may have painted over them.
+Region OwnArea(Desktop& desktop, const Window& window);
 // Adds to the update regions of a window and, unless told otherwise, of those under it.
 enum class Children { None, Unclipped, All };
 void Invalidate(Desktop& desktop, Window& window, const Region& onScreen, bool erase, Children children);

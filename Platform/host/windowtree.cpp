@@ -56,7 +56,7 @@ std::optional<POINT> ShiftBetween(HWND from, HWND to) {
 // What is hidden is not painted; when it shows again, all of it is.
 void DropUpdates(Desktop& desktop, Window& window) {
     window.update = Region();
-    window.erase = false;
+    window.erase = window.paintAsked = false;
     for (const HWND child : window.children) DropUpdates(desktop, *desktop.Find(child));
 }
 

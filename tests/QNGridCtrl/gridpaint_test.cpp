@@ -38,6 +38,7 @@ struct Scene {
     const char* name;
     bool isVirtual;
     std::function<void(OpenGrid&, GridOwner&)> prepare;
+    bool isCovered = false; // by its editor, by a sibling and by a window of its own, which move about
 };
 
 void AddFloaters(OpenGrid& grid, GridOwner& owner) {
@@ -47,6 +48,34 @@ void AddFloaters(OpenGrid& grid, GridOwner& owner) {
     grid.AddFloater(1, 5, 2, 4, 100, 0, kBlue, false);
     grid.AddFloater(2, 12, 3, 1, 30, 0, kGreen, false);
 }
+
+// Windows over a grid, or partly so. A grid that paints over its siblings isn't asked for.
+class Covers {
+public:
+    Covers(OpenGrid& grid, GridOwner& owner) {
+        SetWindowLongW(grid.GetHWnd(), GWL_STYLE,
+                       GetWindowLongW(grid.GetHWnd(), GWL_STYLE) | LONG_PTR{WS_CLIPSIBLINGS});
+        const HWND over[] = {grid.GetHWnd(), owner.GetHWnd(), nullptr};
+        for (const HWND parent : over)
+            m_windows.push_back(CreateWindowExW(0, u"EDIT", u"over",
+                                                (parent ? WS_CHILD : WS_POPUP) | WS_VISIBLE | WS_BORDER, 0, 0,
+                                                0, 0, parent, nullptr, nullptr, nullptr));
+    }
+    ~Covers() {
+        for (const HWND window : m_windows) DestroyWindow(window);
+    }
+    // Where one goes, what is there isn't painted yet, or is.
+    void Move(std::mt19937& random) {
+        const auto pixels = [&](unsigned most) { return static_cast<int>(random() % most); };
+        const HWND window = m_windows[random() % m_windows.size()];
+        SetWindowPos(window, HWND_TOP, pixels(220) - 20, pixels(180) - 20, pixels(90), pixels(60),
+                     SWP_NOACTIVATE);
+        if (random() % 2 == 0) UpdateWindow(window);
+    }
+
+private:
+    std::vector<HWND> m_windows;
+};
 
 // One change that a person or owner may make, by the numbers given.
 void Change(OpenGrid& grid, int what, int amount) {
@@ -132,6 +161,9 @@ TEST_F(GridPaint, APartIsPaintedAsTheWholeIs) {
              g.SetSelection(0, 0, 0, 39);
          }},
         {"rows of a virtual grid", true, [](OpenGrid& g, GridOwner&) { g.SetMultiSelect(true); }},
+        {"covered", false, [](OpenGrid& g, GridOwner&) { g.SetFixedRowCount(1), g.SetShowHLines(true); },
+         true},
+        {"rows of a virtual grid, covered", true, [](OpenGrid&, GridOwner&) {}, true},
         {"few rows", false, [](OpenGrid& g, GridOwner&) { g.SetDimensions(4, 6); }},
     };
     const unsigned seed = std::random_device()();
@@ -146,15 +178,19 @@ TEST_F(GridPaint, APartIsPaintedAsTheWholeIs) {
         Make(40, 6, {0, 0, 200, 160}, scene.isVirtual);
         for (WORD col = 0; col < 6; ++col) grid->SetColWidth(col, static_cast<WORD>(30 + 9 * col));
         scene.prepare(*grid, *owner);
+        std::optional<Covers> covers;
+        if (scene.isCovered) covers.emplace(*grid, *owner);
         Shown();
         for (int step = 0; step < 60 && !HasFailure(); ++step) {
             for (int changes = static_cast<int>(random() % 3) + 1; changes > 0; --changes) {
+                if (covers && random() % 2 == 0) covers->Move(random);
                 Change(*grid, static_cast<int>(random() % 11), static_cast<int>(random() % 90));
                 if (random() % 4 != 0) Shown();
             }
             EXPECT_EQ(Shown().Against(PaintedAnew()), "") << "step " << step;
         }
         CHTMLGrid::SetGradientDrawSupported(false);
+        covers.reset();
         grid.reset();
     }
 }
