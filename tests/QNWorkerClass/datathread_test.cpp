@@ -4,6 +4,9 @@
 #include "QNWorkerClass/CQNDataThread.h"
 #include "tests/support/sidestores.h"
 
+#include <array>
+#include <bit>
+#include <cmath>
 #include <cstdlib>
 
 namespace {
@@ -93,16 +96,14 @@ TEST_F(DataThread, CategoryFilterByModeAndList) {
     };
     Thread thread;
     thread.SetupThreadResources();
+    CCategoryFilterInfo* filter = nullptr;
+    thread.GetCategoryRestrict(filter);
     for (const auto& c : cases) {
-        CCategoryFilterInfo* filter = nullptr;
-        thread.GetCategoryRestrict(filter);
         filter->bHideCategories = c.mode;
         filter->CategoryANDOR = c.andOr;
         filter->m_bIncludeNoCat = c.includeNone;
         filter->m_list.Clear();
-        for (LONG id : c.chosen) {
-            AddTo(filter->m_list, u"", id);
-        }
+        for (LONG id : c.chosen) AddTo(filter->m_list, u"", id);
         std::string passing;
         if (thread.CategoryFilterEDB(kNone, filter)) passing += 'n';
         if (thread.CategoryFilterEDB(kWork, filter)) passing += 'w';
@@ -113,8 +114,6 @@ TEST_F(DataThread, CategoryFilterByModeAndList) {
     EXPECT_TRUE(thread.CategoryFilterEDB(kWork, nullptr));
     // The modes of the last are kept in the settings.
     wcscpy(thread.m_szSettingsKey, u"Software\\Norvo\\Quillonary\\TV");
-    CCategoryFilterInfo* filter = nullptr;
-    thread.GetCategoryRestrict(filter);
     filter->m_bIncludeNoCat = 3;
     filter->CategoryANDOR = 4;
     const auto stored = [&](const WCHAR* name) {
@@ -192,18 +191,21 @@ TEST_F(DataThread, NamedValues) {
     SetNamed(kItem, make(u"QN_Tracked", CEVT_BOOL), {});
     SetNamed(kOther, make(u"QN_Tracked", CEVT_BOOL), {1});
     const DWORD parent = make(u"QN_ParentOID", CEVT_R8);
-    const auto setParent = [&](CEOID item, double value) {
-        std::vector<BYTE> bytes(8);
-        std::memcpy(bytes.data(), &value, 8);
-        SetNamed(item, parent, bytes);
-    };
-    setParent(0xC0000001, 123.0);
-    setParent(0xC0000002, 123.5);
-    setParent(0xC0000003, 3221225477.5); // 0xC0000005
-    setParent(0xC0000004, -1.5);
-    setParent(0xC0000005, 1e300);
-    SetNamed(0xC0000006, parent, {0, 0, 0, 0, 0, 0, 0xF8, 0x7F}); // not a number
-
+    const struct {
+        CEOID item;
+        double stored;
+        DWORD parent;
+        bool fraction;
+    } parents[] = {{0xC0000001, 123.0, 123, false},
+                   {0xC0000002, 123.5, 123, true},
+                   {0xC0000003, 3221225477.5, 0xC0000005, true},
+                   {0xC0000004, -1.5, 0, false},
+                   {0xC0000005, 1e300, 0, false},
+                   {0xC0000006, NAN, 0, false}};
+    for (const auto& p : parents) {
+        const auto bytes = std::bit_cast<std::array<BYTE, 8>>(p.stored);
+        SetNamed(p.item, parent, {bytes.begin(), bytes.end()});
+    }
     Thread thread;
     thread.SetupThreadResources();
     EXPECT_EQ("st", Take(thread.IconStrFromEDB(kItem)));
@@ -216,13 +218,6 @@ TEST_F(DataThread, NamedValues) {
     EXPECT_FALSE(thread.GtdStarredFromOID(kOther));
     EXPECT_FALSE(thread.TrackedFromOID(kItem));
     EXPECT_TRUE(thread.TrackedFromOID(kOther));
-    const struct {
-        CEOID item;
-        DWORD parent;
-        bool fraction;
-    } parents[] = {{0xC0000001, 123, false}, {0xC0000002, 123, true}, {0xC0000003, 0xC0000005, true},
-                   {0xC0000004, 0, false},   {0xC0000005, 0, false},  {0xC0000006, 0, false},
-                   {0xC0000009, 0, false}};
     for (const auto& p : parents) {
         bool fraction = true;
         EXPECT_EQ(p.parent, thread.ParentFromOID(p.item, fraction)) << p.item;

@@ -332,19 +332,22 @@ TEST(RuleWalks, RulesWithoutDatesAndHostileNumbersEnd) {
     sound.month = 6;
     sound.startDay = Day("2010-01-01");
     sound.endDay = Day("4500-12-31");
+    using Kinds = std::vector<RuleKind>;
+    const Kinds periodic{RuleKind::Daily, RuleKind::Weekly, RuleKind::MonthlyDay, RuleKind::MonthlyNth};
+    const Kinds byMask{RuleKind::Weekly, RuleKind::MonthlyNth, RuleKind::YearlyNth};
+    const Kinds byDay{RuleKind::MonthlyDay, RuleKind::YearlyDay};
+    const Kinds byNth{RuleKind::MonthlyNth, RuleKind::YearlyNth};
     const struct {
         const char* what;
         void (*spoil)(RecurrenceRule&);
-        std::vector<RuleKind> kinds;
+        Kinds kinds;
     } kCases[] = {
-        {"period 0",
-         [](RecurrenceRule& r) { r.period = 0; },
-         {RuleKind::Daily, RuleKind::Weekly, RuleKind::MonthlyDay, RuleKind::MonthlyNth}},
-        {"mask 0",
-         [](RecurrenceRule& r) { r.weekMask = 0x80; },
-         {RuleKind::Weekly, RuleKind::MonthlyNth, RuleKind::YearlyNth}},
-        {"day 32", [](RecurrenceRule& r) { r.day = 32; }, {RuleKind::MonthlyDay, RuleKind::YearlyDay}},
-        {"nth 6", [](RecurrenceRule& r) { r.nth = 6; }, {RuleKind::MonthlyNth, RuleKind::YearlyNth}},
+        {"period 0", [](RecurrenceRule& r) { r.period = 0; }, periodic},
+        {"mask 0", [](RecurrenceRule& r) { r.weekMask = 0x80; }, byMask},
+        {"day 0", [](RecurrenceRule& r) { r.day = 0; }, byDay},
+        {"day 32", [](RecurrenceRule& r) { r.day = 32; }, byDay},
+        {"nth 0", [](RecurrenceRule& r) { r.nth = 0; }, byNth},
+        {"nth 6", [](RecurrenceRule& r) { r.nth = 6; }, byNth},
     };
     for (const auto& test : kCases)
         for (RuleKind kind : test.kinds) {
@@ -374,7 +377,8 @@ struct Counted {
     int most;
 };
 
-std::string RuleDates(PlatRule rule, const char* first, const char* last, int most = 100) {
+std::string RuleDates(PlatRule rule, const char* start, const char* first, const char* last, int most = 100) {
+    rule.dwStartDate = Minutes(start);
     Counted counted{"", most};
     PlatRuleWalk walk = PlatGetRuleWalk();
     if (!walk) return "no walk";
@@ -390,43 +394,23 @@ std::string RuleDates(PlatRule rule, const char* first, const char* last, int mo
 }
 
 TEST(RuleWalks, ThePlatformGetsTheRulesDates) {
-    struct Case {
-        PlatRule rule; // its start behind it
-        const char* start;
-        const char* first;
-        const char* last;
-        const char* dates;
-    };
-    const Case kCases[] = {
-        {{8203, 1, 0, 2, 34, 0, 0, 0},
-         "2010-03-01",
-         "2010-03-01",
-         "2010-03-19",
-         "2010-03-01 2010-03-05 2010-03-15 2010-03-19 "},
-        {{8202, 0, 0, 2880, 0, 0, 0, 0}, "2010-03-01", "2010-03-06", "2010-03-10", "2010-03-07 2010-03-09 "},
-        // The working days themselves, whatever weekday the span begins on.
-        {{8202, 1, 0, 0, 62, 0, 0, 0}, "2010-03-05", "2010-03-05", "2010-03-08", "2010-03-05 2010-03-08 "},
-        {{8202, 1, 0, 0, 62, 0, 0, 0}, "2010-03-07", "2010-03-07", "2010-03-09", "2010-03-08 2010-03-09 "},
-        {{8204, 2, 0, 1, 0, 1, 0, 0}, "2010-01-15", "2010-01-01", "2010-03-31", "2010-02-01 2010-03-01 "},
-        {{8205, 2, 44640, 12, 0, 15, 0, 0},
-         "2008-02-15",
-         "2013-01-20",
-         "2014-12-31",
-         "2013-02-15 2014-02-15 "},
-        {{8205, 3, 437760, 12, 16, 0, 4, 0},
-         "2007-11-22",
-         "2007-11-22",
-         "2008-12-31",
-         "2007-11-22 2008-11-27 "},
-        {{8202, 0, 0, 1439, 0, 0, 0, 0}, "2010-03-01", "2010-03-01", "2010-03-31", ""},
-        {{8203, 0, 0, 1, 34, 0, 0, 0}, "2010-03-01", "2010-03-01", "2010-03-31", ""}, // no such pair
-    };
-    for (Case test : kCases) {
-        test.rule.dwStartDate = Minutes(test.start);
-        EXPECT_EQ(test.dates, RuleDates(test.rule, test.first, test.last));
-    }
-    EXPECT_EQ("2010-03-01 2010-03-03 ",
-              RuleDates({8202, 0, 0, 2880, 0, 0, 0, Minutes("2010-03-01")}, "2010-03-01", "4500-12-31", 2));
+    const PlatRule everyOtherDay{8202, 0, 0, 2880, 0, 0, 0, 0}, weekdays{8202, 1, 0, 0, 62, 0, 0, 0};
+    const PlatRule mondaysAndFridays{8203, 1, 0, 2, 34, 0, 0, 0}, firstOfMonth{8204, 2, 0, 1, 0, 1, 0, 0};
+    const PlatRule february15{8205, 2, 44640, 12, 0, 15, 0, 0},
+        thanksgiving{8205, 3, 437760, 12, 16, 0, 4, 0};
+    const PlatRule partOfADay{8202, 0, 0, 1439, 0, 0, 0, 0}, noSuchPair{8203, 0, 0, 1, 34, 0, 0, 0};
+    const char* const day = "2010-03-01";
+    EXPECT_EQ("2010-03-07 2010-03-09 ", RuleDates(everyOtherDay, day, "2010-03-06", "2010-03-10"));
+    EXPECT_EQ("2010-03-01 2010-03-03 ", RuleDates(everyOtherDay, day, day, "4500-12-31", 2));
+    EXPECT_EQ("2010-03-01 2010-03-05 2010-03-15 ", RuleDates(mondaysAndFridays, day, day, "2010-03-18"));
+    // The working days themselves, whatever weekday the span begins on.
+    EXPECT_EQ("2010-03-05 2010-03-08 ", RuleDates(weekdays, "2010-03-05", "2010-03-05", "2010-03-08"));
+    EXPECT_EQ("2010-03-08 2010-03-09 ", RuleDates(weekdays, "2010-03-07", "2010-03-07", "2010-03-09"));
+    EXPECT_EQ("2010-02-01 2010-03-01 ", RuleDates(firstOfMonth, "2010-01-15", "2010-01-01", "2010-03-31"));
+    EXPECT_EQ("2013-02-15 2014-02-15 ", RuleDates(february15, "2008-02-15", "2013-01-20", "2014-12-31"));
+    EXPECT_EQ("2007-11-22 2008-11-27 ", RuleDates(thanksgiving, "2007-11-22", "2007-11-22", "2008-12-31"));
+    EXPECT_EQ("", RuleDates(partOfADay, day, day, "2010-03-31"));
+    EXPECT_EQ("", RuleDates(noSuchPair, day, day, "2010-03-31"));
 }
 
 } // namespace
