@@ -197,11 +197,13 @@ void CeBaseDialog::DropMenu(UINT id) {
         Command(chosen);
 }
 
-void CeBaseDialog::Command(UINT id) { SendMessageW(WM_COMMAND, id); }
+void CeBaseDialog::Command(UINT id) {
+    if (id != 0 && m_Menus.IsEnabled(id)) SendMessageW(WM_COMMAND, id);
+}
 
 LRESULT CeBaseDialog::OnClose(bool& handled) {
     handled = true;
-    if (m_nCancel != 0) Command(m_nCancel);
+    Command(m_nCancel);
     return 0;
 }
 

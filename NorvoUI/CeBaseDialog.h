@@ -89,7 +89,7 @@ private:
     void MoveToTabStop(bool back);
     void FocusFirst(bool content);
     int TitleHeight() const;
-    void Command(UINT id);
+    void Command(UINT id); // nothing for one that is 0 or disabled
     void DropMenu(UINT id);
 
     CePopupFrame m_Frame;

@@ -64,7 +64,7 @@ bool CeBaseDialog::TakeKeyDown(const MSG& message) {
     case VK_ESCAPE:
         if (KeepsEscape(message.hwnd)) return false;
         SwallowCharacter(VK_ESCAPE);
-        if (m_nCancel != 0) Command(m_nCancel);
+        Command(m_nCancel);
         return true;
     default:
         return false;
@@ -76,7 +76,7 @@ bool CeBaseDialog::PressEnter(const MSG& message) {
     SwallowCharacter(VK_RETURN);
     if (message.lParam & KF_KEY_REPEATED) return true;
     if (message.hwnd == m_Bar.GetHWnd()) return false;
-    if (m_nDefault != 0 && m_Menus.IsEnabled(m_nDefault)) Command(m_nDefault);
+    Command(m_nDefault);
     return true;
 }
 

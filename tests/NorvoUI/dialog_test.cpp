@@ -29,6 +29,7 @@ public:
         EXPECT_TRUE(name.Create(m_hWnd, RECT{}, u"Name", u"", kName));
         EXPECT_TRUE(note.Create(m_hWnd, RECT{}, u"Note", u"", kNote, 0, ES_MULTILINE));
         if (endAtOnce) EndDialog(9);
+        m_Menus.EnableItem(IDCANCEL, !mustAnswer);
         return content;
     }
     void OnLayout(const RECT& r) override {
@@ -57,6 +58,7 @@ public:
     std::string text;
     bool content = true;
     bool endAtOnce = false;
+    bool mustAnswer = false;
 };
 
 class Dialogs : public ModalTest {
@@ -193,7 +195,8 @@ TEST_F(Dialogs, MayEndBeforeTheyShow) {
     EXPECT_EQ(form.DoModal(top), 9);
     EXPECT_TRUE(top.IsWindowEnabled());
     form.endAtOnce = false; // once more
-    const Script script({[] { Press(VK_RETURN); }});
+    form.mustAnswer = true;
+    const Script script({[] { Press(VK_ESCAPE), Press(VK_RETURN); }});
     EXPECT_EQ(form.DoModal(top), IDOK);
 }
 
