@@ -21,6 +21,8 @@ constexpr int kWide = 700;
 constexpr int kNarrow = 440;
 constexpr int kCardWidth = 340;
 constexpr int kNoticeHeight = 36;
+constexpr int kUndoWidth = 64;
+constexpr int kLetterWidth = 7; // of a text of many
 
 // The calendar's ends, with room for a page.
 constexpr LONG kFirstDay = 1;
@@ -291,7 +293,7 @@ void CalendarView::DeleteCurrent() {
         COutlook::DisplayPIMSaveError(result);
     } else {
         m_undo = std::move(undo);
-        Tell(name + u" is deleted.", CanUndo());
+        Tell(u"Deleted: ", TextOf(line->m_bstrSubject), CanUndo());
     }
     m_data.Reload();
 }
@@ -308,10 +310,14 @@ void CalendarView::Undo() {
     m_data.Reload();
 }
 
-void CalendarView::Tell(const std::u16string& text, bool undo) {
+// In one line: of a name as much as there is room for.
+void CalendarView::Tell(std::u16string_view what, std::u16string_view name, bool undo) {
     m_told = true;
-    std::vector<Bar::Cell> cells{{HTMLEscape(text)}};
-    if (undo) cells.push_back({u"<B>Undo</B>", Scaled(64), [this] { Undo(); }});
+    const int room = (Width() - (undo ? Scaled(kUndoWidth) : 0)) / Scaled(kLetterWidth);
+    const int most = std::clamp(room - static_cast<int>(what.size()), 1, 60);
+    std::vector<Bar::Cell> cells{
+        {HTMLEscape(std::u16string(what) + Shortened(name, static_cast<std::size_t>(most)))}};
+    if (undo) cells.push_back({u"<B>Undo</B>", Scaled(kUndoWidth), [this] { Undo(); }});
     m_notice.SetCells(std::move(cells));
     SetTimer(kNoticeTimer, kNoticeTime);
     Arrange();

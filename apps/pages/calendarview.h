@@ -72,7 +72,7 @@ private:
     void FillDateLine();
     void ShowCard(const DATACALENDAR& line);
     void CloseCard();
-    void Tell(const std::u16string& text, bool undo);
+    void Tell(std::u16string_view what, std::u16string_view name, bool undo);
     void EndNotice();
     int Width() const;
     bool IsWide() const;   // the card stands beside the page

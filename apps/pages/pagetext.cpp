@@ -44,10 +44,9 @@ std::u16string TimeText(DATE moment) {
     return text;
 }
 
-std::u16string Shortened(std::u16string_view text) {
-    constexpr std::size_t kMost = 60;
-    std::u16string line(text.substr(0, kMost));
-    if (text.size() > kMost) {
+std::u16string Shortened(std::u16string_view text, std::size_t most) {
+    std::u16string line(text.substr(0, most));
+    if (text.size() > most) {
         if (line.back() >= 0xD800 && line.back() < 0xDC00) line.pop_back(); // half of a pair
         line += u"\u2026";
     }

@@ -17,8 +17,8 @@ std::u16string LongDate(LONG day);
 // "Today", "Tomorrow", the weekday within a week, else its short form with the weekday.
 std::u16string NearDay(LONG day);
 std::u16string TimeText(DATE moment);
-// For a message: at most 60 characters, in one line.
-std::u16string Shortened(std::u16string_view text);
+// For a message: at most so many characters, in one line.
+std::u16string Shortened(std::u16string_view text, std::size_t most = 60);
 // "9:30 - 10:00", "all day", with the dates where they aren't those of the line's day.
 std::u16string WhenText(const DATACALENDAR& line);
 // 0 Monday to 6 Sunday.
