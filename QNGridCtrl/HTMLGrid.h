@@ -119,7 +119,7 @@ private:
     void TouchHorizontally(LONG dx, DWORD elapsed);
     bool IsRubberBand(POINT point);
     void EndTouch();
-    void CancelPress();
+    void CancelPress(bool released = false);
     void Tap(POINT point);
     tagNM_GRIDVIEW ViewAt(POINT point, UINT code) const;
     const HTMLHotSpots* HotSpotsAt(POINT& point);

@@ -183,7 +183,7 @@ LRESULT CHTMLGrid::OnClick(tagNM_GRIDVIEW& view) {
 // The order of the tests decides.
 LRESULT CHTMLGrid::OnMouseMove(WPARAM flags, POINT point, bool& handled) {
     handled = true;
-    if (m_Press.button && !(flags & MK_LBUTTON)) CancelPress(); // it was released outside
+    if (m_Press.button && !(flags & MK_LBUTTON)) CancelPress(true); // outside
     if (!m_Press.button && !m_Drag.active) return 0;
     if (m_Press.floater && m_Press.floaterMovable) {
         DragFloater(point);
@@ -304,15 +304,18 @@ void CHTMLGrid::EndTouch() {
     EndTouchScroll();
 }
 
-// The pointer was taken away: nothing is tapped.
-void CHTMLGrid::CancelPress() {
+// The pointer was taken away: nothing is tapped, and a floater that was dragged goes back, unless the button was released.
+void CHTMLGrid::CancelPress(bool released) {
     const bool moved = m_Press.floaterMoved;
     m_Press.button = m_Press.rubberBand = false;
     EndTouch();
     ScrollAtEdge(0);
     HideDragTip();
     FinishDragOperation();
-    if (moved) EndFloaterDrag();
+    if (!moved) return;
+    if (released) return EndFloaterDrag();
+    MoveFloater(m_Press.col, m_Press.row);
+    m_Press.floaterMoved = false;
 }
 
 // The release must lie on the cell that was pressed.

@@ -218,6 +218,15 @@ TEST_F(GridInput, Objects) {
     });
 }
 
+// A box that comes up in the middle of a drag, say: nothing was dropped.
+TEST_F(GridInput, AFloaterGoesBackWhenItsDragIsCancelled) {
+    Make(8, 2);
+    Prepare("floater");
+    EXPECT_EQ(Play("d3,25 m130,85"), "to 0,1>1,4; =none tip floater! 1,4 links 1");
+    SendMessageW(grid->GetHWnd(), WM_CANCELMODE, 0, 0);
+    EXPECT_EQ(Play("u130,85"), "=none floater! 0,1 links 1");
+}
+
 TEST_F(GridInput, WhoeverTakesTheCaptureKeepsIt) {
     for (const char* words : {"drag", "touch"}) {
         Make(50);
