@@ -73,6 +73,7 @@ void CalendarData::Start() {
     thread.Start();
 }
 
+// A chosen name that the store has lost stays chosen: otherwise everything would show when the last one goes.
 void CalendarData::ChooseCategories(CCalendarThread& thread) const {
     CCategoryFilterInfo* filter = nullptr;
     thread.GetCategoryRestrict(filter);
@@ -80,10 +81,16 @@ void CalendarData::ChooseCategories(CCalendarThread& thread) const {
     if (m_categories.empty()) return;
     CFullCategoryList all(0, PTRLIST_DELETE);
     GetFullCategoryInfo(all, true);
-    for (const CFullCategory* category : all)
-        if (std::ranges::any_of(m_categories,
-                                [&](const std::u16string& name) { return name == category->m_szName; }))
-            filter->m_list.Add(category->Copy());
+    for (const std::u16string& name : m_categories) {
+        const auto known = std::ranges::find_if(
+            all, [&](const CFullCategory* category) { return name == category->m_szName; });
+        CFullCategory* chosen = known != all.end() ? (*known)->Copy() : new CFullCategory;
+        if (known == all.end()) {
+            chosen->m_szName = _wcsdup(name.c_str());
+            chosen->m_lId = -1;
+        }
+        filter->m_list.Add(chosen);
+    }
 }
 
 // Lines of days that nobody wants any more would take the place of those that are shown.
