@@ -252,7 +252,8 @@ private:
     std::size_t FitOfJoined(std::u16string_view text, const std::vector<char>& endsOfWhole, long long limit,
                             std::size_t fits) {
         constexpr int kSteps = 16;
-        const std::vector<char> ends = endsOfWhole; // shaping another text ends what was shaped last
+        // A copy, since shaping another text ends what was shaped last.
+        const std::vector<char> ends(endsOfWhole.begin(), endsOfWhole.end());
         for (int tried = 0; fits > 0; ++tried) {
             if (Shaped(text.substr(0, fits)).width <= limit) return fits;
             fits = tried < kSteps ? fits - 1 : fits / 2;
