@@ -79,4 +79,11 @@ inline constexpr int CSTR_GREATER_THAN = 3;
 // SORT_STRINGSORT hyphen and apostrophe only break ties ("co-op", "coop", "co-ops"). 0 and error 87 for a null text.
 int CompareStringW(LCID locale, DWORD flags, const WCHAR* a, int aLength, const WCHAR* b, int bLength);
 
+inline constexpr DWORD LCMAP_SORTKEY = 0x00400;
+// The sort key of a text, with the flags of CompareStringW beside LCMAP_SORTKEY: keys of one locale and one set of flags
+// compare byte by byte (a shorter one that the other begins with first) as the texts do. `size` counts bytes here. Gives
+// the bytes of the key, those needed when `size` is 0; 0 on failure: error 87 for other flags and a null text, 122 when
+// the buffer is too small.
+int LCMapStringW(LCID locale, DWORD flags, const WCHAR* text, int length, WCHAR* buffer, int size);
+
 #pragma GCC visibility pop

@@ -15,8 +15,8 @@
 namespace {
 
 constexpr DWORD kCategoryBuffer = 256;
-constexpr DWORD kNamedBuffer = 2056;
-constexpr DWORD kNamedReadSize = 2055; // one less than the buffer, as it always was
+constexpr DWORD kNamedReadSize = 2055; // for one value
+constexpr DWORD kNamedKeys = 2 * 16;    // the two keys of a value that is read with them
 constexpr DWORD kEmptyRichNote = 476;  // bytes of an empty note in the platform's rich format
 constexpr DWORD kLeastPicture = 101;
 constexpr DWORD kNoteHead = 8;
@@ -87,6 +87,26 @@ void CQNDataThread::SetCategoryRestrict(bool bSave) {
     m_regSettings.SetValue(u"CategoryANDOR", m_CategoryFilter.CategoryANDOR);
 }
 
+// --- The lock of a load -----------------------------------------------------------------------------------------------
+
+CQNDataThread::DataHold::DataHold(CQNDataThread& thread) : m_thread(thread) {
+    PlatUnended unended; // held and known to be, or neither
+    m_bHeld = thread.m_csData.TryLock();
+    if (m_bHeld && GetCurrentThreadId() == thread.GetId()) thread.m_bHoldsData = true;
+}
+
+CQNDataThread::DataHold::~DataHold() {
+    if (!m_bHeld) return;
+    PlatUnended unended;
+    m_thread.m_bHoldsData = false;
+    m_thread.m_csData.Leave();
+}
+
+void CQNDataThread::LeaveForKilled() {
+    m_pNamedValues.reset();
+    if (m_bHoldsData.exchange(false)) m_csData.Leave();
+}
+
 // --- Bringing up the side databases -----------------------------------------------------------------------------------
 
 void CQNDataThread::SetupThreadResources() {
@@ -148,7 +168,7 @@ void CQNDataThread::OpenNamedProperties() {
     if (db->MountVolumeEDB(kPimVolume, false) && db->OpenEDB(0, kNamedPropValsDb, &sort, 0, nullptr)) {
         m_pDbNamedProps = std::move(db);
         if (!m_pNamedBuffer)
-            m_pNamedBuffer = static_cast<BYTE*>(LocalAlloc(LPTR, CeRecordBufferSize(kNamedBuffer, 1)));
+            m_pNamedBuffer = static_cast<BYTE*>(LocalAlloc(LPTR, CeRecordBufferSize(kNamedReadSize + kNamedKeys, 3)));
         return;
     }
     // The next thread resolves these two again, and tries again.
@@ -339,6 +359,7 @@ WCHAR* CQNDataThread::CategoryFromEDB(CEOID oid) {
 }
 
 bool CQNDataThread::ReadNamedProperty(CEOID oid, DWORD property, CEBLOB& value) {
+    if (m_pNamedValues && oid >= m_pNamedValues->first) return FindNamedValue(oid, property, value);
     if (!m_pDbNamedProps || !m_pNamedBuffer || property == 0) return false;
     const CEPROPVAL keys[2] = {Key(kPropNamedItem, oid), Key(kPropNamedNumber, property)};
     if (!m_pDbNamedProps->SeekRec(keys, 2)) return false;
@@ -348,6 +369,51 @@ bool CQNDataThread::ReadNamedProperty(CEOID oid, DWORD property, CEBLOB& value) 
     const CEBLOB* blob = m_recNamed.BlobAt(0);
     if (!blob || !blob->lpb || blob->dwCount == 0) return false;
     value = *blob;
+    return true;
+}
+
+CQNDataThread::NamedScan::NamedScan(CQNDataThread& thread, CEOID first) : m_thread(thread) {
+    auto values = std::make_unique<NamedValues>();
+    values->first = first;
+    thread.ReadNamedValues(*values);
+    thread.m_pNamedValues = std::move(values);
+}
+
+CQNDataThread::NamedScan::~NamedScan() { m_thread.m_pNamedValues.reset(); }
+
+void CQNDataThread::ReadNamedValues(NamedValues& values) {
+    if (!m_pDbNamedProps || !m_pNamedBuffer) return;
+    const CEPROPVAL before = Key(kPropNamedItem, values.first - 1);
+    const CEPROPID ids[] = {kPropNamedItem, kPropNamedNumber, kPropNamedValue};
+    const DWORD size = CeRecordBufferSize(kNamedReadSize + kNamedKeys, 3);
+    for (CEOID found = m_pDbNamedProps->SeekGreaterRec(&before, 1); found; found = m_pDbNamedProps->SeekNext()) {
+        if (!m_pDbNamedProps->ReadRec(m_recNamed, m_pNamedBuffer, size, 3, ids)) continue;
+        NamedEntry entry{};
+        const CEBLOB* blob = m_recNamed.BlobAt(2);
+        if (!blob || !blob->lpb || !m_recNamed.GetIndexVal(0, entry.oid) || !m_recNamed.GetIndexVal(1, entry.property))
+            continue;
+        entry.offset = static_cast<DWORD>(values.bytes.size());
+        entry.size = blob->dwCount;
+        values.bytes.insert(values.bytes.end(), blob->lpb, blob->lpb + blob->dwCount);
+        values.entries.push_back(entry);
+    }
+}
+
+std::vector<CEOID> CQNDataThread::ItemsWithNamed(DWORD property) const {
+    std::vector<CEOID> items;
+    if (!m_pNamedValues || property == 0) return items;
+    for (const NamedEntry& entry : m_pNamedValues->entries)
+        if (entry.property == property) items.push_back(entry.oid);
+    return items;
+}
+
+bool CQNDataThread::FindNamedValue(CEOID oid, DWORD property, CEBLOB& value) {
+    if (property == 0) return false;
+    const auto key = [](const NamedEntry& entry) { return std::pair(entry.oid, entry.property); };
+    const auto found = std::ranges::lower_bound(m_pNamedValues->entries, std::pair(oid, property), {}, key);
+    if (found == m_pNamedValues->entries.end() || key(*found) != std::pair(oid, property) || found->size == 0)
+        return false;
+    value = {found->size, m_pNamedValues->bytes.data() + found->offset};
     return true;
 }
 

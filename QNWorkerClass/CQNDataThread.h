@@ -90,6 +90,37 @@ protected:
     bool HasJournalLink(CEOID oid);
     WCHAR* NewText(std::u16string_view text); // from m_hHeap, or by malloc without one
 
+    // Reads the named values of all items from this OID on in one walk; until the scope ends they are answered from
+    // there. A seek for each value of each item costs more than the walk.
+    class NamedScan {
+    public:
+        NamedScan(CQNDataThread& thread, CEOID first);
+        ~NamedScan();
+        NamedScan(const NamedScan&) = delete;
+        NamedScan& operator=(const NamedScan&) = delete;
+
+    private:
+        CQNDataThread& m_thread;
+    };
+    // The items of the walk that have a value of this property.
+    std::vector<CEOID> ItemsWithNamed(DWORD property) const;
+
+    // The lock of a load, held for a scope if it was free. While the worker holds it that is known, since a terminated
+    // thread can't leave it: PostKill calls LeaveForKilled.
+    class DataHold {
+    public:
+        explicit DataHold(CQNDataThread& thread);
+        ~DataHold();
+        DataHold(const DataHold&) = delete;
+        DataHold& operator=(const DataHold&) = delete;
+        bool IsHeld() const { return m_bHeld; }
+
+    private:
+        CQNDataThread& m_thread;
+        bool m_bHeld;
+    };
+    void LeaveForKilled();
+
     CeCriticalSection m_csData;
     std::unique_ptr<CeDb> m_pDbLinks;
     std::unique_ptr<CeDb> m_pDbJournal;
@@ -113,6 +144,20 @@ protected:
     LONG m_nSizeNoteCheck = -1;
 
 private:
+    struct NamedEntry {
+        CEOID oid;
+        DWORD property;
+        DWORD offset; // of the value in the bytes
+        DWORD size;
+    };
+    struct NamedValues {
+        CEOID first;
+        std::vector<NamedEntry> entries; // by item, then property
+        std::vector<BYTE> bytes;
+    };
+    void ReadNamedValues(NamedValues& values);
+    bool FindNamedValue(CEOID oid, DWORD property, CEBLOB& value);
+
     void OpenCategoryAssociations();
     void ResolveNamedProperties();
     void OpenNamedProperties();
@@ -125,6 +170,8 @@ private:
     CategorySnapshot m_categories;
     std::size_t m_nLastCategory = 0;
     BYTE m_abNoteHead[50] = {};
+    std::unique_ptr<NamedValues> m_pNamedValues; // alive within a NamedScan
+    std::atomic<bool> m_bHoldsData{false};       // a load of the worker holds m_csData
     BYTE* m_pNamedBuffer = nullptr;
     BYTE* m_pCategoryBuffer = nullptr;
     std::u16string m_szCategoryBuffer; // scratch of CategoryFromEDB

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -43,13 +44,15 @@ void DATATASKS::NullData(bool bChildren) {
     m_bOverdue = m_bDueToday = 0;
     m_oidProject = 0;
     m_lGtdStatus = 0;
+    m_lManagerOrdinal = 0;
+    m_keys = {};
     if (!bChildren) return;
     m_listChildren.Clear();
     m_oidParent = m_oidParentStored = 0;
     m_bExpanded = 1;
     m_bHidden = m_bLoaded = m_bKeptForChildren = 0;
     m_pParent = nullptr;
-    m_nDepth = 0;
+    m_nDepth = m_nProgress = 0;
 }
 
 DATATASKS* DATATASKS::Copy(bool bChildren) const {
@@ -89,6 +92,9 @@ DATATASKS* DATATASKS::Copy(bool bChildren) const {
     row->m_bKeptForChildren = m_bKeptForChildren;
     row->m_lGtdStatus = m_lGtdStatus;
     row->m_nDepth = m_nDepth;
+    row->m_lManagerOrdinal = m_lManagerOrdinal;
+    row->m_nProgress = m_nProgress;
+    row->m_keys = m_keys;
     if (!bChildren) return row;
     for (DATATASKS* child : m_listChildren) {
         DATATASKS* copy = child->Copy(true);
@@ -100,8 +106,15 @@ DATATASKS* DATATASKS::Copy(bool bChildren) const {
 
 LONG DATATASKS::NumChildren() const { return static_cast<LONG>(m_listChildren.Count()); }
 
+// Without recursion: a chain of parents may be as long as the list.
 LONG DATATASKS::TotalNumChildren() const {
-    LONG total = NumChildren();
-    for (const DATATASKS* child : m_listChildren) total += child->TotalNumChildren();
+    LONG total = 0;
+    std::vector<const DATATASKS*> rows{this};
+    while (!rows.empty()) {
+        const DATATASKS* row = rows.back();
+        rows.pop_back();
+        total += row->NumChildren();
+        rows.insert(rows.end(), row->m_listChildren.begin(), row->m_listChildren.end());
+    }
     return total;
 }

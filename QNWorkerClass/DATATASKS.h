@@ -1,9 +1,18 @@
-// One row of a task list or tree, or a group header (object id 0). Owned by the list or the parent row it stands in.
+// One row of a task list or tree, or a group header (object id 0). Owned by the list or the parent row it stands in; the
+// thread of a task view owns all of its rows itself.
 #pragma once
 
 #include "NorvoTools/CePtrList.h"
 #include "Platform/types.h"
 #include "QNWorkerClass/dates.h"
+
+#include <string>
+
+// What CompareStringW goes by, as bytes that compare in its order; empty until a sort needs them.
+struct TaskSortKeys {
+    std::string subject;
+    std::string categories;
+};
 
 struct QN_API DATATASKS {
     DATATASKS();
@@ -55,5 +64,8 @@ struct QN_API DATATASKS {
     LONG m_lGtdStatus = 0;
     DATATASKS* m_pParent = nullptr; // not owned
     SHORT m_nDepth = 0;
-    CePtrList<DATATASKS*> m_listChildren; // owned; first index 0
+    CePtrList<DATATASKS*> m_listChildren; // owned, but in the rows of a thread; first index 0
+    LONG m_lManagerOrdinal = 0;           // the place under its header in the priority manager, from 1
+    SHORT m_nProgress = 0;                // of a header by progress: which one, 0 to 7
+    TaskSortKeys m_keys;
 };

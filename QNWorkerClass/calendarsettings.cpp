@@ -4,9 +4,9 @@
 #include "NorvoTools/errors.h"
 #include "Platform/clock.h"
 #include "Platform/strings.h"
+#include "QNWorkerClass/viewsettings.h"
 
 #include <algorithm>
-#include <initializer_list>
 
 namespace {
 
@@ -17,39 +17,9 @@ constexpr WCHAR kTodayKey[] = u"Software\\Ostra\\QNToday";
 constexpr WCHAR kBirthdays[] = u"Birthdays";
 constexpr WCHAR kAnniversaries[] = u"Anniversaries";
 
-// A key that is open for reading, if it is there: reading settings never makes a key.
-class OpenSettings {
-public:
-    OpenSettings(CRegistry& registry, const WCHAR* key)
-        : m_registry(registry), m_bOpen(registry.Exists(HKEY_CURRENT_USER, key)) {}
-    ~OpenSettings() {
-        if (m_bOpen) m_registry.CloseKey();
-    }
-    OpenSettings(const OpenSettings&) = delete;
-    OpenSettings& operator=(const OpenSettings&) = delete;
-
-    LONG Number(const WCHAR* name, LONG defaultValue) const {
-        LONG value;
-        return m_bOpen && m_registry.QueryValue(name, &value) == 0 ? value : defaultValue;
-    }
-    bool AnySet(std::initializer_list<const WCHAR*> names) const {
-        return std::any_of(names.begin(), names.end(),
-                           [this](const WCHAR* name) { return Number(name, 0) != 0; });
-    }
-    template<std::size_t N>
-    void Text(const WCHAR* name, WCHAR (&text)[N], const WCHAR* defaultText) const {
-        if (m_bOpen && m_registry.QueryValue(name, text, static_cast<DWORD>(N)) == 0) return;
-        std::copy_n(defaultText, wcslen(defaultText) + 1, text);
-    }
-
-private:
-    CRegistry& m_registry;
-    bool m_bOpen;
-};
-
 // A name that belongs to the other kind is no setting: its own default stands in for it.
 template<std::size_t N>
-void CategoryName(const OpenSettings& settings, const WCHAR* name, WCHAR (&text)[N], const WCHAR* defaultText,
+void CategoryName(const ViewSettings& settings, const WCHAR* name, WCHAR (&text)[N], const WCHAR* defaultText,
                   const WCHAR* otherText) {
     settings.Text(name, text, defaultText);
     if (wcscmp(text, otherText) == 0) std::copy_n(defaultText, wcslen(defaultText) + 1, text);
@@ -60,7 +30,7 @@ void CategoryName(const OpenSettings& settings, const WCHAR* name, WCHAR (&text)
 
 void CCalendarThread::SettingChange() {
     if (m_bShowJournal) ReadJournalSort();
-    OpenSettings(m_regSettings, kTodayKey).Text(u"FloatCat", m_szFloatCat, u"");
+    ViewSettings(m_regSettings, kTodayKey).Text(u"FloatCat", m_szFloatCat, u"");
     ReadViewSettings();
     ReadSuiteSettings();
     if (GetTimeZoneInformation(&m_tzLocal) == TIME_ZONE_ID_UNKNOWN)
@@ -71,7 +41,7 @@ void CCalendarThread::SettingChange() {
 }
 
 void CCalendarThread::ReadViewSettings() {
-    OpenSettings view(m_regSettings, m_szSettingsKey);
+    ViewSettings view(m_regSettings, m_szSettingsKey);
     if (view.AnySet(
             {u"WV_ShowJournal", u"AV_ShowJournal", u"MV_ShowJournal", u"DV_ShowJournal", u"PV_ShowJournal"}))
         m_bShowJournal = 1; // nothing here turns it off
@@ -98,7 +68,7 @@ void CCalendarThread::ReadViewSettings() {
 }
 
 void CCalendarThread::ReadSuiteSettings() {
-    OpenSettings suite(m_regSettings, kSuiteViewKey);
+    ViewSettings suite(m_regSettings, kSuiteViewKey);
     m_bDisplayCompletedAppointments = suite.Number(u"DisplayCompletedAppointments", 1);
     CategoryName(suite, u"AnnCatName", m_szAnnCatName, kAnniversaries, kBirthdays);
     CategoryName(suite, u"BDayCatName", m_szBDayCatName, kBirthdays, kAnniversaries);
@@ -109,7 +79,7 @@ void CCalendarThread::ReadSuiteSettings() {
 }
 
 void CCalendarThread::ReadJournalSort() {
-    OpenSettings journal(m_regSettings, kJournalViewKey);
+    ViewSettings journal(m_regSettings, kJournalViewKey);
     m_nJournalSort = journal.Number(u"JournalSort", 0);
     m_bJournalSortDescending = journal.Number(u"JournalSortDescending", 0);
     m_nJournalSort2 = journal.Number(u"JournalSort2", 2);
@@ -117,7 +87,7 @@ void CCalendarThread::ReadJournalSort() {
 }
 
 void CCalendarThread::LoadSortPrefs() {
-    OpenSettings view(m_regSettings, m_szSettingsKey);
+    ViewSettings view(m_regSettings, m_szSettingsKey);
     m_nTaskSort = view.Number(u"TaskSort", 6);
     m_bTaskSortDescending = view.Number(u"TaskSortDescending", 0);
     m_nTaskSort2 = view.Number(u"TaskSort2", 3);

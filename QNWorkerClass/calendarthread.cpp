@@ -24,29 +24,6 @@ FILETIME FileTimeOfVariant(double variant) {
 
 } // namespace
 
-// The load's lock. When the worker holds it, PostKill must know: a terminated thread can't leave it.
-class CCalendarThread::DataHold {
-public:
-    explicit DataHold(CCalendarThread& thread) : m_thread(thread) {
-        PlatUnended unended; // held and known to be, or neither
-        m_bHeld = thread.m_csData.TryLock();
-        if (m_bHeld && GetCurrentThreadId() == thread.GetId()) thread.m_bHoldsData = true;
-    }
-    ~DataHold() {
-        if (!m_bHeld) return;
-        PlatUnended unended;
-        m_thread.m_bHoldsData = false;
-        m_thread.m_csData.Leave();
-    }
-    DataHold(const DataHold&) = delete;
-    DataHold& operator=(const DataHold&) = delete;
-    bool IsHeld() const { return m_bHeld; }
-
-private:
-    CCalendarThread& m_thread;
-    bool m_bHeld;
-};
-
 CCalendarThread::CCalendarThread(const WCHAR* settingsKey, int bReadAppointments, int bShowJournal,
                                  int bJournalBody)
     : m_listData(1, PTRLIST_DELETE, &CompareFunc, reinterpret_cast<CEUSER>(this)),
@@ -117,7 +94,7 @@ void CCalendarThread::PostKill() {
     if (m_pDb) m_pDb->Close();
     m_pDeletedDates.reset();
     m_lActiveCount = m_listData.GetCount();
-    if (m_bHoldsData.exchange(false)) m_csData.Leave();
+    LeaveForKilled();
     if (m_hClientWnd) PostMessageW(m_hClientWnd, kMsgThreadFinished, 0, 0);
 }
 

@@ -198,7 +198,6 @@ protected:
     void ReadJournalSort();
 
     // --- The load (calendarthread.cpp) ----------------------------------------------------------------------------
-    class DataHold;
     bool Load(CeManualEvent* stop, CEOID oid);
     void SetLoadRange();
     void ChooseMode();
@@ -238,7 +237,6 @@ protected:
     LONG m_bAddingOverlays = 0;
     std::atomic<bool> m_bNoHeaderDates{false};
     std::atomic<LONG> m_bShowTasks{0};
-    std::atomic<bool> m_bHoldsData{false}; // a load of the worker holds m_csData
 
     // Settings.
     LONG m_nFilter = kFilterAll;

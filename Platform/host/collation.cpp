@@ -132,13 +132,46 @@ public:
             return CompareFolded(Folded(a, m_folding), Folded(b, m_folding));
         return CompareFolded(a, b);
     }
+    // A word sort puts the two orders one behind the other: the second breaks the ties of the first.
+    void AppendKey(std::u16string_view text, std::vector<BYTE>& key) const {
+        if (m_folding && NeedsFolding(text, m_folding))
+            AppendFolded(Folded(text, m_folding), key);
+        else
+            AppendFolded(text, key);
+    }
     // Of a word sort it is made at the first text that needs it: its rules take ICU some ten milliseconds.
     const icu::Collator* Collator() const {
         std::call_once(m_made, [this] { m_collator = MakeCollator(m_locale, m_flags); });
         return m_collator.get();
     }
 
+    // The key of one collator, without the zero at the end.
+    void AppendPlainKey(std::u16string_view text, std::vector<BYTE>& key) const {
+        if (!Collator()) return AppendUnits(text, key);
+        const std::size_t before = key.size();
+        std::size_t room = text.size() * 3 + 16; // enough for most texts
+        for (;;) {
+            key.resize(before + room);
+            const int needed = Collator()->getSortKey(text.data(), static_cast<int>(text.size()), key.data() + before,
+                                                      static_cast<int>(room));
+            const auto size = static_cast<std::size_t>(std::max(needed, 1));
+            if (size <= room) return key.resize(before + size - 1);
+            room = size;
+        }
+    }
+
 private:
+    // Without collation data: units in two bytes of 1 to 255 each would not fit, so three of 7 bits.
+    static void AppendUnits(std::u16string_view text, std::vector<BYTE>& key) {
+        for (const WCHAR c : text)
+            for (const int shift : {14, 7, 0}) key.push_back(static_cast<BYTE>(0x80 | ((c >> shift) & 0x7F)));
+    }
+    void AppendFolded(std::u16string_view text, std::vector<BYTE>& key) const {
+        AppendPlainKey(text, key);
+        if (!m_plain) return;
+        key.push_back(0);
+        m_plain->AppendPlainKey(text, key);
+    }
     int CompareFolded(std::u16string_view a, std::u16string_view b) const {
         if (m_plain && !HasLight(a) && !HasLight(b)) return m_plain->CompareFolded(a, b);
         const icu::Collator* collator = Collator();
@@ -226,26 +259,10 @@ public:
     }
 
     void AppendKey(std::u16string_view text, std::vector<BYTE>& key) const override {
-        if (!m_comparer.Collator()) return AppendUnits(text, key);
-        const std::size_t before = key.size();
-        std::size_t room = text.size() * 3 + 16; // enough for most texts
-        for (;;) {
-            key.resize(before + room);
-            const int needed = m_comparer.Collator()->getSortKey(text.data(), static_cast<int>(text.size()),
-                                                                 key.data() + before, static_cast<int>(room));
-            const auto size = static_cast<std::size_t>(std::max(needed, 1));
-            if (size <= room) return key.resize(before + size - 1); // without the zero at the end
-            room = size;
-        }
+        m_comparer.AppendPlainKey(text, key);
     }
 
 private:
-    // Without collation data: units in two bytes of 1 to 255 each would not fit, so three of 7 bits.
-    static void AppendUnits(std::u16string_view text, std::vector<BYTE>& key) {
-        for (const WCHAR c : text)
-            for (const int shift : {14, 7, 0}) key.push_back(static_cast<BYTE>(0x80 | ((c >> shift) & 0x7F)));
-    }
-
     const std::string m_locale;
     const Comparer& m_comparer;
     std::string m_id;
@@ -276,4 +293,22 @@ int CompareStringW(LCID locale, DWORD flags, const WCHAR* a, int aLength, const 
     const int order =
         plat::ComparersOf(tables).Get(flags & plat::kAllFlags).Compare(view(a, aLength), view(b, bLength));
     return order < 0 ? CSTR_LESS_THAN : order > 0 ? CSTR_GREATER_THAN : CSTR_EQUAL;
+}
+
+int LCMapStringW(LCID locale, DWORD flags, const WCHAR* text, int length, WCHAR* buffer, int size) {
+    plat::HostCall call;
+    if (!text || !(flags & LCMAP_SORTKEY) || (flags & ~(LCMAP_SORTKEY | plat::kAllFlags)) || size < 0) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    std::vector<BYTE> key;
+    plat::ComparersOf(plat::TablesOf(locale))
+        .Get(flags & plat::kAllFlags)
+        .AppendKey({text, length < 0 ? wcslen(text) : static_cast<std::size_t>(length)}, key);
+    if (size != 0 && static_cast<std::size_t>(size) < key.size()) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return 0;
+    }
+    if (size != 0) std::copy(key.begin(), key.end(), reinterpret_cast<BYTE*>(buffer));
+    return static_cast<int>(key.size());
 }
