@@ -66,14 +66,15 @@ struct CTasksThread::Draft {
 int CTasksThread::AddNewTask(CeDbRecord* record, bool* pbShow, int nIndex, bool bUpdate, bool bAsParent) {
     Draft draft;
     draft.bKeep = bAsParent;
-    if (bUpdate) {
+    const bool alone = bUpdate && m_nLoads == 0; // a load has done this for all of its tasks
+    if (alone) {
         InitiateLinksDB();
         SetupThreadResources();
         ApplyForcedSettings();
         RefreshToday();
-        if (nIndex >= 1 && nIndex < m_listTasks.GetCount() && m_listTasks.Get(nIndex)->IsParentNode())
-            draft.bKeep = true;
     }
+    if (bUpdate && nIndex >= 1 && nIndex < m_listTasks.GetCount() && m_listTasks.Get(nIndex)->IsParentNode())
+        draft.bKeep = true;
     ReadIdentity(*record, draft);
     Tally(draft);
     NoteParent(draft);
@@ -90,7 +91,7 @@ int CTasksThread::AddNewTask(CeDbRecord* record, bool* pbShow, int nIndex, bool 
         draft.bShow = false;
         Reject(draft, nIndex);
     }
-    if (bUpdate) CloseLinksDB();
+    if (alone) CloseLinksDB();
     *pbShow = draft.bShow;
     return shown;
 }

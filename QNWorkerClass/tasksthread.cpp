@@ -79,6 +79,7 @@ void CTasksThread::PostKill() {
     if (m_pDb) m_pDb->Close();
     SweepErased();
     m_lActiveDataCount = m_listTasks.GetCount();
+    m_nLoads = 0;
     LeaveForKilled();
     if (m_hClientWnd) PostMessageW(m_hClientWnd, kMsgThreadFinished, 0, 0);
 }
