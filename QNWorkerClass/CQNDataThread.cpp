@@ -6,6 +6,7 @@
 #include "Platform/poom.h"
 #include "Platform/registry.h"
 #include "Platform/strings.h"
+#include "QNWorkerClass/DATATASKS.h"
 #include "QNWorkerClass/sidestores.h"
 
 #include <algorithm>
@@ -16,7 +17,7 @@ namespace {
 
 constexpr DWORD kCategoryBuffer = 256;
 constexpr DWORD kNamedReadSize = 2055; // for one value
-constexpr DWORD kNamedKeys = 2 * 16;    // the two keys of a value that is read with them
+constexpr DWORD kNamedKeys = 2 * 16;   // the two keys of a value that is read with them
 constexpr DWORD kEmptyRichNote = 476;  // bytes of an empty note in the platform's rich format
 constexpr DWORD kLeastPicture = 101;
 constexpr DWORD kNoteHead = 8;
@@ -168,7 +169,8 @@ void CQNDataThread::OpenNamedProperties() {
     if (db->MountVolumeEDB(kPimVolume, false) && db->OpenEDB(0, kNamedPropValsDb, &sort, 0, nullptr)) {
         m_pDbNamedProps = std::move(db);
         if (!m_pNamedBuffer)
-            m_pNamedBuffer = static_cast<BYTE*>(LocalAlloc(LPTR, CeRecordBufferSize(kNamedReadSize + kNamedKeys, 3)));
+            m_pNamedBuffer =
+                static_cast<BYTE*>(LocalAlloc(LPTR, CeRecordBufferSize(kNamedReadSize + kNamedKeys, 3)));
         return;
     }
     // The next thread resolves these two again, and tries again.
@@ -386,11 +388,13 @@ void CQNDataThread::ReadNamedValues(NamedValues& values) {
     const CEPROPVAL before = Key(kPropNamedItem, values.first - 1);
     const CEPROPID ids[] = {kPropNamedItem, kPropNamedNumber, kPropNamedValue};
     const DWORD size = CeRecordBufferSize(kNamedReadSize + kNamedKeys, 3);
-    for (CEOID found = m_pDbNamedProps->SeekGreaterRec(&before, 1); found; found = m_pDbNamedProps->SeekNext()) {
+    for (CEOID found = m_pDbNamedProps->SeekGreaterRec(&before, 1); found;
+         found = m_pDbNamedProps->SeekNext()) {
         if (!m_pDbNamedProps->ReadRec(m_recNamed, m_pNamedBuffer, size, 3, ids)) continue;
         NamedEntry entry{};
         const CEBLOB* blob = m_recNamed.BlobAt(2);
-        if (!blob || !blob->lpb || !m_recNamed.GetIndexVal(0, entry.oid) || !m_recNamed.GetIndexVal(1, entry.property))
+        if (!blob || !blob->lpb || !m_recNamed.GetIndexVal(0, entry.oid) ||
+            !m_recNamed.GetIndexVal(1, entry.property))
             continue;
         entry.offset = static_cast<DWORD>(values.bytes.size());
         entry.size = blob->dwCount;
@@ -441,6 +445,18 @@ DWORD CQNDataThread::TaskPercentFromOID(CEOID oid) {
 
 DWORD CQNDataThread::GtdProjectFromOID(CEOID oid) {
     return static_cast<DWORD>(NamedScalar(oid, ms_GtdProjectProperty, 4));
+}
+
+// A completed task is at 100, and one that isn't never.
+void CQNDataThread::FillTaskFromStores(DATATASKS& row, CeDb* db) {
+    constexpr WORD kComplete = 100;
+    row.m_szCategories = CategoryFromEDB(row.m_oid);
+    row.m_szIcon = IconStrFromEDB(row.m_oid);
+    const auto percent = static_cast<WORD>(TaskPercentFromOID(row.m_oid));
+    row.m_wPercent = row.m_bCompleted ? kComplete : percent == kComplete ? WORD{0} : percent;
+    row.m_bHasNote = m_bShowHasNote && !IsNoteEmpty(db, PIMPR_NOTE);
+    row.m_bHasLink = HasLink(row.m_oid);
+    row.m_bHasJournalLink = HasJournalLink(row.m_oid);
 }
 
 bool CQNDataThread::GtdStarredFromOID(CEOID oid) { return NamedScalar(oid, ms_StarredProperty, 4) != 0; }

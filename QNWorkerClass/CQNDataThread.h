@@ -20,6 +20,8 @@
 #include <string_view>
 #include <vector>
 
+struct DATATASKS;
+
 // Messages to the client window of a data thread.
 inline constexpr UINT kMsgLoadBegins = 32802;     // 0, 0
 inline constexpr UINT kMsgListChanged = 1274;     // 1 final, 0 progress; number of lines
@@ -88,6 +90,8 @@ protected:
     // Whether links or journal entries of the item exist; false while those stores are closed.
     bool HasLink(CEOID oid);
     bool HasJournalLink(CEOID oid);
+    // What the side databases tell of a task: categories, icon, percentage, note (of the current record of `db`), links.
+    void FillTaskFromStores(DATATASKS& row, CeDb* db);
     WCHAR* NewText(std::u16string_view text); // from m_hHeap, or by malloc without one
 
     // Reads the named values of all items from this OID on in one walk; until the scope ends they are answered from

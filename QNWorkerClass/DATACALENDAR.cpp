@@ -45,7 +45,7 @@ void DATACALENDAR::NullData() {
     m_wMeeting = 0;
     m_lBusyStatus = m_lDuration = 0;
     m_lDay = kNoDay;
-    m_dtStart = m_dtEnd = kNoDate;
+    m_dtStart = m_dtEnd = m_dtJournalCreated = m_dtJournalModified = kNoDate;
     m_bHasLink = m_bHasJournalLink = m_bHasNote = m_bAllDay = m_bPrivate = m_bRecurring = m_bException = 0;
     m_bReminder = 0;
     m_bSortLast = 0;

@@ -52,6 +52,8 @@ struct QN_API DATACALENDAR {
     WORD m_wAnniversaryYear = 0;
     WORD m_wBirthdayYear = 0;
     BYTE m_bListed = 0;
+    double m_dtJournalCreated = kNoDate; // of a journal entry, as the next
+    double m_dtJournalModified = kNoDate;
 
 protected:
     // The fields as they are: what is owned must be copied behind it.

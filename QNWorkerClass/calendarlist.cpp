@@ -1,5 +1,4 @@
 // How lines come into the day list and leave it.
-#include "QNWorkerClass/calendaroverlays.h"
 #include "QNWorkerClass/calendarthread.h"
 
 #include <algorithm>
@@ -39,8 +38,7 @@ bool IsSameLine(const DATACALENDAR& a, const DATACALENDAR& b) {
 // The one way of an appointment into the list: its line, and a copy for each further day that it touches.
 void CCalendarThread::AddCalendarItemToList(std::unique_ptr<DATACALENDAR> line) {
     line->m_bListed = 1;
-    if ((line->m_wAnniversaryYear || line->m_wBirthdayYear) && GetCalendarOverlays().pfnAddAge)
-        GetCalendarOverlays().pfnAddAge(*this, *line);
+    if (line->m_wAnniversaryYear || line->m_wBirthdayYear) AddAge(*line);
     DATACALENDAR* listed = line.release();
     m_listData.Add(listed);
     if (m_nFilter != kFilterSingleSeries && !EndsOnItsDay(*listed)) AddFurtherDays(listed);
@@ -135,4 +133,5 @@ void CCalendarThread::RemoveJournalFromThread() { RemoveFromThread(kLineJournal)
 void CCalendarThread::RemoveLines(LONG nType) {
     for (int i = m_listData.GetCount(); i >= 1; --i)
         if (m_listData.Get(i)->m_nType == nType) m_listData.RemoveAt(i);
+    m_lActiveCount = m_listData.GetCount();
 }

@@ -1,5 +1,4 @@
 // The two halves of reading a record of the "Appointments Database".
-#include "QNWorkerClass/calendaroverlays.h"
 #include "QNWorkerClass/calendarthread.h"
 
 #include "NorvoTools/StrFunctions.h"
@@ -288,9 +287,8 @@ bool CCalendarThread::fReadRestOfRecord() {
     record.m_szIcon = IconStrFromEDB(record.m_oid);
     if (IsFloat())
         CutFloatText();
-    else if (record.m_bAllDay && record.m_wRecurType == kRecurYearly &&
-             record.m_wPatternType == kPatternDay && GetCalendarOverlays().pfnRecognise)
-        GetCalendarOverlays().pfnRecognise(*this, record);
+    else if (record.m_bAllDay && record.m_wRecurType == kRecurYearly && record.m_wPatternType == kPatternDay)
+        RecogniseYearlyDay();
     if (!PassesSecondFilters()) return false;
     record.m_bHasLink = HasLink(record.m_oid);
     record.m_bHasJournalLink = HasJournalLink(record.m_oid);

@@ -1,6 +1,6 @@
 // The orders of the day list. The first test that tells two lines apart decides.
-#include "QNWorkerClass/calendaroverlays.h"
 #include "QNWorkerClass/calendarthread.h"
+#include "QNWorkerClass/tasksort.h"
 
 #include "Platform/locale.h"
 #include "Platform/memory.h"
@@ -97,12 +97,10 @@ int CCalendarThread::CompareFuncDate(DATACALENDAR* const& a, DATACALENDAR* const
 // --- Tasks and journal entries by their own keys ------------------------------------------------------------------
 
 int CCalendarThread::CompareTasks(const DATACALENDAR& a, const DATACALENDAR& b) const {
-    if (auto compare = GetCalendarOverlays().pfnCompareTasks) {
-        if (int order = compare(*a.m_pTask, *b.m_pTask, m_nTaskSort))
-            return m_bTaskSortDescending ? -order : order;
-        if (int order = compare(*a.m_pTask, *b.m_pTask, m_nTaskSort2))
-            return m_bTaskSortDescending2 ? -order : order;
-    }
+    if (int order = CompareTasksByKey(*a.m_pTask, *b.m_pTask, m_nTaskSort))
+        return m_bTaskSortDescending ? -order : order;
+    if (int order = CompareTasksByKey(*a.m_pTask, *b.m_pTask, m_nTaskSort2))
+        return m_bTaskSortDescending2 ? -order : order;
     return Order(a.m_oid, b.m_oid);
 }
 
@@ -119,8 +117,8 @@ int CCalendarThread::CompareJournalsPrv(const DATACALENDAR& a, const DATACALENDA
             return Order(a.m_bstrSubject != nullptr, b.m_bstrSubject != nullptr);
         return CompareTexts(a.m_bstrSubject, b.m_bstrSubject, SORT_STRINGSORT);
     }
-    auto compare = GetCalendarOverlays().pfnCompareJournalDates;
-    return (key == 1 || key == 2) && compare ? compare(a, b, key) : 0;
+    if (key == 1) return Order(a.m_dtJournalCreated, b.m_dtJournalCreated);
+    return key == 2 ? Order(a.m_dtJournalModified, b.m_dtJournalModified) : 0;
 }
 
 // --- Sorting ------------------------------------------------------------------------------------------------------

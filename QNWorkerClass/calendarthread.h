@@ -1,6 +1,6 @@
 // The calendar thread: turns the "Appointments Database" into one sorted list of day lines for a range of days. The
 // list holds a header for each day and the appointments of that day, series expanded to their occurrences, items of
-// several days repeated on each of them; tasks, journal entries and contact dates join by calendaroverlays.h.
+// several days repeated on each of them; tasks, journal entries, birthdays and anniversaries as the settings tell.
 //
 //     CCalendarThread thread(key);               // the constructor reads the view's settings
 //     thread.m_hClientWnd = window;
@@ -180,6 +180,8 @@ protected:
     void AddCalendarDatesForRange();
     void AddCalendarDatesForData();
     void InsertHeader(int index, LONG day);
+    void DeleteTasksInList() { RemoveLines(kLineTask); }
+    void DeleteJournalInList() { RemoveLines(kLineJournal); }
     void RemoveLines(LONG nType);
     void RemoveFromThread(LONG nType);
     template<class Add>
@@ -187,10 +189,28 @@ protected:
     void SetCompareByFilter();
     int CompareTasks(const DATACALENDAR& a, const DATACALENDAR& b) const;
 
-    // --- Overlays (calendaroverlays.h) ----------------------------------------------------------------------------
+    // --- Contact dates (calendardates.cpp) ------------------------------------------------------------------------
+    LONG AddContactInfo(CeManualEvent* stop); // the lines added
+    LONG AddContactLines(const CeDbRecord& record);
+    LONG AddContactDate(const CeDbRecord& record, int index, const WCHAR* category);
+    void
+    RecogniseYearlyDay(); // whether the current record, a yearly all-day series, is a birthday or an anniversary
+    void AddAge(DATACALENDAR& line) const;
+    LONG AgeIn(LONG year, LONG birth) const;
+
+    // --- Tasks (calendartasks.cpp) --------------------------------------------------------------------------------
+    WORD SetTaskProps();
     void AddTasks(CeManualEvent* stop);
+    // The lines of the task of the current record; *pbShow: whether it is shown at all.
+    LONG AddNewTask(CeDbRecord* record, bool* pbShow, bool bUpdate);
+    bool ShowsTask(const DATATASKS& task);
+    LONG PlaceTask(const DATATASKS& task);
+    LONG CopyInProgressTasks(const DATATASKS& task);
+    LONG AddTaskLine(const DATATASKS& task, LONG day); // none outside of the range
+
+    // --- Journal (calendarjournal.cpp) ----------------------------------------------------------------------------
     void AddJournal(CeManualEvent* stop, CEOID oid);
-    void AddContactInfo(CeManualEvent* stop);
+    LONG AddNewJournal(CeDbRecord* record, bool* pbShow, bool bSingle);
 
     // --- Settings (calendarsettings.cpp) --------------------------------------------------------------------------
     void ReadViewSettings();
@@ -222,9 +242,10 @@ protected:
 
     std::atomic<double> m_dtRestrictStart{kNoDate};
     std::atomic<double> m_dtRestrictEnd{kNoDate};
-    DayRange m_range;         // of the load
-    DayTime m_occurrence;     // the current one, by the event's clock
-    LineTimes m_fromMidnight; // of each occurrence of the current series that isn't changed
+    DayRange m_range;                   // of the load
+    std::unique_ptr<CeDb> m_pDbOverlay; // of the tasks, then of the journal
+    DayTime m_occurrence;               // the current one, by the event's clock
+    LineTimes m_fromMidnight;           // of each occurrence of the current series that isn't changed
     SYSTEMTIME m_stToday = {};
     double m_dtToday = 0;
     WCHAR m_szYears[16] = {}; // the unit behind an age

@@ -2,13 +2,8 @@
 #include "QNWorkerClass/tasksthread.h"
 
 #include "NorvoTools/CeString.h"
-#include "NorvoTools/StrFunctions.h"
-#include "Platform/clock.h"
-#include "Platform/strings.h"
 #include "QNWorkerClass/tasksrecord.h"
-#include "QNWorkerClass/tasksubject.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -18,32 +13,10 @@ constexpr DWORD kStatusOne = 1;
 constexpr WORD kComplete = 100;
 constexpr LONG kDaysFutureUnset = 949998;
 constexpr LONG kDaysFutureDefault = 14;
-constexpr int kFirstUnlistedYear = 4500;
 
 LONG WholeDay(double date) { return static_cast<LONG>(date); }
 
-bool IsInternal(double due) { return due >= kFirstTemplateDate && due <= kLatestListDate; }
-
-double VariantOf(const FILETIME& time) {
-    SYSTEMTIME date;
-    double variant;
-    if (!FileTimeToSystemTime(&time, &date) || date.wYear >= kFirstUnlistedYear) return kNoDate;
-    return SystemTimeToVariantTime(&date, &variant) ? variant : kNoDate;
-}
-
-bool FlagAt(const CeDbRecord& record, int index) {
-    bool flag = false;
-    return record.GetIndexVal(index, flag) && flag;
-}
-
-WCHAR* CopyOf(std::u16string_view text) { return AllocLPWSTR(std::u16string(text).c_str()); }
-
 } // namespace
-
-double TaskDateAt(const CeDbRecord& record, int index) {
-    FILETIME time;
-    return record.GetIndexVal(index, time) ? VariantOf(time) : kNoDate;
-}
 
 struct CTasksThread::Draft {
     DWORD oid = 0;
@@ -116,7 +89,7 @@ void CTasksThread::ReadIdentity(const CeDbRecord& record, Draft& draft) {
     DWORD number = 0;
     record.GetIndexVal(kTaskNumber, number);
     draft.oid = number | kOidTask;
-    draft.completed = TaskDateAt(record, kTaskCompleted);
+    draft.completed = RecordDateAt(record, kTaskCompleted);
     draft.bCompleted = draft.completed < kLatestListDate;
     draft.bStarred = GtdStarredFromOID(draft.oid);
     draft.parent = ParentFromOID(draft.oid, draft.bExpanded);
@@ -160,8 +133,8 @@ bool CTasksThread::PassesFilters(const CeDbRecord& record, Draft& draft, bool bU
     if (m_nGroupBy != kGroupTree && m_listParentsSeen.contains(draft.oid)) draft.bShow = false;
     if (!FilterSpecialTask(draft.oid)) return false;
 
-    draft.start = TaskDateAt(record, kTaskStart);
-    draft.due = TaskDateAt(record, kTaskDue);
+    draft.start = RecordDateAt(record, kTaskStart);
+    draft.due = RecordDateAt(record, kTaskDue);
     record.GetIndexVal(kTaskSensitivity, draft.sensitivity);
     bool hidden = draft.bShow && m_nFilterPrivacy != -1 && !CheckPrivacy(m_nFilterPrivacy, draft.sensitivity);
     hidden |= !m_bShowUndated && draft.due == kNoDate && draft.start == kNoDate;
@@ -174,7 +147,7 @@ bool CTasksThread::PassesFilters(const CeDbRecord& record, Draft& draft, bool bU
         draft.bShow = false;
         if (!draft.bKeep) return false;
     }
-    if (IsInternal(draft.due)) {
+    if (IsInternalTask(draft.due)) {
         draft.bShow = false;
         --m_counts.lTotal;
     } else {
@@ -251,45 +224,16 @@ DATATASKS* CTasksThread::TakeRow(const Draft& draft, int nIndex, bool bUpdate, L
 }
 
 void CTasksThread::FillRow(DATATASKS& row, const CeDbRecord& record, const Draft& draft) {
-    row.m_oid = draft.oid;
-    row.m_oidRecord = record.m_oid;
-    row.m_nImportance = draft.importance;
-    row.m_lSensitivity = draft.sensitivity;
-    row.m_dtStart = draft.start;
-    row.m_dtDue = draft.due;
-    row.m_dtCompleted = draft.completed;
-    row.m_bCompleted = draft.bCompleted;
+    FillTaskFromRecord(record, row);
     row.m_bStarred = draft.bStarred;
     row.m_oidProject = draft.project;
     row.m_lGtdStatus = static_cast<LONG>(draft.status);
     row.m_oidParent = row.m_oidParentStored = draft.parent;
     row.m_bExpanded = draft.bExpanded;
     row.m_bLoaded = 1;
-    row.m_wFlag7 = FlagAt(record, kTaskRecurring);
-    row.m_wFlag8 = FlagAt(record, kTaskReminderSet);
-    FILETIME reminder, local;
-    if (record.GetIndexVal(kTaskReminderTime, reminder) && FileTimeToLocalFileTime(&reminder, &local))
-        row.m_dtReminder = VariantOf(local);
-    FillTexts(row, record, draft.oid);
-    const DWORD percent = TaskPercentFromOID(draft.oid);
-    row.m_wPercent = draft.bCompleted       ? kComplete
-                     : percent == kComplete ? WORD{0}
-                                            : static_cast<WORD>(percent);
     row.m_bKeptForChildren = draft.bKeep && !draft.bShow;
-    row.m_bHasNote = m_bShowHasNote && !IsNoteEmpty(m_pDb.get(), PIMPR_NOTE);
-    row.m_bHasLink = HasLink(draft.oid);
-    row.m_bHasJournalLink = HasJournalLink(draft.oid);
+    FillTaskFromStores(row, m_pDb.get());
     CountRow(row);
-}
-
-void CTasksThread::FillTexts(DATATASKS& row, const CeDbRecord& record, CEOID oid) {
-    const TaskSubject subject = ParseTaskSubject(record.TextAt(kTaskSubject));
-    row.m_szSubject = CopyOf(subject.text);
-    row.m_szCategories = CategoryFromEDB(oid);
-    row.m_szIcon = IconStrFromEDB(oid);
-    wcscpy(row.m_szPriorityLetter, subject.szLetter);
-    wcscpy(row.m_szPriorityNumber, subject.szNumber);
-    row.m_lPrioNumber = subject.nDays;
 }
 
 void CTasksThread::CountRow(DATATASKS& row) {

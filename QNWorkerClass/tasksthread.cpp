@@ -12,8 +12,6 @@
 namespace {
 
 constexpr WCHAR kTaskKey[] = u"Software\\Norvo\\Quillonary\\TV";
-constexpr WCHAR kTasks[] = u"Tasks Database";
-constexpr DWORD kReadBufferSize = 25600;
 constexpr DWORD kStopInterval = 25; // of records that passed the category filter
 
 SORTORDERSPECEX ByNumber() {
@@ -43,7 +41,7 @@ public:
     }
     CEPROPVAL* Bytes() { return reinterpret_cast<CEPROPVAL*>(m_pBytes); }
 
-    static constexpr DWORD kSize = CeRecordBufferSize(kReadBufferSize, kTaskProps);
+    static constexpr DWORD kSize = CeRecordBufferSize(kTaskReadBuffer, kTaskProps);
     CeDbRecord record;
 
 private:
@@ -144,7 +142,7 @@ void CTasksThread::PrepareLoad() {
 
 bool CTasksThread::OpenTasks() {
     const SORTORDERSPECEX order = ByNumber();
-    return m_pDb->MountVolumeEDB(kPimVolume, false) && m_pDb->OpenEDB(0, kTasks, &order, 0, nullptr);
+    return m_pDb->MountVolumeEDB(kPimVolume, false) && m_pDb->OpenEDB(0, kTasksDb, &order, 0, nullptr);
 }
 
 WORD CTasksThread::SetPropIds(CEPROPID* ids) {

@@ -189,7 +189,6 @@ private:
     void Reject(const Draft& draft, int nIndex);
     DATATASKS* TakeRow(const Draft& draft, int nIndex, bool bUpdate, LONG& position);
     void FillRow(DATATASKS& row, const CeDbRecord& record, const Draft& draft);
-    void FillTexts(DATATASKS& row, const CeDbRecord& record, CEOID oid);
     void CountRow(DATATASKS& row);
 
     // --- Rows (taskslist.cpp) -------------------------------------------------------------------------------------

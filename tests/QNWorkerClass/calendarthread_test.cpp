@@ -1,8 +1,7 @@
-// The calendar thread on a real store: headers and order, filters and settings, what a line carries, the range, overlays.
+// The calendar thread on a real store: headers and order, filters and settings, what a line carries, the range.
 #include "QNWorkerClass/calendarthread.h"
 #include "QNWorkerClass/COutlook.h"
 #include "QNWorkerClass/DATATASKS.h"
-#include "QNWorkerClass/calendaroverlays.h"
 #include "tests/support/appointments.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +10,6 @@ namespace {
 
 class CalendarThread : public AppointmentTest {
 protected:
-    ~CalendarThread() override { SetCalendarOverlays({}); }
     Appointment Item() { return AddAppointment(); }
 };
 
@@ -81,7 +79,7 @@ TEST_F(CalendarThread, OrderOfKindsOfLines) {
     EXPECT_GT(OrderOf(thread, lines[3], lines[2]), 0);
 }
 
-// Two tasks stand by the two keys of the settings, told by whoever owns tasks; without any by their ids.
+// Two tasks stand by the two keys of the settings: priority without importance, then the start.
 TEST_F(CalendarThread, OrderOfTasksAndJournalEntries) {
     DATACALENDAR a, b;
     a.m_oid = 1;
@@ -90,25 +88,16 @@ TEST_F(CalendarThread, OrderOfTasksAndJournalEntries) {
     a.m_pTask = new DATATASKS;
     b.m_pTask = new DATATASKS;
     CCalendarThread thread;
+    EXPECT_LT(OrderOf(thread, a, b), 0); // by their ids
+    a.m_pTask->m_dtStart = 40002;
+    b.m_pTask->m_dtStart = 40001;
+    EXPECT_GT(OrderOf(thread, a, b), 0);
+    a.m_pTask->m_szPriorityLetter[0] = u'A';
     EXPECT_LT(OrderOf(thread, a, b), 0);
-    CalendarOverlays overlays;
-    overlays.pfnCompareTasks = [](const DATATASKS& x, const DATATASKS& y, LONG key) {
-        const LONG p = key == 6 ? x.m_nImportance : x.m_lPrioNumber; // 6 and 3 are the keys without settings
-        const LONG q = key == 6 ? y.m_nImportance : y.m_lPrioNumber;
-        return key == 6 || key == 3 ? (p > q) - (p < q) : 0;
-    };
-    overlays.pfnCompareJournalDates = [](const DATACALENDAR& x, const DATACALENDAR& y, LONG key) {
-        return key == 2 ? x.m_wMeeting - y.m_wMeeting : 0;
-    };
-    SetCalendarOverlays(overlays);
-    a.m_pTask->m_lPrioNumber = 5;
-    EXPECT_GT(OrderOf(thread, a, b), 0); // by the second key
-    b.m_pTask->m_nImportance = 7;
-    EXPECT_LT(OrderOf(thread, a, b), 0); // by the first
     SetNumber(u"TaskSortDescending", 1);
     thread.LoadSortPrefs();
     EXPECT_GT(OrderOf(thread, a, b), 0);
-    SetNumber(u"TaskSort", 9);
+    SetNumber(u"TaskSort", 3); // the start, and again
     SetNumber(u"TaskSortDescending2", 1);
     thread.LoadSortPrefs();
     EXPECT_LT(OrderOf(thread, a, b), 0);
@@ -119,7 +108,8 @@ TEST_F(CalendarThread, OrderOfTasksAndJournalEntries) {
     early.m_dtStart = late.m_dtStart = 40238.5;
     early.m_bstrSubject = SysAllocString(u"same");
     late.m_bstrSubject = SysAllocString(u"same");
-    late.m_wMeeting = 1;
+    early.m_dtJournalModified = 40238;
+    late.m_dtJournalModified = 40239;
     CCalendarThread journal(nullptr, 1, 1);
     EXPECT_EQ(0, OrderOf(thread, early, late));  // the journal's keys are for its own view
     EXPECT_LT(OrderOf(journal, early, late), 0); // by subject, then by the second date
@@ -175,44 +165,9 @@ TEST_F(CalendarThread, HolidaysAreKnownByCategoryOrSubject) {
     EXPECT_DAYS(Days("2010-01-01", "2010-01-01"), "Sat 2010-12-25 all-day Feast\n");
 }
 
-TEST_F(CalendarThread, BirthdaysOfTheOverlayAreOrderedByTheDayOfTheYear) {
-    CalendarOverlays overlays;
-    overlays.pfnRecognise = [](const CCalendarThread&, DATACALENDARDB& record) {
-        record.m_wBirthdayYear = record.m_stStart.wYear;
-    };
-    overlays.pfnAddAge = [](const CCalendarThread&, DATACALENDAR& line) { line.m_bRecurring = 0; };
-    overlays.pfnAddContacts = [](CCalendarThread& list, CeManualEvent*) {
-        for (int i = 0; i < 2; ++i) { // the same line twice shows once
-            auto* line = new DATACALENDAR;
-            line->m_nType = kLineContactDate;
-            line->m_oid = 0x80000001;
-            line->m_bAllDay = 1;
-            line->m_lDay = DayOfMinutes(Minutes("1990-02-02"));
-            line->m_dtStart = line->m_dtEnd = line->m_lDay;
-            line->m_bstrSubject = SysAllocString(u"Bob");
-            list.GetList().Add(line);
-        }
-    };
-    SetCalendarOverlays(overlays);
-    AddAppointment(u"Zoe").On("1970-12-01").AllDay().YearlyDay(12, 1).Save();
-    AddAppointment(u"Abe").On("1990-02-02").AllDay().YearlyDay(2, 2).Save();
-    AddAppointment(u"Meeting").On("1990-02-02 10:00").YearlyDay(2, 2).Save();
-    SetNumber(u"CAV_AppointmentFilter", kFilterBirthdays);
-    CCalendarThread thread;
-    EXPECT_DAYS(List(thread, "2020-01-01", "2020-01-02"), "Fri 1990-02-02 --\nFri 1990-02-02 all-day Abe\n"
-                                                          "Fri 1990-02-02 all-day Bob\n"
-                                                          "Tue 1970-12-01 --\nTue 1970-12-01 all-day Zoe\n");
-    EXPECT_EQ(0, thread.GetList().Get(2)->m_bRecurring);
-}
-
 // A floating item carries a rank before its subject, which goes; one of the category without a rank is an item like any
 // other, and may be a birthday.
 TEST_F(CalendarThread, FloatingItemsLoseTheirRank) {
-    static int asked;
-    asked = 0;
-    CalendarOverlays overlays;
-    overlays.pfnRecognise = [](const CCalendarThread&, DATACALENDARDB&) { ++asked; };
-    SetCalendarOverlays(overlays);
     const LONG floating = AddCategory(u"Float");
     const std::u16string long200(200, u'x');
     CCalendarThread thread;
@@ -226,11 +181,12 @@ TEST_F(CalendarThread, FloatingItemsLoseTheirRank) {
         SetText(u"FloatCat", category, u"Software\\Ostra\\QNToday");
         EXPECT_EQ("Abe;D;D1 2;D1 22 Paint;d1 Low;WxRead;", Subjects(thread, "2010-03-01"));
     }
-    EXPECT_EQ(3 * 6, asked);
-    asked = 0;
+    SetText(u"BDayCatName", u"float"); // all of the category, unless they float
+    EXPECT_EQ("(10 ) Abe;(10 ) D;(10 ) D1 2;(10 ) D1 22 Paint;(10 ) d1 Low;(10 "
+              "years) WxRead;",
+              Subjects(thread, "2020-03-01"));
     SetText(u"FloatCat", u"Float", u"Software\\Ostra\\QNToday");
-    EXPECT_EQ("Abe;D;D1 2;d1 Low;Paint;Read;", Subjects(thread, "2010-03-01"));
-    EXPECT_EQ(2, asked); // "d1 Low" and "Abe"
+    EXPECT_EQ("(10 ) Abe;(10 ) d1 Low;D;D1 2;Paint;Read;", Subjects(thread, "2020-03-01"));
 }
 
 TEST_F(CalendarThread, StatusAndPrivacy) {
@@ -433,41 +389,6 @@ TEST_F(CalendarThread, WithoutAppointmentsThereAreHeadersAlone) {
     m_store.reset();
     DeleteDatabase(u"Appointments Database");
     EXPECT_DAYS(List(missing, "2010-03-01", "2010-03-02"), "Mon 2010-03-01 --\nTue 2010-03-02 --\n");
-}
-
-// --- Overlays that others register --------------------------------------------------------------------------------
-
-TEST_F(CalendarThread, OverlaysAreAskedAndTakenOutAgain) {
-    static std::string asked;
-    asked.clear();
-    CalendarOverlays overlays;
-    overlays.pfnAddTasks = [](CCalendarThread& thread, CeManualEvent*) {
-        asked += "tasks ";
-        auto* line = new DATACALENDAR;
-        line->m_nType = kLineTask;
-        line->m_oid = 0xC0000001;
-        line->m_lDay = 40238;
-        thread.GetList().Add(line);
-    };
-    overlays.pfnAddJournal = [](CCalendarThread&, CeManualEvent*, CEOID oid) {
-        asked += "journal " + std::to_string(oid) + " ";
-    };
-    overlays.pfnAddContacts = [](CCalendarThread&, CeManualEvent*) { asked += "contacts "; };
-    SetCalendarOverlays(overlays);
-    Item().On("2010-03-01").Save();
-    CCalendarThread thread;
-    Load(thread, "2010-03-01", "2010-03-01");
-    EXPECT_EQ("tasks journal 0 contacts ", asked);
-    EXPECT_EQ(3, thread.GetActiveDataCount());
-    thread.RemoveTasksFromThread();
-    EXPECT_EQ(2, thread.GetActiveDataCount());
-    thread.AddTasksToThread(nullptr);
-    EXPECT_EQ(3, thread.GetActiveDataCount());
-    EXPECT_EQ(kLineTask, thread.GetList().Get(3)->m_nType); // sorted in, behind the appointment
-    asked.clear();
-    CCalendarThread journal(nullptr, 0, 1);
-    journal.CalendarThreadProc(nullptr, 5);
-    EXPECT_EQ("journal 5 ", asked);
 }
 
 } // namespace
