@@ -104,7 +104,7 @@ CQNDataThread::DataHold::~DataHold() {
 }
 
 void CQNDataThread::LeaveForKilled() {
-    m_pNamedValues.reset();
+    m_pScanned.reset();
     if (m_bHoldsData.exchange(false)) m_csData.Leave();
 }
 
@@ -251,6 +251,12 @@ bool CQNDataThread::CategoryFilterEDB(CEOID oid, CCategoryFilterInfo* filter) {
 std::vector<LONG> CQNDataThread::CategoriesOf(CEOID oid) {
     std::vector<LONG> ids;
     if (!m_pDbCategoryAssoc || !m_pCategoryBuffer) return ids;
+    if (m_pScanned && m_pScanned->bCategories && oid >= m_pScanned->first) {
+        const auto item = [](const auto& entry) { return entry.first; };
+        for (const auto& entry : std::ranges::equal_range(m_pScanned->categories, oid, {}, item))
+            ids.push_back(entry.second);
+        return ids;
+    }
     const CEPROPVAL key = Key(kPropAssocItem, oid);
     CEPROPID wanted = kPropAssocCategory;
     for (CEOID found = m_pDbCategoryAssoc->SeekRec(&key, 1); found;
@@ -361,7 +367,7 @@ WCHAR* CQNDataThread::CategoryFromEDB(CEOID oid) {
 }
 
 bool CQNDataThread::ReadNamedProperty(CEOID oid, DWORD property, CEBLOB& value) {
-    if (m_pNamedValues && oid >= m_pNamedValues->first) return FindNamedValue(oid, property, value);
+    if (m_pScanned && oid >= m_pScanned->first) return FindNamedValue(oid, property, value);
     if (!m_pDbNamedProps || !m_pNamedBuffer || property == 0) return false;
     const CEPROPVAL keys[2] = {Key(kPropNamedItem, oid), Key(kPropNamedNumber, property)};
     if (!m_pDbNamedProps->SeekRec(keys, 2)) return false;
@@ -374,16 +380,34 @@ bool CQNDataThread::ReadNamedProperty(CEOID oid, DWORD property, CEBLOB& value) 
     return true;
 }
 
-CQNDataThread::NamedScan::NamedScan(CQNDataThread& thread, CEOID first) : m_thread(thread) {
-    auto values = std::make_unique<NamedValues>();
-    values->first = first;
-    thread.ReadNamedValues(*values);
-    thread.m_pNamedValues = std::move(values);
+CQNDataThread::ItemScan::ItemScan(CQNDataThread& thread, CEOID first) : m_thread(thread) {
+    auto items = std::make_unique<ScannedItems>();
+    items->first = first;
+    thread.ScanNamedValues(*items);
+    thread.ScanCategories(*items);
+    thread.m_pScanned = std::move(items);
 }
 
-CQNDataThread::NamedScan::~NamedScan() { m_thread.m_pNamedValues.reset(); }
+CQNDataThread::ItemScan::~ItemScan() { m_thread.m_pScanned.reset(); }
 
-void CQNDataThread::ReadNamedValues(NamedValues& values) {
+// In the order of the store, which is that of the item, then the category.
+void CQNDataThread::ScanCategories(ScannedItems& items) {
+    if (!m_pDbCategoryAssoc || !m_pCategoryBuffer) return;
+    const CEPROPVAL before = Key(kPropAssocItem, items.first - 1);
+    const CEPROPID ids[] = {kPropAssocItem, kPropAssocCategory};
+    const DWORD size = CeRecordBufferSize(kCategoryBuffer, 2);
+    for (CEOID found = m_pDbCategoryAssoc->SeekGreaterRec(&before, 1); found;
+         found = m_pDbCategoryAssoc->SeekNext()) {
+        CEOID item = 0;
+        LONG id = 0;
+        if (m_pDbCategoryAssoc->ReadRec(m_recCategory, m_pCategoryBuffer, size, 2, ids) &&
+            m_recCategory.GetIndexVal(0, item) && m_recCategory.GetIndexVal(1, id))
+            items.categories.emplace_back(item, id);
+    }
+    items.bCategories = true;
+}
+
+void CQNDataThread::ScanNamedValues(ScannedItems& values) {
     if (!m_pDbNamedProps || !m_pNamedBuffer) return;
     const CEPROPVAL before = Key(kPropNamedItem, values.first - 1);
     const CEPROPID ids[] = {kPropNamedItem, kPropNamedNumber, kPropNamedValue};
@@ -405,8 +429,8 @@ void CQNDataThread::ReadNamedValues(NamedValues& values) {
 
 std::vector<CEOID> CQNDataThread::ItemsWithNamed(DWORD property) const {
     std::vector<CEOID> items;
-    if (!m_pNamedValues || property == 0) return items;
-    for (const NamedEntry& entry : m_pNamedValues->entries)
+    if (!m_pScanned || property == 0) return items;
+    for (const NamedEntry& entry : m_pScanned->entries)
         if (entry.property == property) items.push_back(entry.oid);
     return items;
 }
@@ -414,10 +438,10 @@ std::vector<CEOID> CQNDataThread::ItemsWithNamed(DWORD property) const {
 bool CQNDataThread::FindNamedValue(CEOID oid, DWORD property, CEBLOB& value) {
     if (property == 0) return false;
     const auto key = [](const NamedEntry& entry) { return std::pair(entry.oid, entry.property); };
-    const auto found = std::ranges::lower_bound(m_pNamedValues->entries, std::pair(oid, property), {}, key);
-    if (found == m_pNamedValues->entries.end() || key(*found) != std::pair(oid, property) || found->size == 0)
+    const auto found = std::ranges::lower_bound(m_pScanned->entries, std::pair(oid, property), {}, key);
+    if (found == m_pScanned->entries.end() || key(*found) != std::pair(oid, property) || found->size == 0)
         return false;
-    value = {found->size, m_pNamedValues->bytes.data() + found->offset};
+    value = {found->size, m_pScanned->bytes.data() + found->offset};
     return true;
 }
 

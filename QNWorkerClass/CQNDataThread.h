@@ -94,19 +94,19 @@ protected:
     void FillTaskFromStores(DATATASKS& row, CeDb* db);
     WCHAR* NewText(std::u16string_view text); // from m_hHeap, or by malloc without one
 
-    // Reads the named values of all items from this OID on in one walk; until the scope ends they are answered from
-    // there. A seek for each value of each item costs more than the walk.
-    class NamedScan {
+    // Reads the named values and the categories of all items from this OID on in two walks; until the scope ends they are
+    // answered from there. A seek for each value of each item costs more than the walks.
+    class ItemScan {
     public:
-        NamedScan(CQNDataThread& thread, CEOID first);
-        ~NamedScan();
-        NamedScan(const NamedScan&) = delete;
-        NamedScan& operator=(const NamedScan&) = delete;
+        ItemScan(CQNDataThread& thread, CEOID first);
+        ~ItemScan();
+        ItemScan(const ItemScan&) = delete;
+        ItemScan& operator=(const ItemScan&) = delete;
 
     private:
         CQNDataThread& m_thread;
     };
-    // The items of the walk that have a value of this property.
+    // The items of the scan that have a value of this property.
     std::vector<CEOID> ItemsWithNamed(DWORD property) const;
 
     // The lock of a load, held for a scope if it was free. While the worker holds it that is known, since a terminated
@@ -154,12 +154,15 @@ private:
         DWORD offset; // of the value in the bytes
         DWORD size;
     };
-    struct NamedValues {
+    struct ScannedItems {
         CEOID first;
         std::vector<NamedEntry> entries; // by item, then property
         std::vector<BYTE> bytes;
+        bool bCategories = false;                       // the next is filled
+        std::vector<std::pair<CEOID, LONG>> categories; // by item, then id
     };
-    void ReadNamedValues(NamedValues& values);
+    void ScanNamedValues(ScannedItems& items);
+    void ScanCategories(ScannedItems& items);
     bool FindNamedValue(CEOID oid, DWORD property, CEBLOB& value);
 
     void OpenCategoryAssociations();
@@ -174,8 +177,8 @@ private:
     CategorySnapshot m_categories;
     std::size_t m_nLastCategory = 0;
     BYTE m_abNoteHead[50] = {};
-    std::unique_ptr<NamedValues> m_pNamedValues; // alive within a NamedScan
-    std::atomic<bool> m_bHoldsData{false};       // a load of the worker holds m_csData
+    std::unique_ptr<ScannedItems> m_pScanned; // alive within an ItemScan
+    std::atomic<bool> m_bHoldsData{false};    // a load of the worker holds m_csData
     BYTE* m_pNamedBuffer = nullptr;
     BYTE* m_pCategoryBuffer = nullptr;
     std::u16string m_szCategoryBuffer; // scratch of CategoryFromEDB

@@ -32,7 +32,7 @@ void CCalendarThread::AddTasks(CeManualEvent* stop) {
     const HLOCAL buffer = LocalAlloc(LPTR, size);
     m_pDbOverlay = std::make_unique<CeDb>();
     if (buffer && m_pDbOverlay->MountVolumeEDB(kPimVolume, false) && m_pDbOverlay->Open(kTasksDb)) {
-        const NamedScan scan(*this, kOidTask);
+        const ItemScan scan(*this, kOidTask);
         CeDbRecord record;
         for (CEOID oid = m_pDbOverlay->SeekBegin(0); oid && !StopRequested(stop);
              oid = m_pDbOverlay->SeekNext()) {

@@ -96,7 +96,7 @@ bool CTasksThread::Load(CeManualEvent* stop) {
     PrepareLoad();
     bool finished = true;
     if (OpenTasks() && m_pDb->GetNumRecords() != 0) {
-        const NamedScan scan(*this, kOidTask);
+        const ItemScan scan(*this, kOidTask);
         RecordBuffer buffer;
         InitiateLinksDB();
         FindCycles();

@@ -182,8 +182,7 @@ TEST_F(CalendarThread, FloatingItemsLoseTheirRank) {
         EXPECT_EQ("Abe;D;D1 2;D1 22 Paint;d1 Low;WxRead;", Subjects(thread, "2010-03-01"));
     }
     SetText(u"BDayCatName", u"float"); // all of the category, unless they float
-    EXPECT_EQ("(10 ) Abe;(10 ) D;(10 ) D1 2;(10 ) D1 22 Paint;(10 ) d1 Low;(10 "
-              "years) WxRead;",
+    EXPECT_EQ("(10 ) Abe;(10 ) D;(10 ) D1 2;(10 ) D1 22 Paint;(10 ) d1 Low;(10 ) WxRead;",
               Subjects(thread, "2020-03-01"));
     SetText(u"FloatCat", u"Float", u"Software\\Ostra\\QNToday");
     EXPECT_EQ("(10 ) Abe;(10 ) d1 Low;D;D1 2;Paint;Read;", Subjects(thread, "2020-03-01"));
