@@ -301,8 +301,8 @@ protected:
 
 // The note of an item has two faces. BodyInk is its bytes: lpb of get_BodyInk is the caller's, by LocalFree, and null when there
 // is none. Body is a text, kept as UTF-16 with a byte-order mark; null or empty takes the note out, and it replaces rich
-// text or ink. get_Body reads any note that is a text by bytes (the code page) or by UTF-16, and gives E_NOTIMPL for rich
-// text and ink, of which only BodyInk tells.
+// text or ink. get_Body reads any note that PlatTextOfNote reads (notetext.h), and gives E_NOTIMPL for the others, of
+// which only BodyInk tells.
 
 // Start, Duration and End of a series are those of its first occurrence, in the wall clock of the series' zone.
 struct IAppointment : IDispatch {

@@ -4,6 +4,7 @@
 #include "Platform/files.h"
 #include "Platform/host/text.h"
 #include "Platform/memory.h"
+#include "Platform/notetext.h"
 
 #include <algorithm>
 #include <cstring>
@@ -116,59 +117,14 @@ HRESULT PoomItem::OpenProperty(CEPROPID id, DWORD access, IStream** stream) {
 namespace {
 
 constexpr BYTE kMark[] = {0xFF, 0xFE}; // of a UTF-16 text, little-endian
-constexpr std::size_t kPlainHead = 10; // bytes that tell a text of bytes from one of UTF-16
-
-// A note of this size counts as empty wherever a list looks at it: the empty one of the rich format has it.
-constexpr std::size_t kEmptySize = 476;
-
-enum class NoteForm { Bytes, Utf16, Rich, Ink };
-
-// By its first bytes, in the order in which every reader of notes tests them.
-NoteForm FormOf(std::span<const BYTE> note) {
-    const std::string_view head(reinterpret_cast<const char*>(note.data()), note.size());
-    if (note.size() > 6 && head.starts_with("{\\pwi")) return NoteForm::Ink;
-    if (note.size() > 6 && head.starts_with("{\\rtf")) return NoteForm::Rich;
-    if (note.size() > 2 && (note[0] == kMark[0] || note[0] == kMark[1] || note[1] == 0))
-        return NoteForm::Utf16;
-    const bool zero = head.substr(0, std::min(kPlainHead, note.size() - 1)).find('\0') != head.npos;
-    return zero ? NoteForm::Utf16 : NoteForm::Bytes;
-}
-
-std::u16string WideText(std::span<const BYTE> note) {
-    const bool bigEndian = note[0] == kMark[1] && note[1] == kMark[0];
-    const bool marked = bigEndian || (note[0] == kMark[0] && note[1] == kMark[1]);
-    ByteReader in(note.subspan(marked ? sizeof kMark : 0));
-    std::u16string text = in.Text(in.Left() / sizeof(WCHAR));
-    if (bigEndian)
-        for (WCHAR& unit : text) unit = static_cast<WCHAR>(unit >> 8 | unit << 8);
-    return text;
-}
-
-// Null for a note that is more than a text.
-std::optional<std::u16string> TextOfNote(std::span<const BYTE> note) {
-    std::u16string text;
-    switch (FormOf(note)) {
-    case NoteForm::Rich:
-        return std::nullopt;
-    case NoteForm::Ink:
-        return note.size() == kEmptySize ? std::optional(text) : std::nullopt;
-    case NoteForm::Utf16:
-        text = WideText(note);
-        break;
-    case NoteForm::Bytes:
-        text = ToUtf16({reinterpret_cast<const char*>(note.data()), note.size()});
-        break;
-    }
-    text.resize(std::min(text.find(u'\0'), text.size()));
-    return text;
-}
 
 std::vector<BYTE> NoteOfText(std::u16string_view text) {
     if (text.empty()) return {};
     ByteWriter out;
     out.Write(kMark);
     out.Text(text);
-    if (sizeof kMark + text.size() * sizeof(WCHAR) == kEmptySize) out.Write16(0); // or no list would show it
+    if (sizeof kMark + text.size() * sizeof(WCHAR) == kEmptyInkNote)
+        out.Write16(0); // or no list would show it
     return out.Take();
 }
 
@@ -199,8 +155,10 @@ HRESULT PoomItem::GiveBody(BSTR* out) {
     return Give(out, [&]() -> HRESULT {
         if (HRESULT hr = LoadStream(PIMPR_NOTE); FAILED(hr)) return hr;
         const PropValue* note = Get(PIMPR_NOTE);
-        const auto text = note ? TextOfNote(note->bytes) : std::u16string();
-        return text ? GiveBstr(*text, out) : E_NOTIMPL;
+        std::u16string text;
+        if (note && !PlatTextOfNote(note->bytes.data(), static_cast<DWORD>(note->bytes.size()), text))
+            return E_NOTIMPL;
+        return GiveBstr(text, out);
     });
 }
 
