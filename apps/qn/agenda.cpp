@@ -1,21 +1,17 @@
 // The day list: a real calendar thread loads it, a window of ours hears its messages and prints the lines.
-#include "NorvoTools/CRegistry.h"
-#include "NorvoTools/paths.h"
 #include "Platform/clock.h"
-#include "Platform/registry.h"
 #include "Platform/strings.h"
-#include "Platform/windows.h"
 #include "QNWorkerClass/calendarthread.h"
+#include "apps/qn/choice.h"
+#include "apps/qn/client.h"
 #include "apps/qn/commands.h"
 #include "apps/qn/json.h"
 #include "apps/qn/options.h"
 #include "apps/qn/store.h"
-
-#include <unistd.h>
+#include "apps/qn/viewkey.h"
 
 #include <cmath>
 #include <cstdio>
-#include <optional>
 
 namespace qn {
 
@@ -30,66 +26,24 @@ constexpr OptionRule kRules[] = {
     {"--no-headers", false}, {"--json", false},
 };
 
-struct Named {
-    std::string_view name;
-    DWORD value;
-};
-constexpr Named kFilters[] = {{"all", kFilterAll},
-                              {"birthdays", kFilterBirthdays},
-                              {"anniversaries", kFilterAnniversaries},
-                              {"holidays", kFilterHolidays},
-                              {"recurring", kFilterRecurring}};
+constexpr Choice kFilters[] = {{"all", kFilterAll},
+                               {"birthdays", kFilterBirthdays},
+                               {"anniversaries", kFilterAnniversaries},
+                               {"holidays", kFilterHolidays},
+                               {"recurring", kFilterRecurring}};
 // A status filter is the busy status and 1; 0 means off.
-constexpr Named kStatuses[] = {{"free", 1}, {"tentative", 2}, {"busy", 3}, {"out", 4}};
+constexpr Choice kStatuses[] = {{"free", 1}, {"tentative", 2}, {"busy", 3}, {"out", 4}};
 
-template<std::size_t N>
-DWORD Choose(const Options& options, std::string_view option, const Named (&choices)[N]) {
-    const std::string given = options.Get(option);
-    for (const Named& choice : choices)
-        if (choice.name == given) return choice.value;
-    Usage("agenda: " + std::string(option) + " can't be " + given);
+void FillView(ViewKey& view, const Options& options) {
+    if (const auto filter = Wanted("agenda", options, "--filter", kFilters))
+        view.Set(u"CAV_AppointmentFilter", *filter);
+    if (const auto status = Wanted("agenda", options, "--status", kStatuses))
+        view.Set(u"ApptStatusFilter", *status);
+    if (!options.Has("--category")) return;
+    view.Set(u"bHideCategories", options.Has("--hide"));
+    view.Set(u"CategoryANDOR", options.Has("--all-of"));
+    view.Set(u"m_bIncludeNoCat", options.Has("--no-category"));
 }
-
-// The view of this run: the calendar's own settings, or, where the command line asks for others, a copy with them put in,
-// which goes again with the run.
-class View {
-public:
-    explicit View(const Options& options) {
-        const auto filter = Wanted(options, "--filter", kFilters);
-        const auto status = Wanted(options, "--status", kStatuses);
-        if (!filter && !status && !options.Has("--category")) return;
-        m_key = Utf16(Utf8(kSuiteKey) + "\\QnAgenda" + std::to_string(getpid()));
-        m_settings.DeleteKey(HKEY_CURRENT_USER, m_key.c_str());
-        if (m_settings.Exists(HKEY_CURRENT_USER, kCalendarView) &&
-            m_settings.OpenKey(HKEY_CURRENT_USER, kCalendarView) == 0)
-            m_settings.CopyValuesToKey(HKEY_CURRENT_USER, m_key.c_str());
-        if (m_settings.OpenKey(HKEY_CURRENT_USER, m_key.c_str()) != 0)
-            throw Failure("the settings can't be written");
-        if (filter) m_settings.SetValue(u"CAV_AppointmentFilter", *filter);
-        if (status) m_settings.SetValue(u"ApptStatusFilter", *status);
-        if (!options.Has("--category")) return;
-        m_settings.SetValue(u"bHideCategories", DWORD{options.Has("--hide")});
-        m_settings.SetValue(u"CategoryANDOR", DWORD{options.Has("--all-of")});
-        m_settings.SetValue(u"m_bIncludeNoCat", DWORD{options.Has("--no-category")});
-    }
-    ~View() {
-        if (!m_key.empty()) m_settings.DeleteKey(HKEY_CURRENT_USER, m_key.c_str());
-    }
-    View(const View&) = delete;
-    View& operator=(const View&) = delete;
-    const WCHAR* Key() const { return m_key.empty() ? kCalendarView : m_key.c_str(); }
-
-private:
-    template<std::size_t N>
-    static std::optional<DWORD> Wanted(const Options& options, std::string_view option,
-                                       const Named (&choices)[N]) {
-        if (!options.Has(option)) return std::nullopt;
-        return Choose(options, option, choices);
-    }
-
-    CRegistry m_settings;
-    std::u16string m_key;
-};
 
 void ChooseCategories(CCalendarThread& thread, const Options& options) {
     CCategoryFilterInfo* filter = nullptr;
@@ -209,38 +163,6 @@ private:
     Store& m_store;
 };
 
-struct Client {
-    CCalendarThread* thread;
-    Printer* printer;
-    bool finished = false;
-};
-
-LRESULT ClientProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    auto* client = reinterpret_cast<Client*>(GetWindowLongW(window, GWL_USERDATA));
-    if (client && message == kMsgListChanged) {
-        for (int i = 1; i <= lParam; ++i)
-            if (const DATACALENDAR* line = client->thread->GetList().Get(i)) client->printer->Print(*line);
-        return 0;
-    }
-    if (client && message == kMsgThreadFinished) {
-        client->finished = true;
-        return 0;
-    }
-    return DefWindowProcW(window, message, wParam, lParam);
-}
-
-HWND MakeClientWindow(Client& client) {
-    WNDCLASSW cls{};
-    cls.lpfnWndProc = &ClientProc;
-    cls.lpszClassName = u"qn:agenda";
-    RegisterClassW(&cls);
-    const HWND window =
-        CreateWindowExW(0, cls.lpszClassName, u"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    if (!window) throw Failure("no window for the calendar thread");
-    SetWindowLongW(window, GWL_USERDATA, reinterpret_cast<LONG_PTR>(&client));
-    return window;
-}
-
 } // namespace
 
 int AgendaCommand(const Words& words) {
@@ -253,22 +175,22 @@ int AgendaCommand(const Words& words) {
     for (const char* option : {"--all-of", "--hide", "--no-category"})
         if (options.Has(option) && !options.Has("--category"))
             Usage("agenda: " + std::string(option) + " wants --category");
-    const View view(options);
+    ViewKey view(kCalendarView);
+    FillView(view, options);
     Store store;
     Printer printer(options, store);
-    CCalendarThread thread(view.Key());
-    Client client{&thread, &printer};
-    thread.m_hClientWnd = MakeClientWindow(client);
+    CCalendarThread thread(view.Get());
+    Client client([&](WPARAM, LPARAM rows) {
+        for (int i = 1; i <= rows; ++i)
+            if (const DATACALENDAR* line = thread.GetList().Get(i)) printer.Print(*line);
+    });
+    thread.m_hClientWnd = client.Window();
     const SYSTEMTIME first = ToSystemTime(*from);
     const SYSTEMTIME last = ToSystemTime(*from + days - 1);
     thread.SetRestrict(&first, &last, true);
     ChooseCategories(thread, options);
     thread.SetCategoryRestrict(false);
-    thread.Start();
-    MSG message;
-    while (!client.finished && GetMessageW(&message, nullptr, 0, 0)) DispatchMessageW(&message);
-    thread.Stop(true);
-    DestroyWindow(thread.m_hClientWnd);
+    client.Run(thread);
     return kExitDone;
 }
 

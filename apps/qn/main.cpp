@@ -62,9 +62,13 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"import", &qn::ImportCommand,
-     "qn import [--horizon YEARS] [--quiet] [--timing] FILE.ics ...\n"
-     "  Reads iCalendar files (- is standard input) and saves their events and to-dos.\n"
-     "  An item that is there already, by its UID, is brought up to date.\n"
+     "qn import [--horizon YEARS] [--quiet] [--timing] FILE ...\n"
+     "  Reads files of other programs; - is standard input, with a calendar or cards.\n"
+     "  .ics  iCalendar: events, to-dos, journal entries.\n"
+     "  .vcf  vCard 2.1, 3.0, 4.0: contacts.\n"
+     "  .txt, .md  texts, as notes in \\My Documents.\n"
+     "  An item that is there already, by its UID, is brought up to date; a contact without one by its "
+     "name.\n"
      "  A rule that no pattern can hold becomes single appointments, up to the horizon (5 years from "
      "today).\n"
      "  The summary tells what was imported, what was split, what was skipped and why, and what could not be "
@@ -81,6 +85,16 @@ constexpr Command kCommands[] = {
      "  --no-category shows items without one too.\n"
      "  With a --filter other than all each item stands once, whatever its date, its categories and its "
      "status.\n"},
+    {"tasks", &qn::TasksCommand,
+     "qn tasks [--rule NAME] [--group NAME | --tree] [--sort KEY[,KEY2]] [--descending] [--done]\n"
+     "         [--date DATE] [--days N] [--context NAME] [--json]\n"
+     "  Prints the tasks as the task view shows them, or as these options change it for once.\n"
+     "  --rule    all, today, overdue, undated, active, tomorrow, done, next (--days N, 14), day (--date), "
+     "master,\n"
+     "            unfiled, context (--context), starred, action\n"
+     "  --group   none, category, importance, letter, progress, completion, date, manager, status\n"
+     "  --sort    subject, due, start, priority, completion, letter, category; the second key breaks ties\n"
+     "  --done    completed tasks too\n"},
     {"list", &qn::ListCommand,
      "qn list [appointments|tasks|contacts] [--json]\n"
      "  Lists what is stored, one line an item, with the number that `qn show` takes.\n"},
@@ -97,8 +111,11 @@ constexpr Command kCommands[] = {
      "qn set --delete KEY\n"
      "  Writes a setting: a number when VALUE is one (decimal, or hexadecimal from 0x), otherwise a text.\n"},
     {"export", &qn::ExportCommand,
-     "qn export --ics [FILE]\n"
-     "  Writes all appointments and tasks as one iCalendar file, to standard output without FILE.\n"},
+     "qn export --ics|--vcf [FILE]\n"
+     "  Writes all appointments and tasks as one iCalendar file, or all contacts as one vCard file; to "
+     "standard "
+     "output\n"
+     "  without FILE.\n"},
     {"mark-up", &qn::MarkUpCommand,
      "qn mark-up [--png FILE] [--dump] [--width N] [--dpi N] [--line] FILE|-\n"
      "  Shows what the display makes of a text of mark-up (UTF-8; - is standard input): a picture, and with "
@@ -122,13 +139,14 @@ constexpr Command kCommands[] = {
 void PrintHelp() {
     std::puts("qn: appointments and tasks of a device folder, from the command line\n\n"
               "usage: qn [--device DIR] COMMAND ...\n\n"
-              "  import    read iCalendar files\n"
+              "  import    read calendars, cards and texts\n"
               "  agenda    the day list\n"
+              "  tasks     the task list, in groups or as a tree\n"
               "  list      what is stored\n"
               "  show      one item\n"
               "  delete    take items out\n"
               "  get, set  the settings\n"
-              "  export    write iCalendar\n"
+              "  export    write a calendar or cards\n"
               "  mark-up   draw a text of mark-up\n"
               "  page      draw a page of the calendar\n\n"
               "`qn COMMAND --help` tells more.\n"

@@ -1,0 +1,47 @@
+// The lists beside the calendar as a person prints them.
+#include "tests/apps/qn_run.h"
+
+namespace {
+
+class QnLists : public QnTest {
+protected:
+    static std::string ToDo(const std::string& uid, const std::string& lines) {
+        return "BEGIN:VTODO\r\nUID:" + uid + "\r\n" + lines + "\r\nEND:VTODO\r\n";
+    }
+};
+
+TEST_F(QnLists, TasksByRuleGroupAndOrder) {
+    ASSERT_EQ(0, Import(ToDo("1", "SUMMARY:Zoo\r\nPRIORITY:1\r\nCATEGORIES:Fun") +
+                        ToDo("2", "SUMMARY:Bake\r\nDUE;VALUE=DATE:20991231\r\nCATEGORIES:Home,Fun") +
+                        ToDo("3", "SUMMARY:Paid\r\nSTATUS:COMPLETED\r\nCOMPLETED:20200102T120000Z"))
+                     .code);
+    const struct {
+        std::vector<std::string> words;
+        const char* expected;
+    } cases[] = {
+        {{"--sort", "subject"}, "[ ] Bake  (due 12/31/99)  [Fun, Home]\n[ ] Zoo  (high)  [Fun]\n"},
+        {{"--sort", "subject", "--descending"},
+         "[ ] Zoo  (high)  [Fun]\n[ ] Bake  (due 12/31/99)  [Fun, Home]\n"},
+        {{"--rule", "undated"}, "[ ] Zoo  (high)  [Fun]\n"},
+        {{"--rule", "done"}, "[x] Paid  (done 1/2/20)\n"},
+        {{"--group", "importance", "--sort", "subject,due"},
+         "High (1)\n  [ ] Zoo  (high)  [Fun]\nNormal (1)\n  [ ] Bake  (due 12/31/99)  [Fun, Home]\nLow "
+         "(0)\n"},
+        {{"--rule", "context", "--context", "@home"}, ""},
+    };
+    for (auto one : cases) {
+        one.words.insert(one.words.begin(), "tasks");
+        const Ran ran = Qn(one.words);
+        EXPECT_EQ(0, ran.code) << ran.err;
+        EXPECT_EQ(one.expected, ran.out);
+    }
+    auto rows = Records(Qn({"tasks", "--json", "--done", "--sort", "subject"}).out);
+    ASSERT_EQ(3u, rows.size());
+    EXPECT_EQ("Paid 100 2020-01-02 null 3", rows[1]["subject"] + " " + rows[1]["percent"] + " " +
+                                                rows[1]["completed"] + " " + rows[1]["due"] + " " +
+                                                rows[1]["uid"]);
+    EXPECT_EQ(2, Qn({"tasks", "--sort", "colour"}).code);
+    EXPECT_EQ(2, Qn({"tasks", "--tree", "--group", "date"}).code);
+}
+
+} // namespace
