@@ -85,6 +85,9 @@ protected:
     bool ReadNamedProperty(CEOID oid, DWORD property, CEBLOB& value);
     // A scalar of `width` bytes out of such a value; what the value lacks is 0.
     ULONGLONG NamedScalar(CEOID oid, DWORD property, unsigned width);
+    // The categories of an item; null for an id that the device doesn't know.
+    std::vector<LONG> CategoriesOf(CEOID oid); // ids, ascending; 0 for one that can't be read
+    const CategoryEntry* FindCategory(LONG id);
     // Whether the record with this one key is in the database.
     static bool SeekKey(CeDb* db, DWORD propid, DWORD value);
     // Whether links or journal entries of the item exist; false while those stores are closed.
@@ -171,8 +174,6 @@ private:
     std::unique_ptr<CeDb> OpenLinkStore(const WCHAR* name, DWORD sortProp);
     std::unique_ptr<CeDb> OpenPlanningStore(const WCHAR* name, DWORD sortProp);
     bool NoteHeadIsEmpty(HANDLE stream, DWORD size);
-    std::vector<LONG> CategoriesOf(CEOID oid); // ids, ascending; 0 for one that can't be read
-    const CategoryEntry* FindCategory(LONG id);
 
     CategorySnapshot m_categories;
     std::size_t m_nLastCategory = 0;

@@ -4,7 +4,8 @@
 #include "Platform/strings.h"
 
 #include <cstdlib>
-#include <string>
+#include <cstring>
+#include <new>
 
 std::atomic<LONG> g_nDisplayFormatCompany{0};
 std::atomic<bool> DATACONTACTS::m_bDisplayFormatGroupFieldAsLastFirst{false};
@@ -13,8 +14,14 @@ namespace {
 
 bool IsText(const WCHAR* text) { return text && *text; }
 
-// The format that group forms take from the company setting.
-LONG CompanyFormat() {
+LONG EffectiveFormat(LONG format) {
+    return format == kDisplayByCompany || format >= kDisplayByCategory ? DATACONTACTS::GroupNameFormat()
+                                                                       : format;
+}
+
+} // namespace
+
+LONG DATACONTACTS::GroupNameFormat() {
     switch (g_nDisplayFormatCompany.load(std::memory_order_relaxed)) {
     case 2:
         return kDisplayFileAs;
@@ -25,17 +32,22 @@ LONG CompanyFormat() {
     }
 }
 
-LONG EffectiveFormat(LONG format) {
-    return format == kDisplayByCompany || format >= kDisplayByCategory ? CompanyFormat() : format;
-}
-
-} // namespace
-
 DATACONTACTS::~DATACONTACTS() {
     for (WCHAR** text : {&m_szFirstName, &m_szLastName, &m_szGroupKey, &m_szCompany, &m_szFileAs})
         FreeText(*text);
     ClearNameDisplay();
     ClearExtraData();
+}
+
+void DATACONTACTS::NullData() {
+    const HANDLE heap = m_hHeap;
+    this->~DATACONTACTS();
+    ::new (static_cast<void*>(this)) DATACONTACTS(heap);
+}
+
+ContactKeys& DATACONTACTS::Keys() {
+    if (!m_pKeys) m_pKeys = std::make_unique<ContactKeys>();
+    return *m_pKeys;
 }
 
 void* DATACONTACTS::operator new(std::size_t size, HANDLE heap) noexcept {
@@ -61,19 +73,30 @@ void DATACONTACTS::FreeText(WCHAR*& text) {
     text = nullptr;
 }
 
+void DATACONTACTS::FreeBlock(WCHAR*& text) {
+    if (m_hHeap)
+        HeapFree(m_hHeap, 0, text);
+    else
+        std::free(text);
+    text = nullptr;
+}
+
+WCHAR* DATACONTACTS::NewText(std::u16string_view text) const {
+    const std::size_t bytes = (text.size() + 1) * sizeof(WCHAR);
+    auto* copy = static_cast<WCHAR*>(m_hHeap ? HeapAlloc(m_hHeap, 0, bytes) : std::malloc(bytes));
+    if (!copy) return nullptr;
+    std::memcpy(copy, text.data(), text.size() * sizeof(WCHAR));
+    copy[text.size()] = 0;
+    return copy;
+}
+
 void DATACONTACTS::ClearNameDisplay() {
-    FreeText(m_szNameDisplay);
+    FreeBlock(m_szNameDisplay);
     m_nNameDisplayFormat = -1;
 }
 
 void DATACONTACTS::ClearExtraData() {
-    for (WCHAR** text : {&m_szExtraLine, &m_szCategories}) {
-        if (m_hHeap)
-            HeapFree(m_hHeap, 0, *text);
-        else
-            std::free(*text);
-        *text = nullptr;
-    }
+    for (WCHAR** text : {&m_szExtraLine, &m_szCategories, &m_szIcon}) FreeBlock(*text);
     m_bFilled = 0;
 }
 
@@ -95,7 +118,7 @@ const WCHAR* DATACONTACTS::GetNameDisplay(ContactsDisplay format) {
     } else if (m_szFileAs) {
         name = m_szFileAs;
     }
-    m_szNameDisplay = AllocCSTR(name.c_str(), m_hHeap);
+    m_szNameDisplay = NewText(name);
     m_nNameDisplayFormat = format;
     return m_szNameDisplay ? m_szNameDisplay : u"";
 }

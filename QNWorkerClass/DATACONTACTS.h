@@ -4,7 +4,11 @@
 #include "Platform/memory.h"
 #include "Platform/types.h"
 
+#include <array>
 #include <atomic>
+#include <memory>
+#include <string>
+#include <string_view>
 
 // How a contact's name is shown. From GroupByCategory on, the group forms follow the company setting.
 enum ContactsDisplay : LONG {
@@ -26,6 +30,21 @@ enum ContactsDisplay : LONG {
 // `CV_DisplayFormatCompany`: file-scope on the device, since an absent setting leaves the value of an earlier thread.
 extern QN_API std::atomic<LONG> g_nDisplayFormatCompany;
 
+// What finding and sorting go by, made when it is first needed and dropped when a name changes.
+struct ContactKeys {
+    // Sort keys of the order that the number tells; the third is made when a row of the list lacks its first name.
+    LONG nOrder = -1;
+    std::string primary;
+    std::string secondary;
+    std::string joined;
+    // Of the name by which rows of one group stand.
+    LONG nShown = -1;
+    std::string shown;
+    // File-as name, group key, first name, last name, company in capitals, each with a zero; their ends.
+    std::u16string capitals;
+    std::array<DWORD, 5> ends{};
+};
+
 struct QN_API DATACONTACTS {
     explicit DATACONTACTS(HANDLE heap) : m_hHeap(heap) {}
     ~DATACONTACTS();
@@ -40,20 +59,31 @@ struct QN_API DATACONTACTS {
     // The name as the format shows it; built once and kept until the format changes. Owned by the row, never null.
     const WCHAR* GetNameDisplay(ContactsDisplay format);
     void ClearNameDisplay();
-    void ClearExtraData(); // extra line and category text
+    void ClearExtraData();                               // extra line, category and icon text
+    void NullData();                                     // all but the heap
+    ContactKeys& Keys();                                 // made when there are none
+    const ContactKeys& Keys() const { return *m_pKeys; } // HasKeys first
+    bool HasKeys() const { return m_pKeys != nullptr; }
+    void DropKeys() { m_pKeys.reset(); } // when a name has changed
+    // A text from the row's heap, for the extra line and its like.
+    WCHAR* NewText(std::u16string_view text) const;
+
+    // The form of names that the company setting gives to group forms: first last, last first, or file-as.
+    static LONG GroupNameFormat();
 
     // Whether the group field follows the form "last, first".
     static std::atomic<bool> m_bDisplayFormatGroupFieldAsLastFirst;
 
-    DWORD m_oid = 0;
+    DWORD m_oid = 0; // 0 is a group header, or a call
+    DWORD m_oidRecord = 0;
     WCHAR* m_szFirstName = nullptr; // CSTR blocks of the heap, as the next four
     WCHAR* m_szLastName = nullptr;
     WCHAR* m_szGroupKey = nullptr;
     WCHAR* m_szCompany = nullptr;
     WCHAR* m_szFileAs = nullptr;
-    WCHAR* m_szExtraLine = nullptr; // from the heap, as the category text
+    WCHAR* m_szExtraLine = nullptr; // from the heap, as the next two
     WCHAR* m_szCategories = nullptr;
-    void* m_pHeapData = nullptr;
+    WCHAR* m_szIcon = nullptr;
     BYTE m_bHasLink = 0;
     BYTE m_bHasJournalLink = 0;
     BYTE m_bHasNote = 0;
@@ -63,13 +93,18 @@ struct QN_API DATACONTACTS {
     BYTE m_bFilled = 0;
     BYTE m_bGroupHeader = 0;
     BYTE m_bOpen = 0;
-    LONG m_lCount = 0;
+    BYTE m_bEmpty = 0;  // stands last
+    BYTE m_bPasses = 0; // the category filter of its thread
+    LONG m_lCount = 0;  // of a header
     DWORD m_dwGroupId = 0;
     DWORD m_dwSortGroupId = 0;
-    WCHAR* m_szNameDisplay = nullptr; // cached, CSTR block of the heap
+    WCHAR* m_szNameDisplay = nullptr; // cached, from the heap
     LONG m_nNameDisplayFormat = -1;
     HANDLE m_hHeap = nullptr; // the heap itself; null means the C heap
 
 private:
     void FreeText(WCHAR*& text);
+    void FreeBlock(WCHAR*& text);
+
+    std::unique_ptr<ContactKeys> m_pKeys;
 };

@@ -2,6 +2,7 @@
 
 #include "Platform/strings.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -72,6 +73,12 @@ int SoundGroup(WCHAR letter) {
 }
 
 } // namespace
+
+bool BeginsAlike(std::u16string_view name, std::u16string_view typed, DWORD flags) {
+    const std::size_t length = std::min(name.size(), typed.size());
+    return length != 0 && CompareStringW(LOCALE_USER_DEFAULT, flags, name.data(), static_cast<int>(length),
+                                         typed.data(), static_cast<int>(length)) == CSTR_EQUAL;
+}
 
 bool IsKeypadText(const WCHAR* typed) {
     if (!typed || !*typed) return false;

@@ -2,10 +2,20 @@
 // key stands for a set of letters, and a sound code. Pure functions; any thread.
 #pragma once
 
+#include "Platform/locale.h"
 #include "Platform/types.h"
 
 #include <array>
 #include <span>
+#include <string_view>
+
+// How names are compared with what was typed: without case, accents, symbols, width and kind of kana.
+inline constexpr DWORD kFindFlags =
+    NORM_IGNORECASE | NORM_IGNORENONSPACE | NORM_IGNORESYMBOLS | NORM_IGNOREKANATYPE | NORM_IGNOREWIDTH;
+
+// Whether the two begin alike, on the length of the shorter one: a short name is found by a longer typed text too. False
+// when one is empty.
+QN_API bool BeginsAlike(std::u16string_view name, std::u16string_view typed, DWORD flags = kFindFlags);
 
 // Whether a typed text is one for the key pad: digits, blanks and '#' alone, and not empty.
 QN_API bool IsKeypadText(const WCHAR* typed);

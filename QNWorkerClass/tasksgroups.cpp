@@ -2,12 +2,11 @@
 #include "QNWorkerClass/tasksthread.h"
 
 #include "NorvoTools/StrFunctions.h"
-#include "NorvoTools/globals.h"
 #include "NorvoTools/registryfunctions.h"
 #include "Platform/clock.h"
 #include "Platform/locale.h"
-#include "Platform/modules.h"
 #include "Platform/strings.h"
+#include "QNWorkerClass/texts.h"
 
 #include <algorithm>
 
@@ -16,7 +15,6 @@ namespace {
 constexpr WCHAR kHeadingsKey[] = u"Software\\Norvo\\Quillonary\\TV\\GroupHeadings";
 constexpr WCHAR kStateKey[] = u"Software\\Norvo\\Quillonary\\TV\\GroupState";
 constexpr WCHAR kNoCategoryState[] = u"TV_BY_CATEGORY_GROUP_NONE";
-constexpr UINT kTextNone = 42358;
 constexpr int kNoneChars = 141; // with the terminator
 constexpr std::size_t kHeadingChars = 400;
 constexpr SHORT kHeaderGone = -99;
@@ -48,12 +46,6 @@ constexpr int kCompletions = 4;
 
 constexpr UINT kFirstStatusText = 44801;
 constexpr LONG kStatuses = 11;
-
-std::u16string LoadText(UINT id, int chars = 256) {
-    std::u16string text(static_cast<std::size_t>(chars), u'\0');
-    text.resize(static_cast<std::size_t>(LoadStringW(g_hResources, id, text.data(), chars)));
-    return text;
-}
 
 LONG WholeDay(double date) { return static_cast<LONG>(date); }
 

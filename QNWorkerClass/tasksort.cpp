@@ -2,6 +2,7 @@
 
 #include "Platform/locale.h"
 #include "Platform/strings.h"
+#include "QNWorkerClass/sortkey.h"
 #include "QNWorkerClass/tasksthread.h"
 
 #include <mutex>
@@ -89,22 +90,6 @@ Compare SecondCompare(LONG key) {
     }
 }
 
-std::string SortKey(const WCHAR* text) {
-    std::string key(256, '\0');
-    const auto map = [&] {
-        return LCMapStringW(LOCALE_USER_DEFAULT, LCMAP_SORTKEY, Text(text), -1,
-                            reinterpret_cast<WCHAR*>(key.data()), static_cast<int>(key.size()));
-    };
-    int size = map();
-    if (size == 0) {
-        const int needed = LCMapStringW(LOCALE_USER_DEFAULT, LCMAP_SORTKEY, Text(text), -1, nullptr, 0);
-        key.resize(static_cast<std::size_t>(needed));
-        size = needed ? map() : 0;
-    }
-    key.resize(static_cast<std::size_t>(size));
-    return key;
-}
-
 } // namespace
 
 TaskSortScope::TaskSortScope(TaskSortState& state) : m_pFormer(t_running) { t_running = &state; }
@@ -126,8 +111,9 @@ TaskSortState& CurrentTaskSort() {
 }
 
 void FillTaskSortKeys(DATATASKS& row, bool bCategories) {
-    if (row.m_keys.subject.empty()) row.m_keys.subject = SortKey(row.m_szSubject);
-    if (bCategories && row.m_keys.categories.empty()) row.m_keys.categories = SortKey(row.m_szCategories);
+    if (row.m_keys.subject.empty()) row.m_keys.subject = TextSortKey(Text(row.m_szSubject));
+    if (bCategories && row.m_keys.categories.empty())
+        row.m_keys.categories = TextSortKey(Text(row.m_szCategories));
 }
 
 int CompareTasksByKey(const DATATASKS& a, const DATATASKS& b, LONG key) {

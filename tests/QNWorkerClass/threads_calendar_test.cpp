@@ -1,7 +1,7 @@
 // The calendar thread as a worker: what its window is told, stopping, starting anew, and two of them at once.
 #include "QNWorkerClass/calendarthread.h"
 #include "tests/support/appointments.h"
-#include "tests/support/plainwindow.h"
+#include "tests/support/clientwindow.h"
 
 #include <gtest/gtest.h>
 
@@ -9,40 +9,6 @@
 #include <thread>
 
 namespace {
-
-// A message-only window of this thread that keeps what it is told.
-class ClientWindow {
-public:
-    ClientWindow() = default;
-    ~ClientWindow() { DestroyWindow(m_window); }
-    ClientWindow(const ClientWindow&) = delete;
-    ClientWindow& operator=(const ClientWindow&) = delete;
-    operator HWND() const { return m_window; }
-
-    // "32802 1274(1,5) 32803 ", up to and with the next end of a run.
-    std::string UntilFinished() {
-        std::string text;
-        const std::string end = std::to_string(kMsgThreadFinished) + " ";
-        for (; !text.ends_with(end); text += Pending())
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        return text;
-    }
-    std::string Pending() {
-        std::string text;
-        MSG message;
-        while (PeekMessageW(&message, m_window, 0, 0, PM_REMOVE)) text += Text(message);
-        return text;
-    }
-
-private:
-    static std::string Text(const MSG& message) {
-        std::string text = std::to_string(message.message);
-        if (message.message == kMsgListChanged)
-            text += "(" + std::to_string(message.wParam) + "," + std::to_string(message.lParam) + ")";
-        return text + " ";
-    }
-    HWND m_window = PlainWindow(HWND_MESSAGE);
-};
 
 class ThreadsCalendar : public AppointmentTest {
 protected:

@@ -1,0 +1,585 @@
+// The contacts thread: the lists by each format, finding, groups, the recent ones and the calls, what a row shows, and edits of
+// the cache. Names are Ada Byron, Bob Cook, Cy Acme's and their like; the locale is American English.
+#include "NorvoTools/CStr.h"
+#include "NorvoTools/paths.h"
+#include "Platform/civil.h"
+#include "Platform/clock.h"
+#include "Platform/files.h"
+#include "Platform/modules.h"
+#include "Platform/phone.h"
+#include "QNWorkerClass/recentcontacts.h"
+#include "tests/support/contacts.h"
+#include "tests/support/poom.h"
+
+#include <memory>
+
+namespace {
+
+// --- Lists --------------------------------------------------------------------------------------------------------
+
+TEST_F(ContactsTest, FormatsShowAndOrderNames) {
+    AddContact(u"Ada", u"Byron").Save();
+    AddContact(u"bob", u"Aalto").Save();
+    AddContact(u"", u"Cook").Save();
+    AddContact(u"", u"").FileAs(u"Acme Ltd").Company(u"Acme").Save();
+    AddContact(u"Ada", u"Aalto").FileAs(u"zzz").Save();
+    const struct {
+        LONG format, company;
+        const char* expected;
+    } kCases[] = {
+        // Rows without a first name are compared by all they have: "Acme Ltd" before "AdaAalto", "Cook" behind "bobAalto".
+        {kDisplayFirstLast, 0, "Acme | Ada Aalto | Ada Byron | bob Aalto | Cook"},
+        {kDisplayLastFirst, 0, "Aalto, Ada | Aalto, bob | Acme | Byron, Ada | Cook"},
+        {kDisplayFileAs, 0, "Aalto, bob | Acme Ltd | Byron, Ada | Cook | zzz"},
+        // The company style stands for one of them.
+        {kDisplayCompanyStyle, 2, "Aalto, bob | Acme Ltd | Byron, Ada | Cook | zzz"},
+        {kDisplayCompanyStyle, 1, "Aalto, Ada | Aalto, bob | Acme | Byron, Ada | Cook"},
+        {kDisplayCompanyStyle, 7, "Acme | Ada Aalto | Ada Byron | bob Aalto | Cook"},
+    };
+    CContactsThread thread; // one object through all formats
+    for (const auto& row : kCases) {
+        Format(row.format);
+        Setting(u"CV_DisplayFormatCompany", row.company);
+        EXPECT_EQ(row.expected, Load(thread)) << row.format << "," << row.company;
+        EXPECT_EQ(row.expected, Load()) << row.format << "," << row.company;
+    }
+    EXPECT_EQ(kDisplayFirstLast, thread.GetContactsDisplay());
+    DWORD value = 7;
+    CRegistry registry;
+    registry.OpenKey(HKEY_CURRENT_USER, kView);
+    EXPECT_EQ(0, registry.QueryValue(u"ShowHasNoteIcons", &value)); // written back
+    EXPECT_EQ(0u, value);
+}
+
+TEST_F(ContactsTest, QuickFindGoesByTheNameThatOrders) {
+    AddContact(u"Ada", u"Byron").Save();
+    AddContact(u"Bob", u"Cook").Save();
+    AddContact(u"Björn", u"Al").Save();
+    AddContact(u"", u"Bo").Save();
+    const struct {
+        LONG format;
+        const WCHAR* text;
+        int mode;
+        const char* expected;
+    } kCases[] = {
+        {kDisplayFirstLast, u"b", kFindQuick, "Björn Al | Bob Cook"},
+        {kDisplayFirstLast, u"BJO", kFindQuick, "Björn Al"}, // neither case nor accents
+        {kDisplayFirstLast, u"b", kFindFirstLetter, "Björn Al | Bob Cook"},
+        {kDisplayLastFirst, u"b", kFindQuick, "Bo | Byron, Ada"},
+        {kDisplayFileAs, u"by", kFindQuick, "Byron, Ada"},
+        {kDisplayLastFirst, u"alma", kFindQuick, "Al, Björn"}, // the shorter of the two decides
+        {kDisplayFirstLast, u"x", kFindQuick, ""},
+        {kDisplayFirstLast, u"", kFindQuick, "Ada Byron | Björn Al | Bo | Bob Cook"},
+    };
+    CContactsThread thread;
+    for (const auto& row : kCases) {
+        Format(row.format);
+        EXPECT_EQ(row.expected, Find(thread, row.text, false, row.mode)) << Narrow(row.text);
+        EXPECT_EQ(*row.text != 0, thread.IsCompareString());
+    }
+}
+
+TEST_F(ContactsTest, WordsAndKeysFindAnyField) {
+    AddContact(u"Ada", u"Byron").Company(u"Blue Horse Ltd").Text(PIMPR_HOME_TEL, u"(030) 12-34").Save();
+    AddContact(u"Bob", u"Cook").Text(PIMPR_JOB_TITLE, u"Horse doctor").Save();
+    AddContact(u"Jo", u"Li").FileAs(u"Li, Jo").Save();
+    Format(kDisplayFirstLast);
+    const struct {
+        const WCHAR* text;
+        bool full;
+        int mode;
+        LONG fullData;
+        const char* expected;
+    } kCases[] = {
+        {u"horse blue", true, kFindQuick, 0, "Ada Byron"}, // all words in one field, in any order
+        {u"ron ada", true, kFindQuick, 0, "Ada Byron"},    // "Byron, Ada"
+        {u"horse cook", true, kFindQuick, 0, ""},
+        {u"horse", true, kFindQuick, 1, "Ada Byron | Bob Cook"},
+        {u"0301234", true, kFindQuick, 1, "Ada Byron"},  // a number without what it is set out with
+        {u"horse doc", true, kFindQuick, 1, "Bob Cook"}, // in a record the whole text counts
+        {u"075", false, kFindKeypad, 0, "Ada Byron"},    // B Y ... keys of ABC, WXYZ, PQRS
+        {u"22", false, kFindKeypad, 0, ""},
+        {u"34", false, kFindKeypad, 0, "Jo Li"},
+        {u"344", false, kFindKeypad, 0, ""}, // a field shorter than the keys ends the test
+        {u"3a", false, kFindKeypad, 0, ""},  // a letter turns the key pad off
+        {u"a d", false, kFindKeypad, 0, ""},
+    };
+    CContactsThread thread;
+    for (const auto& row : kCases) {
+        Setting(u"bSearchFullData", row.fullData);
+        EXPECT_EQ(row.expected, Find(thread, row.text, row.full, row.mode)) << Narrow(row.text);
+    }
+}
+
+TEST_F(ContactsTest, CategoryFilterLimitsTheList) {
+    const LONG work = AddCategory(u"Work");
+    AddContact(u"Ada", u"Byron").In(work).Save();
+    AddContact(u"Bob", u"Abel").Save();
+    AddContact(u"Cy", u"Cook").In(work).Save();
+    Format(kDisplayFirstLast);
+    CContactsThread thread;
+    EXPECT_EQ("Ada Byron | Bob Abel | Cy Cook", Load(thread));
+    CCategoryFilterInfo* filter = nullptr;
+    thread.GetCategoryRestrict(filter);
+    Choose(filter->m_list, {{u"Work", work}});
+    thread.SetCategoryRestrict(false);
+    EXPECT_EQ("Ada Byron | Cy Cook", Load(thread));
+    EXPECT_EQ(2, thread.MatchCacheToDataThread(3));
+    EXPECT_EQ(-1, thread.MatchCacheToDataThread(2));
+    EXPECT_EQ("Ada Byron", Find(thread, u"by")); // under a filter any name may begin so
+    EXPECT_EQ("", Find(thread, u"abel"));
+    Setting(u"bHideCategories", kCategoriesHideChosen); // taken up without being told
+    EXPECT_EQ("Bob Abel", Find(thread, nullptr));
+    Choose(filter->m_list, {{u"Work", work}, {u"Unknown", -1}});
+    Setting(u"CategoryANDOR", 1);
+    Setting(u"bHideCategories", kCategoriesShowChosen);
+    EXPECT_EQ("", Load(thread));
+}
+
+// --- Groups -------------------------------------------------------------------------------------------------------
+
+TEST_F(ContactsTest, GroupsByCompanyAndOtherKeys) {
+    AddContact(u"Ada", u"Byron").Company(u"Acme").Text(PIMPR_OTHER_CITY, u"Rome").Save();
+    AddContact(u"Bob", u"Cook")
+        .Company(u"Blue")
+        .Text(PIMPR_HOME_CITY, u"Oslo")
+        .Text(PIMPR_OTHER_CITY, u"Rome")
+        .Save();
+    AddContact(u"Cy", u"Abel").Company(u"ACME").Text(PIMPR_BUSINESS_STATE, u"Ohio").Save();
+    AddContact(u"Di", u"Zorn")
+        .Company(u"  ")
+        .Text(PIMPR_OTHER_COUNTRY, u"Peru")
+        .Text(PIMPR_DEPARTMENT, u"IT")
+        .Save();
+    AddContact(u"Ed", u"Yale").Save();
+    const struct {
+        LONG format;
+        const char* expected;
+    } kCases[] = {
+        {kDisplayByCompany, "#None(1) | #  (1) | #Acme(2) | #Blue(1)"},
+        {kDisplayByKey7, "#None(4) | #IT(1)"},
+        {kDisplayByKey8, "#None(3) | #Oslo(1) | #Rome(1)"},
+        {kDisplayByKey9, "#None(4) | #Ohio(1)"},
+        {kDisplayByKey10, "#None(4) | #Peru(1)"},
+        {5, "#None(5)"},
+    };
+    CContactsThread thread;
+    for (const auto& row : kCases) {
+        Format(row.format);
+        EXPECT_EQ(row.expected, Load(thread)) << row.format;
+        EXPECT_EQ(row.expected, Load()) << row.format;
+    }
+}
+
+TEST_F(ContactsTest, BranchesOpenAndClose) {
+    AddContact(u"Cy", u"Cook").Company(u"Acme").Save();
+    AddContact(u"Ada", u"Byron").Company(u"Acme").Save();
+    AddContact(u"Ed", u"Yale").Save();
+    Format(kDisplayByCompany);
+    CContactsThread thread;
+    EXPECT_EQ("#None(1) | #Acme(2)", Load(thread));
+    const auto header = [&] { return thread.GetList().Get(HeaderAt(thread, "Acme")); };
+    const auto acme = static_cast<LONG>(header()->m_dwGroupId);
+    for (int twice = 0; twice < 2; ++twice)
+        EXPECT_EQ(2, thread.TreeAddList(acme, HeaderAt(thread, "Acme"), false));
+    EXPECT_EQ("#None(1) | =Acme(2) | Ada Byron | Cy Cook", Text(thread));
+    EXPECT_EQ(1, thread.TreeAddList(1, 1, false));
+    thread.TreeDeleteList(acme);
+    EXPECT_EQ("=None(1) | Ed Yale | #Acme(2)", Text(thread));
+    EXPECT_EQ(0, thread.TreeAddList(acme, 1, false)); // another header stands there
+    // What is open stays open at the next run.
+    thread.SetGroupHeaderOpen(header(), true);
+    EXPECT_EQ("#None(1) | =Acme(2) | Ada Byron | Cy Cook", Load(thread));
+    thread.SetGroupHeaderOpen(header(), false);
+    // A search opens the groups, if the settings say so, and finds below them.
+    EXPECT_EQ("=Acme(1) | Ada Byron", Find(thread, u"by"));
+    EXPECT_EQ("=Acme(2) | Ada Byron | Cy Cook", Find(thread, u"ac"));
+    Setting(u"OpenOnCompare", 0);
+    EXPECT_EQ("#Acme(1)", Find(thread, u"by"));
+    Setting(u"bSearchCompanySubNodes", 0);
+    EXPECT_EQ("", Find(thread, u"by"));
+    EXPECT_EQ("#Acme(2)", Find(thread, u"ac"));
+}
+
+TEST_F(ContactsTest, GroupsByCategory) {
+    const LONG work = AddCategory(u"Work"), home = AddCategory(u"Home"), comma = AddCategory(u"A, B");
+    AddContact(u"Ada", u"Byron").In(work).In(home).Save();
+    AddContact(u"Bob", u"Cook").In(work).In(comma).Save();
+    AddContact(u"Cy", u"Abel").Save();
+    Format(kDisplayByCategory);
+    CContactsThread thread;
+    EXPECT_EQ("#None(1) | #A, B(1) | #Home(1) | #Work(2)", Load(thread));
+    // A contact stands under each of its categories.
+    for (const char* label : {"None", "Home", "Work"}) {
+        DATACONTACTS* header = thread.GetList().Get(HeaderAt(thread, label));
+        thread.SetGroupHeaderOpen(header, true);
+        thread.TreeAddList(static_cast<LONG>(header->m_dwGroupId), HeaderAt(thread, label), false);
+    }
+    const char* open =
+        "=None(1) | Cy Abel | #A, B(1) | =Home(1) | Ada Byron | =Work(2) | Ada Byron | Bob Cook";
+    EXPECT_EQ(open, Text(thread));
+    EXPECT_EQ(open, Load(thread));
+    EXPECT_EQ("=Home(1) | Ada Byron | =Work(1) | Ada Byron", Find(thread, u"ada"));
+    CCategoryFilterInfo* filter = nullptr;
+    thread.GetCategoryRestrict(filter);
+    Choose(filter->m_list, {{u"Work", work}});
+    EXPECT_EQ("=Work(2) | Ada Byron | Bob Cook", Find(thread, nullptr));
+    Setting(u"m_bIncludeNoCat", 1);
+    EXPECT_EQ("=None(1) | Cy Abel | =Work(2) | Ada Byron | Bob Cook", Load(thread));
+}
+
+// --- Recent contacts ----------------------------------------------------------------------------------------------
+
+class RecentContacts : public ContactsTest {
+protected:
+    RecentContacts() {
+        CreateDirectoryW((std::u16string(GetNorvoDirectory()) + u"\\Norvo").c_str(), nullptr);
+    }
+    static std::u16string Path() {
+        return std::u16string(GetNorvoDirectory()) + u"\\Norvo\\RecentContacts.bin";
+    }
+    static std::vector<BYTE> Bytes() {
+        std::vector<BYTE> bytes(4096);
+        const HANDLE file = CreateFileW(Path().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        DWORD read = 0;
+        ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr);
+        CloseHandle(file);
+        bytes.resize(read);
+        return bytes;
+    }
+    static void Write(const std::vector<BYTE>& bytes) {
+        const HANDLE file = CreateFileW(Path().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        DWORD written = 0;
+        WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+        CloseHandle(file);
+    }
+};
+
+TEST_F(RecentContacts, ListIsByUse) {
+    const DWORD ada = AddContact(u"Ada", u"Byron").Save();
+    const DWORD bob = AddContact(u"Bob", u"Cook").Save();
+    AddContact(u"Cy", u"Abel").Save();
+    Format(kDisplayRecent);
+    CContactsThread thread;
+    EXPECT_EQ("", Load(thread));
+    for (const DWORD oid : {ada, kOidContact | 999, bob}) EXPECT_TRUE(MarkRecentContact(oid));
+    EXPECT_EQ("Bob Cook | Ada Byron", Load(thread)); // one that is gone leaves no gap
+    EXPECT_EQ(kDisplayRecent, thread.GetContactsDisplay());
+    EXPECT_TRUE(MarkRecentContact(ada));
+    EXPECT_EQ("Ada Byron | Bob Cook", Load(thread));
+    EXPECT_EQ("Bob Cook", Find(thread, u"co"));
+}
+
+TEST_F(RecentContacts, FileHoldsFiftyLatestFirst) {
+    EXPECT_TRUE(ReadRecentContacts().empty());
+    MarkRecentContact(0x80000001);
+    MarkRecentContact(0x80000102);
+    const std::vector<BYTE> kFile{1, 10, 0, 0, 0, 'R', 'E',  'C', 'E', 'N', 'T', '1', '0', '1', 0,   2,
+                                  0, 0,  0, 1, 0, 0,   0,    0,   0,   0,   0,   0,   0,   0,   0,   4,
+                                  0, 0,  0, 2, 1, 0,   0x80, 4,   0,   0,   0,   1,   0,   0,   0x80};
+    EXPECT_EQ(kFile, Bytes());
+    for (DWORD i = 3; i <= 51; ++i) MarkRecentContact(0x80000000 + i);
+    EXPECT_EQ(50u, ReadRecentContacts().size()); // the 51st has put out the first one
+    EXPECT_EQ(0x80000102u, ReadRecentContacts().back());
+    MarkRecentContact(0x80000102);
+    EXPECT_EQ(50u, ReadRecentContacts().size());
+    EXPECT_EQ(0x80000102u, ReadRecentContacts().front());
+}
+
+TEST_F(RecentContacts, DamagedFileBeginsAnew) {
+    MarkRecentContact(0x80000001);
+    const std::vector<BYTE> good = Bytes();
+    const struct {
+        std::size_t offset;
+        BYTE value;
+    } kDamages[] = {{0, 2}, {5, 'X'}, {1, 200}, {31, 3}, {31, 9}, {34, 0x7F}};
+    Format(kDisplayRecent);
+    for (const auto& damage : kDamages) {
+        std::vector<BYTE> bytes = good;
+        bytes[damage.offset] = damage.value;
+        Write(bytes);
+        EXPECT_EQ("", Load()) << damage.offset;
+        EXPECT_TRUE(MarkRecentContact(0x80000007));
+        EXPECT_EQ(std::vector<DWORD>{0x80000007}, ReadRecentContacts()) << damage.offset;
+    }
+    for (std::size_t size = 0; size < good.size(); ++size) {
+        Write({good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)});
+        EXPECT_TRUE(ReadRecentContacts().empty()) << size;
+    }
+}
+
+// --- Calls --------------------------------------------------------------------------------------------------------
+
+struct Call {
+    const WCHAR *name, *number, *type;
+    DWORD flags, seconds;
+};
+constexpr Call kCalls[] = {{u"Ada <B>", u"030 1", u"h", 1, 3725},
+                           {nullptr, u"030 2", nullptr, 2, 60},
+                           {u"Bob", nullptr, u"w", 0, 0}};
+std::size_t g_nextCall = 0;
+bool g_logOpen = false;
+
+LPWSTR LocalText(const WCHAR* text) {
+    if (!text) return nullptr;
+    auto* copy = static_cast<WCHAR*>(LocalAlloc(LPTR, (wcslen(text) + 1) * sizeof(WCHAR)));
+    return wcscpy(copy, text), copy;
+}
+HRESULT OpenLog(HANDLE* log) {
+    g_nextCall = 0;
+    g_logOpen = true;
+    *log = reinterpret_cast<HANDLE>(ULONG_PTR{1});
+    return S_OK;
+}
+HRESULT NextCall(HANDLE, CALLLOGENTRY* entry) {
+    if (g_nextCall == std::size(kCalls) || entry->cbSize != kCallLogEntrySize) return S_FALSE;
+    const Call& call = kCalls[g_nextCall++];
+    const auto kStart = static_cast<ULONGLONG>(civil::DaysFromCivil(2010, 3, 5) * civil::kTicksPerDay +
+                                               civil::kTicksPerDay / 24 * 10);
+    entry->ftStartTime = FileTimeFromTicks(kStart);
+    entry->ftEndTime = FileTimeFromTicks(kStart + call.seconds * 10'000'000ULL);
+    entry->dwFlags = call.flags;
+    entry->pszName = LocalText(call.name);
+    entry->pszNumber = LocalText(call.number);
+    entry->pszNameType = LocalText(call.type);
+    return S_OK;
+}
+HRESULT CloseLog(HANDLE) {
+    g_logOpen = false;
+    return S_OK;
+}
+
+TEST_F(ContactsTest, CallsOfTheTelephone) {
+    Format(kDisplayCallLog);
+    EXPECT_EQ("", Load()); // a device without one
+    static const PlatModuleEntry kEntries[] = {
+        {"PhoneOpenCallLog", 0, reinterpret_cast<FARPROC>(&OpenLog)},
+        {"PhoneGetCallLogEntry", 0, reinterpret_cast<FARPROC>(&NextCall)},
+        {"PhoneCloseCallLog", 0, reinterpret_cast<FARPROC>(&CloseLog)},
+    };
+    PlatRegisterModule(
+        {.name = u"phone.dll", .entries = kEntries, .entryCount = std::size(kEntries), .untilReset = true});
+    CContactsThread thread;
+    EXPECT_EQ(
+        "<B>Ada <</BODY>B></B><BR><IMG SRC=\"374\"> 3/5/10 10:00 AM   <I>1 h 2 m 5 s | "
+        "<BR><IMG SRC=\"373\"> 3/5/10 10:00 AM   <I>1 m  | <B>Bob</B><BR><IMG SRC=\"375\"> 3/5/10 10:00 AM",
+        Load(thread));
+    EXPECT_FALSE(g_logOpen);
+    EXPECT_EQ("030 1 h", Narrow(thread.GetList().Get(1)->m_szExtraLine));
+    EXPECT_EQ("030 1", Narrow(thread.GetList().Get(1)->m_szIcon));
+    const struct {
+        const WCHAR* text;
+        bool full;
+        int found;
+    } kFinds[] = {{u"bob", false, 1}, {u"bo", false, 0},    {u"bo", true, 1},
+                  {u"030", true, 2},  {u"030 2", false, 1}, {u"W", false, 1}};
+    for (const auto& find : kFinds) {
+        Find(thread, find.text, find.full);
+        EXPECT_EQ(find.found, thread.GetActiveDataCount()) << Narrow(find.text);
+    }
+}
+
+// --- Rows ---------------------------------------------------------------------------------------------------------
+
+TEST_F(ContactsTest, RowsAreFilledWhenTheyAreDrawn) {
+    const LONG work = AddCategory(u"Work");
+    AddContact(u"Ada", u"Byron")
+        .Text(PIMPR_HOME_TEL, u"home")
+        .Text(PIMPR_MOBILE_TEL, u"mobile")
+        .In(work)
+        .Save();
+    AddContact(u"Bob", u"Cook")
+        .Text(PIMPR_HOME_TEL, u"home")
+        .Text(PIMPR_MOBILE_TEL, u"mobile")
+        .Number(PIMPR_DEFAULT_NUMBER, 0x99)
+        .Save();
+    AddContact(u"Cy", u"Dorn")
+        .Text(PIMPR_EMAIL2, u"mail")
+        .Number(PIMPR_DEFAULT_NUMBER, PIMPR_HOME_TEL)
+        .Save();
+    AddContact(u"Di", u"Eco")
+        .Text(PIMPR_HOME_TEL, u"home")
+        .Text(PIMPR_MOBILE_TEL, u"mobile")
+        .Number(PIMPR_DEFAULT_NUMBER, PIMPR_HOME_TEL)
+        .Save();
+    AddContact(u"Ed", u"Fox").Save();
+    const HANDLE db = Side(u"Contacts Database");
+    CeSeekDatabaseEx(db, CEDB_SEEK_CEOID, m_record, 1, nullptr);
+    WriteStream(db, PIMPR_NOTE, std::vector<BYTE>(20, 'n'));
+    WriteStream(db, PIMPR_PICTURE, std::vector<BYTE>(200, 'p'));
+    Close(db);
+    CContactsThread thread;
+    const auto lines = [&] {
+        Load(thread);
+        std::string text;
+        for (DATACONTACTS* row : thread.GetList()) {
+            text += row->m_bFilled ? "" : ".";
+            thread.FillContactInfo(row);
+            text += Narrow(row->m_szExtraLine) + "/" + Narrow(row->m_szCategories) +
+                    (row->m_bHasNote ? "n" : "") + (row->m_bHasPicture ? "p " : " ");
+        }
+        return text;
+    };
+    const char* kLines = "mobile/Work home/ mail/ home/ /p ";
+    EXPECT_EQ(".mobile/Work .home/ .mail/ .home/ ./p ", lines());
+    EXPECT_EQ(PIMPR_HOME_TEL, thread.GetList().Get(2)->m_dwExtraProperty);
+    EXPECT_EQ(kLines, lines()); // what is filled stays so
+    Format(kDisplayFirstLast);  // no pictures outside of the company style
+    Setting(u"ShowNamesOnly", 1);
+    Setting(u"ShowHasNoteIcons", 1);
+    Setting(u"UseTwoPhases", 0);
+    EXPECT_EQ("/Work / / / /n ", lines());
+    Setting(u"ShowNamesOnly", 0);
+    EXPECT_EQ("mobile/Work home/ mail/ home/ /n ", lines());
+    // A contact that has gone.
+    const HANDLE again = Side(u"Contacts Database");
+    CeDeleteRecord(again, m_record);
+    Close(again);
+    DATACONTACTS* ed = thread.GetList().Get(5);
+    thread.FillContactInfo(ed);
+    EXPECT_STREQ("", Narrow(ed->m_szExtraLine).c_str());
+    EXPECT_EQ(0, ed->m_bHasNote);
+}
+
+TEST_F(ContactsTest, SimContactsOfADeviceThatHasThem) {
+    DeleteDatabase(u"Contacts Database");
+    Create(u"Contacts Database", {Order({{PIMPR_FILEAS, 2}, {PIMPR_SOURCE_FLAGS, 4}})});
+    AddContact(u"Ada", u"Byron").Save();
+    AddContact(u"Sim", u"Card")
+        .Number(PIMPR_SOURCE_FLAGS, 3)
+        .Number(PIMPR_SOURCE_ID, 2)
+        .Text(PIMPR_MOBILE_TEL, u"1")
+        .Save();
+    Format(kDisplayFirstLast);
+    CContactsThread thread;
+    EXPECT_EQ("Ada Byron | Sim Card", Load(thread));
+    thread.FillContactInfo(thread.GetList().Get(2));
+    EXPECT_EQ(23u, thread.GetList().Get(2)->m_dwSimNumber); // 3 and ten times 2
+    EXPECT_EQ("1", Narrow(thread.GetList().Get(2)->m_szExtraLine));
+    std::array<CEPROPID, 23> ids;
+    EXPECT_EQ(23, thread.SetPropIds(ids.data()));
+    Setting(u"ShowSIM", 0);
+    EXPECT_EQ("Ada Byron | Sim Card", Load(thread)); // the cache stays until it is cleared
+    thread.ClearCatCache();
+    EXPECT_FALSE(thread.IsCatCacheLoaded());
+    EXPECT_EQ(0, thread.GetActiveDataCount());
+    EXPECT_EQ("Ada Byron", Load(thread));
+    EXPECT_EQ(1, thread.GetTotalNumRecords());
+    thread.AddCatCacheItem(m_record);
+    EXPECT_EQ(1, thread.GetTotalNumRecords());
+}
+
+// --- Edits of the cache -------------------------------------------------------------------------------------------
+
+TEST_F(ContactsTest, CacheFollowsEdits) {
+    const DWORD ada = AddContact(u"Ada", u"Byron").Company(u"Acme").Save();
+    const CEOID adaRecord = m_record;
+    Format(kDisplayFirstLast);
+    CContactsThread thread;
+    AddContact(u"Cy", u"Cook").Save();
+    const CEOID cyRecord = m_record;
+    thread.AddCatCacheItem(cyRecord); // nothing is loaded yet
+    EXPECT_EQ("Ada Byron | Cy Cook", Load(thread));
+    AddContact(u"Bob", u"Abel").Company(u"Acme").Save();
+    thread.AddCatCacheItem(m_record);
+    EXPECT_EQ("Ada Byron | Cy Cook | Bob Abel", Load(thread));
+    thread.FinishUpdatingCatCacheItem();
+    EXPECT_EQ("Ada Byron | Bob Abel | Cy Cook", Load(thread));
+    EXPECT_EQ(1, thread.FindCatCacheItem(ada, 1));
+    EXPECT_EQ(0, thread.FindCatCacheItem(ada, 2));
+
+    const HANDLE db = Side(u"Contacts Database");
+    Change(db, adaRecord,
+           Values().Text(HIWORD(PIMPR_FIRST_NAME), u"Zoe").Text(HIWORD(PIMPR_COMPANY), u"Blue"));
+    Close(db);
+    thread.UpdateCatCacheItem(adaRecord);
+    thread.FinishUpdatingCatCacheItem();
+    thread.DeleteCatCacheItem(cyRecord);
+    EXPECT_EQ("Zoe Byron | Bob Abel | Cy Cook",
+              Text(thread)); // listed until the next run, and safe to look at
+    EXPECT_EQ("Bob Abel | Zoe Byron", Load(thread));
+    EXPECT_EQ(2, thread.GetTotalNumRecords());
+    EXPECT_EQ(2, thread.MatchCacheToDataThread(2));
+    Format(kDisplayByCompany);
+    EXPECT_EQ("#Acme(1) | #Blue(1)", Load(thread));
+    EXPECT_EQ("=Blue(1) | Zoe Byron", Find(thread, u"zoe"));
+}
+
+TEST_F(ContactsTest, LooksUpByTheBeginningOfNames) {
+    AddContact(u"Ada", u"Byron").Company(u"Zinc").Save();
+    AddContact(u"Bob", u"Cook").Company(u"Acme").Save();
+    Format(kDisplayFirstLast);
+    CContactsThread thread;
+    Load(thread);
+    const struct {
+        const WCHAR* text;
+        ContactsDisplay format;
+        bool prefixOnly;
+        int start, expected;
+    } kCases[] = {
+        {u"b", kDisplayFirstLast, true, 1, 2},  {u"b", kDisplayLastFirst, true, 1, 1},
+        {u"c", kDisplayFileAs, true, 1, 2},     {u"b", kDisplayFirstLast, false, 1, 1},
+        {u"b", kDisplayLookUp, true, 1, 2},     {u"a", kDisplayFirstLast, true, 2, 0},
+        {u"x", kDisplayFirstLast, false, 1, 0}, {u"co", kDisplayByKey7, false, 1, 2},
+    };
+    for (const auto& row : kCases)
+        EXPECT_EQ(row.expected, thread.FindCatCacheItem(row.text, static_cast<int>(wcslen(row.text)),
+                                                        row.format, row.prefixOnly, row.start))
+            << Narrow(row.text) << row.format;
+    Format(kDisplayByCompany);
+    Load(thread);                                                                 // by company: Bob, Ada
+    EXPECT_EQ(2, thread.FindCatCacheItem(u"zi", 2, kDisplayFirstLast, false, 1)); // another format has it
+}
+
+TEST_F(ContactsTest, RowsThatItemsMarkStandLast) {
+    const HANDLE heap = nullptr;
+    std::vector<std::unique_ptr<DATACONTACTS>> rows;
+    for (const WCHAR* name : {u"a", u"b", u"c"}) {
+        rows.emplace_back(new (heap) DATACONTACTS(heap));
+        rows.back()->m_szFileAs = AllocCSTR(name);
+        rows.back()->m_oid = 5;
+    }
+    DATACONTACTS *a = rows[0].get(), *b = rows[1].get(), *c = rows[2].get(), *none = nullptr;
+    a->m_bEmpty = 1;
+    EXPECT_GT(CContactsThread::CompareFunc(a, b, kDisplayFileAs), 0);
+    EXPECT_EQ(0, CContactsThread::CompareFunc(a, a, kDisplayFileAs));
+    EXPECT_GT(CContactsThread::CompareFunc(none, b, kDisplayFileAs), 0);
+    EXPECT_LT(CContactsThread::CompareFunc(b, c, kDisplayFileAs), 0);
+    c->m_oid = 0xFFFFFFFF;
+    EXPECT_LT(CContactsThread::CompareFuncSimple(c, b, 0), 0);
+    b->m_dwSortGroupId = 1;
+    EXPECT_GT(CContactsThread::CompareFunc(b, c, kDisplayFileAs), 0);
+    c->m_dwSortGroupId = 1;
+    c->m_bGroupHeader = 1;
+    EXPECT_GT(CContactsThread::CompareFunc(b, c, kDisplayFileAs), 0);
+    a->NullData();
+    EXPECT_EQ(0, a->m_bEmpty);
+}
+
+// --- Bad input ----------------------------------------------------------------------------------------------------
+
+TEST_F(ContactsTest, WhatCantBeReadIsLeftOut) {
+    EXPECT_EQ("", Load()); // no contacts
+    const WCHAR lone[] = {u'A', 0xD800, u'x', 0};
+    AddContact(lone, u"Byron").Save();
+    const std::u16string huge(9000, u'h'); // too large for a list
+    AddContact(u"Bob", u"Cook").Company(huge.c_str()).Save();
+    AddContact(u"Cy", u"Dorn").Save();
+    for (const LONG format : {kDisplayFirstLast, kDisplayFileAs, kDisplayByKey8}) {
+        Format(format);
+        Setting(u"UseTwoPhases", 0);
+        CContactsThread thread;
+        Load(thread);
+        EXPECT_EQ(2, thread.GetTotalNumRecords());
+        Find(thread, lone + 1);
+        Find(thread, lone + 1, true);
+        EXPECT_EQ(format == kDisplayByKey8 ? 2 : 1, thread.GetActiveDataCount());
+    }
+    DeleteDatabase(u"Contacts Database");
+    for (const LONG format : {kDisplayFirstLast, kDisplayByCompany, kDisplayByCategory}) {
+        Format(format);
+        EXPECT_EQ("", Load());
+    }
+}
+
+} // namespace
