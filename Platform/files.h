@@ -124,5 +124,9 @@ BOOL FindClose(HANDLE find);
 DWORD GetTempPathW(DWORD chars, LPWSTR buffer);
 // CSIDL_PERSONAL is "\My Documents"; other numbers give FALSE, error 87. `buffer` has MAX_PATH characters.
 BOOL SHGetSpecialFolderPath(HWND owner, LPWSTR buffer, int folder, BOOL create);
+// Storage cards: the folders of the root whose names begin with "Storage Card". As FindFirstFileW and FindNextFileW, with
+// FindClose at the end. They are the entries 7 and 8 of "note_prj.dll"; who knows other cards registers that module.
+HANDLE FindFirstFlashCard(WIN32_FIND_DATAW* card);
+BOOL FindNextFlashCard(HANDLE find, WIN32_FIND_DATAW* card);
 
 #pragma GCC visibility pop

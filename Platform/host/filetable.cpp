@@ -5,15 +5,18 @@
 #include "Platform/host/faults.h"
 #include "Platform/host/smalldb.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <fcntl.h>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unordered_map>
+#include <vector>
 
 namespace plat {
 namespace {
@@ -43,6 +46,19 @@ public:
         const DWORD id = Row(key);
         if (id) m_ids.emplace(key, id);
         return id;
+    }
+
+    // One walk over the table, and one commit for all that are new.
+    void Prepare(std::span<const FileKey> keys) {
+        constexpr std::size_t kWorthIt = 16; // below, each is looked up by itself
+        std::lock_guard lock(m_mutex);
+        if (Unknown(keys).size() < kWorthIt || !Open()) return;
+        ReadAll();
+        if (Unknown(keys).empty()) return;
+        SmallWrite write(m_db);
+        if (!write) return;
+        ReadAll(); // another process may have been faster
+        if (AddRows(Unknown(keys)) && write.Commit()) ReadAll();
     }
 
     void Forget(const FileKey& key) {
@@ -105,6 +121,33 @@ private:
     // Ids may be lost to a power cut together with the file that they were given to, so no commit waits for the disk.
     bool Open() { return m_db.IsOpen() || m_db.Open(Path(), kSchema, SmallDb::Sync::Lazy) == 0; }
 
+    std::vector<FileKey> Unknown(std::span<const FileKey> keys) const {
+        std::vector<FileKey> unknown;
+        std::copy_if(keys.begin(), keys.end(), std::back_inserter(unknown),
+                     [this](const FileKey& key) { return !m_ids.contains(key); });
+        return unknown;
+    }
+    void ReadAll() {
+        SmallQuery query(m_db, "SELECT oid, device, number, birth FROM files");
+        while (query.Next())
+            m_ids[{static_cast<std::uint64_t>(query.Number(1)), static_cast<std::uint64_t>(query.Number(2)),
+                   query.Number(3)}] = static_cast<DWORD>(query.Number(0));
+    }
+    // In the order of the keys. A row of an earlier file with the same number goes, and its id with it.
+    bool AddRows(std::span<const FileKey> keys) {
+        constexpr std::size_t kAtOnce = 200;
+        while (!keys.empty()) {
+            const auto part = keys.first(std::min(keys.size(), kAtOnce));
+            std::string sql = "INSERT OR REPLACE INTO files(device, number, birth) VALUES(?, ?, ?)";
+            for (std::size_t i = 1; i < part.size(); ++i) sql += ", (?, ?, ?)";
+            SmallQuery add(m_db, sql.c_str());
+            for (const FileKey& key : part)
+                add.Bind(Signed(key.device)).Bind(Signed(key.number)).Bind(key.birth);
+            if (!add.Run()) return false;
+            keys = keys.subspan(part.size());
+        }
+        return true;
+    }
     DWORD Row(const FileKey& key) {
         if (!Open()) return 0;
         if (const DWORD id = Find(key)) return id;
@@ -173,6 +216,7 @@ bool ReadFacts(int fd, const char* name, FileFacts& facts) {
 }
 
 DWORD ObjectId(const FileKey& key) { return Table().Id(key); }
+void PrepareObjectIds(std::span<const FileKey> keys) { Table().Prepare(keys); }
 void ForgetFile(const FileKey& key) { Table().Forget(key); }
 void HandOverFile(const FileKey& from, const FileKey& to) { Table().HandOver(from, to); }
 

@@ -7,6 +7,7 @@
 #include "Platform/types.h"
 
 #include <optional>
+#include <span>
 
 namespace plat {
 
@@ -37,6 +38,8 @@ bool ReadFacts(int fd, const char* name, FileFacts& facts);
 
 // The file's object id, given on first use; 0 when the table can't be written.
 DWORD ObjectId(const FileKey& key);
+// Looks up or gives the ids of many files at once, for whoever asks for each of them next.
+void PrepareObjectIds(std::span<const FileKey> keys);
 // The file is gone, or another has taken its place.
 void ForgetFile(const FileKey& key);
 void HandOverFile(const FileKey& from, const FileKey& to);

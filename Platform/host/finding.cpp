@@ -87,6 +87,7 @@ DWORD ListNames(const Place& folder, std::u16string_view pattern, std::vector<st
     if (fd < 0) return errno == ENOTDIR ? ERROR_PATH_NOT_FOUND : DeviceError(errno);
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(::fdopendir(fd), ::closedir);
     const std::u16string folded = pattern == u"*.*" ? u"*" : FoldName(pattern);
+    std::vector<FileKey> keys;
     while (const dirent* entry = entries ? ::readdir(entries.get()) : nullptr) {
         const std::string_view host = entry->d_name;
         if (host == "." || host == ".." ||
@@ -94,8 +95,12 @@ DWORD ListNames(const Place& folder, std::u16string_view pattern, std::vector<st
              entry->d_type != DT_UNKNOWN))
             continue;
         auto name = ToDeviceName(host);
-        if (name.size() < MAX_PATH && Matches(folded, FoldName(name))) names.push_back(std::move(name));
+        if (name.size() >= MAX_PATH || !Matches(folded, FoldName(name))) continue;
+        names.push_back(std::move(name));
+        if (FileFacts facts; ReadFacts(::dirfd(entries.get()), entry->d_name, facts))
+            keys.push_back(facts.key);
     }
+    PrepareObjectIds(keys);
     std::sort(names.begin(), names.end());
     return 0;
 }
