@@ -1,0 +1,205 @@
+#include "QNWorkerClass/journalstore.h"
+
+#include "NorvoTools/CeDb.h"
+#include "NorvoTools/errors.h"
+#include "NorvoTools/globals.h"
+#include "Platform/clock.h"
+#include "Platform/memory.h"
+
+#include <array>
+#include <atomic>
+#include <iterator>
+
+namespace {
+
+constexpr WCHAR kOldStore[] = u"QuillonaryJournal";
+constexpr WORD kMoveQuestion = 44900;
+constexpr UINT kQuestionFlags = 0x40024; // yes and no, a question mark, in front
+constexpr int kYes = 6;
+constexpr CEPROPID kNoteStream = 0x00370064;
+
+enum Field : int {
+    kNumber1,
+    kNumber2,
+    kNumber3,
+    kDate,
+    kModified,
+    kCreated,
+    kOwner,
+    kOldNote,
+    kTitle,
+    kType,
+    kMinutes,
+    kUnused,
+    kCategories,
+    kExtra,
+    kFlag,
+    kFields
+};
+constexpr std::array<CEPROPID, kFields> kIds{0x00280003, 0x00290003, 0x002A0003, 0x002B0040, 0x002C0040,
+                                             0x002D0040, 0x002E0003, 0x002F001F, 0x0030001F, 0x0031001F,
+                                             0x00320013, 0x0033000B, 0x0034001F, 0x0035001F, 0x0036000B};
+
+bool CreateStore() {
+    constexpr CEPROPID kOrders[] = {kIds[kOwner], kIds[kCreated], kIds[kModified], kIds[kNumber1]};
+    SORTORDERSPECEX orders[std::size(kOrders)]{};
+    for (std::size_t i = 0; i < std::size(kOrders); ++i) {
+        orders[i].wVersion = 2;
+        orders[i].wNumProps = 1;
+        orders[i].rgPropID[0] = kOrders[i];
+    }
+    std::array<CEPROPSPEC, kFields + 1> props{};
+    for (std::size_t i = 0; i < props.size(); ++i)
+        props[i] = {2, i < kFields ? kIds[i] : kNoteStream, 0, nullptr, 0};
+    CeDb db;
+    return db.Create(kJournalStore, 0, static_cast<WORD>(std::size(orders)), orders,
+                     static_cast<WORD>(props.size()), props.data());
+}
+
+// The current record of the old store as it stands.
+bool CopyRecord(CeDb& old, CeDb& store) {
+    CeDbRecord record;
+    if (!old.ReadRec(record, 0, nullptr)) return false;
+    CEBLOB note{};
+    const bool hasNote = old.ReadStream(kNoteStream, &note);
+    bool copied = store.AddRec(record);
+    if (copied && hasNote) copied = store.SeekTo(record.m_oid) != 0 && store.WriteStream(kNoteStream, &note);
+    LocalFree(note.lpb);
+    return copied;
+}
+
+// Asked when there is something to move. With entries in the new store the counts differ afterwards, and the old one
+// stays.
+void MoveOldStore() {
+    CeDb old;
+    if (!old.Open(kOldStore) || old.GetNumRecords() == 0) return;
+    if (CShowError(kMoveQuestion, g_hResources, kQuestionFlags).m_nResult != kYes) return;
+    CeDb store;
+    if (!store.Open(kJournalStore, kIds[kOwner])) return;
+    for (CEOID at = old.SeekFirst(); at; at = old.SeekNext()) CopyRecord(old, store);
+    if (store.GetNumRecords() == old.GetNumRecords()) old.Delete();
+}
+
+bool DateAt(const CeDbRecord& record, int field, SYSTEMTIME& date) {
+    FILETIME time;
+    return record.GetIndexVal(field, time) && FileTimeToSystemTime(&time, &date);
+}
+
+void PutDate(CeDbRecord& record, int field, const SYSTEMTIME& date) {
+    FILETIME time{};
+    SystemTimeToFileTime(&date, &time);
+    record.SetIndexVal(field, time);
+}
+
+void PutText(CeDbRecord& record, int field, const CeString& text) {
+    if (text.IsEmpty())
+        record.RemProp(field);
+    else
+        record.SetIndexVal(field, text.GetStr());
+}
+
+void ReadDates(const CeDbRecord& record, CJournalData& entry) {
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    if (!DateAt(record, kModified, entry.m_stModified)) entry.m_stModified = now;
+    if (!DateAt(record, kDate, entry.m_stDate)) entry.m_stDate = now;
+    entry.m_bCreatedMissing = !DateAt(record, kCreated, entry.m_stCreated);
+    if (entry.m_bCreatedMissing) entry.m_stCreated = entry.m_stDate;
+}
+
+// The stream; else the text of a record of an older version, with its terminator.
+void ReadNote(CeDb& db, const CeDbRecord& record, CJournalData& entry) {
+    CEBLOB note{};
+    if (db.ReadStream(kNoteStream, &note) && note.dwCount) {
+        entry.m_note.assign(note.lpb, note.lpb + note.dwCount);
+    } else if (const std::u16string_view text = record.TextAt(kOldNote); !text.empty()) {
+        const auto* bytes = reinterpret_cast<const BYTE*>(text.data());
+        entry.m_note.assign(bytes, bytes + (text.size() + 1) * sizeof(WCHAR));
+    }
+    LocalFree(note.lpb);
+}
+
+void FillRecord(CeDbRecord& record, const CJournalData& entry) {
+    for (int i = 0; i < 3; ++i) record.SetIndexVal(kNumber1 + i, entry.m_nNumbers[i]);
+    PutDate(record, kDate, entry.m_stDate);
+    PutDate(record, kModified, entry.m_stModified);
+    PutDate(record, kCreated, entry.m_stCreated);
+    record.SetIndexVal(kOwner, static_cast<LONG>(entry.m_oidOwner));
+    record.RemProp(kOldNote); // the stream holds it
+    PutText(record, kTitle, entry.m_strTitle);
+    PutText(record, kType, entry.m_strType);
+    record.SetIndexVal(kMinutes, entry.m_nFlags);
+    record.SetIndexVal(kUnused, false);
+    PutText(record, kCategories, entry.m_strCategories);
+    PutText(record, kExtra, entry.m_strExtra);
+    record.SetIndexVal(kFlag, entry.m_bFlag);
+}
+
+// An empty note is an empty stream, which reads as none.
+bool WriteNote(CeDb& db, const CJournalData& entry) {
+    CEBLOB old{};
+    const bool had = db.ReadStream(kNoteStream, &old);
+    LocalFree(old.lpb);
+    if (entry.m_note.empty() && !had) return true;
+    std::vector<BYTE> note = entry.m_note;
+    const CEBLOB blob{static_cast<DWORD>(note.size()), note.data()};
+    return db.WriteStream(kNoteStream, &blob) || note.empty();
+}
+
+} // namespace
+
+void CJournal::CheckAndCreateDB() {
+    static std::atomic<bool> checked{false};
+    if (checked.exchange(true)) return;
+    CeDb db;
+    const bool there = db.Open(kJournalStore, kIds[kOwner]);
+    db.Close();
+    if (there || CreateStore()) MoveOldStore();
+}
+
+bool CJournal::ReadEntry(CEOID oid, CJournalData* entry) {
+    CheckAndCreateDB();
+    CeDb db;
+    CeDbRecord record;
+    if (!entry || !db.Open(kJournalStore, kIds[kOwner]) || !db.SeekTo(oid) ||
+        !db.ReadRec(record, kFields, kIds.data()))
+        return false;
+    *entry = CJournalData();
+    for (int i = 0; i < 3; ++i) record.GetIndexVal(kNumber1 + i, entry->m_nNumbers[i]);
+    ReadDates(record, *entry);
+    LONG owner = 0;
+    record.GetIndexVal(kOwner, owner);
+    entry->m_oidOwner = static_cast<DWORD>(owner);
+    entry->m_strTitle = CeString(record.TextAt(kTitle));
+    entry->m_strType = CeString(record.TextAt(kType));
+    record.GetIndexVal(kMinutes, entry->m_nFlags);
+    entry->m_strCategories = CeString(record.TextAt(kCategories));
+    entry->m_strExtra = CeString(record.TextAt(kExtra));
+    record.GetIndexVal(kFlag, entry->m_bFlag);
+    ReadNote(db, record, *entry);
+    entry->m_oidRecord = oid;
+    return true;
+}
+
+bool CJournal::WriteEntry(CJournalData* entry, bool stampCreated) {
+    CheckAndCreateDB();
+    CeDb db;
+    if (!entry || !db.Open(kJournalStore, kIds[kOwner])) {
+        ShowError();
+        return false;
+    }
+    const bool known = entry->m_oidRecord && db.SeekTo(entry->m_oidRecord);
+    GetLocalTime(&entry->m_stModified);
+    if (!known && stampCreated) GetLocalTime(&entry->m_stCreated);
+    CeDbRecord record;
+    record.AddProps(kIds.data(), kFields);
+    FillRecord(record, *entry);
+    record.m_oid = known ? entry->m_oidRecord : 0;
+    if (!(known ? db.UpdateRec(record) : db.AddRec(record)) || !db.SeekTo(record.m_oid) ||
+        !WriteNote(db, *entry)) {
+        ShowError();
+        return false;
+    }
+    entry->m_oidRecord = record.m_oid;
+    return true;
+}

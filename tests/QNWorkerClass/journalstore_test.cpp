@@ -1,0 +1,105 @@
+// The stores of the journal and of the links: how they are made, what an entry keeps, what a move brings over.
+#include "QNWorkerClass/journalstore.h"
+
+#include "NorvoTools/CeDb.h"
+#include "NorvoTools/globals.h"
+#include "Platform/clock.h"
+#include "Platform/modules.h"
+#include "Platform/testing.h"
+#include "QNWorkerClass/linkstore.h"
+#include "tests/support/sidestores.h"
+
+namespace {
+
+constexpr int kYes = 6;
+
+class JournalStore : public StoreTest {};
+class LinkStore : public StoreTest {};
+
+SYSTEMTIME Day(WORD day) { return {2026, 11, 0, day, 14, 30, 0, 0}; }
+
+// A store is made once a process, so all of it is one story: an old journal, its move, then entries of today.
+TEST_F(JournalStore, MovesTheOldOneAndKeepsEntries) {
+    CeDb old;
+    ASSERT_TRUE(
+        old.Create(u"QuillonaryJournal", 0, 0, static_cast<const SORTORDERSPECEX*>(nullptr), 0, nullptr));
+    ASSERT_TRUE(old.Open(u"QuillonaryJournal"));
+    Add(old.m_hDb, Values().Text(0x30, u"text").Text(0x2F, u"old note").Time(0x2B, 129340000000000000));
+    const CEOID second = Add(old.m_hDb, Values().Text(0x30, u"stream").Int(0x2E, 7).Real(0x99, 1.5));
+    const CEBLOB note{3, const_cast<BYTE*>(reinterpret_cast<const BYTE*>("abc"))};
+    ASSERT_TRUE(old.SeekTo(second) && old.WriteStream(0x00370064, &note));
+    old.Close();
+    const HINSTANCE before = std::exchange(g_hResources, LoadLibraryW(u"QNResources.dll"));
+    ASSERT_NE(g_hResources, nullptr);
+    PlatAnswerMessageBox(kYes);
+    CJournal::CheckAndCreateDB();
+    const auto boxes = PlatTakeMessageBoxes();
+    g_hResources = before;
+    ASSERT_EQ(boxes.size(), 1u);
+    EXPECT_FALSE(old.Open(u"QuillonaryJournal")) << "all came over";
+
+    CeDb store;
+    ASSERT_TRUE(store.Open(kJournalStore, 0x00280003));
+    for (const CEPROPID order : {0x002E0003, 0x002D0040, 0x002C0040})
+        EXPECT_TRUE(store.Open(kJournalStore, order)) << std::hex << order;
+    ASSERT_TRUE(store.Open(kJournalStore));
+    ASSERT_EQ(store.GetNumRecords(), 2u);
+    const CEOID first = store.SeekFirst();
+    CJournalData entry;
+    ASSERT_TRUE(CJournal::ReadEntry(first, &entry));
+    EXPECT_EQ(entry.m_strTitle, u"text");
+    EXPECT_EQ(entry.m_note.size(), 18u) << "eight characters and the terminator";
+    EXPECT_TRUE(entry.m_bCreatedMissing);
+    EXPECT_EQ(entry.m_stCreated.wDay, entry.m_stDate.wDay);
+    ASSERT_TRUE(CJournal::ReadEntry(store.SeekNext(), &entry));
+    EXPECT_EQ(entry.m_oidOwner, 7u);
+    EXPECT_EQ(entry.m_note, (std::vector<BYTE>{'a', 'b', 'c'}));
+
+    // What is written is read; an update keeps the creation and takes an empty note out.
+    entry.m_oidRecord = 0;
+    entry.m_nNumbers[2] = -3;
+    entry.m_stDate = entry.m_stCreated = Day(21);
+    entry.m_strCategories = u"Work";
+    entry.m_nFlags = 45;
+    entry.m_bFlag = true;
+    ASSERT_TRUE(CJournal::WriteEntry(&entry, false));
+    EXPECT_EQ(store.GetNumRecords(), 3u);
+    CJournalData again;
+    ASSERT_TRUE(CJournal::ReadEntry(entry.m_oidRecord, &again));
+    EXPECT_EQ(again.m_nNumbers[2], -3);
+    EXPECT_EQ(again.m_stCreated.wDay, 21);
+    EXPECT_EQ(again.m_nFlags, 45u);
+    EXPECT_TRUE(again.m_bFlag);
+    again.m_note.clear();
+    again.m_strCategories = u"";
+    ASSERT_TRUE(CJournal::WriteEntry(&again, true));
+    ASSERT_TRUE(CJournal::ReadEntry(entry.m_oidRecord, &entry));
+    EXPECT_EQ(entry.m_stCreated.wDay, 21);
+    EXPECT_TRUE(entry.m_note.empty() && entry.m_strCategories.IsEmpty());
+    EXPECT_EQ(store.GetNumRecords(), 3u);
+    again.m_oidRecord = 0;
+    ASSERT_TRUE(CJournal::WriteEntry(&again, true));
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    ASSERT_TRUE(CJournal::ReadEntry(again.m_oidRecord, &entry));
+    EXPECT_EQ(entry.m_stCreated.wYear, now.wYear);
+    EXPECT_FALSE(CJournal::ReadEntry(1, &entry));
+}
+
+TEST_F(LinkStore, AnOlderOneGetsTheTextItLacks) {
+    CEPROPSPEC props[6]{};
+    const CEPROPID ids[] = {0x00000003, 0x00010003, 0x00020003, 0x0003001F, 0x00040003, 0x00050003};
+    for (int i = 0; i < 6; ++i) props[i] = {2, ids[i], 0, nullptr, 0};
+    SORTORDERSPECEX order = Order({{0x00010003, 0}});
+    CeDb db;
+    ASSERT_TRUE(db.Create(u"QuillonaryLinks", 0, 1, &order, 6, props));
+    EXPECT_TRUE(CLinks::CheckAndCreateDB());
+    ASSERT_TRUE(db.Open(u"QuillonaryLinks", 0x00010003));
+    CEPROPSPEC found[16]{};
+    WORD count = 16;
+    ASSERT_TRUE(CeGetDatabaseProps(db.m_hDb, &count, nullptr, found));
+    ASSERT_EQ(count, 7);
+    EXPECT_EQ(found[6].propid, 0x0006001Fu);
+}
+
+} // namespace
