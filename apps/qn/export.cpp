@@ -14,11 +14,11 @@
 #include "apps/qn/options.h"
 #include "apps/qn/output.h"
 #include "apps/qn/store.h"
+#include "apps/qn/vcardexport.h"
 
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <random>
 #include <set>
 
 namespace qn {
@@ -52,10 +52,7 @@ public:
     }
     void Appointments();
     void Tasks();
-    void Finish() {
-        m_output.Write("END:VCALENDAR\r\n");
-        m_output.Finish();
-    }
+    void Finish() { m_output.Write("END:VCALENDAR\r\n"); }
     unsigned Written() const { return m_written; }
     unsigned Failed() const { return m_failed; }
 
@@ -78,8 +75,8 @@ private:
     Component Begin(icalcomponent_kind kind, const std::string& uid);
     icaltimetype Utc(DATE wall);
     void AddSingleTimes(icalcomponent* component, IAppointment* item);
-    std::string UidOf(CEOID oid, const Com<IItem>& bag);
     bool AddRule(icalcomponent* component, IRecurrencePattern* rule, const icaltimetype& start);
+    void AddParent(icalcomponent* component, const Com<IItem>& bag);
     void AddTaskRest(icalcomponent* component, ITask* item, const Com<IItem>& bag);
     bool ReadSeries(IAppointment* item, const Com<IItem>& bag, Series& series);
     std::string SeriesZone(const Com<IItem>& bag);
@@ -103,22 +100,6 @@ Component Exporter::Begin(icalcomponent_kind kind, const std::string& uid) {
     icalcomponent_add_property(component.get(), icalproperty_new_uid(uid.c_str()));
     icalcomponent_add_property(component.get(), icalproperty_new_dtstamp(m_stamp));
     return component;
-}
-
-// An item without a UID gets one here and keeps it, so that what is read back elsewhere or here is known again.
-std::string Exporter::UidOf(CEOID oid, const Com<IItem>& bag) {
-    std::string uid = m_store.OwnUid(oid);
-    if (!uid.empty()) return uid;
-    std::random_device random;
-    char text[40];
-    std::snprintf(text, sizeof text, "qn-%08x%08x%08x%08x", random(), random(), random(), random());
-    std::u16string wide = Utf16(text);
-    CEPROPVAL value{};
-    value.propid = m_store.UidProperty(true);
-    value.val.lpwstr = wide.data();
-    const HRESULT kept = bag->SetProps(0, 1, &value);
-    if (FAILED(kept)) throw Failure("item " + std::to_string(oid) + " takes no UID: " + Reason(kept));
-    return text;
 }
 
 // UTC of a moment on the device's clock, by the rules that held at the time.
@@ -220,7 +201,7 @@ void Exporter::WriteException(IAppointment* item, const Series& series, const CA
 void Exporter::Appointment(IAppointment* item) {
     const auto oid = static_cast<CEOID>(Get(item, &IAppointment::get_Oid));
     const Com<IItem> bag = BagOf(item);
-    const std::string uid = UidOf(oid, bag);
+    const std::string uid = m_store.UidOrNew(oid, bag);
     const Component event = Begin(ICAL_VEVENT_COMPONENT, uid);
     Series series;
     const bool recurring =
@@ -255,6 +236,20 @@ void Exporter::Appointments() {
     });
 }
 
+// A task hangs below the one whose number this is; a half says no more than that the branch is open.
+void Exporter::AddParent(icalcomponent* component, const Com<IItem>& bag) {
+    const WCHAR* name = u"QN_ParentOID";
+    CEPROPID id = 0;
+    if (FAILED(m_store.App()->GetIDsFromNames(1, &name, 0, &id)) || id == kUnknownNamedProperty) return;
+    const Property stored(bag, id);
+    const double value = stored.Value() ? stored.Value()->val.dblVal : 0;
+    Com<IItem> parent;
+    if (!(value >= 1 && value <= 0xFFFFFFFF)) return;
+    const auto oid = static_cast<CEOID>(value);
+    if (FAILED(m_store.App()->GetItemFromOidEx(oid, 0, parent.Out()))) return;
+    icalcomponent_add_property(component, icalproperty_new_relatedto(m_store.UidOrNew(oid, parent).c_str()));
+}
+
 void Exporter::AddTaskRest(icalcomponent* component, ITask* item, const Com<IItem>& bag) {
     const WCHAR* name = u"QN_TaskPercentStatus";
     CEPROPID id = 0;
@@ -281,7 +276,7 @@ void Exporter::AddTaskRest(icalcomponent* component, ITask* item, const Com<IIte
 void Exporter::Task(ITask* item) {
     const auto oid = static_cast<CEOID>(Get(item, &ITask::get_Oid));
     const Com<IItem> bag = BagOf(item);
-    const Component todo = Begin(ICAL_VTODO_COMPONENT, UidOf(oid, bag));
+    const Component todo = Begin(ICAL_VTODO_COMPONENT, m_store.UidOrNew(oid, bag));
     const DATE start = Get(item, &ITask::get_StartDate, kNoDate);
     const DATE due = Get(item, &ITask::get_DueDate, kNoDate);
     const DATE completed = Get(item, &ITask::get_DateCompleted, kNoDate);
@@ -301,6 +296,7 @@ void Exporter::Task(ITask* item) {
         icalcomponent_add_property(todo.get(),
                                    icalproperty_new_completed(Utc(std::min(completed, kNoDate - 1) + 0.5)));
     }
+    AddParent(todo.get(), bag);
     AddTaskRest(todo.get(), item, bag);
     Write(m_output, todo.get());
     ++m_written;
@@ -312,23 +308,29 @@ void Exporter::Tasks() {
     });
 }
 
-} // namespace
-
-int ExportCommand(const Words& words) {
-    constexpr OptionRule kRules[] = {{"--ics", false}};
-    const Options options("export", words, kRules);
-    if (!options.Has("--ics")) Usage("export wants --ics");
-    if (options.Rest().size() > 1) Usage("export wants one file");
-    const std::string name = options.Rest().empty() ? "" : options.Rest()[0];
-    Store store;
-    Output output(name);
+ExportTally ExportCalendar(Store& store, Output& output) {
     Exporter exporter(store, output);
     exporter.Appointments();
     exporter.Tasks();
     exporter.Finish();
-    if (!name.empty() && name != "-")
-        std::printf("%u items written to %s\n", exporter.Written(), name.c_str());
-    return exporter.Failed() ? kExitFailed : kExitDone;
+    return {exporter.Written(), exporter.Failed()};
+}
+
+} // namespace
+
+int ExportCommand(const Words& words) {
+    constexpr OptionRule kRules[] = {{"--ics", false}, {"--vcf", false}};
+    const Options options("export", words, kRules);
+    if (options.Has("--ics") == options.Has("--vcf")) Usage("export wants --ics or --vcf");
+    if (options.Rest().size() > 1) Usage("export wants one file");
+    const std::string name = options.Rest().empty() ? "" : options.Rest()[0];
+    Store store;
+    Output output(name);
+    const ExportTally tally =
+        options.Has("--vcf") ? ExportCards(store, output) : ExportCalendar(store, output);
+    output.Finish();
+    if (!name.empty() && name != "-") std::printf("%u items written to %s\n", tally.written, name.c_str());
+    return tally.failed ? kExitFailed : kExitDone;
 }
 
 } // namespace qn

@@ -21,60 +21,6 @@ struct FreeComponent {
 };
 using Component = std::unique_ptr<icalcomponent, FreeComponent>;
 
-// Physical lines with their numbers, byte-order mark dropped. A carriage return alone ends a line where the first line has
-// it so; elsewhere it is text. What a line has beyond the size of a component is not kept.
-class Lines {
-public:
-    explicit Lines(std::istream& in) : m_in(*in.rdbuf()) {}
-    bool Next(std::string& line) {
-        line.clear();
-        if (m_again) {
-            m_again = false;
-            line = m_last;
-            return true;
-        }
-        constexpr int kEnd = std::istream::traits_type::eof();
-        int c = m_in.sbumpc();
-        if (c == kEnd) return false;
-        for (; c != kEnd && c != '\n'; c = m_in.sbumpc()) {
-            ++m_bytes;
-            if (c == '\r' && EndsHere()) break;
-            if (line.size() >= kLargestComponent) continue;
-            if (c) // a zero would end the text for all who read it
-                line += static_cast<char>(c);
-            else
-                line += "\xEF\xBF\xBD";
-        }
-        ++m_bytes;
-        if (m_number == 0 && line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
-        while (line.ends_with('\r')) line.pop_back();
-        ++m_number;
-        return true;
-    }
-    // The line comes once more.
-    void Again(std::string line) {
-        m_last = std::move(line);
-        m_again = true;
-    }
-    unsigned Number() const { return m_number; }
-    std::size_t Bytes() const { return m_bytes; }
-
-private:
-    bool EndsHere() {
-        const int next = m_in.sgetc();
-        if (m_number == 0)
-            m_returns = next != '\n' && next != '\r' && next != std::istream::traits_type::eof();
-        return m_returns;
-    }
-
-    std::streambuf& m_in;
-    bool m_returns = false;
-    unsigned m_number = 0;
-    std::size_t m_bytes = 0;
-    bool m_again = false;
-    std::string m_last;
-};
-
 // "BEGIN:VEVENT" or "END:VEVENT"; the kind is empty for any other line.
 struct Tag {
     bool begins = false;
@@ -169,7 +115,7 @@ std::string WithShortLists(const std::string& text) {
 class Reader {
 public:
     Reader(std::istream& in, const std::string& name, const std::function<void(std::size_t)>& progress)
-        : m_lines(in), m_name(name), m_progress(progress) {}
+        : m_lines(in, kLargestComponent), m_name(name), m_progress(progress) {}
 
     IcsFile Read() {
         std::string line;
@@ -234,7 +180,7 @@ private:
     void TakeComponent(const std::string& kind, const std::string& text, unsigned line) {
         if (kind == "VTIMEZONE") {
             if (!m_file.zones.AddDefinition(text)) Skip(line, "a time zone that can't be read");
-        } else if (kind == "VEVENT" || kind == "VTODO") {
+        } else if (kind == "VEVENT" || kind == "VTODO" || kind == "VJOURNAL") {
             Take(text, line);
         } else {
             Skip(line, "a component of kind " + Printable(kind.substr(0, kLongestKind)));
@@ -243,8 +189,9 @@ private:
 
     void Take(const std::string& text, unsigned line) {
         const Component component(icalcomponent_new_from_string(WithShortLists(text).c_str()));
-        if (!component || (icalcomponent_isa(component.get()) != ICAL_VEVENT_COMPONENT &&
-                           icalcomponent_isa(component.get()) != ICAL_VTODO_COMPONENT)) {
+        const icalcomponent_kind kind = component ? icalcomponent_isa(component.get()) : ICAL_NO_COMPONENT;
+        if (kind != ICAL_VEVENT_COMPONENT && kind != ICAL_VTODO_COMPONENT &&
+            kind != ICAL_VJOURNAL_COMPONENT) {
             Skip(line, "can't be read");
             return;
         }
@@ -275,7 +222,7 @@ private:
 
     void Skip(unsigned line, std::string why) { m_file.skipped.push_back({line, std::move(why)}); }
 
-    Lines m_lines;
+    TextLines m_lines;
     const std::string& m_name;
     const std::function<void(std::size_t)>& m_progress;
     bool m_inCalendar = false;
@@ -286,13 +233,6 @@ private:
 };
 
 } // namespace
-
-std::string Upper(std::string_view text) {
-    std::string upper(text);
-    for (char& c : upper)
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
-    return upper;
-}
 
 IcsFile ReadIcs(std::istream& in, const std::string& name, const std::function<void(std::size_t)>& progress) {
     icalerror_set_errors_are_fatal(0);

@@ -1,8 +1,9 @@
-// An iCalendar file as events and to-dos: read component by component, so that a broken one costs only itself, and each
+// An iCalendar file as events, to-dos and journal entries: read component by component, so that a broken one costs only itself, and each
 // knows the line it began on.
 #pragma once
 
 #include "apps/qn/icszones.h"
+#include "apps/qn/textlines.h"
 
 #include <libical/ical.h>
 
@@ -38,7 +39,7 @@ struct Attendee {
     bool operator==(const Attendee&) const = default;
 };
 
-// What events and to-dos share.
+// What events, to-dos and journal entries share.
 struct IcsItem {
     unsigned line = 0;
     std::string
@@ -70,8 +71,11 @@ struct IcsItem {
     std::vector<Attendee> attendees;
     std::map<std::string, unsigned>
         unkept; // what the item has and no field of it can hold, in words, and how often
-    // To-dos only.
     bool isTodo = false;
+    bool isJournal = false;
+    std::string parentUid; // of a to-do; of a journal entry the item that it belongs to
+    When createdAt;        // of a journal entry
+    // To-dos only.
     int priority = 0; // 1 to 9, 0 none
     int percent = 0;
     bool completed = false;
@@ -92,13 +96,10 @@ struct IcsFile {
 // at all is a Failure with file and line.
 IcsFile ReadIcs(std::istream& in, const std::string& name, const std::function<void(std::size_t)>& progress);
 
-// One VEVENT or VTODO. Returns why it can't be taken, empty when it can.
+// One VEVENT, VTODO or VJOURNAL. Returns why it can't be taken, empty when it can.
 std::string TakeItem(icalcomponent* component, IcsItem& item);
 
 // The address of an organizer of whom only the name is known, as iCalendar says it.
 inline constexpr std::string_view kNoAddress = "invalid:nomail";
-
-// In capitals, ASCII only.
-std::string Upper(std::string_view text);
 
 } // namespace qn

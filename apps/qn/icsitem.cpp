@@ -130,6 +130,7 @@ private:
     void TakeStatus();
     int BusyStatus();
     void TakeTodo();
+    void TakeParent();
     std::string TakeUnread();
     void TakeOthers();
     void Unkept(const std::string& what) { ++m_item.unkept[what]; }
@@ -312,6 +313,20 @@ void Taker::TakeTodo() {
     if (!m_item.attendees.empty() || !m_item.organizer.empty()) Unkept("people of to-dos");
 }
 
+// The first relation to a parent, which is what a relation without a type is.
+void Taker::TakeParent() {
+    ForEach(m_component, ICAL_RELATEDTO_PROPERTY, [&](icalproperty* p) {
+        icalparameter* type = icalproperty_get_first_parameter(p, ICAL_RELTYPE_PARAMETER);
+        const bool isParent = !type || icalparameter_get_reltype(type) == ICAL_RELTYPE_PARENT;
+        const char* uid = icalproperty_get_relatedto(p);
+        if (!isParent || !uid || !m_item.parentUid.empty()) return Unkept("relations to other items");
+        m_item.parentUid = uid;
+    });
+    if (!m_item.isJournal) return;
+    m_item.createdAt = TakeWhen(ICAL_CREATED_PROPERTY, "CREATED");
+    if (!m_item.rules.empty()) Unkept("rules of journal entries");
+}
+
 // What the reader of the format threw away. A date or a rule that is lost makes another event of it: then it isn't taken.
 std::string Taker::TakeUnread() {
     std::string objection;
@@ -332,7 +347,7 @@ std::string Taker::TakeUnread() {
 }
 
 // Properties that are taken, say the same as others, or only where the item comes from: not missed.
-bool IsTakenOrSpare(icalproperty* property, bool isTodo) {
+bool IsTakenOrSpare(icalproperty* property, const IcsItem& item) {
     constexpr icalproperty_kind kBoth[] = {
         ICAL_UID_PROPERTY,         ICAL_SUMMARY_PROPERTY,      ICAL_LOCATION_PROPERTY,
         ICAL_DESCRIPTION_PROPERTY, ICAL_URL_PROPERTY,          ICAL_SEQUENCE_PROPERTY,
@@ -345,13 +360,14 @@ bool IsTakenOrSpare(icalproperty* property, bool isTodo) {
     constexpr icalproperty_kind kTodo[] = {ICAL_DUE_PROPERTY, ICAL_COMPLETED_PROPERTY, ICAL_PRIORITY_PROPERTY,
                                            ICAL_PERCENTCOMPLETE_PROPERTY};
     const auto kind = icalproperty_isa(property);
+    if (kind == ICAL_RELATEDTO_PROPERTY) return item.isTodo || item.isJournal; // told of there
     const auto isKind = [&](icalproperty_kind one) { return one == kind; };
     if (kind == ICAL_X_PROPERTY) {
         const char* name = icalproperty_get_x_name(property);
         return name && !strcmp(name, "X-MICROSOFT-CDO-BUSYSTATUS");
     }
     return std::ranges::any_of(kBoth, isKind) ||
-           (isTodo ? std::ranges::any_of(kTodo, isKind) : std::ranges::any_of(kEvent, isKind));
+           (item.isTodo ? std::ranges::any_of(kTodo, isKind) : std::ranges::any_of(kEvent, isKind));
 }
 
 // Properties that have no place in the store.
@@ -369,7 +385,7 @@ void Taker::TakeOthers() {
                   {ICAL_RELATEDTO_PROPERTY, "relations to other items"},
                   {ICAL_X_PROPERTY, "values private to other programs (X-...)"}};
     ForEach(m_component, ICAL_ANY_PROPERTY, [&](icalproperty* p) {
-        if (IsTakenOrSpare(p, m_item.isTodo)) return;
+        if (IsTakenOrSpare(p, m_item)) return;
         const auto words =
             std::ranges::find(kWords, icalproperty_isa(p), [](const auto& one) { return one.kind; });
         Unkept(words != std::end(kWords) ? words->words : icalproperty_get_property_name(p));
@@ -378,15 +394,18 @@ void Taker::TakeOthers() {
 
 std::string Taker::Take() {
     m_item.isTodo = icalcomponent_isa(m_component) == ICAL_VTODO_COMPONENT;
+    m_item.isJournal = icalcomponent_isa(m_component) == ICAL_VJOURNAL_COMPONENT;
     if (std::string objection = TakeUnread(); !objection.empty()) return objection;
     TakeTexts();
     TakeCategories();
     if (std::string objection = TakeDates(); !objection.empty()) return objection;
-    if (!m_item.isTodo && !m_item.start.IsSet()) return "an event without a date that it starts on";
+    if (!m_item.isTodo && !m_item.isJournal && !m_item.start.IsSet())
+        return "an event without a date that it starts on";
     TakeAlarms();
     TakePeople();
     TakeStatus();
     if (m_item.isTodo) TakeTodo();
+    if (m_item.isTodo || m_item.isJournal) TakeParent();
     TakeOthers();
     return {};
 }

@@ -15,14 +15,6 @@ constexpr LONG kMinutesPerDay = civil::kMinutesPerDay;
 constexpr LONG kLongest = kMinutesPerDay * 3660; // of an appointment of the store
 constexpr LONG kMeeting = 1;
 
-CEPROPVAL TextProperty(CEPROPID id, std::u16string& text) {
-    CEPROPVAL value{};
-    value.propid = id;
-    value.val.lpwstr = text.data();
-    if (text.empty()) value.wFlags = CEDB_PROPDELETE;
-    return value;
-}
-
 } // namespace
 
 DATE WholeDay(DATE date) { return std::floor(date); }
@@ -40,17 +32,10 @@ void IcsSaver::Remark(const std::string& what, unsigned times) {
     if (times) m_tally.remarks[what] += times;
 }
 
-// As the store takes them. It looks at all categories for each name: a file that makes one of every item must end, too.
 std::string IcsSaver::Categories(const IcsItem& item) {
-    constexpr std::size_t kMostNames = 1000;
-    std::string text;
-    for (const std::string& name : item.categories) {
-        if (m_categories.size() < kMostNames) m_categories.insert(name);
-        if (m_categories.contains(name))
-            text += (text.empty() ? "" : ", ") + name;
-        else
-            Remark("categories behind the first thousand of the file");
-    }
+    unsigned leftOut = 0;
+    std::string text = m_categories.Join(item.categories, leftOut);
+    Remark("categories behind the first thousand of the file", leftOut);
     return text;
 }
 
@@ -60,23 +45,24 @@ void IcsSaver::RemarkUnkept(const IcsItem& item) {
 
 void IcsSaver::Complain(unsigned line, std::string why) { m_complaints.push_back({line, std::move(why)}); }
 
-void IcsSaver::Check(HRESULT result) {
-    if (FAILED(result)) throw SaveFailed{result};
-}
-
 void IcsSaver::Save(const IcsGroup& group) {
     const IcsItem& first = group.master ? *group.master : *group.changes.front();
     try {
         if (first.isTodo)
             SaveTodo(group);
+        else if (first.isJournal)
+            KeepEntry(group);
         else
             SaveAppointment(group);
     } catch (const SaveFailed& failed) {
-        // Nothing that follows can be saved either.
-        if (failed.result == static_cast<HRESULT>(0x80070000 | ERROR_DISK_FULL))
-            throw StoreFailure("the disk is full");
-        Complain(first.line, "can't be saved: " + Reason(failed.result));
+        Complain(first.line, WhyNotSaved(failed));
     }
+}
+
+// The journal is written behind all items, for an entry may belong to one that stands later in the file.
+void IcsSaver::KeepEntry(const IcsGroup& group) {
+    for (const IcsItem* change : group.changes) Complain(change->line, "changes one date of a journal entry");
+    if (group.master) m_entries.push_back(group.master);
 }
 
 void IcsSaver::SaveAppointment(const IcsGroup& group) {
@@ -132,12 +118,6 @@ auto IcsSaver::Open(const Identity& identity) -> Target {
     return target;
 }
 
-void IcsSaver::SetText(const Com<IItem>& item, DWORD property, const std::string& text) {
-    std::u16string wide = Utf16(text);
-    const CEPROPVAL value = TextProperty(property, wide);
-    Check(item->SetProps(0, 1, &value));
-}
-
 void IcsSaver::Finish(Target& target, const IcsItem& item, const Identity& identity) {
     FillPeople(target, item);
     const Com<IItem> bag = target.appointment.As<IItem>(IID_IItem);
@@ -168,9 +148,7 @@ void IcsSaver::FillTexts(IAppointment* appointment, const IcsItem& item) {
     Check(appointment->put_Categories(Bstr(Utf16(Categories(item)))));
     Check(appointment->put_Sensitivity(item.sensitivity));
     Check(appointment->put_BusyStatus(item.busyStatus));
-    std::vector<BYTE> note = NoteBytes(item.note);
-    const CEBLOB ink{static_cast<DWORD>(note.size()), note.data()};
-    Check(appointment->put_BodyInk(&ink));
+    SetNote(appointment, item.note);
 }
 
 LONG IcsSaver::DurationMinutes(const IcsItem& item) {

@@ -3,11 +3,12 @@
 
 #include "apps/qn/icsfile.h"
 #include "apps/qn/icsrules.h"
-#include "apps/qn/store.h"
+#include "apps/qn/saving.h"
 
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace qn {
@@ -18,6 +19,8 @@ struct ImportTally {
     unsigned updatedAppointments = 0;
     unsigned newTasks = 0;
     unsigned updatedTasks = 0;
+    unsigned newEntries = 0; // of the journal
+    unsigned updatedEntries = 0;
     unsigned changedOccurrences = 0;
     unsigned deletedOccurrences = 0;
     unsigned cancelled = 0;                  // left out, or taken out of the store
@@ -40,17 +43,15 @@ struct IcsGroup {
     std::vector<const IcsItem*> changes;
 };
 
-// A call of the object model that failed: the item is told of and the next one goes on.
-struct SaveFailed {
-    HRESULT result;
-};
-
 class IcsSaver {
 public:
     IcsSaver(Store& store, ZoneTable& zones, LONG horizonYears);
 
     // Saves one group as an appointment (or several) or as a task; what it can't be becomes a complaint.
     void Save(const IcsGroup& group);
+    // Behind all of them, for a parent may stand later in the file than its children.
+    void SaveParents();
+    void SaveJournal();
     const ImportTally& Tally() const { return m_tally; }
     LONG HorizonDay() const { return m_horizonDay; }
 
@@ -124,6 +125,23 @@ private:
     void FillTaskRule(ITask* task, const IcsItem& item);
     std::optional<DATE> DueOf(const IcsItem& item);
 
+    // Parents of tasks, by the numbers of both (icsparents.cpp)
+    using Parents = std::unordered_map<CEOID, CEOID>;
+    struct Place {
+        unsigned line;
+        CEOID oid;
+        std::string parentUid;
+    };
+    CEOID ParentOf(CEOID oid, Parents& parents);
+    bool LeadsTo(CEOID from, CEOID oid, Parents& parents);
+    void StoreParent(CEOID oid, CEOID parent);
+    DWORD ParentProperty();
+
+    // Journal (icsjournal.cpp)
+    void KeepEntry(const IcsGroup& group);
+    void SaveEntry(const IcsItem& item, CEOID known);
+    CEOID FindOwner(const std::string& uid);
+
     Target Open(const Identity& identity);
     CEOID Find(LONG folder, DWORD property, const std::string& text);
     CEOID FindItem(const Identity& identity);
@@ -134,30 +152,19 @@ private:
     void FillPeople(const Target& target, const IcsItem& item);
     void FillReminder(IAppointment* appointment, const IcsItem& item);
     void FillTimes(IAppointment* appointment, const IcsItem& item, DATE start, LONG minutes);
-    void SetText(const Com<IItem>& item, DWORD property, const std::string& text);
     LONG DurationMinutes(const IcsItem& item);
-
-    // Saves an appointment or a task. One that the store has no short number for would be taken for another in lists: it
-    // is not kept.
-    template<class Item>
-    static void SaveItem(Item* item, bool isNew) {
-        Check(item->Save());
-        LONG oid = 0;
-        Check(item->get_Oid(&oid));
-        if (!isNew || (static_cast<CEOID>(oid) & ~kOidKindMask) <= kMostItems) return;
-        Check(item->Delete());
-        throw SaveFailed{kFolderFull};
-    }
     void Remark(const std::string& what, unsigned times = 1);
     void RemarkUnkept(const IcsItem& item);
     void Complain(unsigned line, std::string why);
-    static void Check(HRESULT result);
 
     Store& m_store;
     ZoneTable& m_zones;
     LONG m_horizonDay;
     int m_thisYear;
-    std::set<std::string> m_categories; // that items of this file got
+    CategoryNames m_categories;
+    std::vector<Place> m_places;           // of the tasks of this file
+    std::vector<const IcsItem*> m_entries; // of its journal
+    DWORD m_parentProperty = 0;
     ImportTally m_tally;
     std::vector<Complaint> m_complaints;
 };

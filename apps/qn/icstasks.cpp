@@ -10,7 +10,9 @@ namespace {
 
 constexpr const WCHAR* kPercentName = u"QN_TaskPercentStatus";
 
-// 1 to 4 is high, 5 or nothing normal, 6 to 9 low.
+// 1 to 4 is high, 5 or nothing normal, 6 to 9 low; written as 1, 5 and 9. The letter and number that a subject may begin
+// with ("A1: Call Dana") are words of the subject: they come and go as they stand and are never made of a priority, or the
+// task would read differently in the program that it came from.
 LONG ImportanceOf(int priority) { return priority == 0 || priority == 5 ? 1 : priority < 5 ? 2 : 0; }
 
 } // namespace
@@ -32,6 +34,9 @@ void IcsSaver::SaveTask(const IcsItem& item) {
     FillTask(task.Get(), item, properties, oid == 0);
     SetText(properties, m_store.UidProperty(true), item.uid);
     SaveItem(task.Get(), oid == 0);
+    LONG saved = 0;
+    Check(task->get_Oid(&saved));
+    m_places.push_back({item.line, static_cast<CEOID>(saved), item.parentUid});
     ++(oid ? m_tally.updatedTasks : m_tally.newTasks);
     RemarkUnkept(item);
 }
@@ -41,9 +46,7 @@ void IcsSaver::FillTask(ITask* task, const IcsItem& item, const Com<IItem>& prop
     Check(task->put_Categories(Bstr(Utf16(Categories(item)))));
     Check(task->put_Sensitivity(item.sensitivity));
     Check(task->put_Importance(ImportanceOf(item.priority)));
-    std::vector<BYTE> note = NoteBytes(item.note);
-    const CEBLOB ink{static_cast<DWORD>(note.size()), note.data()};
-    Check(task->put_BodyInk(&ink));
+    SetNote(task, item.note);
     if (item.percent || !isNew) {
         CEPROPVAL value{};
         Check(

@@ -5,6 +5,7 @@
 
 #include <charconv>
 #include <cstring>
+#include <random>
 
 namespace qn {
 
@@ -51,6 +52,21 @@ std::string Store::Uid(CEOID oid) {
     if (!uid.empty()) return uid;
     const std::string part = Text(oid, PartProperty(false));
     return part.substr(0, part.rfind('#'));
+}
+
+std::string Store::UidOrNew(CEOID oid, const Com<IItem>& bag) {
+    std::string uid = OwnUid(oid);
+    if (!uid.empty()) return uid;
+    std::random_device random;
+    char text[40];
+    std::snprintf(text, sizeof text, "qn-%08x%08x%08x%08x", random(), random(), random(), random());
+    std::u16string wide = Utf16(text);
+    CEPROPVAL value{};
+    value.propid = UidProperty(true);
+    value.val.lpwstr = wide.data();
+    const HRESULT kept = bag->SetProps(0, 1, &value);
+    if (FAILED(kept)) throw Failure("item " + std::to_string(oid) + " takes no UID: " + Reason(kept));
+    return text;
 }
 
 unsigned Store::ForEach(int kind, const std::function<void(const Com<IDispatch>& item)>& visit) const {

@@ -26,6 +26,8 @@ public:
     std::string Uid(CEOID oid);
     // The same, or, of a single appointment of a series, a text of its own: UID, "#" and its place.
     std::string OwnUid(CEOID oid);
+    // That text; an item without one gets one and keeps it, so that what is read back elsewhere or here is known again.
+    std::string UidOrNew(CEOID oid, const Com<IItem>& bag);
     // The items of a folder, in the order of their numbers; one that can't be read is told on stderr. Gives how many those
     // are.
     unsigned ForEach(int folder, const std::function<void(const Com<IDispatch>& item)>& visit) const;

@@ -301,8 +301,8 @@ TEST_F(QnImport, BrokenFiles) {
          0,
          "2 appointments",
          {"2026-12-01 09:00-09:00 b", "2026-12-01 10:00-10:00 good"}},
-        {"other components", Calendar("BEGIN:VJOURNAL\r\nUID:j\r\nEND:VJOURNAL\r\n" + good), 1,
-         "bad.ics:3: a component of kind VJOURNAL", onlyGood},
+        {"other components", Calendar("BEGIN:VFREEBUSY\r\nUID:j\r\nEND:VFREEBUSY\r\n" + good), 1,
+         "bad.ics:3: a component of kind VFREEBUSY", onlyGood},
         {"bare line feeds, lower case",
          "begin:vcalendar\nbegin:vevent\nuid:b\ndtstart:20261201T090000\nsummary:low\n"
          "end:vevent\nend:vcalendar\n",
