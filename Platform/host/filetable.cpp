@@ -48,17 +48,22 @@ public:
         return id;
     }
 
-    // One walk over the table, and one commit for all that are new.
+    // One walk over the table for the process, and one commit for the files of a folder that are new.
     void Prepare(std::span<const FileKey> keys) {
-        constexpr std::size_t kWorthIt = 16; // below, each is looked up by itself
+        constexpr std::size_t kWorthIt = 4; // below, each is looked up by itself
         std::lock_guard lock(m_mutex);
         if (Unknown(keys).size() < kWorthIt || !Open()) return;
-        ReadAll();
-        if (Unknown(keys).empty()) return;
+        if (!m_allRead) ReadAll();
+        const std::vector<FileKey> unknown = Unknown(keys);
+        if (unknown.empty()) return;
         SmallWrite write(m_db);
-        if (!write) return;
-        ReadAll(); // another process may have been faster
-        if (AddRows(Unknown(keys)) && write.Commit()) ReadAll();
+        std::vector<FileKey> fresh;
+        for (const FileKey& key : unknown) // another process may have been faster
+            if (const DWORD id = write ? Find(key) : 0)
+                m_ids.emplace(key, id);
+            else
+                fresh.push_back(key);
+        if (!write || !AddRows(fresh) || !write.Commit()) Drop();
     }
 
     void Forget(const FileKey& key) {
@@ -73,7 +78,7 @@ public:
 
     void HandOver(const FileKey& from, const FileKey& to) {
         std::lock_guard lock(m_mutex);
-        m_ids.clear();
+        Drop();
         if (!Exists() || !Open()) return;
         SmallWrite write(m_db);
         SmallQuery old(m_db, "SELECT 1 FROM files WHERE device=? AND number=?");
@@ -107,7 +112,7 @@ public:
     void Close() {
         std::lock_guard lock(m_mutex);
         m_db.Close();
-        m_ids.clear();
+        Drop();
     }
 
 private:
@@ -132,8 +137,9 @@ private:
         while (query.Next())
             m_ids[{static_cast<std::uint64_t>(query.Number(1)), static_cast<std::uint64_t>(query.Number(2)),
                    query.Number(3)}] = static_cast<DWORD>(query.Number(0));
+        m_allRead = true;
     }
-    // In the order of the keys. A row of an earlier file with the same number goes, and its id with it.
+    // One statement gives ids in a row. A row of an earlier file with the same number goes, and its id with it.
     bool AddRows(std::span<const FileKey> keys) {
         constexpr std::size_t kAtOnce = 200;
         while (!keys.empty()) {
@@ -144,9 +150,16 @@ private:
             for (const FileKey& key : part)
                 add.Bind(Signed(key.device)).Bind(Signed(key.number)).Bind(key.birth);
             if (!add.Run()) return false;
+            auto id = static_cast<DWORD>(m_db.LastRowId() - static_cast<std::int64_t>(part.size()));
+            for (const FileKey& key : part) m_ids[key] = ++id;
             keys = keys.subspan(part.size());
         }
         return true;
+    }
+    // What was read: another process, or a commit that failed, made it wrong.
+    void Drop() {
+        m_ids.clear();
+        m_allRead = false;
     }
     DWORD Row(const FileKey& key) {
         if (!Open()) return 0;
@@ -171,6 +184,7 @@ private:
     std::mutex m_mutex;
     SmallDb m_db;
     std::unordered_map<FileKey, DWORD, KeyHash> m_ids;
+    bool m_allRead = false; // m_ids has what the table had when it was read
 };
 
 FileTable& Table() {

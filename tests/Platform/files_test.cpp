@@ -5,7 +5,9 @@
 
 #include <cstring>
 #include <fcntl.h>
+#include <map>
 #include <optional>
+#include <set>
 #include <sys/file.h>
 #include <sys/wait.h>
 #include <thread>
@@ -255,6 +257,33 @@ TEST_F(Files, ObjectIdsStayWithTheirFiles) {
         { const Opened made(name, GENERIC_WRITE, 0, CREATE_NEW); }
         EXPECT_NE(Oid(name), a);
     }
+}
+
+TEST_F(Files, SearchingTellsTheNumbersThatFilesHave) {
+    Put("d/known.txt", "");
+    const DWORD known = Oid(u"\\d\\known.txt");
+    for (int i = 0; i < 250; ++i) Put("d/f" + std::to_string(i), "");
+    std::filesystem::create_hard_link(HostPath("d/f1"), HostPath("d/twin"));
+    const auto numbers = [] {
+        std::map<std::u16string, DWORD> all;
+        WIN32_FIND_DATAW data{};
+        const HANDLE find = FindFirstFileW(u"\\d\\*", &data);
+        do all[data.cFileName] = data.dwOID;
+        while (FindNextFileW(find, &data));
+        FindClose(find);
+        return all;
+    };
+    const auto all = numbers();
+    EXPECT_EQ(all.at(u"known.txt"), known);
+    EXPECT_EQ(all.at(u"f1"), all.at(u"twin"));
+    EXPECT_EQ(all.at(u"f77"), Oid(u"\\d\\f77"));
+    std::set<DWORD> different;
+    for (const auto& [name, number] : all) different.insert(number);
+    EXPECT_EQ(different.size(), 251u);
+    EXPECT_FALSE(different.contains(0));
+    PlatSetDeviceFolder("");
+    PlatSetDeviceFolder(m_folder); // as another process finds them
+    EXPECT_EQ(numbers(), all);
 }
 
 TEST_F(Files, SearchPatterns) {
