@@ -88,6 +88,8 @@ public:
     LONG SubKeyCount();
     LONG SubKeyName(LONG index, WCHAR* buffer, DWORD size);
     std::unique_ptr<CeStrList<>> SubKeyNames();
+    // The whole text store as it stands now, for whoever looks up many of its keys; none on the platform registry.
+    std::vector<INIFile::Section> CopyOfSections() const;
 
     LONG FlushKey();
     // Reads each row, its default where that fails; with bWriteBack writes each value back. The first failure, or 0.
@@ -121,7 +123,6 @@ private:
     LONG QueryPlatformString(const WCHAR* name, WCHAR* buffer, DWORD size);
     LONG QueryTextString(const WCHAR* name, WCHAR* buffer, DWORD size);
     LONG ReadDoubleWord(const WCHAR* name, DWORD* value);
-    std::vector<INIFile::Section> CopyOfSections() const;
     std::vector<INIFile::Value> CopyOfValues();
     void SetValues(const std::vector<INIFile::Value>& values);
 

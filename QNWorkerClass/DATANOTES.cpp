@@ -2,9 +2,7 @@
 
 #include "Platform/memory.h"
 
-#include <cstring>
-
-DATANOTES::DATANOTES() : m_listChildren(0, 1) {}
+DATANOTES::DATANOTES() : m_listChildren(0, PTRLIST_DELETE) {}
 
 DATANOTES::~DATANOTES() { NullData(true); }
 
@@ -13,16 +11,18 @@ void DATANOTES::NullData(bool bChildren) {
         SysFreeString(*text);
         *text = nullptr;
     }
-    m_oid = 0;
-    m_lSize = 0;
+    m_oid = m_oidDatabase = 0;
+    m_lSize = m_nFlags = m_lHidden = m_nKind = 0;
+    m_crColor = 0;
     m_ftCreated = m_ftModified = m_ftAlarm = {};
-    std::memset(m_abBlock, 0, sizeof m_abBlock);
-    m_nParentIndex = m_nFlags = 0;
-    m_bPrivate = m_bHasAlarm = 0;
+    m_bFolder = m_bShown = m_bPrivate = m_bHasAlarm = 0;
+    m_titleKey.clear();
     if (!bChildren) return;
     m_listChildren.Clear();
     m_bExpanded = 1;
-    m_nChildCount = 0;
+    m_oidParent = 0;
+    m_nDepth = 0;
+    m_pParent = nullptr;
 }
 
 LONG DATANOTES::NumChildren() const { return static_cast<LONG>(m_listChildren.Count()); }

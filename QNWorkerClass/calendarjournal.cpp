@@ -2,6 +2,7 @@
 #include "QNWorkerClass/calendarthread.h"
 
 #include "Platform/memory.h"
+#include "Platform/notetext.h"
 #include "Platform/strings.h"
 #include "QNWorkerClass/tasksrecord.h"
 
@@ -41,10 +42,21 @@ std::u16string SubjectOf(const CeDbRecord& record) {
     return subject.substr(0, kSubjectChars);
 }
 
+// The text of the entry's ink, for one that isn't long.
+bool InkBody(CeDb* db, std::u16string& text) {
+    constexpr DWORD kLongestInk = 5000;
+    CEBLOB ink{};
+    if (!db || !db->ReadStream(kJournalIds[kInkBody], &ink)) return false;
+    const bool good = ink.dwCount <= kLongestInk && PlatTextOfNote(ink.lpb, ink.dwCount, text);
+    LocalFree(ink.lpb);
+    return good;
+}
+
 // A "<" would begin a tag where the text is shown.
-std::u16string BodyOf(const CeDbRecord& record) {
+std::u16string BodyOf(CeDb* db, const CeDbRecord& record) {
     constexpr WCHAR kLeftQuote = 171;
-    std::u16string body(record.TextAt(kTextBody));
+    std::u16string body;
+    if (!InkBody(db, body)) body = record.TextAt(kTextBody);
     std::replace(body.begin(), body.end(), u'<', kLeftQuote);
     return body.size() > kLongBody ? body.substr(0, kCutBody) : body;
 }
@@ -94,7 +106,7 @@ LONG CCalendarThread::AddNewJournal(CeDbRecord* record, bool* pbShow, bool) {
     line->m_szCategories = _wcsdup(categories.c_str());
     line->m_bstrSubject = SysAllocString(SubjectOf(*record).c_str());
     line->m_bstrLocation = SysAllocString(u"");
-    if (m_bJournalBody) line->m_bstrSpare = SysAllocString(BodyOf(*record).c_str());
+    if (m_bJournalBody) line->m_bstrSpare = SysAllocString(BodyOf(m_pDbOverlay.get(), *record).c_str());
     line->m_bListed = 1;
     m_listData.Add(line.release());
     *pbShow = true;

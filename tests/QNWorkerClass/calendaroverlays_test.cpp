@@ -29,6 +29,7 @@ protected:
         const char* date;
         const char* created = "2010-03-01";
         LONG minutes = 30;
+        std::string ink = {};
     };
     static CEOID AddEntry(const Entry& entry) {
         CeDb db;
@@ -42,6 +43,7 @@ protected:
         if (!entry.type.empty()) values.Text(0x31, entry.type);
         if (!entry.categories.empty()) values.Text(0x34, entry.categories);
         if (!entry.body.empty()) values.Text(0x2F, entry.body);
+        if (!entry.ink.empty()) values.Stream(0x37, {entry.ink.begin(), entry.ink.end()});
         if (entry.date) values.Time(0x2B, ULONGLONG{Minutes(entry.date)} * 600000000ULL);
         values.Time(0x2D, ULONGLONG{Minutes(entry.created)} * 600000000ULL)
             .UInt(0x32, static_cast<ULONG>(entry.minutes));
@@ -149,8 +151,9 @@ TEST_F(CalendarOverlays, TasksStandOnTheirDays) {
 }
 
 TEST_F(CalendarOverlays, JournalEntriesOfTheRange) {
-    AddEntry({u"Call", u"NewTask", u"Work", u"", "2010-03-09 10:00"});
-    AddEntry({u"", u"SMS", u"", u"", "2010-03-09 09:00"});
+    AddEntry(
+        {u"Call", u"NewTask", u"Work", u"text", "2010-03-09 10:00", "2010-03-01", 30, "{\\rtf1 \\b <ink}"});
+    AddEntry({u"", u"SMS", u"", u"text", "2010-03-09 09:00", "2010-03-01", 30, std::string(5001, 'x')});
     AddEntry({u"old", u"", u"", u"", "2010-02-01"});
     AddEntry({u"by creation", u"", u"", u"a<b" + std::u16string(100, u'x'), nullptr, "2010-03-08"});
     CCalendarThread thread(nullptr, 1, 1, 1);
@@ -158,6 +161,10 @@ TEST_F(CalendarOverlays, JournalEntriesOfTheRange) {
     EXPECT_EQ("03-09 [SMS];03-09 Call [NewTask];03-08 by creation;", Lines(thread)); // from the newest day
     const DATACALENDAR* line = thread.GetList().Get(thread.GetActiveDataCount());
     EXPECT_EQ(u"a\u00ABb" + std::u16string(47, u'x'), line->m_bstrSpare);
+    std::string bodies; // ink goes before text, unless it is too long
+    for (const DATACALENDAR* entry : thread.GetList())
+        if (entry->m_lDay != line->m_lDay && entry->m_bstrSpare) bodies += Narrow(entry->m_bstrSpare) + ";";
+    EXPECT_EQ("text;\u00ABink;", bodies);
     CeManualEvent live;
     const int all = thread.GetActiveDataCount();
     thread.RemoveJournalFromThread();

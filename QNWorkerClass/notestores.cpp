@@ -1,0 +1,43 @@
+#include "QNWorkerClass/notestores.h"
+
+#include "Platform/strings.h"
+
+namespace {
+
+constexpr std::u16string_view kRoot = u"HKEY_CURRENT_USER\\";
+
+// Names differ in more than case; a section's name lacks the backslash that a path begins with.
+std::u16string Folded(std::u16string_view path) {
+    while (path.starts_with(u'\\')) path.remove_prefix(1);
+    std::u16string folded(path);
+    for (WCHAR& unit : folded) unit = towlower(unit);
+    return folded;
+}
+
+std::u16string KeyOf(const INIFile::Section& section) {
+    const std::u16string_view name = section.name;
+    return name.starts_with(kRoot) ? Folded(name.substr(kRoot.size())) : std::u16string();
+}
+
+} // namespace
+
+NoteStores::NoteStores(const CRegistry& notes, const CRegistry& folders)
+    : m_sections(notes.CopyOfSections()) {
+    for (const INIFile::Section& section : m_sections) m_notes.emplace(KeyOf(section), &section);
+    const std::u16string states = Folded(kFolderStateKey);
+    for (const INIFile::Section& section : folders.CopyOfSections()) {
+        if (KeyOf(section) != states) continue;
+        for (const INIFile::Value& value : section.values)
+            if (value.type == kValueDoubleWord) m_folders.emplace(Folded(value.name), value.number);
+    }
+}
+
+DWORD NoteStores::StateOf(std::u16string_view path) const {
+    const auto found = m_folders.find(Folded(path));
+    return found == m_folders.end() ? kFolderClosed : found->second;
+}
+
+const INIFile::Section* NoteStores::Note(std::u16string_view path) const {
+    const auto found = m_notes.find(Folded(path));
+    return found == m_notes.end() ? nullptr : found->second;
+}
