@@ -16,7 +16,6 @@
 namespace {
 
 constexpr std::size_t kMostTyped = 1023;
-constexpr int kMostRounds = 10; // of a look-up through the formats
 
 std::u16string_view View(const WCHAR* c) { return {c ? c : u"", static_cast<std::size_t>(CSTRLen(c))}; }
 
@@ -120,19 +119,19 @@ int CContactsThread::FindCatCacheItem(DWORD oid, int start) {
     return m_listCatCache.GetBase() - 1;
 }
 
-// Without a hit the other formats are tried: after the file-as name comes the first name again.
+// Without a hit among the names, those formats are tried that look at the group key too.
 int CContactsThread::FindCatCacheItem(const WCHAR* text, int len, ContactsDisplay format, bool bPrefixOnly,
                                       int start) {
     const CeSectionLock lock(m_csData);
-    const LONG first = format == kDisplayLookUp ? LONG{m_nFormat} : LONG{format};
-    LONG current = first;
-    for (int round = 0; round < kMostRounds; ++round) {
+    const auto find = [&](LONG by) {
         for (int i = std::max(start, m_listCatCache.GetBase()); i <= m_listCatCache.GetLast(); ++i)
-            if (Finds(*m_listCatCache.Get(i), text, len, current, bPrefixOnly)) return i;
-        current = current >= kDisplayFileAs ? LONG{kDisplayFirstLast} : current + 1;
-        if (bPrefixOnly || current == first) break;
-    }
-    return m_listCatCache.GetBase() - 1;
+            if (Finds(*m_listCatCache.Get(i), text, len, by, bPrefixOnly)) return i;
+        return m_listCatCache.GetBase() - 1;
+    };
+    const LONG first = format == kDisplayLookUp ? LONG{m_nFormat} : LONG{format};
+    const int found = find(first);
+    const bool again = found < m_listCatCache.GetBase() && !bPrefixOnly && IsByNames(first);
+    return again ? find(kDisplayByCompany) : found;
 }
 
 // Whether the row is one of a plain list. Under a filter any name may begin so, else the one that orders the list.

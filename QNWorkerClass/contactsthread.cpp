@@ -131,6 +131,7 @@ void CContactsThread::SendCount(WPARAM kind) {
 // False when it was stopped: nobody is told then.
 bool CContactsThread::Load(CeManualEvent* stop) {
     SetupThreadResources();
+    CloseStores();
     GetDatabaseClass();
     SettingChange();
     TakeCompare();
@@ -166,6 +167,8 @@ bool CContactsThread::PrepareCache(CeManualEvent* stop) {
         m_prepared = wanted;
     }
     if (m_bRefilter.exchange(false)) FilterCatCacheItems();
+    m_pDb
+        ->Close(); // a full search looks at records that are at hand, so a first run must not find more than the next
     m_listContacts.SetUser(static_cast<CEUSER>(m_nFormat.load()));
     return true;
 }

@@ -1,10 +1,10 @@
 // The contacts thread: the lists by each format, finding, groups, the recent ones and the calls, what a row shows, and edits of
 // the cache. Names are Ada Byron, Bob Cook, Cy Acme's and their like; the locale is American English.
 #include "NorvoTools/CStr.h"
+#include "NorvoTools/listfile.h"
 #include "NorvoTools/paths.h"
 #include "Platform/civil.h"
 #include "Platform/clock.h"
-#include "Platform/files.h"
 #include "Platform/modules.h"
 #include "Platform/phone.h"
 #include "QNWorkerClass/recentcontacts.h"
@@ -232,26 +232,13 @@ TEST_F(ContactsTest, GroupsByCategory) {
 
 class RecentContacts : public ContactsTest {
 protected:
-    RecentContacts() {
-        CreateDirectoryW((std::u16string(GetNorvoDirectory()) + u"\\Norvo").c_str(), nullptr);
+    static std::vector<BYTE> Bytes() {
+        std::vector<BYTE> bytes;
+        EXPECT_EQ(LISTFILE_OK, ReadListFileBytes(Path().c_str(), bytes));
+        return bytes;
     }
     static std::u16string Path() {
         return std::u16string(GetNorvoDirectory()) + u"\\Norvo\\RecentContacts.bin";
-    }
-    static std::vector<BYTE> Bytes() {
-        std::vector<BYTE> bytes(4096);
-        const HANDLE file = CreateFileW(Path().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-        DWORD read = 0;
-        ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr);
-        CloseHandle(file);
-        bytes.resize(read);
-        return bytes;
-    }
-    static void Write(const std::vector<BYTE>& bytes) {
-        const HANDLE file = CreateFileW(Path().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-        DWORD written = 0;
-        WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-        CloseHandle(file);
     }
 };
 
@@ -297,14 +284,10 @@ TEST_F(RecentContacts, DamagedFileBeginsAnew) {
     for (const auto& damage : kDamages) {
         std::vector<BYTE> bytes = good;
         bytes[damage.offset] = damage.value;
-        Write(bytes);
+        WriteListFileBytes(Path().c_str(), bytes);
         EXPECT_EQ("", Load()) << damage.offset;
         EXPECT_TRUE(MarkRecentContact(0x80000007));
         EXPECT_EQ(std::vector<DWORD>{0x80000007}, ReadRecentContacts()) << damage.offset;
-    }
-    for (std::size_t size = 0; size < good.size(); ++size) {
-        Write({good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)});
-        EXPECT_TRUE(ReadRecentContacts().empty()) << size;
     }
 }
 
@@ -383,25 +366,10 @@ TEST_F(ContactsTest, CallsOfTheTelephone) {
 
 TEST_F(ContactsTest, RowsAreFilledWhenTheyAreDrawn) {
     const LONG work = AddCategory(u"Work");
-    AddContact(u"Ada", u"Byron")
-        .Text(PIMPR_HOME_TEL, u"home")
-        .Text(PIMPR_MOBILE_TEL, u"mobile")
-        .In(work)
-        .Save();
-    AddContact(u"Bob", u"Cook")
-        .Text(PIMPR_HOME_TEL, u"home")
-        .Text(PIMPR_MOBILE_TEL, u"mobile")
-        .Number(PIMPR_DEFAULT_NUMBER, 0x99)
-        .Save();
-    AddContact(u"Cy", u"Dorn")
-        .Text(PIMPR_EMAIL2, u"mail")
-        .Number(PIMPR_DEFAULT_NUMBER, PIMPR_HOME_TEL)
-        .Save();
-    AddContact(u"Di", u"Eco")
-        .Text(PIMPR_HOME_TEL, u"home")
-        .Text(PIMPR_MOBILE_TEL, u"mobile")
-        .Number(PIMPR_DEFAULT_NUMBER, PIMPR_HOME_TEL)
-        .Save();
+    AddContact(u"Ada", u"Byron").Numbers().In(work).Save();
+    AddContact(u"Bob", u"Cook").Numbers().Prefer(HIWORD(PIMPR_HOME_TEL)).Save();
+    AddContact(u"Cy", u"Dorn").Text(PIMPR_EMAIL2, u"mail").Prefer(PIMPR_HOME_TEL).Save();
+    AddContact(u"Di", u"Eco").Numbers().Prefer(PIMPR_HOME_TEL).Save();
     AddContact(u"Ed", u"Fox").Save();
     const HANDLE db = Side(u"Contacts Database");
     CeSeekDatabaseEx(db, CEDB_SEEK_CEOID, m_record, 1, nullptr);
@@ -445,17 +413,13 @@ TEST_F(ContactsTest, SimContactsOfADeviceThatHasThem) {
     DeleteDatabase(u"Contacts Database");
     Create(u"Contacts Database", {Order({{PIMPR_FILEAS, 2}, {PIMPR_SOURCE_FLAGS, 4}})});
     AddContact(u"Ada", u"Byron").Save();
-    AddContact(u"Sim", u"Card")
-        .Number(PIMPR_SOURCE_FLAGS, 3)
-        .Number(PIMPR_SOURCE_ID, 2)
-        .Text(PIMPR_MOBILE_TEL, u"1")
-        .Save();
+    AddContact(u"Sim", u"Card").Number(PIMPR_SOURCE_FLAGS, 3).Number(PIMPR_SOURCE_ID, 2).Numbers().Save();
     Format(kDisplayFirstLast);
     CContactsThread thread;
     EXPECT_EQ("Ada Byron | Sim Card", Load(thread));
     thread.FillContactInfo(thread.GetList().Get(2));
     EXPECT_EQ(23u, thread.GetList().Get(2)->m_dwSimNumber); // 3 and ten times 2
-    EXPECT_EQ("1", Narrow(thread.GetList().Get(2)->m_szExtraLine));
+    EXPECT_EQ("mobile", Narrow(thread.GetList().Get(2)->m_szExtraLine));
     std::array<CEPROPID, 23> ids;
     EXPECT_EQ(23, thread.SetPropIds(ids.data()));
     Setting(u"ShowSIM", 0);
@@ -531,29 +495,25 @@ TEST_F(ContactsTest, LooksUpByTheBeginningOfNames) {
     EXPECT_EQ(2, thread.FindCatCacheItem(u"zi", 2, kDisplayFirstLast, false, 1)); // another format has it
 }
 
-TEST_F(ContactsTest, RowsThatItemsMarkStandLast) {
-    const HANDLE heap = nullptr;
-    std::vector<std::unique_ptr<DATACONTACTS>> rows;
-    for (const WCHAR* name : {u"a", u"b", u"c"}) {
-        rows.emplace_back(new (heap) DATACONTACTS(heap));
-        rows.back()->m_szFileAs = AllocCSTR(name);
-        rows.back()->m_oid = 5;
-    }
-    DATACONTACTS *a = rows[0].get(), *b = rows[1].get(), *c = rows[2].get(), *none = nullptr;
-    a->m_bEmpty = 1;
-    EXPECT_GT(CContactsThread::CompareFunc(a, b, kDisplayFileAs), 0);
-    EXPECT_EQ(0, CContactsThread::CompareFunc(a, a, kDisplayFileAs));
-    EXPECT_GT(CContactsThread::CompareFunc(none, b, kDisplayFileAs), 0);
-    EXPECT_LT(CContactsThread::CompareFunc(b, c, kDisplayFileAs), 0);
-    c->m_oid = 0xFFFFFFFF;
-    EXPECT_LT(CContactsThread::CompareFuncSimple(c, b, 0), 0);
-    b->m_dwSortGroupId = 1;
-    EXPECT_GT(CContactsThread::CompareFunc(b, c, kDisplayFileAs), 0);
-    c->m_dwSortGroupId = 1;
-    c->m_bGroupHeader = 1;
-    EXPECT_GT(CContactsThread::CompareFunc(b, c, kDisplayFileAs), 0);
-    a->NullData();
-    EXPECT_EQ(0, a->m_bEmpty);
+TEST_F(ContactsTest, OrderOfTheList) {
+    DATACONTACTS empty(nullptr), header(nullptr), a(nullptr), b(nullptr), second(nullptr), first(nullptr);
+    empty.m_bEmpty = 1;
+    header.m_bGroupHeader = 1;
+    a.m_szFileAs = AllocCSTR(u"a");
+    b.m_szFileAs = AllocCSTR(u"B");
+    second.m_dwSortGroupId = 1;
+    first.m_oid = 0xFFFFFFFF;
+    const std::vector<DATACONTACTS*> byGroup{&header, &a, &b, &second, &empty, nullptr},
+        plain{&first, &a, &b, &empty, nullptr};
+    const auto check = [](const std::vector<DATACONTACTS*>& order, auto compare) {
+        for (std::size_t i = 0; i < order.size(); ++i)
+            for (std::size_t k = 0; k < order.size(); ++k)
+                EXPECT_EQ(i < k ? -1 : i > k, compare(order[i], order[k], kDisplayFileAs)) << i << " " << k;
+    };
+    check(byGroup, &CContactsThread::CompareFunc);
+    check(plain, &CContactsThread::CompareFuncSimple);
+    empty.NullData();
+    EXPECT_EQ(0, empty.m_bEmpty);
 }
 
 // --- Bad input ----------------------------------------------------------------------------------------------------

@@ -31,6 +31,8 @@ protected:
             return *this;
         }
         Contact& Number(CEPROPID id, DWORD value) { return m_values.UInt(HIWORD(id), value), *this; }
+        Contact& Numbers() { return Text(PIMPR_HOME_TEL, u"home").Text(PIMPR_MOBILE_TEL, u"mobile"); }
+        Contact& Prefer(DWORD id) { return Number(PIMPR_DEFAULT_NUMBER, id); }
         Contact& In(LONG category) { return m_categories.push_back(category), *this; }
         // The contact's OID; the record's id goes to m_record of the test.
         DWORD Save() {
