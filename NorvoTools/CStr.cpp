@@ -42,6 +42,15 @@ void Exchange(WCHAR** c, WCHAR* fresh, HANDLE heap) {
 
 } // namespace
 
+WCHAR* AllocHeapText(std::u16string_view text, HANDLE heap) {
+    const std::size_t bytes = (text.size() + 1) * sizeof(WCHAR);
+    auto* copy = static_cast<WCHAR*>(heap ? HeapAlloc(heap, 0, bytes) : std::malloc(bytes));
+    if (!copy) return nullptr;
+    Copy(copy, text.data(), static_cast<int>(text.size()));
+    copy[text.size()] = 0;
+    return copy;
+}
+
 WCHAR* AllocCSTR(const WCHAR* s, HANDLE heap) { return AllocCSTRLen(s, TextLength(s), heap); }
 
 WCHAR* AllocCSTRLen(const WCHAR* s, int n, HANDLE heap) {

@@ -5,6 +5,8 @@
 
 #include "Platform/types.h"
 
+#include <string_view>
+
 // A copy of s, null counting as empty; null when memory ran out. A null heap means the C heap.
 QN_API WCHAR* AllocCSTR(const WCHAR* s, HANDLE heap = nullptr);
 // A block of the n characters at s; a null s gives n zero characters.
@@ -17,8 +19,15 @@ QN_API int ExtendCSTR(WCHAR** c, const WCHAR* s, HANDLE heap = nullptr);
 QN_API int ExtendCSTRLen(WCHAR** c, const WCHAR* s, int n, HANDLE heap = nullptr);
 // The length that stands before the text; 0 for null.
 QN_API int CSTRLen(const WCHAR* c);
+// The text of a block; empty for null.
+inline std::u16string_view CSTRView(const WCHAR* c) {
+    return {c ? c : u"", static_cast<std::size_t>(CSTRLen(c))};
+}
 // Frees a block of the C heap; null is allowed.
 QN_API void FreeCSTR(WCHAR* c);
+
+// A plain text without a length before it, from the heap or by malloc for a null one; null when memory ran out.
+QN_API WCHAR* AllocHeapText(std::u16string_view text, HANDLE heap);
 
 // The owner of one block of the C heap.
 class QN_API CStr {

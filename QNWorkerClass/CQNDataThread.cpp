@@ -1,5 +1,6 @@
 #include "QNWorkerClass/CQNDataThread.h"
 
+#include "NorvoTools/CStr.h"
 #include "Platform/databases.h"
 #include "Platform/files.h"
 #include "Platform/memory.h"
@@ -80,6 +81,12 @@ CeDb* CQNDataThread::GetDatabaseClass() {
 LONG CQNDataThread::GetActiveDataCount() { return 0; }
 
 bool CQNDataThread::StopRequested(CeManualEvent* stop) { return !stop || stop->IsSet(); }
+
+void CQNDataThread::Override(const WCHAR* key) {
+    const std::size_t length = std::min(wcslen(key), std::size(m_szSettingsKey) - 1);
+    std::copy_n(key, length, m_szSettingsKey);
+    m_szSettingsKey[length] = 0;
+}
 
 void CQNDataThread::SetCategoryRestrict(bool bSave) {
     if (!bSave || m_regSettings.OpenKey(HKEY_CURRENT_USER, m_szSettingsKey) != 0) return;
@@ -333,14 +340,7 @@ bool CQNDataThread::NoteHeadIsEmpty(HANDLE stream, DWORD size) {
 
 // --- Values of an item by its OID -------------------------------------------------------------------------------------
 
-WCHAR* CQNDataThread::NewText(std::u16string_view text) {
-    const std::size_t bytes = (text.size() + 1) * sizeof(WCHAR);
-    auto* copy = static_cast<WCHAR*>(m_hHeap ? HeapAlloc(m_hHeap, 0, bytes) : std::malloc(bytes));
-    if (!copy) return nullptr;
-    std::memcpy(copy, text.data(), text.size() * sizeof(WCHAR));
-    copy[text.size()] = 0;
-    return copy;
-}
+WCHAR* CQNDataThread::NewText(std::u16string_view text) { return AllocHeapText(text, m_hHeap); }
 
 // The category's name by its id, from where the last one was found on: associations come in ascending order.
 const CategoryEntry* CQNDataThread::FindCategory(LONG id) {

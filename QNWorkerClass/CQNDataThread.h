@@ -34,6 +34,8 @@ public:
     CQNDataThread(const CQNDataThread&) = delete;
     CQNDataThread& operator=(const CQNDataThread&) = delete;
 
+    // Another key of settings for this object; the next SettingChange reads it.
+    void Override(const WCHAR* key);
     // Saves the filter's modes under m_szSettingsKey when bSave.
     virtual void SetCategoryRestrict(bool bSave);
     // Opens links and journal (and the planning stores with m_bGoalsToo); 0 when that has been done, else 1.

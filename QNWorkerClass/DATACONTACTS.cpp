@@ -4,7 +4,7 @@
 #include "Platform/strings.h"
 
 #include <cstdlib>
-#include <cstring>
+#include <string>
 #include <new>
 
 std::atomic<LONG> g_nDisplayFormatCompany{0};
@@ -81,15 +81,6 @@ void DATACONTACTS::FreeBlock(WCHAR*& text) {
     text = nullptr;
 }
 
-WCHAR* DATACONTACTS::NewText(std::u16string_view text) const {
-    const std::size_t bytes = (text.size() + 1) * sizeof(WCHAR);
-    auto* copy = static_cast<WCHAR*>(m_hHeap ? HeapAlloc(m_hHeap, 0, bytes) : std::malloc(bytes));
-    if (!copy) return nullptr;
-    std::memcpy(copy, text.data(), text.size() * sizeof(WCHAR));
-    copy[text.size()] = 0;
-    return copy;
-}
-
 void DATACONTACTS::ClearNameDisplay() {
     FreeBlock(m_szNameDisplay);
     m_nNameDisplayFormat = -1;
@@ -118,7 +109,7 @@ const WCHAR* DATACONTACTS::GetNameDisplay(ContactsDisplay format) {
     } else if (m_szFileAs) {
         name = m_szFileAs;
     }
-    m_szNameDisplay = NewText(name);
+    m_szNameDisplay = AllocHeapText(name, m_hHeap);
     m_nNameDisplayFormat = format;
     return m_szNameDisplay ? m_szNameDisplay : u"";
 }

@@ -65,8 +65,6 @@ struct QN_API DATACONTACTS {
     const ContactKeys& Keys() const { return *m_pKeys; } // HasKeys first
     bool HasKeys() const { return m_pKeys != nullptr; }
     void DropKeys() { m_pKeys.reset(); } // when a name has changed
-    // A text from the row's heap, for the extra line and its like.
-    WCHAR* NewText(std::u16string_view text) const;
 
     // The form of names that the company setting gives to group forms: first last, last first, or file-as.
     static LONG GroupNameFormat();

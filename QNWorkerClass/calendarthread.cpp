@@ -44,12 +44,7 @@ CCalendarThread::~CCalendarThread() {
 
 // --- What to load -------------------------------------------------------------------------------------------------
 
-void CCalendarThread::SetSettingsKey(const WCHAR* key) {
-    if (!key) key = kCalendarKey;
-    std::size_t length = std::min(wcslen(key), std::size(m_szSettingsKey) - 1);
-    std::copy_n(key, length, m_szSettingsKey);
-    m_szSettingsKey[length] = 0;
-}
+void CCalendarThread::SetSettingsKey(const WCHAR* key) { Override(key ? key : kCalendarKey); }
 
 void CCalendarThread::SetRestrict(const SYSTEMTIME* start, const SYSTEMTIME* end, bool bWholeDays) {
     double first;

@@ -17,14 +17,6 @@ namespace {
 
 constexpr std::size_t kMostTyped = 1023;
 
-std::u16string_view View(const WCHAR* c) { return {c ? c : u"", static_cast<std::size_t>(CSTRLen(c))}; }
-
-std::u16string Capitals(std::u16string_view text) {
-    std::u16string capitals(text);
-    _wcsupr(capitals.data());
-    return capitals;
-}
-
 std::vector<std::u16string> WordsOf(std::u16string_view text) {
     std::vector<std::u16string> words;
     for (std::size_t at = text.find_first_not_of(u' '); at < text.size();) {
@@ -43,7 +35,7 @@ std::array<std::u16string_view, kFields> CapitalFields(const DATACONTACTS& row) 
         const WCHAR* const fields[] = {row.m_szFileAs, row.m_szGroupKey, row.m_szFirstName, row.m_szLastName,
                                        row.m_szCompany};
         for (std::size_t i = 0; i < kFields; ++i) {
-            keys.capitals += Capitals(View(fields[i]));
+            keys.capitals += Capitals(CSTRView(fields[i]));
             keys.ends[i] = static_cast<DWORD>(keys.capitals.size());
             keys.capitals += u'\0';
         }
@@ -71,6 +63,12 @@ bool HoldsText(const std::u16string& capitals, const std::u16string& wanted) {
 }
 
 } // namespace
+
+std::u16string Capitals(std::u16string_view text) {
+    std::u16string capitals(text);
+    _wcsupr(capitals.data());
+    return capitals;
+}
 
 // --- What was typed -----------------------------------------------------------------------------------------------
 
@@ -106,10 +104,10 @@ bool CContactsThread::Finds(const DATACONTACTS& row, const WCHAR* text, int len,
                             bool bPrefixOnly) const {
     const std::u16string_view typed(text, static_cast<std::size_t>(len));
     const bool all = !bPrefixOnly;
-    return ((all || format == kDisplayFirstLast) && BeginsAlike(View(row.m_szFirstName), typed)) ||
-           ((all || format == kDisplayLastFirst) && BeginsAlike(View(row.m_szLastName), typed)) ||
-           ((all || format == kDisplayFileAs) && BeginsAlike(View(row.m_szFileAs), typed)) ||
-           (all && !IsByNames(format) && BeginsAlike(View(row.m_szGroupKey), typed));
+    return ((all || format == kDisplayFirstLast) && BeginsAlike(CSTRView(row.m_szFirstName), typed)) ||
+           ((all || format == kDisplayLastFirst) && BeginsAlike(CSTRView(row.m_szLastName), typed)) ||
+           ((all || format == kDisplayFileAs) && BeginsAlike(CSTRView(row.m_szFileAs), typed)) ||
+           (all && !IsByNames(format) && BeginsAlike(CSTRView(row.m_szGroupKey), typed));
 }
 
 int CContactsThread::FindCatCacheItem(DWORD oid, int start) {
@@ -145,7 +143,7 @@ bool CContactsThread::FindsListed(const DATACONTACTS& row, LONG format, bool bFi
     const WCHAR* name = format == kDisplayFirstLast   ? row.m_szFirstName
                         : format == kDisplayLastFirst ? row.m_szLastName
                                                       : row.m_szFileAs;
-    return BeginsAlike(View(name).empty() ? View(row.m_szFileAs) : View(name), compare.text);
+    return BeginsAlike(CSTRView(name).empty() ? CSTRView(row.m_szFileAs) : CSTRView(name), compare.text);
 }
 
 // --- By all that is known -----------------------------------------------------------------------------------------
@@ -193,8 +191,8 @@ bool CContactsThread::SearchGroupByFieldNode(int len, const DATACONTACTS* row) {
     if (!m_pCompare->IsQuick()) return FindsByCriteria(*row);
     const std::u16string_view typed =
         std::u16string_view(m_pCompare->text).substr(0, static_cast<std::size_t>(len));
-    if (BeginsAlike(View(row->m_szGroupKey), typed, NORM_IGNORECASE)) return true;
-    return m_bSearchCompanySubNodes &&
-           (BeginsAlike(View(row->m_szFileAs), typed) || BeginsAlike(View(row->m_szLastName), typed) ||
-            BeginsAlike(View(row->m_szFirstName), typed));
+    if (BeginsAlike(CSTRView(row->m_szGroupKey), typed, NORM_IGNORECASE)) return true;
+    return m_bSearchCompanySubNodes && (BeginsAlike(CSTRView(row->m_szFileAs), typed) ||
+                                        BeginsAlike(CSTRView(row->m_szLastName), typed) ||
+                                        BeginsAlike(CSTRView(row->m_szFirstName), typed));
 }

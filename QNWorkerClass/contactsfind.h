@@ -1,8 +1,13 @@
 // What was typed to find contacts, ready to be compared: it never changes, so the client may set another while a run goes by it.
 #pragma once
 
+#include "Platform/types.h"
+
 #include <string>
+#include <string_view>
 #include <vector>
+
+std::u16string Capitals(std::u16string_view text);
 
 struct ContactsCompare {
     std::u16string text; // in capitals

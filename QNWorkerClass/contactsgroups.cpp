@@ -17,17 +17,9 @@ constexpr DWORD kCategoryFlags = NORM_IGNORECASE | SORT_STRINGSORT; // how names
 constexpr int kNoneChars = 26;                                      // with the terminator
 constexpr DWORD kNoneGroup = 1; // of contacts without a key or a category, always the first
 
-std::u16string_view View(const WCHAR* c) { return {c ? c : u"", static_cast<std::size_t>(CSTRLen(c))}; }
-
-std::u16string Capitals(const WCHAR* text) {
-    std::u16string capitals(View(text));
-    _wcsupr(capitals.data());
-    return capitals;
-}
-
 bool AreEqual(std::u16string_view a, std::u16string_view b, DWORD flags) {
-    return CompareStringW(LOCALE_USER_DEFAULT, flags, a.data() ? a.data() : u"", static_cast<int>(a.size()),
-                          b.data() ? b.data() : u"", static_cast<int>(b.size())) == CSTR_EQUAL;
+    return CompareStringW(LOCALE_USER_DEFAULT, flags, a.data(), static_cast<int>(a.size()), b.data(),
+                          static_cast<int>(b.size())) == CSTR_EQUAL;
 }
 
 } // namespace
@@ -42,7 +34,7 @@ DATACONTACTS* CContactsThread::AddHeader(std::u16string_view label) {
     header->m_szFileAs = SharedText(label);
     header->m_bGroupHeader = 1;
     header->m_dwGroupId = header->m_dwSortGroupId = static_cast<DWORD>(m_listContacts.GetCount());
-    header->m_bOpen = m_openGroups.contains(Capitals(header->m_szFileAs));
+    header->m_bOpen = m_openGroups.contains(Capitals(CSTRView(header->m_szFileAs)));
     return header;
 }
 
@@ -50,9 +42,9 @@ void CContactsThread::SetGroupHeaderOpen(DATACONTACTS* header, bool bOpen) {
     const CeSectionLock lock(m_csData);
     header->m_bOpen = bOpen;
     if (bOpen)
-        m_openGroups.insert(Capitals(header->m_szFileAs));
+        m_openGroups.insert(Capitals(CSTRView(header->m_szFileAs)));
     else
-        m_openGroups.erase(Capitals(header->m_szFileAs));
+        m_openGroups.erase(Capitals(CSTRView(header->m_szFileAs)));
 }
 
 bool CContactsThread::OpensOnCompare() const { return m_pCompare && m_bOpenOnCompare; }
@@ -82,7 +74,7 @@ void CContactsThread::FinishHeaders() {
 
 bool CContactsThread::CheckGroupByField(const DATACONTACTS* header, const DATACONTACTS* row) {
     return header->m_szFileAs == row->m_szGroupKey || // one text for all that have it
-           AreEqual(View(header->m_szFileAs), View(row->m_szGroupKey), NORM_IGNORECASE);
+           AreEqual(CSTRView(header->m_szFileAs), CSTRView(row->m_szGroupKey), NORM_IGNORECASE);
 }
 
 // The cache stands in the order of the keys.
@@ -93,7 +85,7 @@ bool CContactsThread::ListGroups(CeManualEvent* stop) {
     for (DATACONTACTS* row : m_listCatCache) {
         if (StopRequested(stop)) return false;
         if (!row->m_bPasses || !SearchGroupByFieldNode(length, row)) continue;
-        const bool without = View(row->m_szGroupKey).empty();
+        const bool without = CSTRView(row->m_szGroupKey).empty();
         if (!without && (current == none || !CheckGroupByField(current, row)))
             current = AddHeader(row->m_szGroupKey);
         DATACONTACTS* header = without ? none : current;
@@ -158,7 +150,7 @@ bool CContactsThread::ListCategories(CeManualEvent* stop) {
         without.clear();
     DATACONTACTS* header = AddHeader(LoadText(kTextNone, kNoneChars));
     AddBranch(header, without, true);
-    std::u16string_view name; // no category is without one
+    std::u16string_view name = u""; // no category is without one
     const std::vector<Category> categories = NameCategories(byId);
     for (const Category& category : categories) {
         if (!AreEqual(category.name, name, kCategoryFlags)) header = AddHeader(category.name);
@@ -175,7 +167,7 @@ void CContactsThread::CollectByCategory(const DATACONTACTS& header, Rows& rows) 
     filter.bHideCategories =
         header.m_dwGroupId == kNoneGroup ? kCategoriesOnlyWithout : kCategoriesShowChosen;
     if (header.m_dwGroupId != kNoneGroup) {
-        const std::u16string_view label = View(header.m_szFileAs);
+        const std::u16string_view label = CSTRView(header.m_szFileAs);
         GetFullCategoryInfo(filter.m_list, false);
         for (int i = filter.m_list.GetLast(); i >= filter.m_list.GetBase(); --i)
             if (!AreEqual(filter.m_list.Get(i)->m_szName, label, kCategoryFlags)) filter.m_list.RemoveAt(i);
@@ -190,12 +182,12 @@ void CContactsThread::CollectByCategory(const DATACONTACTS& header, Rows& rows) 
 
 // A key is told from its neighbours by its length too, but neither by accents nor by symbols.
 void CContactsThread::CollectByKey(const DATACONTACTS& header, Rows& rows) {
-    const std::u16string_view label = View(header.m_szFileAs);
+    const std::u16string_view label = CSTRView(header.m_szFileAs);
     const bool none = header.m_dwGroupId == kNoneGroup;
     const int length = m_pCompare ? m_pCompare->Length() : 0;
     bool begun = false;
     for (DATACONTACTS* row : m_listCatCache) {
-        const std::u16string_view key = View(row->m_szGroupKey);
+        const std::u16string_view key = CSTRView(row->m_szGroupKey);
         const bool equal =
             none ? key.empty() : key.size() == label.size() && AreEqual(key, label, kFindFlags);
         if (begun && !equal && !none) break; // they stand side by side

@@ -146,8 +146,8 @@ void CContactsThread::AddCall(const CCallLogEntry& entry) {
     if (!row) return;
     const std::u16string number = View(entry.pszNumber);
     row->m_szFileAs = AllocCSTR(CallMarkup(entry).c_str());
-    row->m_szIcon = row->NewText(number);
-    row->m_szExtraLine = row->NewText(number + u" " + View(entry.pszNameType));
+    row->m_szIcon = AllocHeapText(number, nullptr);
+    row->m_szExtraLine = AllocHeapText(number + u" " + View(entry.pszNameType), nullptr);
     row->m_bFilled = 1;
     m_listContacts.Add(row.get());
     m_calls.push_back(std::move(row));

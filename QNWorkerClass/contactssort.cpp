@@ -17,8 +17,6 @@ int Order(T a, T b) {
     return a < b ? -1 : a > b;
 }
 
-std::u16string_view View(const WCHAR* c) { return {c ? c : u"", static_cast<std::size_t>(CSTRLen(c))}; }
-
 bool IsByTwoNames(LONG format) { return format == kDisplayFirstLast || format == kDisplayLastFirst; }
 
 // --- The order of the cache ---------------------------------------------------------------------------------------
@@ -27,8 +25,8 @@ enum class Part { Primary, Secondary, Joined };
 
 // The two names without a blank, the first key first; of a row without names its file-as name.
 std::u16string JoinedNames(const DATACONTACTS& row, LONG format) {
-    const std::u16string_view first = View(row.m_szFirstName), last = View(row.m_szLastName);
-    if (first.empty() && last.empty()) return std::u16string(View(row.m_szFileAs));
+    const std::u16string_view first = CSTRView(row.m_szFirstName), last = CSTRView(row.m_szLastName);
+    if (first.empty() && last.empty()) return std::u16string(CSTRView(row.m_szFileAs));
     std::u16string joined(format == kDisplayFirstLast ? first : last);
     return joined.append(format == kDisplayFirstLast ? last : first);
 }
@@ -38,13 +36,13 @@ std::u16string TextOf(const DATACONTACTS& row, LONG format, Part part) {
     const bool primary = part == Part::Primary;
     switch (format) {
     case kDisplayFirstLast:
-        return std::u16string(View(primary ? row.m_szFirstName : row.m_szLastName));
+        return std::u16string(CSTRView(primary ? row.m_szFirstName : row.m_szLastName));
     case kDisplayLastFirst:
-        return std::u16string(View(primary ? row.m_szLastName : row.m_szFirstName));
+        return std::u16string(CSTRView(primary ? row.m_szLastName : row.m_szFirstName));
     case kDisplayFileAs:
-        return std::u16string(View(row.m_szFileAs));
+        return std::u16string(CSTRView(row.m_szFileAs));
     default:
-        return std::u16string(View(primary ? row.m_szGroupKey : row.m_szFileAs));
+        return std::u16string(CSTRView(primary ? row.m_szGroupKey : row.m_szFileAs));
     }
 }
 
@@ -78,7 +76,7 @@ const WCHAR* ShownName(const DATACONTACTS& row, LONG format) {
 int CompareShownNames(const DATACONTACTS& a, const DATACONTACTS& b, LONG format) {
     if (a.HasKeys() && b.HasKeys() && a.Keys().nShown == format && b.Keys().nShown == format)
         return Order(a.Keys().shown.compare(b.Keys().shown), 0);
-    const std::u16string_view first = View(ShownName(a, format)), second = View(ShownName(b, format));
+    const std::u16string_view first = CSTRView(ShownName(a, format)), second = CSTRView(ShownName(b, format));
     return CompareStringW(LOCALE_USER_DEFAULT, kFindFlags, first.data(), static_cast<int>(first.size()),
                           second.data(), static_cast<int>(second.size())) -
            CSTR_EQUAL;
@@ -100,7 +98,7 @@ int CompareCachedContacts(const DATACONTACTS* a, const DATACONTACTS* b, LONG for
 
 bool LacksFirstName(const DATACONTACTS& row, LONG format) {
     return IsByTwoNames(format) &&
-           View(format == kDisplayFirstLast ? row.m_szFirstName : row.m_szLastName).empty();
+           CSTRView(format == kDisplayFirstLast ? row.m_szFirstName : row.m_szLastName).empty();
 }
 
 void FillOrderKeys(DATACONTACTS& row, LONG format, bool bJoined) {
@@ -135,5 +133,5 @@ void FillShownKey(DATACONTACTS& row, LONG format) {
     ContactKeys& keys = row.Keys();
     if (keys.nShown == format) return;
     keys.nShown = format;
-    keys.shown = TextSortKey(View(ShownName(row, format)), kFindFlags);
+    keys.shown = TextSortKey(CSTRView(ShownName(row, format)), kFindFlags);
 }

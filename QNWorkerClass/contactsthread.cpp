@@ -1,7 +1,6 @@
 // A run of the contact list: the worker, the settings, what is made anew and what is still good.
 #include "QNWorkerClass/contactsthread.h"
 
-#include "NorvoTools/StrFunctions.h"
 #include "NorvoTools/registryfunctions.h"
 #include "Platform/memory.h"
 #include "Platform/windows.h"
@@ -12,7 +11,6 @@
 #include "QNWorkerClass/sidestores.h"
 #include "QNWorkerClass/viewsettings.h"
 
-#include <iterator>
 #include <optional>
 
 namespace {
@@ -44,7 +42,7 @@ LONG CompanyStyle(LONG company) {
 CContactsThread::CContactsThread()
     : m_listContacts(1, PTRLIST_KEEP, &CompareFunc), m_listCatCache(1, PTRLIST_DELETE, &CompareCatCacheItem),
       m_listHeaders(0, PTRLIST_DELETE) {
-    wstrncpy(m_szSettingsKey, kContactKey, static_cast<int>(std::size(m_szSettingsKey)) - 1);
+    Override(kContactKey);
     m_hHeap = HeapCreate(0, 0, 0);
     SettingChange();
 }

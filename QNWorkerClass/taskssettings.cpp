@@ -7,8 +7,6 @@
 #include "Platform/strings.h"
 #include "QNWorkerClass/viewsettings.h"
 
-#include <algorithm>
-
 namespace {
 
 constexpr WCHAR kHeadingsKey[] = u"Software\\Norvo\\Quillonary\\TV\\GroupHeadings";
@@ -21,12 +19,6 @@ bool HasHeadings() {
 }
 
 } // namespace
-
-void CTasksThread::Override(const WCHAR* key) {
-    const std::size_t length = std::min(wcslen(key), std::size(m_szSettingsKey) - 1);
-    std::copy_n(key, length, m_szSettingsKey);
-    m_szSettingsKey[length] = 0;
-}
 
 std::u16string CTasksThread::RuleKey() const {
     WCHAR rule[16];

@@ -58,8 +58,6 @@ public:
     ~CTasksThread() override;
 
     // --- What to load ---------------------------------------------------------------------------------------------
-    void
-    Override(const WCHAR* key); // another key of settings than Software\Norvo\Quillonary\TV, for this object
     // Both are read afresh by each load, settings not under SetManualSettings.
     void SettingChange();
     void LoadSortPrefs();
