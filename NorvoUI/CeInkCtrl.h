@@ -46,7 +46,7 @@ public:
     // By the content, whatever the name. False, and an empty note, for a file that can't be read, has more than
     // kLargestFile bytes, or is no note of the form that it begins as.
     bool ReadFromFile(const WCHAR* path);
-    static constexpr DWORD kLargestFile = 16u << 20;
+    static constexpr DWORD kLargestFile = 8u << 20;
     // A path of 5 to 260 characters. The file is whole or as it was. A folder that can't be written is replaced by that of
     // the documents; when that fails too, the user is told. Gives the file's object id, 0 on failure.
     DWORD WriteToFile(const WCHAR* path, UINT format) const;

@@ -108,7 +108,7 @@ void Assemble(const Parts& parts, InkDocument& document) {
         own.face = own.face < faces.size() ? faces[own.face] : WORD{0};
         own.block = -1;
         if (format.block >= 0 && static_cast<std::size_t>(format.block) < parts.blocks.size())
-            document.AppendBlock(format.block, own);
+            for (std::size_t at = begin; at < end; ++at) document.AppendBlock(format.block, own);
         else
             document.Append(std::u16string_view(parts.text).substr(begin, end - begin), own);
     }

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr std::u16string_view kRoot = u"HKEY_CURRENT_USER\\";
+constexpr std::u16string_view kRoot = u"hkey_current_user\\";
 
 // Names differ in more than case; a section's name lacks the backslash that a path begins with.
 std::u16string Folded(std::u16string_view path) {
@@ -15,8 +15,8 @@ std::u16string Folded(std::u16string_view path) {
 }
 
 std::u16string KeyOf(const INIFile::Section& section) {
-    const std::u16string_view name = section.name;
-    return name.starts_with(kRoot) ? Folded(name.substr(kRoot.size())) : std::u16string();
+    const std::u16string name = Folded(section.name);
+    return name.starts_with(kRoot) ? name.substr(kRoot.size()) : std::u16string();
 }
 
 } // namespace

@@ -171,10 +171,13 @@ TEST(InkDocument, RichTextAndInkComeBackAsTheyWere) {
     EXPECT_EQ(dump, Dump(Read(AsText(document.Write(kNoteInk)))));
 
     const BYTE strokes[] = {1, 0, 7};
-    document.AppendBlock(document.AddBlock(strokes), {});
+    const LONG block = document.AddBlock(strokes);
+    document.AppendBlock(block, {});
+    document.AppendBlock(block, {});
     document.Append(u"behind", {});
     const InkDocument again = Read(AsText(document.Write(kNoteInk)));
     EXPECT_EQ(dump + "[ pen0][]behind", Dump(again));
+    EXPECT_EQ(document.GetLength(), again.GetLength());
     EXPECT_EQ(std::vector<BYTE>(strokes, strokes + 3), again.GetBlocks()[0]);
     EXPECT_EQ(Plain(document), "plain {\\} \t\xD0\x96\r\nloudsoft\r\nbehind");
 }

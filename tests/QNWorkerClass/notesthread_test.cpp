@@ -372,7 +372,9 @@ TEST_F(NotesTest, SetEventStopsAndDateKeepsItsOddForm) {
     EXPECT_GT(CNotesThread().GetOnDate(), 0);
 }
 
-TEST_F(NotesTest, WorkerRunsTakeTurnsWithRuns) {
+class ThreadsNotes : public NotesTest {};
+
+TEST_F(ThreadsNotes, TwoLoadsAtOnceAndStartsOverRunningOnes) {
     SetState(u"\\My Documents", kFolderOpen);
     for (int i = 0; i < 50; ++i) Put("My Documents/note " + std::to_string(i) + ".txt");
     CNotesThread one, two;
