@@ -95,6 +95,13 @@ constexpr Command kCommands[] = {
      "  --group   none, category, importance, letter, progress, completion, date, manager, status\n"
      "  --sort    subject, due, start, priority, completion, letter, category; the second key breaks ties\n"
      "  --done    completed tasks too\n"},
+    {"contacts", &qn::ContactsCommand,
+     "qn contacts [--format NAME] [--find TEXT [--full] | --keypad DIGITS] [--closed] [--json]\n"
+     "  Prints the contacts as the contact view shows them, or as these options change it for once.\n"
+     "  --format  first, last, file-as, company, category, department, city, state, country, recent, calls\n"
+     "  --find    names that begin so; with --full all words anywhere in what is known of a contact\n"
+     "  --keypad  each digit stands for its letters: 0 ABC, 1 DEF, 2 GHI ... 7 WXYZ, # or 8 for the digits\n"
+     "  --closed  the headers of groups alone\n"},
     {"list", &qn::ListCommand,
      "qn list [appointments|tasks|contacts] [--json]\n"
      "  Lists what is stored, one line an item, with the number that `qn show` takes.\n"},
@@ -142,6 +149,7 @@ void PrintHelp() {
               "  import    read calendars, cards and texts\n"
               "  agenda    the day list\n"
               "  tasks     the task list, in groups or as a tree\n"
+              "  contacts  the contact list, by name or in groups\n"
               "  list      what is stored\n"
               "  show      one item\n"
               "  delete    take items out\n"

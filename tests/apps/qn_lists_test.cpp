@@ -44,4 +44,33 @@ TEST_F(QnLists, TasksByRuleGroupAndOrder) {
     EXPECT_EQ(2, Qn({"tasks", "--tree", "--group", "date"}).code);
 }
 
+TEST_F(QnLists, ContactsByFormatAndFind) {
+    const auto card = [](const std::string& last, const std::string& first, const std::string& more) {
+        return "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + last + ";" + first + "\r\nFN:" + first + " " + last +
+               "\r\n" + more + "END:VCARD\r\n";
+    };
+    Write("in.vcf", card("Byron", "Ada", "ORG:Engines\r\nTEL;TYPE=CELL:+44 20 1\r\nCATEGORIES:Friends\r\n") +
+                        card("Hopper", "Grace", "ORG:Navy\r\n") + card("Noether", "Emmy", ""));
+    ASSERT_EQ(0, Qn({"import", "in.vcf"}).code);
+    const struct {
+        std::vector<std::string> words;
+        const char* expected;
+    } cases[] = {
+        {{"--format", "first"}, "Ada Byron  +44 20 1  [Friends]\nEmmy Noether\nGrace Hopper\n"},
+        {{"--format", "last"}, "Byron, Ada  +44 20 1  [Friends]\nHopper, Grace\nNoether, Emmy\n"},
+        {{"--format", "last", "--find", "hop"}, "Hopper, Grace\n"},
+        {{"--format", "last", "--find", "engines", "--full"}, "Byron, Ada  +44 20 1  [Friends]\n"},
+        {{"--format", "last", "--keypad", "441"}, "Noether, Emmy\n"}, // N, O, E
+        {{"--format", "company", "--closed"}, "None (1)\nEngines (1)\nNavy (1)\n"},
+    };
+    for (auto one : cases) {
+        one.words.insert(one.words.begin(), "contacts");
+        const Ran ran = Qn(one.words);
+        EXPECT_EQ(0, ran.code) << ran.err;
+        EXPECT_EQ(one.expected, ran.out) << one.words.back();
+    }
+    EXPECT_TRUE(Qn({"contacts", "--format", "company"}).Says("Engines (1)\n  "));
+    EXPECT_EQ(2, Qn({"contacts", "--keypad", "2a"}).code);
+}
+
 } // namespace
