@@ -8,6 +8,8 @@
 #include <array>
 #include <atomic>
 #include <iterator>
+#include <string>
+#include <string_view>
 
 namespace {
 
@@ -46,6 +48,75 @@ void AddDisplayText(CeDb& db) {
     db.AddDatabaseProps(db.m_oid, 1, &added);
 }
 
+struct Link {
+    CEOID owner;
+    CEOID target;
+    std::u16string_view text;
+    LinkKind kind;
+    LONG flag;
+    std::u16string_view display;
+};
+
+enum Field : int { kNumberAt, kOwnerAt, kTargetAt, kTextAt, kKindAt, kFlagAt, kDisplayAt };
+
+LONG NumberAt(const CeDbRecord& record, int field) {
+    LONG value = 0;
+    record.GetIndexVal(field, value);
+    return value;
+}
+
+// Messages are told apart by number and text, or by the text alone; everything else by the target.
+bool IsSame(const CeDbRecord& record, const Link& link) {
+    if (NumberAt(record, kKindAt) != static_cast<LONG>(link.kind)) return false;
+    const bool target = NumberAt(record, kTargetAt) == static_cast<LONG>(link.target);
+    if (link.kind != LinkKind::kMail) return target;
+    const LONG flag = NumberAt(record, kFlagAt);
+    return record.TextAt(kTextAt) == link.text && (flag == 0 || (flag == 1 && target));
+}
+
+bool IsThere(CeDb& db, const Link& link) {
+    CEPROPVAL owner{};
+    owner.propid = kOwner;
+    owner.val.lVal = static_cast<LONG>(link.owner);
+    CeDbRecord record;
+    for (CEOID at = db.SeekRec(&owner, 1); at; at = db.SeekNextRec(&owner, 1))
+        if (db.ReadRec(record, static_cast<WORD>(kIds.size()), kIds.data()) && IsSame(record, link))
+            return true;
+    return false;
+}
+
+// One more than the last, so that the number of a link that went comes again.
+LONG NextNumber() {
+    CeDb db;
+    CeDbRecord record;
+    const bool any = db.Open(kStore, kNumber) && db.SeekLast() && db.ReadRec(record, 1, &kNumber);
+    return any ? NumberAt(record, 0) + 1 : 1;
+}
+
+bool AddLink(CeDb& db, const Link& link) {
+    CeDbRecord record;
+    record.AddProps(kIds.data(), static_cast<WORD>(kIds.size()));
+    record.SetIndexVal(kNumberAt, NextNumber());
+    record.SetIndexVal(kOwnerAt, static_cast<LONG>(link.owner));
+    record.SetIndexVal(kTargetAt, static_cast<LONG>(link.target));
+    record.SetIndexVal(kKindAt, static_cast<LONG>(link.kind));
+    record.SetIndexVal(kFlagAt, link.flag);
+    const bool hasText = link.target == 0 || link.kind == LinkKind::kFile || link.kind == LinkKind::kMail;
+    const auto put = [&](int field, std::u16string_view text, bool wanted) {
+        if (wanted && !text.empty())
+            record.SetIndexVal(field, std::u16string(text).c_str());
+        else
+            record.RemProp(field);
+    };
+    put(kTextAt, link.text, hasText);
+    put(kDisplayAt, link.display, true);
+    return db.AddRec(record);
+}
+
+std::u16string_view ViewOf(const WCHAR* text) {
+    return text ? std::u16string_view(text) : std::u16string_view();
+}
+
 } // namespace
 
 bool CLinks::CheckAndCreateDB() {
@@ -60,4 +131,15 @@ bool CLinks::CheckAndCreateDB() {
     if (!open) open = CreateStore(db);
     if (open) AddDisplayText(db);
     return open;
+}
+
+bool CLinks::Create(CEOID owner, CEOID target, const WCHAR* text, LinkKind kind, LONG flag,
+                    const WCHAR* display) {
+    if (owner == 0 || owner == target) return false;
+    CheckAndCreateDB();
+    CeDb db;
+    if (!db.Open(kStore, kOwner)) return false;
+    const Link link{owner, target, ViewOf(text), kind, flag, ViewOf(display)};
+    if ((target != 0 || kind == LinkKind::kMail) && IsThere(db, link)) return true;
+    return AddLink(db, link);
 }

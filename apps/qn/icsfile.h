@@ -73,8 +73,9 @@ struct IcsItem {
         unkept; // what the item has and no field of it can hold, in words, and how often
     bool isTodo = false;
     bool isJournal = false;
-    std::string parentUid; // of a to-do; of a journal entry the item that it belongs to
-    When createdAt;        // of a journal entry
+    std::string parentUid;                // of a to-do; of a journal entry the item that it belongs to
+    std::vector<std::string> relatedUids; // items it is related to otherwise
+    When createdAt;                       // of a journal entry
     // To-dos only.
     int priority = 0; // 1 to 9, 0 none
     int percent = 0;

@@ -81,8 +81,9 @@ void PrintSummary(const std::string& name, const IcsSaver& saver, const Complain
         return std::to_string(count) + (count == 1 ? " journal entry" : " journal entries");
     };
     if (const unsigned all = tally.newEntries + tally.updatedEntries)
-        std::printf("  %s imported, %s of them there and up to date\n", entries(all).c_str(),
-                    tally.updatedEntries ? std::to_string(tally.updatedEntries).c_str() : "none");
+        std::printf("  %s imported\n", entries(all).c_str());
+    if (const unsigned known = tally.updatedEntries)
+        std::printf("  %s%s\n", entries(known).c_str(), known == 1 ? kWasThere : kWereThere);
     PrintCount(tally.updatedAppointments, "appointment", kWasThere, kWereThere);
     PrintCount(tally.updatedTasks, "task", kWasThere, kWereThere);
     PrintCount(tally.changedOccurrences, "occurrence", " changed", " changed");
@@ -115,6 +116,7 @@ void SaveGroups(Store& store, const std::vector<IcsGroup>& groups, IcsSaver& sav
     Batch batch(store.App());
     saver.SaveParents();
     saver.SaveJournal();
+    saver.SaveLinks();
     batch.Commit();
 }
 

@@ -130,7 +130,8 @@ private:
     void TakeStatus();
     int BusyStatus();
     void TakeTodo();
-    void TakeParent();
+    void TakeRelations();
+    void TakeJournal();
     std::string TakeUnread();
     void TakeOthers();
     void Unkept(const std::string& what) { ++m_item.unkept[what]; }
@@ -313,18 +314,26 @@ void Taker::TakeTodo() {
     if (!m_item.attendees.empty() || !m_item.organizer.empty()) Unkept("people of to-dos");
 }
 
-// The first relation to a parent, which is what a relation without a type is.
-void Taker::TakeParent() {
+void Taker::TakeJournal() {
+    m_item.createdAt = TakeWhen(ICAL_CREATED_PROPERTY, "CREATED");
+    if (!m_item.rules.empty()) Unkept("rules of journal entries");
+}
+
+// A task hangs below its first parent, and a relation without a type is one to a parent; all others become links.
+void Taker::TakeRelations() {
+    constexpr std::size_t kMostLinks = 100;
     ForEach(m_component, ICAL_RELATEDTO_PROPERTY, [&](icalproperty* p) {
         icalparameter* type = icalproperty_get_first_parameter(p, ICAL_RELTYPE_PARAMETER);
         const bool isParent = !type || icalparameter_get_reltype(type) == ICAL_RELTYPE_PARENT;
         const char* uid = icalproperty_get_relatedto(p);
-        if (!isParent || !uid || !m_item.parentUid.empty()) return Unkept("relations to other items");
-        m_item.parentUid = uid;
+        if (!uid) return;
+        if (isParent && (m_item.isTodo || m_item.isJournal) && m_item.parentUid.empty())
+            m_item.parentUid = uid;
+        else if (!m_item.isJournal && m_item.relatedUids.size() < kMostLinks)
+            m_item.relatedUids.emplace_back(uid);
+        else
+            Unkept("relations to other items");
     });
-    if (!m_item.isJournal) return;
-    m_item.createdAt = TakeWhen(ICAL_CREATED_PROPERTY, "CREATED");
-    if (!m_item.rules.empty()) Unkept("rules of journal entries");
 }
 
 // What the reader of the format threw away. A date or a rule that is lost makes another event of it: then it isn't taken.
@@ -347,7 +356,7 @@ std::string Taker::TakeUnread() {
 }
 
 // Properties that are taken, say the same as others, or only where the item comes from: not missed.
-bool IsTakenOrSpare(icalproperty* property, const IcsItem& item) {
+bool IsTakenOrSpare(icalproperty* property, bool isTodo) {
     constexpr icalproperty_kind kBoth[] = {
         ICAL_UID_PROPERTY,         ICAL_SUMMARY_PROPERTY,      ICAL_LOCATION_PROPERTY,
         ICAL_DESCRIPTION_PROPERTY, ICAL_URL_PROPERTY,          ICAL_SEQUENCE_PROPERTY,
@@ -355,19 +364,19 @@ bool IsTakenOrSpare(icalproperty* property, const IcsItem& item) {
         ICAL_RRULE_PROPERTY,       ICAL_RECURRENCEID_PROPERTY, ICAL_STATUS_PROPERTY,
         ICAL_CLASS_PROPERTY,       ICAL_TRANSP_PROPERTY,       ICAL_ORGANIZER_PROPERTY,
         ICAL_ATTENDEE_PROPERTY,    ICAL_XLICERROR_PROPERTY,    ICAL_DTSTAMP_PROPERTY,
-        ICAL_CREATED_PROPERTY,     ICAL_LASTMODIFIED_PROPERTY, ICAL_REQUESTSTATUS_PROPERTY};
+        ICAL_CREATED_PROPERTY,     ICAL_LASTMODIFIED_PROPERTY, ICAL_REQUESTSTATUS_PROPERTY,
+        ICAL_RELATEDTO_PROPERTY};
     constexpr icalproperty_kind kEvent[] = {ICAL_DTEND_PROPERTY, ICAL_EXDATE_PROPERTY, ICAL_RDATE_PROPERTY};
     constexpr icalproperty_kind kTodo[] = {ICAL_DUE_PROPERTY, ICAL_COMPLETED_PROPERTY, ICAL_PRIORITY_PROPERTY,
                                            ICAL_PERCENTCOMPLETE_PROPERTY};
     const auto kind = icalproperty_isa(property);
-    if (kind == ICAL_RELATEDTO_PROPERTY) return item.isTodo || item.isJournal; // told of there
     const auto isKind = [&](icalproperty_kind one) { return one == kind; };
     if (kind == ICAL_X_PROPERTY) {
         const char* name = icalproperty_get_x_name(property);
         return name && !strcmp(name, "X-MICROSOFT-CDO-BUSYSTATUS");
     }
     return std::ranges::any_of(kBoth, isKind) ||
-           (item.isTodo ? std::ranges::any_of(kTodo, isKind) : std::ranges::any_of(kEvent, isKind));
+           (isTodo ? std::ranges::any_of(kTodo, isKind) : std::ranges::any_of(kEvent, isKind));
 }
 
 // Properties that have no place in the store.
@@ -382,10 +391,9 @@ void Taker::TakeOthers() {
                   {ICAL_GEO_PROPERTY, "positions on earth"},
                   {ICAL_PRIORITY_PROPERTY, "priorities of events"},
                   {ICAL_RESOURCES_PROPERTY, "resources"},
-                  {ICAL_RELATEDTO_PROPERTY, "relations to other items"},
                   {ICAL_X_PROPERTY, "values private to other programs (X-...)"}};
     ForEach(m_component, ICAL_ANY_PROPERTY, [&](icalproperty* p) {
-        if (IsTakenOrSpare(p, m_item)) return;
+        if (IsTakenOrSpare(p, m_item.isTodo)) return;
         const auto words =
             std::ranges::find(kWords, icalproperty_isa(p), [](const auto& one) { return one.kind; });
         Unkept(words != std::end(kWords) ? words->words : icalproperty_get_property_name(p));
@@ -405,7 +413,8 @@ std::string Taker::Take() {
     TakePeople();
     TakeStatus();
     if (m_item.isTodo) TakeTodo();
-    if (m_item.isTodo || m_item.isJournal) TakeParent();
+    if (m_item.isJournal) TakeJournal();
+    TakeRelations();
     TakeOthers();
     return {};
 }

@@ -1,7 +1,8 @@
-// Journal entries of an iCalendar file.
+// What an iCalendar file says beside its items: journal entries, and which items belong together.
 #include "NorvoTools/CeDb.h"
 #include "Platform/clock.h"
 #include "QNWorkerClass/journalstore.h"
+#include "QNWorkerClass/linkstore.h"
 #include "apps/qn/icssave.h"
 
 namespace qn {
@@ -24,10 +25,17 @@ std::unordered_map<std::u16string, CEOID> KnownEntries() {
     return known;
 }
 
+LinkKind KindOf(CEOID oid) {
+    const CEOID bits = oid & kOidKindMask;
+    return bits == kOidContact ? LinkKind::kContact
+           : bits == kOidTask  ? LinkKind::kTask
+                               : LinkKind::kAppointment;
+}
+
 } // namespace
 
 // Any item; a series that was split is its first date.
-CEOID IcsSaver::FindOwner(const std::string& uid) {
+CEOID IcsSaver::FindAny(const std::string& uid) {
     if (uid.empty()) return 0;
     for (const int folder : {olFolderTasks, olFolderCalendar, olFolderContacts})
         if (const CEOID oid = Find(folder, m_store.UidProperty(true), uid)) return oid;
@@ -49,7 +57,7 @@ void IcsSaver::SaveEntry(const IcsItem& item, CEOID known) {
     entry.m_strCategories = TextOf(Categories(item));
     entry.m_strExtra = TextOf(kUidMark + item.uid);
     entry.m_note = NoteBytes(item.note);
-    entry.m_oidOwner = FindOwner(item.parentUid);
+    entry.m_oidOwner = FindAny(item.parentUid);
     if (!entry.m_oidOwner && !item.parentUid.empty()) Remark("owners of journal entries that are not there");
     if (!CJournal::WriteEntry(&entry, false)) return Complain(item.line, "the journal can't be written");
     ++(known ? m_tally.updatedEntries : m_tally.newEntries);
@@ -63,6 +71,25 @@ void IcsSaver::SaveJournal() {
     for (const IcsItem* item : m_entries) {
         const auto found = known.find(Utf16(kUidMark + item->uid));
         SaveEntry(*item, found == known.end() ? 0 : found->second);
+    }
+}
+
+void IcsSaver::Link(CEOID item, CEOID other) {
+    const bool linked = CLinks::Create(item, other, nullptr, KindOf(other), 1, nullptr) &&
+                        CLinks::Create(other, item, nullptr, KindOf(item), 1, nullptr);
+    if (!linked) Remark("links that can't be written");
+}
+
+void IcsSaver::SaveLinks() {
+    for (const IcsItem* item : m_related) {
+        const CEOID oid = FindAny(item->uid);
+        for (const std::string& uid : item->relatedUids) {
+            const CEOID other = FindAny(uid);
+            if (oid && other && oid != other)
+                Link(oid, other);
+            else
+                Remark("relations to items that are not there");
+        }
     }
 }
 

@@ -54,6 +54,7 @@ void IcsSaver::Save(const IcsGroup& group) {
             KeepEntry(group);
         else
             SaveAppointment(group);
+        if (group.master && !group.master->relatedUids.empty()) m_related.push_back(group.master);
     } catch (const SaveFailed& failed) {
         Complain(first.line, WhyNotSaved(failed));
     }

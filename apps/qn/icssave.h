@@ -52,6 +52,7 @@ public:
     // Behind all of them, for a parent may stand later in the file than its children.
     void SaveParents();
     void SaveJournal();
+    void SaveLinks();
     const ImportTally& Tally() const { return m_tally; }
     LONG HorizonDay() const { return m_horizonDay; }
 
@@ -140,7 +141,8 @@ private:
     // Journal (icsjournal.cpp)
     void KeepEntry(const IcsGroup& group);
     void SaveEntry(const IcsItem& item, CEOID known);
-    CEOID FindOwner(const std::string& uid);
+    CEOID FindAny(const std::string& uid);
+    void Link(CEOID item, CEOID other);
 
     Target Open(const Identity& identity);
     CEOID Find(LONG folder, DWORD property, const std::string& text);
@@ -164,6 +166,7 @@ private:
     CategoryNames m_categories;
     std::vector<Place> m_places;           // of the tasks of this file
     std::vector<const IcsItem*> m_entries; // of its journal
+    std::vector<const IcsItem*> m_related; // items that are related to others
     DWORD m_parentProperty = 0;
     ImportTally m_tally;
     std::vector<Complaint> m_complaints;

@@ -470,8 +470,7 @@ std::vector<CEPROPID> VcardFields() {
     for (const VcardAddress& address : kAddresses)
         for (unsigned part = 0; part < 5; ++part) fields.push_back(AddressPart(address.street, part));
     std::ranges::sort(fields);
-    const auto [first, last] = std::ranges::unique(fields);
-    fields.erase(first, last);
+    fields.erase(std::unique(fields.begin(), fields.end()), fields.end());
     return fields;
 }
 

@@ -16,6 +16,12 @@ constexpr int kYes = 6;
 class JournalStore : public StoreTest {};
 class LinkStore : public StoreTest {};
 
+std::string ShowAll(const Read& read) {
+    std::string text;
+    for (WORD i = 0; i < read.Count(); ++i) text += (i ? " " : "") + Show(read[i]);
+    return text;
+}
+
 SYSTEMTIME Day(WORD day) { return {2026, 11, 0, day, 14, 30, 0, 0}; }
 
 // A store is made once a process, so all of it is one story: an old journal, its move, then entries of today.
@@ -90,9 +96,10 @@ TEST_F(LinkStore, AnOlderOneGetsTheTextItLacks) {
     CEPROPSPEC props[6]{};
     const CEPROPID ids[] = {0x00000003, 0x00010003, 0x00020003, 0x0003001F, 0x00040003, 0x00050003};
     for (int i = 0; i < 6; ++i) props[i] = {2, ids[i], 0, nullptr, 0};
-    SORTORDERSPECEX order = Order({{0x00010003, 0}});
+    const SORTORDERSPECEX orders[] = {Order({{0x00010003, 0}}), Order({{0x00000003, 0}}),
+                                      Order({{0x00020003, 0}})};
     CeDb db;
-    ASSERT_TRUE(db.Create(u"QuillonaryLinks", 0, 1, &order, 6, props));
+    ASSERT_TRUE(db.Create(u"QuillonaryLinks", 0, 3, orders, 6, props));
     EXPECT_TRUE(CLinks::CheckAndCreateDB());
     ASSERT_TRUE(db.Open(u"QuillonaryLinks", 0x00010003));
     CEPROPSPEC found[16]{};
@@ -100,6 +107,27 @@ TEST_F(LinkStore, AnOlderOneGetsTheTextItLacks) {
     ASSERT_TRUE(CeGetDatabaseProps(db.m_hDb, &count, nullptr, found));
     ASSERT_EQ(count, 7);
     EXPECT_EQ(found[6].propid, 0x0006001Fu);
+
+    const CEOID task = 0xC0000001, visit = 0x40000002;
+    const auto links = [&] { return db.GetNumRecords(); };
+    EXPECT_FALSE(CLinks::Create(5, 5, nullptr, LinkKind::kTask, 1, nullptr));
+    EXPECT_FALSE(CLinks::Create(0, visit, nullptr, LinkKind::kAppointment, 1, nullptr));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(CLinks::Create(task, visit, u"no file", LinkKind::kAppointment, 1, u"shown"));
+        EXPECT_TRUE(CLinks::Create(visit, task, nullptr, LinkKind::kTask, 1, nullptr));
+    }
+    EXPECT_EQ(links(), 2u) << "not doubled";
+    for (int i = 0; i < 2; ++i) EXPECT_TRUE(CLinks::Create(task, 0, u"\\a.txt", LinkKind::kFile, 1, nullptr));
+    EXPECT_EQ(links(), 4u) << "files are not looked for";
+    EXPECT_TRUE(CLinks::Create(task, 9, u"Inbox", LinkKind::kMail, 1, nullptr));
+    EXPECT_TRUE(CLinks::Create(task, 9, u"Inbox", LinkKind::kMail, 0, nullptr));
+    EXPECT_TRUE(CLinks::Create(task, 9, u"Outbox", LinkKind::kMail, 1, nullptr));
+    EXPECT_EQ(links(), 6u);
+    std::string rows;
+    for (CEOID at = First(db.m_hDb); at; at = Next(db.m_hDb))
+        rows += ShowAll(Read(db.m_hDb, {0x00000003, 0x00040003, 0x0003001F, 0x0006001F})) + "\n";
+    EXPECT_EQ(rows,
+              "1 3 - 'shown'\n3 8 '\\a.txt' -\n4 8 '\\a.txt' -\n5 15 'Inbox' -\n6 15 'Outbox' -\n2 4 - -\n");
 }
 
 } // namespace

@@ -210,8 +210,12 @@ TEST_F(QnImport, DatesBesideTheRule) {
 
 TEST_F(QnImport, TheSameFileAgainChangesNothing) {
     const std::string source = std::string(QN_SOURCE_DIR) + "/samples/";
-    const std::vector<std::string> import{"import", source + "work.ics", source + "family.ics",
-                                          source + "travel.ics"};
+    const std::vector<std::string> import{"import",
+                                          source + "work.ics",
+                                          source + "family.ics",
+                                          source + "travel.ics",
+                                          source + "tasks.ics",
+                                          source + "contacts.vcf"};
     Qn(import);
     // Two without a UID, and one that is split.
     const std::string own =
