@@ -56,27 +56,21 @@ TEST_F(ContactsTest, QuickFindGoesByTheNameThatOrders) {
     AddContact(u"Bob", u"Cook").Save();
     AddContact(u"Björn", u"Al").Save();
     AddContact(u"", u"Bo").Save();
-    const struct {
-        LONG format;
-        const WCHAR* text;
-        int mode;
-        const char* expected;
-    } kCases[] = {
-        {kDisplayFirstLast, u"b", kFindQuick, "Björn Al | Bob Cook"},
-        {kDisplayFirstLast, u"BJO", kFindQuick, "Björn Al"}, // neither case nor accents
-        {kDisplayFirstLast, u"b", kFindFirstLetter, "Björn Al | Bob Cook"},
-        {kDisplayLastFirst, u"b", kFindQuick, "Bo | Byron, Ada"},
-        {kDisplayFileAs, u"by", kFindQuick, "Byron, Ada"},
-        {kDisplayLastFirst, u"alma", kFindQuick, "Al, Björn"}, // the shorter of the two decides
-        {kDisplayFirstLast, u"x", kFindQuick, ""},
-        {kDisplayFirstLast, u"", kFindQuick, "Ada Byron | Björn Al | Bo | Bob Cook"},
-    };
     CContactsThread thread;
-    for (const auto& row : kCases) {
-        Format(row.format);
-        EXPECT_EQ(row.expected, Find(thread, row.text, false, row.mode)) << Narrow(row.text);
-        EXPECT_EQ(*row.text != 0, thread.IsCompareString());
-    }
+    const auto found = [&](LONG format, const WCHAR* text, int mode = kFindQuick) {
+        Format(format);
+        return Find(thread, text, false, mode);
+    };
+    EXPECT_EQ("Björn Al | Bob Cook", found(kDisplayFirstLast, u"b"));
+    EXPECT_TRUE(thread.IsCompareString());
+    EXPECT_EQ("Björn Al", found(kDisplayFirstLast, u"BJO")); // neither case nor accents
+    EXPECT_EQ("Björn Al | Bob Cook", found(kDisplayFirstLast, u"b", kFindFirstLetter));
+    EXPECT_EQ("Bo | Byron, Ada", found(kDisplayLastFirst, u"b"));
+    EXPECT_EQ("Byron, Ada", found(kDisplayFileAs, u"by"));
+    EXPECT_EQ("Al, Björn", found(kDisplayLastFirst, u"alma")); // the shorter of the two decides
+    EXPECT_EQ("", found(kDisplayFirstLast, u"x"));
+    EXPECT_EQ("Ada Byron | Björn Al | Bo | Bob Cook", found(kDisplayFirstLast, u""));
+    EXPECT_FALSE(thread.IsCompareString());
 }
 
 TEST_F(ContactsTest, WordsAndKeysFindAnyField) {
@@ -276,18 +270,14 @@ TEST_F(RecentContacts, FileHoldsFiftyLatestFirst) {
 TEST_F(RecentContacts, DamagedFileBeginsAnew) {
     MarkRecentContact(0x80000001);
     const std::vector<BYTE> good = Bytes();
-    const struct {
-        std::size_t offset;
-        BYTE value;
-    } kDamages[] = {{0, 2}, {5, 'X'}, {1, 200}, {31, 3}, {31, 9}, {34, 0x7F}};
     Format(kDisplayRecent);
-    for (const auto& damage : kDamages) {
+    for (const std::size_t offset : {0, 5, 31}) { // version, magic, size of the OID
         std::vector<BYTE> bytes = good;
-        bytes[damage.offset] = damage.value;
+        bytes[offset] = 9;
         WriteListFileBytes(Path().c_str(), bytes);
-        EXPECT_EQ("", Load()) << damage.offset;
+        EXPECT_EQ("", Load()) << offset;
         EXPECT_TRUE(MarkRecentContact(0x80000007));
-        EXPECT_EQ(std::vector<DWORD>{0x80000007}, ReadRecentContacts()) << damage.offset;
+        EXPECT_EQ(std::vector<DWORD>{0x80000007}, ReadRecentContacts()) << offset;
     }
 }
 
@@ -350,16 +340,15 @@ TEST_F(ContactsTest, CallsOfTheTelephone) {
     EXPECT_FALSE(g_logOpen);
     EXPECT_EQ("030 1 h", Narrow(thread.GetList().Get(1)->m_szExtraLine));
     EXPECT_EQ("030 1", Narrow(thread.GetList().Get(1)->m_szIcon));
-    const struct {
-        const WCHAR* text;
-        bool full;
-        int found;
-    } kFinds[] = {{u"bob", false, 1}, {u"bo", false, 0},    {u"bo", true, 1},
-                  {u"030", true, 2},  {u"030 2", false, 1}, {u"W", false, 1}};
-    for (const auto& find : kFinds) {
-        Find(thread, find.text, find.full);
-        EXPECT_EQ(find.found, thread.GetActiveDataCount()) << Narrow(find.text);
-    }
+    const auto found = [&](const WCHAR* text, bool full) {
+        return Find(thread, text, full), thread.GetActiveDataCount();
+    };
+    EXPECT_EQ(1, found(u"bob", false));
+    EXPECT_EQ(0, found(u"bo", false));
+    EXPECT_EQ(1, found(u"bo", true));
+    EXPECT_EQ(2, found(u"030", true));
+    EXPECT_EQ(1, found(u"030 2", false));
+    EXPECT_EQ(1, found(u"W", false));
 }
 
 // --- Rows ---------------------------------------------------------------------------------------------------------
@@ -475,24 +464,19 @@ TEST_F(ContactsTest, LooksUpByTheBeginningOfNames) {
     Format(kDisplayFirstLast);
     CContactsThread thread;
     Load(thread);
-    const struct {
-        const WCHAR* text;
-        ContactsDisplay format;
-        bool prefixOnly;
-        int start, expected;
-    } kCases[] = {
-        {u"b", kDisplayFirstLast, true, 1, 2},  {u"b", kDisplayLastFirst, true, 1, 1},
-        {u"c", kDisplayFileAs, true, 1, 2},     {u"b", kDisplayFirstLast, false, 1, 1},
-        {u"b", kDisplayLookUp, true, 1, 2},     {u"a", kDisplayFirstLast, true, 2, 0},
-        {u"x", kDisplayFirstLast, false, 1, 0}, {u"co", kDisplayByKey7, false, 1, 2},
+    const auto at = [&](const WCHAR* text, ContactsDisplay format, bool prefixOnly = true, int start = 1) {
+        return thread.FindCatCacheItem(text, static_cast<int>(wcslen(text)), format, prefixOnly, start);
     };
-    for (const auto& row : kCases)
-        EXPECT_EQ(row.expected, thread.FindCatCacheItem(row.text, static_cast<int>(wcslen(row.text)),
-                                                        row.format, row.prefixOnly, row.start))
-            << Narrow(row.text) << row.format;
+    EXPECT_EQ(2, at(u"b", kDisplayFirstLast));
+    EXPECT_EQ(1, at(u"b", kDisplayLastFirst));
+    EXPECT_EQ(2, at(u"c", kDisplayFileAs));
+    EXPECT_EQ(2, at(u"b", kDisplayLookUp));
+    EXPECT_EQ(1, at(u"b", kDisplayFirstLast, false));
+    EXPECT_EQ(0, at(u"a", kDisplayFirstLast, true, 2));
+    EXPECT_EQ(0, at(u"x", kDisplayFirstLast, false));
     Format(kDisplayByCompany);
-    Load(thread);                                                                 // by company: Bob, Ada
-    EXPECT_EQ(2, thread.FindCatCacheItem(u"zi", 2, kDisplayFirstLast, false, 1)); // another format has it
+    Load(thread);                                      // by company: Bob, Ada
+    EXPECT_EQ(2, at(u"zi", kDisplayFirstLast, false)); // another format has it
 }
 
 TEST_F(ContactsTest, OrderOfTheList) {
