@@ -12,6 +12,7 @@ int ImportCommand(const Words& words);
 int AgendaCommand(const Words& words);
 int TasksCommand(const Words& words);
 int ContactsCommand(const Words& words);
+int NotesCommand(const Words& words);
 int ListCommand(const Words& words);
 int ShowCommand(const Words& words);
 int DeleteCommand(const Words& words);

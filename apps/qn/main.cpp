@@ -102,6 +102,15 @@ constexpr Command kCommands[] = {
      "  --find    names that begin so; with --full all words anywhere in what is known of a contact\n"
      "  --keypad  each digit stands for its letters: 0 ABC, 1 DEF, 2 GHI ... 7 WXYZ, # or 8 for the digits\n"
      "  --closed  the headers of groups alone\n"},
+    {"notes", &qn::NotesCommand,
+     "qn notes [--sort KEY] [--ascending | --descending] [--find TEXT [--contents]] [--open] [--hidden] "
+     "[--json]\n"
+     "  Prints the notes of the documents folder and of storage cards as the note view shows them.\n"
+     "  --sort      subject, alarm, created, modified, size, category\n"
+     "  --find      notes with the text in their names, with --contents also in what they say; in closed "
+     "folders too\n"
+     "  --open      closed folders too\n"
+     "  --hidden    hidden folders too\n"},
     {"list", &qn::ListCommand,
      "qn list [appointments|tasks|contacts] [--json]\n"
      "  Lists what is stored, one line an item, with the number that `qn show` takes.\n"},
@@ -150,6 +159,7 @@ void PrintHelp() {
               "  agenda    the day list\n"
               "  tasks     the task list, in groups or as a tree\n"
               "  contacts  the contact list, by name or in groups\n"
+              "  notes     the notes, in their folders\n"
               "  list      what is stored\n"
               "  show      one item\n"
               "  delete    take items out\n"

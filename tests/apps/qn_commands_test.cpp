@@ -48,8 +48,8 @@ TEST_F(QnCommands, WrongUsage) {
 
 TEST_F(QnCommands, HelpAndVersion) {
     EXPECT_EQ(Qn({"--help"}).code, 0);
-    for (const char* command : {"import", "agenda", "tasks", "contacts", "list", "show", "delete", "get",
-                                "set", "export", "mark-up", "page"}) {
+    for (const char* command : {"import", "agenda", "tasks", "contacts", "notes", "list", "show", "delete",
+                                "get", "set", "export", "mark-up", "page"}) {
         EXPECT_TRUE(Qn({"--help"}).Says(command));
         const Ran ran = Qn({command, "--help"});
         EXPECT_EQ(ran.code, 0);

@@ -73,4 +73,21 @@ TEST_F(QnLists, ContactsByFormatAndFind) {
     EXPECT_EQ(2, Qn({"contacts", "--keypad", "2a"}).code);
 }
 
+TEST_F(QnLists, NotesInTheirFolders) {
+    std::filesystem::create_directories(m_device + "/My Documents/Garden");
+    Write("device/My Documents/plan.txt", "Roses are red");
+    Write("device/My Documents/Garden/beds.txt", "ROSE beds");
+    Write("device/My Documents/Garden/picture.png", "no note");
+    ASSERT_EQ(0, Qn({"notes"}).code);
+    const Ran open = Qn({"notes", "--open", "--ascending"});
+    EXPECT_TRUE(open.Says("My Documents/\n")) << open.out;
+    EXPECT_TRUE(open.Says("  Garden/\n    beds.txt  (1 KB, ")) << open.out;
+    EXPECT_TRUE(open.Says("\n  plan.txt  (1 KB, ")) << open.out;
+    EXPECT_FALSE(open.Says("picture"));
+    EXPECT_FALSE(Qn({"notes", "--find", "rose"}).Says(".txt"));
+    const Ran found = Qn({"notes", "--find", "rose", "--contents"});
+    EXPECT_TRUE(found.Says("beds.txt") && found.Says("plan.txt")) << found.out;
+    EXPECT_EQ(2, Qn({"notes", "--contents"}).code);
+}
+
 } // namespace
