@@ -131,7 +131,9 @@ void PrintText(const DATATASKS& row) {
         text += row.m_bCompleted ? "[x] " : "[ ] ";
         const std::string priority = TextOf(row.m_szPriorityLetter) + TextOf(row.m_szPriorityNumber);
         if (!priority.empty()) text += Printable(priority) + " ";
-        text += Printable(TextOf(row.m_szSubject)) + Facts(row);
+        text += Printable(TextOf(row.m_szSubject));
+        if (row.IsParentNode() && !row.m_bExpanded) text += " ...";
+        text += Facts(row);
         if (row.m_szCategories && *row.m_szCategories)
             text += "  [" + Printable(Utf8(row.m_szCategories)) + "]";
     }
