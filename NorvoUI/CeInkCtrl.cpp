@@ -152,7 +152,7 @@ bool CeInkCtrl::InsertText(const WCHAR* text) {
     ink.spans[0].format = m_format;
     const std::size_t end = m_begin + ink.text.size();
     m_undo.push_back({m_begin, end, m_document.Replace(m_begin, m_end, ink)});
-    if (m_undo.size() > kMostSteps) m_undo.pop_front();
+    if (m_undo.size() > kMostSteps) m_undo.erase(m_undo.begin());
     m_begin = m_end = m_insertEnd = end;
     return true;
 }

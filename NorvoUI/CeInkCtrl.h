@@ -9,7 +9,7 @@
 
 #include "NorvoUI/inkdocument.h"
 
-#include <deque>
+#include <vector>
 
 // What the selection looks like. At an empty selection: what is inserted next.
 struct INKPROPERTIES {
@@ -81,8 +81,8 @@ private:
     void SelectFormat();
 
     InkDocument m_document;
-    std::deque<Step> m_undo; // the last one behind
-    std::size_t m_begin = 0; // of the selection
+    std::vector<Step> m_undo; // the last one behind
+    std::size_t m_begin = 0;  // of the selection
     std::size_t m_end = 0;
     std::size_t m_insertEnd = 0; // of the last insertion
     InkFormat m_format;          // of what is inserted next
