@@ -42,11 +42,14 @@ std::vector<CEPROPID> CContactsThread::LineIds() const {
 }
 
 void CContactsThread::FillContactInfo(DATACONTACTS* row) {
-    const DataHold hold(*this);
-    if (!row || row->m_oid == 0 || !hold.IsHeld()) return;
-    OpenContacts();
-    if (!m_pLineReader) m_pLineReader = std::make_unique<ContactReader>(LineIds());
-    FillRow(*row, *m_pLineReader);
+    if (!row || row->m_oid == 0) return;
+    m_bDrawing = true;
+    if (!m_bRunGoing) {
+        OpenContacts();
+        if (!m_pLineReader) m_pLineReader = std::make_unique<ContactReader>(LineIds());
+        FillRow(*row, *m_pLineReader);
+    }
+    m_bDrawing = false;
 }
 
 // With one phase all rows are ready when the list is.

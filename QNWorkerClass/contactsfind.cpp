@@ -121,6 +121,7 @@ int CContactsThread::FindCatCacheItem(DWORD oid, int start) {
 int CContactsThread::FindCatCacheItem(const WCHAR* text, int len, ContactsDisplay format, bool bPrefixOnly,
                                       int start) {
     const CeSectionLock lock(m_csData);
+    if (!text || len <= 0) return m_listCatCache.GetBase() - 1;
     const auto find = [&](LONG by) {
         for (int i = std::max(start, m_listCatCache.GetBase()); i <= m_listCatCache.GetLast(); ++i)
             if (Finds(*m_listCatCache.Get(i), text, len, by, bPrefixOnly)) return i;

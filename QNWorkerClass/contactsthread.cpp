@@ -111,13 +111,19 @@ void CContactsThread::PostKill() {
     if (!m_bCacheLoaded) DropCache();
     m_prepared = {};
     m_lActiveDataCount = m_listContacts.GetCount();
+    m_bRunGoing = false;
     if (m_hClientWnd) PostMessageW(m_hClientWnd, kMsgThreadFinished, 0, 0);
 }
 
 void CContactsThread::LoadContacts(CeManualEvent* stop) {
     {
         const DataHold hold(*this);
-        if (!hold.IsHeld() || !Load(stop)) return;
+        if (!hold.IsHeld()) return;
+        m_bRunGoing = true;
+        while (m_bDrawing) Sleep(0);
+        const bool finished = Load(stop);
+        m_bRunGoing = false;
+        if (!finished) return;
     }
     SendCount(1);
 }

@@ -68,7 +68,7 @@ public:
     LONG GetActiveDataCount() override { return m_lActiveDataCount; }
     void ClearData();
     void SortDataList(bool bSimple);
-    // Reads what the row shows besides its name. Nothing happens while a run is going: the row stays unfilled.
+    // Reads what a row of this object shows besides its name. Nothing happens while a run is going: the row stays unfilled.
     void FillContactInfo(DATACONTACTS* row);
     WORD SetPropIds(CEPROPID* ids) const; // what that reads, at most 23; gives how many
 
@@ -197,6 +197,10 @@ private:
     std::atomic<LONG> m_lTotalNumRecords{0};
     std::atomic<bool> m_bCacheLoaded{false};
     std::atomic<bool> m_bRefilter{true};
+    // A run waits for the row that is being drawn, and nothing is drawn while it goes. The lock of the load is not used for
+    // that: a run that finds it taken would be lost.
+    std::atomic<bool> m_bRunGoing{false};
+    std::atomic<bool> m_bDrawing{false};
     bool m_bSimStore = false; // the store orders by file-as name and SIM mark
     bool m_bLinksTried = false;
 

@@ -77,6 +77,21 @@ TEST_F(ThreadsContacts, StartsStopsAndEditsFollowEachOther) {
     EXPECT_EQ(200, thread.GetActiveDataCount());
 }
 
+// Drawing a row at the time when a run begins neither disturbs it nor makes it give up.
+TEST_F(ThreadsContacts, DrawingLosesNoRun) {
+    AddMany(100);
+    CContactsThread thread;
+    Load(thread);
+    DATACONTACTS* row = thread.GetCatCacheItem(1);
+    for (int round = 0; round < 30; ++round) {
+        thread.SetCompareString(round % 2 ? u"a" : nullptr, false, kFindQuick);
+        thread.Start();
+        for (int i = 0; i < 20; ++i) thread.FillContactInfo(row);
+        thread.WaitForComplete();
+        ASSERT_EQ(round % 2 ? 4 : 100, thread.GetActiveDataCount());
+    }
+}
+
 // A terminated run leaves neither its lock nor half a cache.
 TEST_F(ThreadsContacts, ATerminatedRunIsPutRight) {
     AddMany(300);
