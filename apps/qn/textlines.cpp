@@ -15,8 +15,8 @@ bool TextLines::Next(std::string& line) {
     int c = m_in.sbumpc();
     if (c == kEnd) return false;
     for (; c != kEnd && c != '\n'; c = m_in.sbumpc()) {
-        ++m_bytes;
         if (c == '\r' && EndsHere()) break;
+        ++m_bytes;
         if (line.size() >= m_longest) continue;
         if (c) // a zero would end the text for all who read it
             line += static_cast<char>(c);

@@ -15,16 +15,6 @@ constexpr std::size_t kLongestText = 1000;
 constexpr int kFirstYear = 1602;
 constexpr int kLastYear = 4499;
 
-constexpr VcardText kTexts[] = {
-    {"NICKNAME", PIMPR_NICKNAME},     {"TITLE", PIMPR_JOB_TITLE},
-    {"URL", PIMPR_WEBPAGE},           {"X-MANAGER", PIMPR_MANAGER},
-    {"X-OFFICE", PIMPR_OFFICE},       {"X-ASSISTANT", PIMPR_ASSISTANT},
-    {"X-SPOUSE", PIMPR_SPOUSE},       {"X-CHILDREN", PIMPR_CHILDREN},
-    {"X-RINGTONE", PIMPR_RINGTONE},   {"X-CUSTOMERID", PIMPR_CUSTOMER_ID},
-    {"X-ACCOUNTNAME", PIMPR_ACCOUNT}, {"X-GOVERNMENTID", PIMPR_GOVERNMENT_ID},
-    {"X-FILE-AS", PIMPR_FILEAS},
-};
-
 // The same under the names that other programs give.
 constexpr VcardText kOtherNames[] = {
     {"X-EVOLUTION-MANAGER", PIMPR_MANAGER},
@@ -33,33 +23,6 @@ constexpr VcardText kOtherNames[] = {
     {"X-EVOLUTION-FILE-AS", PIMPR_FILEAS},
     {"ROLE", PIMPR_JOB_TITLE},
 };
-
-// In the order of trying; what is more special comes first.
-constexpr VcardPhone kPhones[] = {
-    {PIMPR_BUSINESS_FAX, "WORK,FAX"},
-    {PIMPR_HOME_FAX, "HOME,FAX"},
-    {PIMPR_BUSINESS_FAX, "FAX"},
-    {PIMPR_HOME_FAX, "FAX"},
-    {PIMPR_PAGER, "PAGER"},
-    {PIMPR_CAR_TEL, "CAR"},
-    {PIMPR_RADIO_TEL, "RADIO"},
-    {PIMPR_ASSISTANT_TEL, "ASSISTANT"},
-    {PIMPR_COMPANY_TEL, "COMPANY"},
-    {PIMPR_COMPANY_TEL, "MAIN"},
-    {PIMPR_MOBILE_TEL, "CELL"},
-    {PIMPR_MOBILE_TEL, "IPHONE"},
-    {PIMPR_BUSINESS_TEL, "WORK"},
-    {PIMPR_BUSINESS2_TEL, "WORK"},
-    {PIMPR_HOME_TEL, "HOME"},
-    {PIMPR_HOME2_TEL, "HOME"},
-    {PIMPR_HOME_TEL, ""},
-    {PIMPR_HOME2_TEL, ""},
-    {PIMPR_BUSINESS_TEL, ""},
-    {PIMPR_BUSINESS2_TEL, ""},
-};
-
-constexpr VcardAddress kAddresses[] = {
-    {"HOME", PIMPR_HOME_STREET}, {"WORK", PIMPR_BUSINESS_STREET}, {"OTHER", PIMPR_OTHER_STREET}};
 
 // Messengers that older cards name by a property each.
 constexpr const char* kMessengers[] = {"AIM",   "GADUGADU", "GOOGLE-TALK", "GROUPWISE", "GTALK",
@@ -332,7 +295,7 @@ void Taker::TakePicture(const Property& property) {
 // Each field, the most special first, takes the first number that fits it.
 void Taker::TakePhones() {
     auto phones = Sorted("TEL");
-    for (const VcardPhone& one : kPhones) {
+    for (const VcardPhone& one : VcardPhones()) {
         const auto fits = [&](const Property* phone) {
             return phone->HasType("FAX") == std::string_view(one.types).ends_with("FAX") &&
                    HasTypes(*phone, one.types);
@@ -374,7 +337,7 @@ void Taker::TakeAddress(const Property& property) {
             if (Has(AddressPart(first, part))) return false;
         return true;
     };
-    for (const VcardAddress& one : kAddresses) {
+    for (const VcardAddress& one : VcardAddresses()) {
         const bool isTyped = property.HasType("HOME") || property.HasType("WORK");
         const bool isOther = std::string_view(one.type) == "OTHER";
         if ((isTyped ? !property.HasType(one.type) : !isOther) || !isFree(one.street)) continue;
@@ -419,7 +382,8 @@ void Taker::TakeProperty(const Property& property) {
                                                  label->second.find("ANNIVERSARY") != std::string::npos)))
         return TakeDate(property, m_contact.anniversary);
     if (name == "RELATED") return TakeRelated(property);
-    if (TakeText(property, kTexts) || TakeText(property, kOtherNames) || TakeOldMessenger(property)) return;
+    if (TakeText(property, VcardTexts()) || TakeText(property, kOtherNames) || TakeOldMessenger(property))
+        return;
     if (std::ranges::find(kSpare, name) != std::end(kSpare)) return;
     Unkept(name.starts_with("X-") ? "values private to other programs (X-...)" : name.substr(0, 40));
 }
@@ -455,34 +419,6 @@ std::string Taker::Take() {
 }
 
 } // namespace
-
-std::span<const VcardText> VcardTexts() { return kTexts; }
-std::span<const VcardPhone> VcardPhones() { return kPhones; }
-std::span<const VcardAddress> VcardAddresses() { return kAddresses; }
-
-std::vector<CEPROPID> VcardFields() {
-    std::vector<CEPROPID> fields = {PIMPR_LAST_NAME, PIMPR_FIRST_NAME, PIMPR_MIDDLE_NAME, PIMPR_TITLE,
-                                    PIMPR_SUFFIX,    PIMPR_COMPANY,    PIMPR_DEPARTMENT,  PIMPR_EMAIL1,
-                                    PIMPR_EMAIL2,    PIMPR_EMAIL3,     PIMPR_IM1,         PIMPR_IM2,
-                                    PIMPR_IM3};
-    for (const VcardText& text : kTexts) fields.push_back(text.field);
-    for (const VcardPhone& phone : kPhones) fields.push_back(phone.field);
-    for (const VcardAddress& address : kAddresses)
-        for (unsigned part = 0; part < 5; ++part) fields.push_back(AddressPart(address.street, part));
-    std::ranges::sort(fields);
-    fields.erase(std::unique(fields.begin(), fields.end()), fields.end());
-    return fields;
-}
-
-std::string DefaultFileAs(const std::map<CEPROPID, std::string>& texts) {
-    const auto text = [&](CEPROPID field) {
-        const auto found = texts.find(field);
-        return found == texts.end() ? std::string() : found->second;
-    };
-    std::string name = text(PIMPR_LAST_NAME);
-    Join(name, text(PIMPR_FIRST_NAME), ", ");
-    return name.empty() ? text(PIMPR_COMPANY) : name;
-}
 
 std::string TakeContact(const Vcard& card, Contact& contact, VcardNotices& notices) {
     return Taker(card, contact, notices).Take();

@@ -204,6 +204,7 @@ std::string VcardProperty::Parameter(std::string_view wanted) const {
 }
 
 std::vector<std::string> SplitValue(std::string_view value, char separator, bool isOld) {
+    constexpr std::size_t kMostParts = 1000; // the last one has the rest
     std::vector<std::string> parts(1);
     for (std::size_t i = 0; i < value.size(); ++i) {
         const char next = i + 1 < value.size() ? value[i + 1] : '\0';
@@ -214,7 +215,7 @@ std::vector<std::string> SplitValue(std::string_view value, char separator, bool
         } else if (value[i] == '\\' && !isOld && (next == 'n' || next == 'N')) {
             parts.back() += '\n';
             ++i;
-        } else if (value[i] == separator && separator) {
+        } else if (separator && value[i] == separator && parts.size() < kMostParts) {
             parts.emplace_back();
         } else {
             parts.back() += value[i];

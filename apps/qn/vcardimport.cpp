@@ -74,10 +74,14 @@ void CardSaver::ReadNames() {
 // A card without a UID is the contact of its name, and one with a UID that no contact has is the contact of its name that
 // has none. Two cards of one file are never one contact: people share names.
 CEOID CardSaver::FindByName(const Contact& contact) {
-    const auto [first, last] = m_names.equal_range(Utf16(contact.texts.at(PIMPR_FILEAS)));
-    for (auto at = first; at != last; ++at)
-        if (!m_done.contains(at->second) && (contact.uid.empty() || m_store.OwnUid(at->second).empty()))
-            return at->second;
+    constexpr int kMostNamesakes = 1000; // that are looked at
+    auto [at, last] = m_names.equal_range(Utf16(contact.texts.at(PIMPR_FILEAS)));
+    for (int i = 0; at != last && i < kMostNamesakes; ++i, ++at) {
+        const CEOID oid = at->second;
+        if (m_done.contains(oid) || (!contact.uid.empty() && !m_store.OwnUid(oid).empty())) continue;
+        m_names.erase(at);
+        return oid;
+    }
     return 0;
 }
 
