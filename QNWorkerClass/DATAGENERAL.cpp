@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 void DATAGENERAL::NullData() {
-    for (WCHAR** text : {&m_szText, &m_szCategories, &m_szSubject, &m_szIcon, &m_szImage}) {
+    for (WCHAR** text : {&m_szText, &m_szCategories, &m_szSubject, &m_szIcon, &m_szImage, &m_szLinkedTitle}) {
         std::free(*text);
         *text = nullptr;
     }
@@ -13,6 +13,9 @@ void DATAGENERAL::NullData() {
     m_lSensitivity = 0;
     m_bHasNote = m_bHasLink = m_bFilled = 0;
     m_bFlag = 1;
+    m_oidLinked = 0;
+    m_nLinkedType = 0;
+    m_textKey.clear();
 }
 
 DATAPARENT::DATAPARENT() : m_listChildren(1, 1) {}

@@ -5,6 +5,8 @@
 #include "Platform/types.h"
 #include "QNWorkerClass/dates.h"
 
+#include <string>
+
 struct QN_API DATAGENERAL {
     DATAGENERAL() = default;
     virtual ~DATAGENERAL() { NullData(); }
@@ -29,6 +31,11 @@ struct QN_API DATAGENERAL {
     BYTE m_bHasLink = 0;
     BYTE m_bFilled = 0;
     BYTE m_bFlag = 1;
+    // Of a journal entry: the item that it belongs to, 0 without one; its kind, as in m_nType; its title.
+    DWORD m_oidLinked = 0;
+    LONG m_nLinkedType = 0;
+    WCHAR* m_szLinkedTitle = nullptr; // malloc
+    std::string m_textKey;            // what CompareStringW goes by; empty until a sort needs it
 };
 
 // A result group with its hits.

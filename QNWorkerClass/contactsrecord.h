@@ -56,6 +56,7 @@ public:
     CEPROPID Id(int index) const { return m_ids[static_cast<std::size_t>(index)]; }
     // The current record. False leaves the reason in GetLastError; 122: the record is too large for any list.
     bool Read(CeDb& db) { return m_buffer && db.ReadRec(m_record, m_buffer, m_size, Count(), m_ids.data()); }
+    const CeDbRecord& Record() const { return m_record; }
     std::u16string_view Text(int index) const { return m_record.TextAt(index); }
     DWORD Number(int index) const {
         DWORD value = 0;

@@ -46,6 +46,8 @@ public:
     // bAnywhere; without both the beginning counts. Closed folders are searched too, and stay closed.
     void SetCompareString(const WCHAR* text, bool bAnywhere, bool bContents, bool bWildcard);
     void ClearCompareString();
+    // In place of the setting, for loads without bFull: 0 public notes, 1 private ones, below 0 all.
+    void SetPrivacy(LONG mode) { m_nFilterPrivacy = mode; }
     void SetDateOn(double date);
     double GetOnDate() const { return m_dDateOn; }
     static bool IsValidExtension(const WCHAR* name);
