@@ -152,8 +152,8 @@ public:
         std::size_t room = text.size() * 3 + 16; // enough for most texts
         for (;;) {
             key.resize(before + room);
-            const int needed = Collator()->getSortKey(text.data(), static_cast<int>(text.size()), key.data() + before,
-                                                      static_cast<int>(room));
+            const int needed = Collator()->getSortKey(text.data(), static_cast<int>(text.size()),
+                                                      key.data() + before, static_cast<int>(room));
             const auto size = static_cast<std::size_t>(std::max(needed, 1));
             if (size <= room) return key.resize(before + size - 1);
             room = size;
