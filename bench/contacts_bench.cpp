@@ -6,17 +6,12 @@
 #include "NorvoTools/registryfunctions.h"
 #include "Platform/modules.h"
 #include "Platform/poom.h"
-#include "Platform/testing.h"
 #include "QNWorkerClass/contactsthread.h"
 #include "QNWorkerClass/sidestores.h"
+#include "bench/figures.h"
 
 #include <malloc.h>
-#include <algorithm>
 #include <array>
-#include <cfloat>
-#include <cstdio>
-#include <ctime>
-#include <filesystem>
 #include <fstream>
 #include <random>
 
@@ -29,9 +24,6 @@ constexpr WCHAR kView[] = u"Software\\Norvo\\Quillonary\\CV";
 class Device {
 public:
     Device() {
-        m_folder = (std::filesystem::temp_directory_path() / "qnbench-XXXXXX").string();
-        mkdtemp(m_folder.data());
-        PlatSetDeviceFolder(m_folder);
         m_outlook.GetPOOM2Property(u"QN_IconName", CEVT_LPWSTR, true); // the suite's session makes the stores
         Open(m_contacts, u"Contacts Database");
         Open(m_members, kCategoryAssocDb);
@@ -48,9 +40,6 @@ public:
         g_pOutlook = nullptr;
         m_outlook.Close();
         for (CeDb* db : {&m_contacts, &m_members}) db->UnMountVolume();
-        PlatSetDeviceFolder("");
-        std::error_code ignored;
-        std::filesystem::remove_all(m_folder, ignored);
     }
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
@@ -114,50 +103,23 @@ private:
         if (!CeWriteRecordProps(m_members.m_hDb, 0, 2, values.data())) std::abort();
     }
 
-    std::string m_folder;
+    TemporaryDevice m_device;
     std::mt19937 m_engine{10000};
     COutlook m_outlook;
     CeDb m_contacts, m_members;
 };
 
-template<class Work>
-double LeastMs(int runs, Work work) {
-    double least = DBL_MAX;
-    for (int i = 0; i < runs; ++i) {
-        const std::clock_t start = std::clock();
-        work();
-        least = std::min(least, 1000.0 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
-    }
-    return least;
-}
-
-bool g_bAllWithin = true;
-void PrintFigure(const std::string& what, double value, double limit) {
-    const bool within = value <= limit;
-    std::printf("%-48s %8.2f  (%g or less)%s\n", what.c_str(), value, limit, within ? "" : "  OVER");
-    g_bAllWithin = g_bAllWithin && within;
-}
-
 void SetFormat(LONG format) {
     SetToRegistry(HKEY_CURRENT_USER, kView, u"DisplayFormat", static_cast<DWORD>(format));
-}
-
-// A figure of /proc/self/status, in MiB.
-double StatusMiB(const char* name) {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.starts_with(name)) return std::stod(line.substr(line.find(':') + 1)) / 1024;
-    return 0;
 }
 
 // What a load takes more than there was before, at its highest.
 double PeakOf(CContactsThread& thread, CeManualEvent& stop) {
     malloc_trim(0);
     std::ofstream("/proc/self/clear_refs") << "5"; // the peak begins anew
-    const double before = StatusMiB("VmRSS");
+    const double before = StatusMiB("VmRSS:");
     thread.LoadContacts(&stop);
-    return StatusMiB("VmHWM") - before;
+    return StatusMiB("VmHWM:") - before;
 }
 
 } // namespace

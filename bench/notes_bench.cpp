@@ -3,13 +3,9 @@
 // device gives each file its number then. Ends with 1 when a figure is over its limit.
 #include "NorvoTools/CRegistry.h"
 #include "NorvoTools/registryfunctions.h"
-#include "Platform/testing.h"
 #include "QNWorkerClass/notesthread.h"
+#include "bench/figures.h"
 
-#include <algorithm>
-#include <cfloat>
-#include <cstdio>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -19,9 +15,6 @@ namespace {
 class Device {
 public:
     Device(int folders, int files) {
-        m_folder = (std::filesystem::temp_directory_path() / "qnbench-XXXXXX").string();
-        mkdtemp(m_folder.data());
-        PlatSetDeviceFolder(m_folder);
         CRegistry states(u"%s\\Norvo\\NoteFolderState.txt"), notes(u"%s\\Norvo\\NoteData.txt");
         states.OpenKey(HKEY_CURRENT_USER, kFolderStateKey);
         states.SetValue(u"\\My Documents", kFolderOpen);
@@ -29,58 +22,26 @@ public:
             const std::string name = "Folder " + std::to_string(folder);
             const std::u16string device = u"\\My Documents\\" + std::u16string(name.begin(), name.end());
             states.SetValue(device.c_str(), kFolderOpen);
-            std::filesystem::create_directories(m_folder + "/My Documents/" + name);
+            std::filesystem::create_directories(m_device.Folder() + "/My Documents/" + name);
             for (int file = 0; file < files / folders; ++file) AddNote(notes, name, device, file);
         }
     }
-    ~Device() {
-        CRegistry::INIFileCache.Clear();
-        PlatSetDeviceFolder("");
-        std::error_code ignored;
-        std::filesystem::remove_all(m_folder, ignored);
-    }
+    ~Device() { CRegistry::INIFileCache.Clear(); }
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
 private:
     void AddNote(CRegistry& notes, const std::string& folder, const std::u16string& device, int file) {
         const std::string name = "Note number " + std::to_string(file * 7919 % 10007) + ".txt";
-        std::ofstream(m_folder + "/My Documents/" + folder + "/" + name)
+        std::ofstream(m_device.Folder() + "/My Documents/" + folder + "/" + name)
             << std::string(1000, 'x') << " needle";
         if (file % 2) return;
         notes.OpenKey(HKEY_CURRENT_USER, (device + u"\\" + std::u16string(name.begin(), name.end())).c_str());
         notes.SetValue(u"Category", u"Work");
         notes.SetValue(u"Private", DWORD{0});
     }
-    std::string m_folder;
+    TemporaryDevice m_device;
 };
-
-template<class Work>
-double LeastMs(int runs, Work work) {
-    double least = DBL_MAX;
-    for (int i = 0; i < runs; ++i) {
-        const std::clock_t start = std::clock();
-        work();
-        least = std::min(least, 1000.0 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
-    }
-    return least;
-}
-
-bool g_bAllWithin = true;
-void PrintFigure(const char* what, double value, double limit) {
-    const bool within = value <= limit;
-    std::printf("%-44s %8.2f  (%g or less)%s\n", what, value, limit, within ? "" : "  OVER");
-    g_bAllWithin = g_bAllWithin && within;
-}
-
-double PeakMiB() {
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    double kilobytes = 0;
-    while (status >> word)
-        if (word == "VmHWM:") status >> kilobytes;
-    return kilobytes / 1024;
-}
 
 void Load(CNotesThread& thread, int least) {
     thread.NotesThreadProc(nullptr, true);
@@ -93,9 +54,9 @@ int main() {
     {
         const Device device(200, 2000);
         CNotesThread thread;
-        const double before = PeakMiB();
+        const double before = StatusMiB("VmHWM:");
         const double first = LeastMs(1, [&] { Load(thread, 2200); });
-        PrintFigure("peak memory added by a load, MiB", PeakMiB() - before, 32);
+        PrintFigure("peak memory added by a load, MiB", StatusMiB("VmHWM:") - before, 32);
         PrintFigure("2,000 files in 200 folders, first load, ms", first, 100);
         PrintFigure("  load, ms", LeastMs(9, [&] { Load(thread, 2200); }), 60);
         SetToRegistry(HKEY_CURRENT_USER, u"Software\\Norvo\\Quillonary\\AV", u"dwSort", kNotesBySize);

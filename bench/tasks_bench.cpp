@@ -7,17 +7,12 @@
 #include "Platform/civil.h"
 #include "Platform/modules.h"
 #include "Platform/poom.h"
-#include "Platform/testing.h"
 #include "QNWorkerClass/sidestores.h"
 #include "QNWorkerClass/tasksthread.h"
+#include "bench/figures.h"
 
-#include <algorithm>
 #include <array>
-#include <cfloat>
-#include <cstdio>
 #include <cstring>
-#include <ctime>
-#include <filesystem>
 #include <random>
 
 namespace {
@@ -28,9 +23,6 @@ constexpr WCHAR kAllKey[] = u"Software\\Norvo\\Quillonary\\TV\\42250";
 class Device {
 public:
     explicit Device(int tasks, bool tree) {
-        m_folder = (std::filesystem::temp_directory_path() / "qnbench-XXXXXX").string();
-        mkdtemp(m_folder.data());
-        PlatSetDeviceFolder(m_folder);
         m_percent = m_outlook.GetPOOM2Property(u"QN_TaskPercentStatus", CEVT_UI4, true);
         m_parent = m_outlook.GetPOOM2Property(u"QN_ParentOID", CEVT_R8, true);
         m_context = m_outlook.GetPOOM2Property(u"QN_GTDContext", CEVT_LPWSTR, true);
@@ -56,9 +48,6 @@ public:
                              &CQNDataThread::ms_ContextProperty, &CQNDataThread::ms_StatusProperty})
             *number = 0;
         for (CeDb* db : {&m_tasks, &m_named, &m_members}) db->UnMountVolume();
-        PlatSetDeviceFolder("");
-        std::error_code ignored;
-        std::filesystem::remove_all(m_folder, ignored);
     }
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
@@ -124,30 +113,12 @@ private:
         if (!CeWriteRecordProps(m_members.m_hDb, 0, 2, values.data())) std::abort();
     }
 
-    std::string m_folder;
+    TemporaryDevice m_device;
     std::mt19937 m_engine{5000};
     COutlook m_outlook;
     CeDb m_tasks, m_named, m_members;
     DWORD m_percent = 0, m_parent = 0, m_context = 0;
 };
-
-template<class Work>
-double LeastMs(int runs, Work work) {
-    double least = DBL_MAX;
-    for (int i = 0; i < runs; ++i) {
-        const std::clock_t start = std::clock();
-        work();
-        least = std::min(least, 1000.0 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
-    }
-    return least;
-}
-
-bool g_bAllWithin = true;
-void PrintFigure(const char* what, double value, double limit) {
-    const bool within = value <= limit;
-    std::printf("%-44s %8.2f  (%g or less)%s\n", what, value, limit, within ? "" : "  OVER");
-    g_bAllWithin = g_bAllWithin && within;
-}
 
 struct Times {
     double load, sort;
