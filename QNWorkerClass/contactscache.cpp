@@ -65,6 +65,7 @@ bool CContactsThread::ReadCache(CeManualEvent* stop) {
         if (!row) break;
         m_listCatCache.Add(row);
     }
+    const PlatUnended unended; // a run that was terminated has not read everything, and stays here
     m_lTotalNumRecords = m_listCatCache.GetCount();
     m_bCacheLoaded = !m_listCatCache.IsEmpty();
     return true;
