@@ -260,8 +260,9 @@ std::vector<LONG> CQNDataThread::CategoriesOf(CEOID oid) {
     if (!m_pDbCategoryAssoc || !m_pCategoryBuffer) return ids;
     if (m_pScanned && m_pScanned->bCategories && oid >= m_pScanned->first) {
         const auto item = [](const auto& entry) { return entry.first; };
-        for (const auto& entry : std::ranges::equal_range(m_pScanned->categories, oid, {}, item))
-            ids.push_back(entry.second);
+        auto entry = std::ranges::lower_bound(m_pScanned->categories, oid, {}, item);
+        for (; entry != m_pScanned->categories.end() && entry->first == oid; ++entry)
+            ids.push_back(entry->second);
         return ids;
     }
     const CEPROPVAL key = Key(kPropAssocItem, oid);
