@@ -167,6 +167,7 @@ void CContactsThread::UpdateCatCacheForGroupBy() {
                 row->second->m_szGroupKey = SharedText(FirstText(reader, 0, reader.Count()));
         }
     }
+    const PlatUnended unended; // as above
     m_nKeyFormat = m_nFormat;
 }
 

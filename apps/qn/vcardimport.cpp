@@ -147,6 +147,7 @@ void CardSaver::FillTexts(const Com<IItem>& item, const Contact& contact, const 
     if (match.byUid)
         for (const CEPROPID field : kFields) texts.try_emplace(field);
     std::vector<CEPROPVAL> values;
+    values.reserve(texts.size() + 1);
     for (auto& [field, text] : texts) values.push_back(TextProperty(field, text));
     constexpr unsigned kHighHalf = 16;
     CEPROPVAL number{};
