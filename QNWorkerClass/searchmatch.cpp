@@ -18,8 +18,6 @@ std::u16string PatternOf(std::u16string_view text, bool bAnywhere) {
     return pattern;
 }
 
-// The matcher passes over texts that begin with a point, as if they were hidden files. A blank in front helps when the
-// pattern begins anywhere.
 bool MatchesPattern(const std::u16string& text, const std::u16string& pattern) {
     return wildmat(text.c_str(), pattern.c_str());
 }
@@ -62,7 +60,8 @@ bool SearchPattern::MatchesNote(const BYTE* bytes, DWORD length) const {
     if (text.size() > kLongestNote / sizeof(WCHAR)) text.resize(kLongestNote / sizeof(WCHAR));
     if (m_bAll) return true;
     _wcslwr(text.data());
-    if (m_bPattern) return MatchesPattern(text, m_text);
+    // The matcher passes over what begins with a point, as if it were a hidden file.
+    if (m_bPattern) return MatchesPattern(m_bAnywhere ? u" " + text : text, m_text);
     return m_bAnywhere ? text.find(m_text) != text.npos : text.starts_with(m_text);
 }
 

@@ -6,6 +6,7 @@
 #include "Platform/memory.h"
 #include "Platform/poom.h"
 #include "Platform/strings.h"
+#include "Platform/threads.h"
 #include "Platform/windows.h"
 #include "QNWorkerClass/datesteps.h"
 #include "QNWorkerClass/notesthread.h"
@@ -56,9 +57,20 @@ CSearchThread::CSearchThread(int bParents)
 }
 
 CSearchThread::~CSearchThread() {
-    Stop(false);
+    EndSearch();
     SysFreeString(m_query.bstrText);
     SysFreeString(m_query.bstrSound);
+}
+
+// The search may wait for this thread's answer to its progress: what is sent is answered, what is posted stays.
+void CSearchThread::EndSearch() {
+    m_hStopEvent.Set();
+    MSG message;
+    for (DWORD waited = 0; IsRunning() && waited < m_dwStopTimeout; ++waited) {
+        PeekMessageW(&message, nullptr, kMsgListChanged, kMsgListChanged, PM_NOREMOVE);
+        Sleep(1);
+    }
+    Stop(false);
 }
 
 // --- What to look for ---------------------------------------------------------------------------------------------
@@ -78,7 +90,7 @@ void CSearchThread::SetParams(const _QNSEARCH* query) {
     m_bFrom = IsDay(query->dFrom);
     m_bTo = IsDay(query->dTo);
     m_range.first = m_bFrom ? static_cast<LONG>(query->dFrom) : DayOfMinutes(0);
-    m_range.last = static_cast<LONG>(m_bTo ? query->dTo : kLatestListDate);
+    m_range.last = m_bTo ? static_cast<LONG>(query->dTo) : kNoDay;
 }
 
 void CSearchThread::SetSort(LONG sort, bool bDescending) {
@@ -182,7 +194,11 @@ void CSearchThread::PrepareSearch(CEOID resume) {
     SystemTimeToVariantTime(&now, &today);
     m_nToday = static_cast<LONG>(today);
     m_bGoalsToo = m_query.bTasks != 0;
-    if (!m_query.bNoLinks) InitiateLinksDB();
+    if (!m_query.bNoLinks || m_query.bTasks) InitiateLinksDB(); // the planning stores come with them
+    if (m_query.bNoLinks) {
+        m_pDbLinks.reset();
+        m_pDbJournal.reset();
+    }
 }
 
 void CSearchThread::RemoveRowsOf(CEOID record) {

@@ -150,6 +150,7 @@ private:
     };
 
     // --- The search (searchthread.cpp) ----------------------------------------------------------------------------
+    void EndSearch();
     void Search(CEOID resume);
     void PrepareSearch(CEOID resume);
     void RemoveRowsOf(CEOID record);

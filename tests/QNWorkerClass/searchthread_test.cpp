@@ -73,7 +73,8 @@ protected:
         return static_cast<ULONGLONG>(civil::DaysFromCivil(year, month, day) * civil::kTicksPerDay);
     }
     static double Day(const char* date) {
-        return static_cast<double>(Ticks(date) / civil::kTicksPerDay) - civil::kDaysTo1899;
+        const auto day = static_cast<LONG>(Ticks(date) / civil::kTicksPerDay);
+        return day - static_cast<LONG>(civil::kDaysTo1899);
     }
     // The record's id goes to m_record; gives the item's number.
     DWORD Put(const WCHAR* store, const Values& values) {
@@ -457,6 +458,18 @@ TEST_F(ThreadsSearch, TellsProgressAndStops) {
     EXPECT_NE(m_client.UntilFinished().find("32803"), std::string::npos);
     while (search.IsRunning()) m_client.Pending();
     EXPECT_EQ(12, search.GetActiveDataCount());
+}
+
+// The client is not listening when the object goes.
+TEST_F(ThreadsSearch, EndsWhileItWaitsForAnAnswer) {
+    const auto start = std::chrono::steady_clock::now();
+    {
+        CSearchThread search;
+        Prepare(search);
+        search.Start();
+        while (search.GetActiveDataCount() < 5) std::this_thread::yield();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
 }
 
 } // namespace
