@@ -1,6 +1,7 @@
 #include "QNWorkerClass/notelibrary.h"
 
 #include "Platform/modules.h"
+#include "Platform/threads.h"
 
 #include <mutex>
 
@@ -18,6 +19,7 @@ void Take(Entry& entry, const WCHAR* name) {
 } // namespace
 
 NoteLibraryUse::NoteLibraryUse() : m_entries{} {
+    const PlatUnended unended; // a thread that is ended must not leave with the lock
     const std::lock_guard lock(g_lock);
     if (g_nUsers++ == 0) g_library = LoadLibraryW(u"pwnotesapi.dll");
     Take(m_entries.FindNextDatabase, u"PWN_FindNextDatabase");
@@ -31,6 +33,7 @@ NoteLibraryUse::NoteLibraryUse() : m_entries{} {
 }
 
 NoteLibraryUse::~NoteLibraryUse() {
+    const PlatUnended unended; // a thread that is ended must not leave with the lock
     const std::lock_guard lock(g_lock);
     if (--g_nUsers > 0) return;
     FreeLibrary(g_library);
