@@ -36,6 +36,7 @@ inline constexpr WORD kPictureError = 254; // of message boxes: 32 and 64 pixels
 inline constexpr WORD kPictureQuestion = 255;
 inline constexpr WORD kPictureWarning = 256;
 inline constexpr WORD kPictureInformation = 257;
+inline constexpr WORD kPictureSearch = 258; // on light grounds and on bars
 inline constexpr WORD kPictureNoCategory = 260;
 inline constexpr WORD kPictureVoice = 267;
 inline constexpr WORD kPictureContact = 293;

@@ -1,58 +1,51 @@
-// The calendar as one window: a date line, the page of a day, a week or the agenda below it, and the card of an item,
-// beside the page where there is room, else in its place.
+// The calendar: the page of a day, a week or the agenda, with a date line above it.
 #pragma once
 
-#include "apps/pages/bar.h"
-#include "apps/pages/card.h"
-#include "apps/pages/changes.h"
+#include "Platform/poom.h"
 #include "apps/pages/page.h"
+#include "apps/pages/tabview.h"
 
 #include <array>
+#include <memory>
 
 namespace qn {
 
 enum class PageKind { Day, Week, Agenda };
 inline constexpr int kPageKinds = 3;
 
-class CalendarView : public CeWnd, public PageHost {
+class CalendarView : public TabView, public PageHost {
 public:
     CalendarView();
 
-    // A child, or without a parent a window of its own.
-    bool Open(HWND parent, const RECT& rect);
     // Shows a page; the lines come as soon as they are loaded.
     void GoTo(PageKind kind, LONG day);
     PageKind Kind() const { return m_kind; }
     LONG Day() const { return m_day; }
-    // Names of categories, as CalendarData has them; loads anew.
-    void ShowCategories(std::vector<std::u16string> names);
     CalendarData& Data() { return m_data; }
-    // A key that was pressed; false when it means nothing here.
-    bool Key(WPARAM key);
-    void TakeFocus();
-    // From the page to the date line and back, with more steps through the lists of a page; false behind the last.
-    bool MoveFocus(bool forward);
-    // Cells that the date line has at its end.
-    void SetTools(std::vector<Bar::Cell> tools);
-    // While a window covers the page: what the date line says, and what its arrow does. An empty title ends that.
-    void SetCover(const std::u16string& title, std::function<void()> back);
     // Called when another page or day is shown.
     std::function<void()> moved;
-    // Called when other categories are shown.
-    std::function<void()> filtered;
 
-    // --- What is done with the item that is selected or on the card
-    bool HasItem() const { return Current() != nullptr; }
-    bool IsCardOpen() const { return m_cardOid != 0; }
-    void OpenCurrent();
-    void DeleteCurrent(); // asks before
-    bool CanUndo() const { return static_cast<bool>(m_undo); }
-    void Undo(); // of the last deletion
+    void Begin() override {}
+    void Reload() override { m_data.Reload(); }
+    void Wait(UINT most = 0) override { m_data.Wait(most); }
+    const std::vector<std::u16string>& Categories() const override { return m_data.Categories(); }
+    std::vector<MenuRow> MenuRows() override;
+    bool HasItem() const override { return Current() != nullptr; }
+    void OpenCurrent() override;
+    void DeleteCurrent() override;
 
 private:
-    LRESULT OnSize(WPARAM type, int cx, int cy, bool& handled) override;
-    LRESULT OnEraseBkgnd(HDC hdc, bool& handled) override;
-    LRESULT OnTimer(WPARAM id, bool& handled) override;
+    // --- TabView
+    bool OpenBody(const RECT& inside) override;
+    void PlaceBody(const RECT& place) override;
+    void ShowBody(bool show) override;
+    void FocusBody() override { Page().TakeFocus(); }
+    std::vector<HWND> BodyStops() const override { return Page().Lists(); }
+    std::vector<Bar::Cell> TitleCells() override;
+    bool BodyKey(WPARAM key) override;
+    void CardClosed() override { m_cardOid = 0; }
+    void CategoriesChosen(std::vector<std::u16string> names) override;
+    void TimerOver(WPARAM id) override;
 
     // --- PageHost
     void OpenItem(const DATACALENDAR& line) override;
@@ -67,36 +60,20 @@ private:
     CalendarPage& Page() const { return *m_pages[static_cast<std::size_t>(m_kind)]; }
     void Loaded();
     void Found(); // the search for the next appointment is over
-    void ShowBusy(bool busy);
-    void Arrange();
-    void FillDateLine();
-    void ShowCard(const DATACALENDAR& line);
-    void CloseCard();
-    void Tell(std::u16string_view what, std::u16string_view name, bool undo);
-    void EndNotice();
-    int Width() const;
-    bool IsWide() const;   // the card stands beside the page
-    bool IsNarrow() const; // the date line has no room for long words
-    bool IsCardAlone() const { return m_cardOid != 0 && !IsWide(); }
+    void GoToToday();
+    void ChooseKind();
+    void ShowCardOf(const DATACALENDAR& line);
     const DATACALENDAR* FindCarded() const;
     const DATACALENDAR* Current() const;
 
     CalendarData m_data;
-    Bar m_dateLine;
-    Bar m_notice; // below the page: what was done just now
     std::array<std::unique_ptr<CalendarPage>, kPageKinds> m_pages;
-    Card m_card;
     PageKind m_kind = PageKind::Day;
     LONG m_day = 0;
     LONG m_today = 0; // that the page was drawn for
-    std::vector<Bar::Cell> m_tools;
-    std::u16string m_coverTitle;
-    std::function<void()> m_coverBack;
     // The item on the card; no item: there is none.
     DWORD m_cardOid = 0;
     LONG m_cardDay = 0;
-    Com<IItem> m_undo;
-    bool m_told = false;         // the notice is shown
     bool m_searching = false;    // for the next appointment
     bool m_nothingAhead = false; // there was none
 };

@@ -1,8 +1,7 @@
-// The summary card of one item: a grid page of its fields, read through the object model.
+// The summary card of one item: a grid page of its fields.
 #pragma once
 
 #include "QNGridCtrl/HTMLGrid.h"
-#include "QNWorkerClass/DATACALENDAR.h"
 
 #include <string>
 #include <utility>
@@ -10,18 +9,26 @@
 
 namespace qn {
 
+struct CardText {
+    std::u16string title; // plain, as all texts
+    std::u16string titleLabel = u"Subject";
+    std::vector<std::pair<std::u16string, std::u16string>> fields; // label, value
+
+    // A field without a value isn't shown.
+    void Add(const WCHAR* label, std::u16string value) {
+        if (!value.empty()) fields.emplace_back(label, std::move(value));
+    }
+};
+
 class Card : public CeWnd {
 public:
     bool Open(HWND parent, const RECT& rect);
-    void Show(const DATACALENDAR& line);
+    void Show(const CardText& card);
     void TakeFocus() { m_grid.SetFocus(); }
     HWND FocusWindow() const { return m_grid.GetHWnd(); }
 
 private:
-    using Field = std::pair<std::u16string, std::u16string>; // label, mark-up of the value
-
     LRESULT OnSize(WPARAM type, int cx, int cy, bool& handled) override;
-    void Fill(const std::u16string& title, const std::vector<Field>& fields);
 
     CHTMLGrid m_grid;
 };

@@ -1,8 +1,16 @@
 #include "apps/pages/menu.h"
 
 #include "Platform/menus.h"
+#include "Platform/windows.h"
 
 namespace qn {
+
+// The right button makes a tap before the press that is held.
+bool IsHoldNext(HWND list) {
+    MSG next{};
+    return PeekMessageW(&next, list, WM_LBUTTONDOWN, WM_LBUTTONDOWN, PM_NOREMOVE) &&
+           (next.wParam & MK_RBUTTON) != 0;
+}
 
 void RunMenu(HWND owner, POINT at, const std::vector<MenuRow>& rows) {
     const HMENU menu = CreatePopupMenu();

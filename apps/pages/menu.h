@@ -19,4 +19,7 @@ struct MenuRow {
 // Shows it at a point of the screen and does what is chosen.
 void RunMenu(HWND owner, POINT at, const std::vector<MenuRow>& rows);
 
+// Whether the tap that a list tells of comes from the right button: its menu comes in place of what a tap does.
+bool IsHoldNext(HWND list);
+
 } // namespace qn

@@ -3,20 +3,10 @@
 #include "NorvoTools/paths.h"
 #include "NorvoTools/registryfunctions.h"
 #include "Platform/strings.h"
+#include "apps/pages/menu.h"
 #include "apps/pages/theme.h"
 
 namespace qn {
-
-namespace {
-
-// The right button makes a tap before the press that is held: its menu comes in place of what a tap does.
-bool IsHoldNext(HWND list) {
-    MSG next{};
-    return PeekMessageW(&next, list, WM_LBUTTONDOWN, WM_LBUTTONDOWN, PM_NOREMOVE) &&
-           (next.wParam & MK_RBUTTON) != 0;
-}
-
-} // namespace
 
 bool CalendarPage::Open(HWND parent, const RECT& rect) {
     ReadSettings();

@@ -1,7 +1,8 @@
-// A page of the calendar as a picture, drawn from the store.
+// A page as a picture, drawn from the store.
 #include "Platform/strings.h"
 #include "QNWorkerClass/categories.h"
 #include "apps/pages/calendarview.h"
+#include "apps/pages/tabs.h"
 #include "apps/pages/theme.h"
 #include "apps/qn/drawing.h"
 #include "apps/qn/store.h"
@@ -15,8 +16,8 @@ namespace qn {
 
 namespace {
 
-constexpr OptionRule kRules[] = {{"--date", true}, {"--size", true},     {"--dpi", true},
-                                 {"--png", true},  {"--category", true}, {"--scheme", true}};
+constexpr OptionRule kRules[] = {{"--date", true},     {"--size", true},   {"--dpi", true}, {"--png", true},
+                                 {"--category", true}, {"--scheme", true}, {"--find", true}};
 
 struct Size {
     int width = 480;
@@ -35,12 +36,31 @@ std::optional<Size> ParseSize(std::string_view text) {
     return size;
 }
 
-PageKind KindOf(const Options& options) {
-    constexpr std::string_view kNames[] = {"day", "week", "agenda"};
-    if (options.Rest().size() != 1) Usage("page: one of day, week, agenda");
-    for (int i = 0; i < kPageKinds; ++i)
-        if (options.Rest()[0] == kNames[i]) return static_cast<PageKind>(i);
-    Usage("page: there is no page " + options.Rest()[0]);
+struct PageName {
+    std::string_view word;
+    TabKind tab;
+    PageKind page = PageKind::Day; // of the calendar
+    bool hasText = false;          // to find
+};
+constexpr PageName kPages[] = {
+    {"day", TabKind::Calendar, PageKind::Day},
+    {"week", TabKind::Calendar, PageKind::Week},
+    {"agenda", TabKind::Calendar, PageKind::Agenda},
+    {"tasks", TabKind::Tasks},
+    {"contacts", TabKind::Contacts, PageKind::Day, true},
+    {"notes", TabKind::Notes},
+    {"search", TabKind::Search, PageKind::Day, true},
+};
+
+const PageName& NameOf(const Options& options) {
+    std::string names;
+    for (const PageName& page : kPages) names += (names.empty() ? "" : ", ") + std::string(page.word);
+    if (options.Rest().size() != 1) Usage("page: one of " + names);
+    const auto* found = std::ranges::find(kPages, options.Rest()[0], &PageName::word);
+    if (found == std::end(kPages)) Usage("page: there is no page " + options.Rest()[0] + ", only " + names);
+    if (options.Has("--find") && !found->hasText)
+        Usage("page: nothing is typed on the page " + options.Rest()[0]);
+    return *found;
 }
 
 // As they are called in the store.
@@ -77,22 +97,25 @@ void PreparePage(const Words& words) {
 
 int PageCommand(const Words& words) {
     const Options options("page", words, kRules);
-    const PageKind kind = KindOf(options);
+    const PageName& name = NameOf(options);
     const auto day = ParseDay(options.Get("--date", "today"));
     if (!day) Usage("page: --date can't be " + options.Get("--date"));
     const std::string file = options.Get("--png", options.Rest()[0] + ".png");
     const PlatScreen screen = PlatGetScreen();
     const Store store; // a failure when it can't be opened
     UseScheme(SchemeOf(options));
-    CalendarView view;
-    if (!view.Open(nullptr, {0, 0, screen.width, screen.height})) throw Failure("no window for the page");
-    view.Data().SetCategories(CategoriesOf(options));
-    view.GoTo(kind, static_cast<LONG>(*day));
-    view.Data().Wait();
-    view.ShowWindow(SW_SHOW);
-    SavePicture(view.GetHWnd(), file);
+    const auto view = MakeTab(name.tab);
+    if (!view->Open(nullptr, {0, 0, screen.width, screen.height})) throw Failure("no window for the page");
+    view->ShowCategories(CategoriesOf(options));
+    if (options.Has("--find")) view->Find(Utf16(options.Get("--find")));
+    if (name.tab == TabKind::Calendar)
+        static_cast<CalendarView&>(*view).GoTo(name.page, static_cast<LONG>(*day));
+    view->Begin();
+    view->Wait();
+    view->ShowWindow(SW_SHOW);
+    SavePicture(view->GetHWnd(), file);
     std::printf("%s: %dx%d pixels\n", file.c_str(), screen.width, screen.height);
-    view.DestroyWindow();
+    view->DestroyWindow();
     return kExitDone;
 }
 

@@ -25,13 +25,16 @@ constexpr int kTabWidth = 72;
 constexpr int kToolWidth = 40;
 constexpr int kWide = 700;
 
-struct Tab {
+struct TabName {
     const WCHAR* word;
     WORD picture;
 };
-// In the order of PageKind.
-constexpr Tab kTabs[kPageKinds] = {
-    {u"Day", kPictureDayPage}, {u"Week", kPictureWeekPage}, {u"Agenda", kPictureAgendaPage}};
+// In the order of TabKind.
+constexpr TabName kTabs[kTabKinds] = {{u"Calendar", kPictureAppointment},
+                                      {u"Tasks", kPictureTask},
+                                      {u"Contacts", kPictureContact},
+                                      {u"Notes", kPictureNote},
+                                      {u"Search", kPictureSearch}};
 
 constexpr UINT kLongestWait =
     2000; // milliseconds: a thread may be asking something that only the window shows
@@ -55,6 +58,8 @@ ShellState ShellState::Read() {
     DWORD page = 0;
     if (settings.QueryValue(u"Page", &page) == 0 && page < kPageKinds)
         state.page = static_cast<PageKind>(page);
+    DWORD tab = 0;
+    if (settings.QueryValue(u"Tab", &tab) == 0 && tab < kTabKinds) state.tab = static_cast<TabKind>(tab);
     state.width = ReadSide(settings, u"Width", state.width);
     state.height = ReadSide(settings, u"Height", state.height);
     CFullCategoryList chosen(0, PTRLIST_DELETE);
@@ -67,6 +72,7 @@ void ShellState::Write() const {
     CRegistry settings;
     if (settings.OpenKey(HKEY_CURRENT_USER, kKey) != 0) return;
     settings.SetValue(u"Page", static_cast<DWORD>(page));
+    settings.SetValue(u"Tab", static_cast<DWORD>(tab));
     settings.SetValue(u"Width", static_cast<DWORD>(width));
     settings.SetValue(u"Height", static_cast<DWORD>(height));
     CFullCategoryList all(0, PTRLIST_DELETE);
@@ -82,31 +88,39 @@ void ShellState::Write() const {
 bool Shell::Open(const ShellState& state, LONG day) {
     const PlatScreen screen = PlatGetScreen();
     const RECT rect{0, 0, screen.width, screen.height};
+    m_names = state.categories;
     if (!Create(nullptr, nullptr, rect, u"Quillonary", WS_POPUP | WS_CLIPCHILDREN) ||
-        !m_tabs.Open(GetHWnd(), rect) || !Build(state.page, day, state.categories))
+        !m_tabs.Open(GetHWnd(), rect) || !Build(state.tab, state.page, day))
         return false;
     ShowWindow(SW_SHOW);
-    m_calendar->TakeFocus();
+    View().TakeFocus();
     RedrawWindow(nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN); // complete when it is seen first
     return true;
 }
 
-bool Shell::Build(PageKind page, LONG day, std::vector<std::u16string> categories) {
+bool Shell::Build(TabKind tab, PageKind page, LONG day) {
     RECT client{};
     GetClientRect(&client);
-    m_calendar = std::make_unique<CalendarView>();
     m_categories = std::make_unique<CategoryPage>();
-    if (!m_calendar->Open(GetHWnd(), client) || !m_categories->Open(GetHWnd(), client)) return false;
-    m_calendar->Data().SetCategories(std::move(categories));
-    m_calendar->moved = [this] { FillTabs(); };
-    m_calendar->filtered = [this] { FillTools(); };
-    m_categories->chosen = [this](const std::vector<std::u16string>& names) {
-        m_calendar->ShowCategories(names);
-    };
-    FillTools();
+    m_categories->chosen = [this](const std::vector<std::u16string>& names) { UseCategories(names); };
+    if (!m_categories->Open(GetHWnd(), client) || !Add(TabKind::Calendar)) return false;
+    m_calendar = static_cast<CalendarView*>(m_views[0].get());
     m_calendar->GoTo(page, day);
-    m_calendar->Data().Wait(kLongestWait);
-    Arrange();
+    GoTo(tab);
+    View().Wait(kLongestWait);
+    return true;
+}
+
+bool Shell::Add(TabKind tab) {
+    auto& view = m_views[static_cast<std::size_t>(tab)];
+    if (view) return true;
+    RECT client{};
+    GetClientRect(&client);
+    view = MakeTab(tab);
+    if (!view->Open(GetHWnd(), client)) return view.reset(), false;
+    view->ShowCategories(m_names);
+    view->filtered = [this, &shown = *view] { UseCategories(shown.Categories()); };
+    FillTools(*view);
     return true;
 }
 
@@ -117,10 +131,12 @@ void Shell::ChangeScheme() {
     ShowCategories(false);
     const PageKind page = m_calendar->Kind();
     const LONG day = m_calendar->Day();
-    const std::vector<std::u16string> categories = m_calendar->Data().Categories();
-    m_calendar->DestroyWindow();
+    for (auto& view : m_views) {
+        if (view) view->DestroyWindow();
+        view.reset();
+    }
     m_categories->DestroyWindow();
-    if (Build(page, day, categories)) m_calendar->TakeFocus();
+    if (Build(m_tab, page, day)) View().TakeFocus();
 }
 
 LRESULT Shell::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) {
@@ -148,63 +164,85 @@ void Shell::Arrange() {
         m_tabs.MoveWindow(0, bottom, client.right, client.bottom - bottom);
     m_tabs.SetColumn(left > 0 ? Scaled(kTabHeight) : 0);
     const int bar = Scaled(kBarHeight);
-    m_calendar->MoveWindow(left, 0, client.right - left, bottom);
+    for (const auto& view : m_views)
+        if (view) view->MoveWindow(left, 0, client.right - left, bottom);
     m_categories->MoveWindow(left, bar, client.right - left, bottom - bar);
 }
 
 void Shell::FillTabs() {
     std::vector<Bar::Cell> cells;
-    for (int i = 0; i < kPageKinds; ++i) {
-        const auto page = static_cast<PageKind>(i);
-        cells.push_back(
-            {kTabs[i].word, 0, [this, page] { GoTo(page); }, kTabs[i].picture, page == m_calendar->Kind()});
+    for (int i = 0; i < kTabKinds; ++i) {
+        const auto tab = static_cast<TabKind>(i);
+        cells.push_back({kTabs[i].word, 0, [this, tab] { GoTo(tab); }, kTabs[i].picture, tab == m_tab});
     }
     m_tabs.SetCells(std::move(cells));
 }
 
-void Shell::FillTools() {
-    const bool all = m_calendar->Data().Categories().empty();
+void Shell::FillTools(TabView& view) {
     const int width = Scaled(kToolWidth);
-    m_calendar->SetTools(
-        {{u"", width, [this] { ShowCategories(!m_choosing); }, all ? kPictureFilter : kPictureFilterOn},
-         {u"", width, [this] { ShowMenu(); }, kPictureMenu}});
+    view.SetTools({{u"", width, [this] { ShowCategories(!m_choosing); },
+                    m_names.empty() ? kPictureFilter : kPictureFilterOn},
+                   {u"", width, [this] { ShowMenu(); }, kPictureMenu}});
 }
 
-void Shell::GoTo(PageKind page) {
+void Shell::GoTo(TabKind tab) {
     ShowCategories(false);
-    m_calendar->GoTo(page, m_calendar->Day());
+    if (!Add(tab)) return;
+    const bool focused = ::IsChild(GetHWnd(), ::GetFocus()) != FALSE && ::GetFocus() != m_tabs.GetHWnd();
+    m_tab = tab;
+    Arrange();
+    View().Begin();
+    View().ShowWindow(SW_SHOWNA);
+    for (const auto& view : m_views)
+        if (view && view.get() != &View()) view->ShowWindow(SW_HIDE);
+    FillTabs();
+    if (focused) View().TakeFocus();
+}
+
+void Shell::UseCategories(const std::vector<std::u16string>& names) {
+    if (names == m_names) return;
+    m_names = names;
+    for (const auto& view : m_views) {
+        if (!view) continue;
+        if (view->Categories() != names) view->ShowCategories(names);
+        FillTools(*view);
+    }
 }
 
 void Shell::ShowCategories(bool show) {
     if (show == m_choosing) return;
     m_choosing = show;
     if (show) {
-        m_categories->Show(m_calendar->Data().Categories());
+        m_categories->Show(m_names);
         m_categories->BringWindowToTop();
     }
-    m_calendar->SetCover(show ? u"Categories shown" : u"", [this] { ShowCategories(false); });
+    View().SetCover(show ? u"Categories shown" : u"", [this] { ShowCategories(false); });
     m_categories->ShowWindow(show ? SW_SHOWNA : SW_HIDE);
-    show ? m_categories->TakeFocus() : m_calendar->TakeFocus();
+    show ? m_categories->TakeFocus() : View().TakeFocus();
 }
 
 void Shell::ShowMenu() {
     RECT place{};
-    m_calendar->GetClientRect(&place);
+    View().GetClientRect(&place);
     POINT corner{place.right, Scaled(kBarHeight)};
-    m_calendar->ClientToScreen(&corner);
-    const bool item = !m_choosing && m_calendar->HasItem();
+    View().ClientToScreen(&corner);
+    const bool item = !m_choosing && View().HasItem();
     const bool dark = ReadScheme() == Scheme::Dark;
-    RunMenu(GetHWnd(), corner,
-            {{u"Open\tEnter", [this] { m_calendar->OpenCurrent(); }, item && !m_calendar->IsCardOpen()},
-             {u"Delete ...\tDelete", [this] { m_calendar->DeleteCurrent(); }, item},
-             {u"Undo\tCtrl+Z", [this] { m_calendar->Undo(); }, m_calendar->CanUndo()},
-             {},
-             {u"Today\tT", [this] { ShowCategories(false), m_calendar->Key('T'); }},
-             {u"Categories shown ...\tCtrl+F", [this] { ShowCategories(true); }, !m_choosing},
-             {u"Read again\tF5", [this] { m_calendar->Data().Reload(); }},
-             {u"Dark colours", [this] { PostMessageW(kChangeScheme); }, true, dark},
-             {},
-             {u"Leave\tCtrl+Q", [this] { DestroyWindow(); }}});
+    std::vector<MenuRow> rows;
+    if (!m_choosing) rows = View().MenuRows();
+    if (!rows.empty()) rows.push_back({});
+    const MenuRow common[] = {
+        {u"Open\tEnter", [this] { View().OpenCurrent(); }, item && !View().IsCardOpen()},
+        {u"Delete ...\tDelete", [this] { View().DeleteCurrent(); }, item},
+        {u"Undo\tCtrl+Z", [this] { View().Undo(); }, View().CanUndo()},
+        {},
+        {u"Categories shown ...\tCtrl+K", [this] { ShowCategories(true); }, !m_choosing},
+        {u"Read again\tF5", [this] { View().Reload(); }},
+        {u"Dark colours", [this] { PostMessageW(kChangeScheme); }, true, dark},
+        {},
+        {u"Leave\tCtrl+Q", [this] { DestroyWindow(); }}};
+    rows.insert(rows.end(), std::begin(common), std::end(common));
+    RunMenu(GetHWnd(), corner, rows);
 }
 
 LRESULT Shell::OnSize(WPARAM type, int cx, int cy, bool& handled) {
@@ -220,7 +258,7 @@ LRESULT Shell::OnDestroy(bool& handled) {
 
 void Shell::Keep() {
     const PlatScreen screen = PlatGetScreen();
-    ShellState{m_calendar->Kind(), screen.width, screen.height, m_calendar->Data().Categories()}.Write();
+    ShellState{m_tab, m_calendar->Kind(), screen.width, screen.height, m_names}.Write();
 }
 
 // --- Keys ---------------------------------------------------------------------------------------------------------
@@ -230,13 +268,17 @@ bool Shell::CommandKey(WPARAM key) {
     case 'Q':
         return DestroyWindow() != 0;
     case 'F':
+        return GoTo(TabKind::Search), true;
+    case 'K':
         return ShowCategories(!m_choosing), true;
     case 'Z':
-        return m_calendar->Undo(), true;
+        return !View().IsTyping() && (View().Undo(), true);
     case '1':
     case '2':
     case '3':
-        return GoTo(static_cast<PageKind>(key - '1')), true;
+    case '4':
+    case '5':
+        return GoTo(static_cast<TabKind>(key - '1')), true;
     default:
         return false;
     }
@@ -246,8 +288,8 @@ bool Shell::PlainKey(WPARAM key) {
     if (key == VK_TAB) return MoveFocus(GetKeyState(VK_SHIFT) >= 0), true;
     if (key == VK_F1 + 9) return ShowMenu(), true;
     if (m_choosing) return key == VK_ESCAPE && (ShowCategories(false), true);
-    if (::GetFocus() == m_tabs.GetHWnd()) return key == VK_ESCAPE && (m_calendar->TakeFocus(), true);
-    return m_calendar->Key(key);
+    if (::GetFocus() == m_tabs.GetHWnd()) return key == VK_ESCAPE && (View().TakeFocus(), true);
+    return View().Key(key);
 }
 
 bool Shell::TakeKey(const MSG& message) {
@@ -255,12 +297,12 @@ bool Shell::TakeKey(const MSG& message) {
     return GetKeyState(VK_CONTROL) < 0 ? CommandKey(message.wParam) : PlainKey(message.wParam);
 }
 
-// Through the calendar, the categories in its place, and the tabs.
+// Through the view, the categories in its place, and the tabs.
 void Shell::MoveFocus(bool forward) {
     const bool onTabs = ::GetFocus() == m_tabs.GetHWnd();
     if (m_choosing)
         onTabs ? m_categories->TakeFocus() : void(m_tabs.SetFocus());
-    else if (!m_calendar->MoveFocus(forward))
+    else if (!View().MoveFocus(forward))
         m_tabs.SetFocus();
 }
 

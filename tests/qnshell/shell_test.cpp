@@ -1,10 +1,6 @@
 // The window of the suite, driven by its pointer and keys on a screen without a display; what it changed is read back
 // from the store and the settings.
-#include "QNTools/QNTools.h"
-#include "QNWorkerClass/COutlook.h"
-#include "apps/pages/theme.h"
-#include "apps/qnshell/shell.h"
-#include "tests/support/device.h"
+#include "tests/support/shellwindow.h"
 #include "tests/support/waiting.h"
 
 #include "Platform/menus.h"
@@ -22,30 +18,12 @@ using Lines = std::vector<std::string>;
 
 namespace {
 
-// Tuesday, 24 November 2026.
-constexpr LONG kTuesday = 46350;
 constexpr DATE At(int hour, int minute = 0, LONG day = kTuesday) {
     return day + (hour * 60 + minute) / 1440.0;
 }
 
-class ShellTest : public DeviceTest {
+class ShellTest : public ShellWindowTest {
 protected:
-    ShellTest() {
-        PlatUseFixedWidthText(true);
-        PlatSetTimeZoneByName("Europe/Berlin");
-        PlatSetLocale("en_US");
-        const SYSTEMTIME now{2026, 11, 2, 24, 7, 0, 0, 0};
-        PlatSetClock(&now);
-        PlatSetScreen({480, 640, 96});
-        InitQNTools(nullptr, true);
-        qn::UseScheme(qn::Scheme::Light);
-    }
-    ~ShellTest() override {
-        Close();
-        UnInitQNTools();
-        PlatUseFixedWidthText(false);
-    }
-
     static Com<IAppointment> Make(const WCHAR* subject, DATE start, const WCHAR* categories = u"") {
         Com<IDispatch> made;
         EXPECT_EQ(S_OK, g_pOutlook->CreateItem(olAppointmentItem, made.Out()));
@@ -69,53 +47,11 @@ protected:
         pattern->put_Occurrences(20);
     }
 
+    using ShellWindowTest::Open;
     void Open(PageKind page = PageKind::Day) {
         qn::ShellState state;
         state.page = page;
         Open(state);
-    }
-    void Open(const qn::ShellState& state, LONG day = kTuesday) {
-        shell = std::make_unique<qn::Shell>();
-        ASSERT_TRUE(shell->Open(state, day));
-        Settle();
-    }
-    void Close() {
-        if (shell && shell->GetHWnd()) shell->DestroyWindow();
-        shell.reset();
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) quit |= message.message == WM_QUIT;
-    }
-    // All that is queued, and the load that it started.
-    void Settle() {
-        for (int round = 0; round < 2; ++round) {
-            MSG message;
-            while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-                quit |= message.message == WM_QUIT;
-                if (!shell->TakeKey(message)) DispatchMessageW(&message);
-            }
-            if (shell->GetHWnd()) shell->Calendar().Data().Wait();
-        }
-    }
-    void Key(int key, bool control = false) {
-        if (control) PlatKey(VK_CONTROL, true);
-        PlatKey(key, true);
-        PlatKey(key, false);
-        if (control) PlatKey(VK_CONTROL, false);
-        Settle();
-    }
-    void Point(PlatPointerAction action, int x, int y) {
-        PlatPointer(action, x, y);
-        Settle();
-    }
-    void Tap(int x, int y) {
-        Point(PlatPointerAction::Down, x, y);
-        Point(PlatPointerAction::Up, x, y);
-    }
-    void Drag(int x, int fromY, int toY) {
-        Point(PlatPointerAction::Down, x, fromY);
-        for (int step = 1; step <= 4; ++step)
-            Point(PlatPointerAction::Move, x, fromY + (toY - fromY) * step / 4);
-        Point(PlatPointerAction::Up, x, toY);
     }
     // The page of the day begins at 7:30, below the date line; half an hour has 22 pixels.
     static int YAt(int hour, int minute) { return 40 + ((hour * 60 + minute) - 450) * 22 / 30 + 5; }
@@ -133,15 +69,6 @@ protected:
         }
         return lines;
     }
-    COLORREF PixelAt(int x, int y) {
-        const HDC dc = GetDC(nullptr);
-        const COLORREF color = GetPixel(dc, x, y);
-        ReleaseDC(nullptr, dc);
-        return color;
-    }
-
-    std::unique_ptr<qn::Shell> shell;
-    bool quit = false;
 };
 
 TEST_F(ShellTest, TurnsFiltersAndKeepsItsState) {
@@ -160,16 +87,20 @@ TEST_F(ShellTest, TurnsFiltersAndKeepsItsState) {
     Point(PlatPointerAction::Up, 20, 20);
     EXPECT_EQ(kTuesday - 1, shell->Calendar().Day());
     Point(PlatPointerAction::Down, 20, 20);
-    Key('F', true); // other cells while one is pressed
+    Key('K', true); // other cells while one is pressed
     Point(PlatPointerAction::Up, 20, 20);
     EXPECT_EQ(nullptr, GetCapture());
     Key(VK_ESCAPE);
     Key('T');
     EXPECT_EQ(kTuesday, shell->Calendar().Day());
-    Tap(240, 615); // the tab in the middle
+    Tap(144, 615); // the second tab
+    EXPECT_EQ(qn::TabKind::Tasks, shell->Tab());
+    Key('1', true);
+    EXPECT_EQ(qn::TabKind::Calendar, shell->Tab());
+    Key('W');
     EXPECT_EQ(PageKind::Week, shell->Calendar().Kind());
     EXPECT_EQ(3U, Shown().size());
-    Key('F', true);
+    Key('K', true);
     Key(VK_DOWN); // all, Health, Work
     Key(VK_DOWN);
     Key(VK_RETURN);
@@ -334,7 +265,7 @@ TEST_F(ShellTest, FollowsTheStoreTheSchemeAndTheSize) {
 
     const COLORREF light = qn::ColorOf(Paint::Bar);
     EXPECT_EQ(light, PixelAt(2, 2));
-    PlatAnswerMenu(8);
+    PlatAnswerMenu(13); // "Dark colours"
     Key(VK_F1 + 9);
     EXPECT_EQ(qn::Scheme::Dark, qn::ReadScheme());
     Settle();

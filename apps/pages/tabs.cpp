@@ -1,0 +1,17 @@
+#include "apps/pages/tabs.h"
+
+#include "apps/pages/calendarview.h"
+#include "apps/pages/tasksview.h"
+
+namespace qn {
+
+std::unique_ptr<TabView> MakeTab(TabKind kind) {
+    switch (kind) {
+    case TabKind::Tasks:
+        return std::make_unique<TasksView>();
+    default:
+        return std::make_unique<CalendarView>();
+    }
+}
+
+} // namespace qn
