@@ -1,5 +1,6 @@
 #include "apps/pages/calendarview.h"
 
+#include "NorvoTools/registryfunctions.h"
 #include "QNGridCtrl/HTMLEscape.h"
 #include "QNWorkerClass/COutlook.h"
 #include "Resources/pictures.h"
@@ -53,6 +54,7 @@ void CalendarView::GoTo(PageKind kind, LONG day) {
     m_kind = kind;
     m_day = std::clamp(day, kFirstDay, kLastDay);
     m_searching = m_nothingAhead = false;
+    m_data.SetPage(PageLetter());
     const DayRange range = Page().RangeOf(m_day);
     m_data.Load(std::max(range.first, kFirstDay), range.last);
     FillBar();
@@ -137,7 +139,21 @@ std::vector<MenuRow> CalendarView::MenuRows() {
     }
     rows.push_back({});
     rows.push_back({u"Today\tT", [this] { GoToToday(); }});
+    rows.push_back({});
+    rows.push_back(Overlay(u"Birthdays", kShowBirthdays));
+    rows.push_back(Overlay(u"Tasks", ShowTasksName(PageLetter())));
+    rows.push_back(Overlay(u"Journal", ShowJournalName(PageLetter())));
     return rows;
+}
+
+// A row that turns a setting of the page on or off.
+MenuRow CalendarView::Overlay(const WCHAR* word, const std::u16string& setting) {
+    const bool shown = ReadRegistryWithDefault(kCalendarView, setting.c_str(), 0) != 0;
+    const auto turn = [this, setting, shown] {
+        SetToRegistry(HKEY_CURRENT_USER, kCalendarView, setting.c_str(), shown ? 0 : 1);
+        m_data.Reload();
+    };
+    return {word, turn, true, shown};
 }
 
 void CalendarView::ChooseKind() {
@@ -176,7 +192,7 @@ void CalendarView::SelectionMoved() {
 void CalendarView::ShowItemMenu(const DATACALENDAR& line, POINT point) {
     const bool appointment = line.m_nType == kLineAppointment;
     RunMenu(GetHWnd(), point,
-            {{u"Open\tEnter", [this] { OpenCurrent(); }, appointment},
+            {{u"Open\tEnter", [this] { OpenCurrent(); }},
              {u"Delete ...\tDelete", [this] { DeleteCurrent(); }, appointment}});
 }
 
@@ -190,9 +206,8 @@ void CalendarView::MoveItem(const DATACALENDAR& line, DATE start) {
 
 // A message box serves messages meanwhile: the lines may be others when it is answered.
 void CalendarView::DeleteCurrent() {
-    const DATACALENDAR* found = Current();
-    if (!found) return;
-    const std::unique_ptr<DATACALENDAR> line(found->Copy());
+    if (!CanDelete()) return;
+    const std::unique_ptr<DATACALENDAR> line(Current()->Copy());
     const std::u16string name = u"\"" + Shortened(TextOf(line->m_bstrSubject)) + u"\"";
     const std::u16string question =
         line->m_bRecurring ? u"Delete " + name + u" on " + LongDate(line->m_lDay) +

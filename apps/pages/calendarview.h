@@ -31,6 +31,10 @@ public:
     const std::vector<std::u16string>& Categories() const override { return m_data.Categories(); }
     std::vector<MenuRow> MenuRows() override;
     bool HasItem() const override { return Current() != nullptr; }
+    bool CanDelete() const override {
+        const DATACALENDAR* line = Current();
+        return line && line->m_nType == kLineAppointment; // other items are deleted where they are at home
+    }
     void OpenCurrent() override;
     void DeleteCurrent() override;
 
@@ -62,6 +66,8 @@ private:
     void Found(); // the search for the next appointment is over
     void GoToToday();
     void ChooseKind();
+    WCHAR PageLetter() const { return u"DWA"[static_cast<std::size_t>(m_kind)]; }
+    MenuRow Overlay(const WCHAR* word, const std::u16string& setting);
     void ShowCardOf(const DATACALENDAR& line);
     const DATACALENDAR* FindCarded() const;
     const DATACALENDAR* Current() const;

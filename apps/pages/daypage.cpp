@@ -100,7 +100,7 @@ void DayPage::Fill(bool sameDay) {
     for (std::size_t i = 0; i < m_data->Lines().size(); ++i) {
         const DATACALENDAR* line = LineOf(i);
         m_oids.push_back(line->m_oid);
-        if (line->m_lDay == m_day && line->m_bAllDay) m_allDay.push_back(i);
+        if (line->m_lDay == m_day && !IsOnHours(*line)) m_allDay.push_back(i);
     }
     m_onAllDay = m_onAllDay && sameDay && !m_allDay.empty();
     m_allDayGrid.DestroyCells();
@@ -139,7 +139,7 @@ void DayPage::FillHours() {
 void DayPage::AddAppointments() {
     for (std::size_t i = 0; i < m_data->Lines().size(); ++i) {
         const DATACALENDAR& line = *LineOf(i);
-        if (!IsOnHours(line) || line.m_nType != kLineAppointment) continue;
+        if (!IsOnHours(line)) continue;
         const Span place = SpanOf(line);
         const int minutes = place.rows * kRowMinutes;
         const int top = (place.startMinute - place.row * kRowMinutes) * 100 / minutes;

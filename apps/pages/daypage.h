@@ -1,4 +1,5 @@
-// One day: a row each half hour with the appointments as floaters over them, and above it a list of the all-day items.
+// One day: a row each half hour with the appointments as floaters over them, and above it a list of what has no hours:
+// all-day appointments, birthdays, tasks and journal entries.
 #pragma once
 
 #include "apps/pages/page.h"
@@ -35,7 +36,9 @@ private:
     void AddAppointments();
     void Scroll() override;
     void Select(DWORD id); // of a floater
-    bool IsOnHours(const DATACALENDAR& line) const { return line.m_lDay == m_day && !line.m_bAllDay; }
+    bool IsOnHours(const DATACALENDAR& line) const {
+        return line.m_lDay == m_day && !line.m_bAllDay && line.m_nType == kLineAppointment;
+    }
     void Tapped(const tagNM_GRIDVIEW& view) override;
     void Selected(HWND list) override;
     LRESULT OnCellRequest(tagNM_GRIDCELL& cell) override;

@@ -34,7 +34,7 @@ struct Presentation {
     Presentation& operator=(const Presentation&) = delete;
 };
 
-// An empty calendar in place of one that can't be read would frighten.
+// Empty lists in place of ones that can't be read would frighten.
 bool IsStoreThere() {
     qn::Com<IFolder> folder;
     return SUCCEEDED(g_pOutlook->GetDefaultFolder(olFolderCalendar, folder.Out()));
@@ -47,7 +47,7 @@ void TellOfStore() {
                   WS_POPUP | WS_VISIBLE);
     PlatPresentWindow(ground.GetHWnd());
     ground.MessageBoxW(
-        u"The calendar can't be opened: its file pim.vol is damaged or can't be read.\n\nNothing in it "
+        u"Your data can't be opened: its file pim.vol is damaged or can't be read.\n\nNothing in it "
         u"was changed. Put a copy of it from before in its place.",
         u"Quillonary", MB_OK | MB_ICONHAND);
     PlatPresentWindow(nullptr);
@@ -57,16 +57,18 @@ void TellOfStore() {
 
 constexpr qn::OptionRule kRules[] = {{"--date", true}, {"--help", false}};
 
-constexpr const char* kHelp =
-    "usage: qnshell [--date DATE]\n"
-    "  The calendar of the device folder $QN_DEVICE, else "
-    "~/.local/share/quillonary, in a window, today's or another\n"
-    "  day's: 2026-11-21, tomorrow, +3, or as your locale writes it.\n"
-    "  Arrows left and right turn the page, T goes to today, Ctrl+1 to 3 are day, "
-    "week and agenda, Ctrl+F chooses\n"
-    "  categories, Enter opens an item, Delete deletes it, Ctrl+Z brings it back, Tab "
-    "goes from part to part, F10 is\n"
-    "  the menu, F5 reads again, Escape goes back, Ctrl+Q leaves.\n";
+constexpr const char* kHelp = "usage: qnshell [--date DATE]\n"
+                              "  The suite on the device folder $QN_DEVICE, else ~/.local/share/quillonary, "
+                              "in a window: calendar, tasks, contacts,\n"
+                              "  notes and search. The calendar shows today, or another day: 2026-11-21, "
+                              "tomorrow, +3, or as your locale writes it.\n"
+                              "  Ctrl+1 to 5 are the tabs, Ctrl+F is the search. Enter opens an item, Delete "
+                              "deletes it, Ctrl+Z brings it back.\n"
+                              "  Arrows walk lists, open and close what stands under a row, and turn the "
+                              "pages of the calendar; D, W and A are\n"
+                              "  its day, week and agenda, T goes to today. Ctrl+K chooses categories, Tab "
+                              "goes from part to part, F10 is the\n"
+                              "  menu, F5 reads again, Escape goes back, Ctrl+Q leaves.\n";
 
 int Run(const std::vector<std::string>& words) {
     const qn::Options options("qnshell", words, kRules);

@@ -233,7 +233,7 @@ void Shell::ShowMenu() {
     if (!rows.empty()) rows.push_back({});
     const MenuRow common[] = {
         {u"Open\tEnter", [this] { View().OpenCurrent(); }, item && !View().IsCardOpen()},
-        {u"Delete ...\tDelete", [this] { View().DeleteCurrent(); }, item},
+        {u"Delete ...\tDelete", [this] { View().DeleteCurrent(); }, !m_choosing && View().CanDelete()},
         {u"Undo\tCtrl+Z", [this] { View().Undo(); }, View().CanUndo()},
         {},
         {u"Categories shown ...\tCtrl+K", [this] { ShowCategories(true); }, !m_choosing},

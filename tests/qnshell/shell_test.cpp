@@ -237,6 +237,45 @@ TEST_F(ShellTest, AllDayItemsHaveAListOfTheirOwn) {
     EXPECT_EQ(Lines{}, Shown());
 }
 
+// Each page shows tasks by a setting of its own, though one load gives them to all.
+TEST_F(ShellTest, TasksAndBirthdaysJoinTheCalendar) {
+    Com<IDispatch> made;
+    ASSERT_EQ(S_OK, g_pOutlook->CreateItem(olTaskItem, made.Out()));
+    auto task = made.As<ITask>(IID_ITask);
+    task->put_Subject(Bstr(u"Report"));
+    task->put_DueDate(kTuesday);
+    ASSERT_EQ(S_OK, task->Save());
+    ASSERT_EQ(S_OK, g_pOutlook->CreateItem(olContactItem, made.Out()));
+    auto contact = made.As<IContact>(IID_IContact);
+    contact->put_FileAs(Bstr(u"Byron, Ada")); // has neither first nor last name
+    contact->put_Birthday(kTuesday - 14610);  // 40 years with ten leap days
+    ASSERT_EQ(S_OK, contact->Save());
+    const auto kinds = [this] {
+        std::vector<LONG> types;
+        for (const DATACALENDAR* line : shell->Calendar().Data().Lines()) types.push_back(line->m_nType);
+        return types;
+    };
+    Open();
+    EXPECT_EQ(std::vector<LONG>{}, kinds());
+    PlatAnswerMenu(8); // "Tasks"
+    Key(VK_F1 + 9);
+    EXPECT_EQ(std::vector<LONG>{kLineTask}, kinds());
+    Key('W');
+    EXPECT_EQ(std::vector<LONG>{}, kinds());
+    Key('D');
+    PlatAnswerMenu(7); // "Birthdays"
+    Key(VK_F1 + 9);
+    ASSERT_EQ((std::vector<LONG>{kLineContactDate, kLineTask}), kinds());
+    EXPECT_EQ(u"(40 years)  ", std::u16string(shell->Calendar().Data().Lines()[0]->m_bstrSubject));
+    Tap(kText, 50); // the first line above the hours
+    EXPECT_TRUE(shell->Calendar().IsCardOpen());
+    EXPECT_FALSE(shell->Calendar().CanDelete());
+    Key(VK_ESCAPE);
+    PlatAnswerMenu(8);
+    Key(VK_F1 + 9);
+    EXPECT_EQ(std::vector<LONG>{kLineContactDate}, kinds());
+}
+
 TEST_F(ShellTest, AnEmptyListLeadsOn) {
     Save(Make(u"Past", At(9, 0, kTuesday - 200), u"Home"));
     Save(Make(u"Summer", At(9, 0, kTuesday + 200), u"Work"));
@@ -265,7 +304,7 @@ TEST_F(ShellTest, FollowsTheStoreTheSchemeAndTheSize) {
 
     const COLORREF light = qn::ColorOf(Paint::Bar);
     EXPECT_EQ(light, PixelAt(2, 2));
-    PlatAnswerMenu(13); // "Dark colours"
+    PlatAnswerMenu(17); // "Dark colours"
     Key(VK_F1 + 9);
     EXPECT_EQ(qn::Scheme::Dark, qn::ReadScheme());
     Settle();
