@@ -19,6 +19,7 @@ constexpr int kDayMinutes = 1440;
 constexpr int kRowHeight = 22; // pixels at 96 dots an inch, as the next
 constexpr int kHourWidth = 46;
 constexpr int kAllDayHeight = 26;
+constexpr int kRoomForFacts = 300;
 constexpr int kMostAllDay = 3; // rows that are shown at once
 constexpr WORD kHours = 0;     // columns
 constexpr WORD kItems = 1;
@@ -220,13 +221,18 @@ DATE DayPage::StartAt(const DATACALENDAR& line, int row) const {
     return m_day + static_cast<double>(std::clamp(minute, 0, kDayMinutes - 1)) / kDayMinutes;
 }
 
+// A short one on a small screen has room for its beginning and its subject alone.
+DWORD DayPage::FactsOf(const DATACALENDAR& line) const {
+    if (SpanOf(line).rows == 1 && m_grid.GetColWidth(kItems) < Scaled(kRoomForFacts)) return 0;
+    return CCalendarSubview::kShowEnd | CCalendarSubview::kShowLocation;
+}
+
 LRESULT DayPage::OnFloater(UINT message, tagNM_GRIDVIEW& view) {
     const DATACALENDAR* line = LineOf(view.dwData);
     if (!line) return 0;
     switch (message) {
     case GRIDM_FLOATER_TEXT:
-        m_text = WithoutStatus(
-            m_view.BuildWeekItem(*line, 2, CCalendarSubview::kShowEnd | CCalendarSubview::kShowLocation));
+        m_text = WithoutStatus(m_view.BuildWeekItem(*line, 2, FactsOf(*line)));
         view.pszText = m_text.c_str();
         return 1;
     case GRIDM_FLOATER_TO:

@@ -42,6 +42,7 @@ private:
     void Tapped(const tagNM_GRIDVIEW& view) override;
     void Selected(HWND list) override;
     LRESULT OnCellRequest(tagNM_GRIDCELL& cell) override;
+    DWORD FactsOf(const DATACALENDAR& line) const;
     LRESULT OnFloater(UINT message, tagNM_GRIDVIEW& view) override;
     DATE StartAt(const DATACALENDAR& line, int row) const; // when it is dropped on a half hour
 
