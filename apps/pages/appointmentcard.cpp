@@ -7,8 +7,6 @@ namespace qn {
 
 namespace {
 
-constexpr std::size_t kLongestNote = 16000;
-
 // What the line doesn't tell.
 struct Details {
     std::u16string note;
@@ -20,8 +18,7 @@ Details DetailsOf(const DATACALENDAR& line) {
     Com<IAppointment> item;
     if (FAILED(OpenAppointment(line, item))) return details;
     Bstr note;
-    if (SUCCEEDED(item->get_Body(note.Out()))) details.note = note.View().substr(0, kLongestNote);
-    if (note.View().size() > kLongestNote) details.note += u"\n\u2026";
+    if (SUCCEEDED(item->get_Body(note.Out()))) details.note = LongText(note.View());
     VARIANT_BOOL set = VARIANT_FALSE;
     LONG minutes = 0;
     if (SUCCEEDED(item->get_ReminderSet(&set)) && set != VARIANT_FALSE &&

@@ -123,6 +123,7 @@ LRESULT ListLoad::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_TIMER:
         KillTimer(m_window, wParam);
         if (wParam == kWaitTimer) return m_waitOver = true, 0;
+        StoreChanged();
         return Reload(), 0;
     default:
         return DefWindowProcW(m_window, message, wParam, lParam);

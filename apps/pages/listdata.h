@@ -42,6 +42,7 @@ protected:
     virtual void Prepare() {}                         // before Next() starts
     virtual bool Accept() { return true; }            // a load is complete: whether its rows are still wanted
     virtual void Turn() = 0;                          // what Next() has is shown from now on
+    virtual void StoreChanged() {}                    // before the load that follows it
     HWND Window() const { return m_window; }
     void
     StopListening(); // before the threads are stopped: messages are served meanwhile, and the page is going
@@ -84,6 +85,15 @@ public:
     Thread& Loading() {
         return *m_threads[1 - m_shown];
     } // to be touched before a load and within `progress` alone
+
+    // Changes the list that is shown; a load that goes on meanwhile is done again, as it may know nothing of that.
+    template<class Edit>
+    void Change(Edit edit) {
+        const HWND window = std::exchange(Shown().m_hClientWnd, nullptr); // whose messages are about the load
+        edit(Shown());
+        Shown().m_hClientWnd = window;
+        if (IsLoading()) Reload();
+    }
 
 protected:
     CQNDataThread& Next() override { return Loading(); }

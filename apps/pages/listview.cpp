@@ -1,9 +1,12 @@
 #include "apps/pages/listview.h"
 
+#include "NorvoUI/chrome.h"
+#include "Platform/system.h"
 #include "apps/pages/pagetext.h"
 #include "apps/pages/theme.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qn {
 
@@ -12,10 +15,13 @@ namespace {
 constexpr int kRowHeight = 32; // pixels at 96 dots an inch, as the next
 constexpr int kTextTop = 8;    // above and below a row's text
 constexpr int kEmptyTop = 32;  // above the text of an empty list
+constexpr int kCategoryBar = 4;
+constexpr std::size_t kLookedBelow = 32; // rows, for one that is still there
 
 } // namespace
 
 bool ListView::OpenBody(const RECT& inside) {
+    CCategoryColorIcons::InitCategoryColors();
     m_grid.list = this;
     m_grid.SetMinRowHeight(static_cast<WORD>(Scaled(kRowHeight)));
     m_grid.SetCellOwnerDrawProc(&ListView::DrawCell, nullptr);
@@ -32,27 +38,36 @@ bool ListView::OpenBody(const RECT& inside) {
 
 // What stood at the top stays there and what was selected stays so, where they still are.
 void ListView::ShowRows() {
-    const WORD top = m_grid.GetTopRow();
-    const ULONGLONG topId = top < m_ids.size() ? m_ids[top] : 0;
-    const WORD chosen = m_grid.GetRow();
-    const ULONGLONG chosenId = chosen < m_ids.size() ? m_ids[chosen] : 0;
-    m_ids.clear();
+    const WORD top = m_grid.GetTopRow(), chosen = m_grid.GetRow();
+    const int hidden = m_grid.GetTopPixel() - m_grid.RowToPixel(top); // of the row at the top
+    const std::vector<ULONGLONG> former = std::exchange(m_ids, {});
     for (std::size_t row = 0; row < ShownRows(); ++row) m_ids.push_back(RowId(row));
     m_grid.BeginUpdate();
     m_grid.DestroyCells();
     m_grid.SetShowHLines(!m_ids.empty());
     m_grid.SetDimensions(static_cast<DWORD>(std::max<std::size_t>(m_ids.size(), 1)), 1);
     m_grid.EndUpdate();
-    const std::size_t selected = chosenId != 0 ? FindRow(chosenId) : kNoRow;
-    if (selected == kNoRow)
-        m_grid.EmptySelection();
-    else
-        m_grid.SetRow(static_cast<WORD>(selected));
-    const std::size_t first = topId != 0 ? FindRow(topId) : kNoRow;
+    KeepSelected(former, chosen);
+    const std::size_t first = FindLeft(former, top);
     m_grid.SetTopRow(first == kNoRow ? WORD{0} : static_cast<WORD>(first));
+    if (first != kNoRow && m_ids[first] == former[top]) m_grid.ScrollByPixelDown(hidden);
     if (!IsCardOpen()) return;
     const std::size_t carded = FindRow(m_cardId);
     carded == kNoRow || !IsItem(carded) ? LoseCard() : ShowCard(CardOf(carded));
+}
+
+void ListView::KeepSelected(const std::vector<ULONGLONG>& former, std::size_t chosen) {
+    const std::size_t left = FindLeft(former, chosen);
+    if (left != kNoRow && m_ids[left] == former[chosen]) return m_grid.SetRow(static_cast<WORD>(left));
+    m_grid.EmptySelection();
+    if (left != kNoRow) m_nextId = m_ids[left];
+}
+
+// Of the former rows from this one on, the first that is still there.
+std::size_t ListView::FindLeft(const std::vector<ULONGLONG>& former, std::size_t from) const {
+    for (std::size_t i = from; i < former.size() && i < from + kLookedBelow; ++i)
+        if (const std::size_t row = FindRow(former[i]); row != kNoRow) return row;
+    return kNoRow;
 }
 
 void ListView::UpdateRow(std::size_t row) {
@@ -79,11 +94,19 @@ void ListView::SelectRow(std::size_t row) {
     const auto number = static_cast<WORD>(row);
     m_grid.SetSelection(0, number, 0, number);
     m_grid.MakeCellVisible(0, number);
+    SelectionMoved();
+}
+
+std::size_t ListView::TopRow() const {
+    const WORD row = m_grid.GetTopRow();
+    return row < m_ids.size() ? row : kNoRow;
 }
 
 bool ListView::BeginSelection() {
     if (m_grid.GetRow() != GRID_NONE || m_ids.empty()) return false;
-    SelectRow(m_grid.GetTopRow());
+    const std::size_t next = FindRow(m_nextId);
+    const bool seen = next != kNoRow && m_grid.IsCellVisible(0, static_cast<WORD>(next));
+    SelectRow(seen ? next : m_grid.GetTopRow());
     return true;
 }
 
@@ -97,28 +120,49 @@ void ListView::FillCell(tagNM_GRIDCELL& cell) {
     if (empty)
         cell.rcMargins.top = Scaled(kEmptyTop);
     else
-        cell.rcMargins.left += Indent(row);
+        cell.rcMargins.left += Indent(row), cell.wWrapIndent = static_cast<WORD>(WrapIndent(row));
     m_text =
         empty ? GroundTag(Paint::Window) + u"<P CENTER>" + FontTag(Paint::Quiet) + EmptyText() : RowText(row);
     cell.pszText = m_text.c_str();
+    if (!empty) Shape(row, cell);
 }
 
-int ListView::DrawCell(tagDRAWITEMSTRUCT& item, tagCELLINFO&) {
-    auto& list = *static_cast<ListGrid*>(item.pGrid)->list;
+int ListView::DrawCell(tagDRAWITEMSTRUCT& item, tagCELLINFO& cell) {
+    return static_cast<ListGrid*>(item.pGrid)->list->DrawRow(item, cell);
+}
+
+int ListView::DrawRow(const tagDRAWITEMSTRUCT& item, const tagCELLINFO& cell) {
     const std::size_t row = item.itemID >> 16;
+    if (row >= m_ids.size()) return GRID_DRAW_ALL;
     const bool selected = (item.itemState & GRID_ITEM_SELECTED) != 0;
-    if (row >= list.m_ids.size() || !list.PaintRow(item.hDC, item.rcItem, row, selected))
-        return GRID_DRAW_ALL;
-    return GRID_DRAW_LINES_TEXT;
+    bool ground = PaintRow(item.hDC, item.rcItem, row, selected);
+    if (const WCHAR* categories = CategoriesOf(row)) {
+        m_colors.ParseCategory(categories, true, false);
+        const COLORREF color = m_colors.GetCategoryColorCR();
+        const auto fill = [&](LONG right, COLORREF paint) {
+            const RECT place{item.rcItem.left, item.rcItem.top, right, item.rcItem.bottom};
+            FillColor(item.hDC, place, paint);
+        };
+        if (color != kNoCategoryColor) {
+            if (!ground)
+                fill(item.rcItem.right, selected ? GetSysColor(COLOR_HIGHLIGHT) : cell.GetBackColor(true));
+            fill(item.rcItem.left + Scaled(kCategoryBar), color);
+            ground = true;
+        }
+    }
+    return ground ? GRID_DRAW_LINES_TEXT : GRID_DRAW_ALL;
 }
 
 void ListView::Activate(std::size_t row) { IsItem(row) ? OpenRow(row) : ActOnHeading(row); }
 
+// A key taps at the left edge.
 void ListView::Tapped(const tagNM_GRIDVIEW& view) {
-    if (view.wRow < m_ids.size())
-        Activate(view.wRow);
-    else if (m_ids.empty())
-        FillEmpty();
+    if (view.wRow >= m_ids.size()) {
+        if (m_ids.empty()) FillEmpty();
+    } else if (view.x <= 0 || !TakeTap(view.wRow, view.x)) {
+        view.hdr.code == GRIDN_HOT_SPOT ? ActOnLink(view.wRow, view.pszHotSpot ? view.pszHotSpot : u"")
+                                        : Activate(view.wRow);
+    }
 }
 
 void ListView::Held(const tagNM_GRIDVIEW& view) {
@@ -152,12 +196,6 @@ LRESULT ListView::OnNotify(int id, NMHDR* header, bool& handled) {
     handled = true;
     switch (header->code) {
     case GRIDN_HOT_SPOT:
-        m_grid.SetFocus();
-        if (view.wRow < m_ids.size())
-            ActOnLink(view.wRow, view.pszHotSpot ? view.pszHotSpot : u"");
-        else
-            FillEmpty();
-        return 1;
     case GRIDN_TAP:
     case GRIDN_TAP_SELECTED:
         m_grid.SetFocus();

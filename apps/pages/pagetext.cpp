@@ -44,12 +44,24 @@ std::u16string TimeText(DATE moment) {
     return text;
 }
 
+namespace {
+
+std::u16string Cut(std::u16string_view text, std::size_t most, std::u16string_view end) {
+    std::u16string cut(text.substr(0, most));
+    if (text.size() <= most) return cut;
+    if (cut.back() >= 0xD800 && cut.back() < 0xDC00) cut.pop_back(); // half of a pair
+    return cut.append(end);
+}
+
+} // namespace
+
+std::u16string LongText(std::u16string_view text) {
+    constexpr std::size_t kLongest = 16000;
+    return Cut(text, kLongest, u"\n\u2026");
+}
+
 std::u16string Shortened(std::u16string_view text, std::size_t most) {
-    std::u16string line(text.substr(0, most));
-    if (text.size() > most) {
-        if (line.back() >= 0xD800 && line.back() < 0xDC00) line.pop_back(); // half of a pair
-        line += u"\u2026";
-    }
+    std::u16string line = Cut(text, most, u"\u2026");
     for (WCHAR& c : line)
         if (c < u' ') c = u' ';
     return line;

@@ -19,6 +19,8 @@ std::u16string NearDay(LONG day);
 std::u16string TimeText(DATE moment);
 // For a message: at most so many characters, in one line.
 std::u16string Shortened(std::u16string_view text, std::size_t most = 60);
+// A note as a card shows it: its first 16,000 characters.
+std::u16string LongText(std::u16string_view text);
 // "9:30 - 10:00", "all day", with the dates where they aren't those of the line's day.
 std::u16string WhenText(const DATACALENDAR& line);
 // 0 Monday to 6 Sunday.

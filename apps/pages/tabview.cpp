@@ -117,6 +117,12 @@ void TabView::FillBar() {
     m_bar.SetCells(std::move(cells));
 }
 
+void TabView::ShowTitleMenu(const std::vector<MenuRow>& rows) {
+    POINT corner{0, Scaled(kBarHeight)};
+    ClientToScreen(&corner);
+    RunMenu(GetHWnd(), corner, rows);
+}
+
 void TabView::ShowBusy(bool busy) {
     if (busy) {
         SetTimer(kBusyTimer, kBusyWait);

@@ -41,6 +41,7 @@ public:
 
     // --- What is done with the item that is selected or on the card
     virtual bool HasItem() const = 0;
+    virtual bool CanDelete() const { return HasItem(); }
     bool IsCardOpen() const { return m_cardOpen; }
     virtual void OpenCurrent() = 0;
     virtual void DeleteCurrent() = 0; // asks before
@@ -70,6 +71,8 @@ protected:
     void LoseCard();  // its item has gone
     // In one line; of a name as much as there is room for. `undo` gives the result of the store.
     void Tell(std::u16string_view what, std::u16string_view name, std::function<HRESULT()> undo = nullptr);
+    // The menu of the title, below it.
+    void ShowTitleMenu(const std::vector<MenuRow>& rows);
     bool AskToDelete(const std::u16string& question, const WCHAR* remembered);
     int Width() const;
     bool IsWide() const;   // the card stands beside the body

@@ -37,6 +37,7 @@ constexpr Row kColors[static_cast<int>(Paint::Count)] = {
     {{u"#336699", u"#38597C"}}, // Today
     {{u"#FFFFFF", u"#FFFFFF"}}, // TodayText
     {{u"#F0F0F0", u"#262B31"}}, // Hours
+    {{u"#C00000", u"#FF8F85"}}, // Alert
 };
 
 struct SystemRow {
@@ -82,6 +83,15 @@ std::u16string GroundTag(Paint paint) { return std::u16string(u"<BODY BGCOLOR=")
 
 std::u16string FontTag(Paint paint) {
     return std::u16string(u"<FONT SIZE=2 NAME=\"Tahoma\" COLOR=") + MarkupOf(paint) + u">";
+}
+
+std::u16string SmallFontTag(Paint paint) {
+    return std::u16string(u"<FONT SIZE=1 NAME=\"Tahoma\" COLOR=") + MarkupOf(paint) + u">";
+}
+
+std::u16string FilledFontTag(Paint ink, Paint ground) {
+    return std::u16string(u"<FONT SIZE=2 NAME=\"Tahoma\" COLOR=") + MarkupOf(ink) + u" BGCOLOR=" +
+           MarkupOf(ground) + u">";
 }
 
 COLORREF ColorOf(Paint paint) {

@@ -27,6 +27,7 @@ enum class Paint {
     Today,   // the heading of today
     TodayText,
     Hours, // the column of the hours
+    Alert, // text of what is overdue or in conflict
     Count
 };
 
@@ -36,8 +37,11 @@ void KeepScheme(Scheme scheme);
 void UseScheme(Scheme scheme);
 
 COLORREF ColorOf(Paint paint);
-// Tags: the ground of a cell; the programs' font in a colour.
+// Tags: the ground of a cell; the programs' font in a colour, for small facts a point smaller.
 std::u16string GroundTag(Paint paint);
 std::u16string FontTag(Paint paint);
+std::u16string SmallFontTag(Paint paint);
+// On a ground of its own.
+std::u16string FilledFontTag(Paint ink, Paint ground);
 
 } // namespace qn
