@@ -122,4 +122,14 @@ HRESULT DeleteAppointment(const DATACALENDAR& line, Com<IItem>& undo) {
     return result;
 }
 
+HRESULT DeleteItem(DWORD oid, Com<IItem>& undo) {
+    Com<IItem> item, twin;
+    if (!g_pOutlook) return E_FAIL;
+    HRESULT result = g_pOutlook->GetItemFromOidEx(oid, item.Out());
+    if (SUCCEEDED(result)) result = item->Copy(twin.Out());
+    if (SUCCEEDED(result)) result = item->Delete();
+    if (SUCCEEDED(result)) undo = std::move(twin);
+    return result;
+}
+
 } // namespace qn

@@ -15,5 +15,7 @@ HRESULT MoveAppointment(const DATACALENDAR& line, DATE start);
 // `undo` is an unsaved twin of a single appointment: saving it brings the appointment back, as a new item. It is empty
 // for an occurrence.
 HRESULT DeleteAppointment(const DATACALENDAR& line, Com<IItem>& undo);
+// A task or a contact, by its OID; `undo` as above.
+HRESULT DeleteItem(DWORD oid, Com<IItem>& undo);
 
 } // namespace qn

@@ -1,6 +1,8 @@
 #include "apps/pages/tabs.h"
 
 #include "apps/pages/calendarview.h"
+#include "apps/pages/contactsview.h"
+#include "apps/pages/notesview.h"
 #include "apps/pages/tasksview.h"
 
 namespace qn {
@@ -9,6 +11,10 @@ std::unique_ptr<TabView> MakeTab(TabKind kind) {
     switch (kind) {
     case TabKind::Tasks:
         return std::make_unique<TasksView>();
+    case TabKind::Notes:
+        return std::make_unique<NotesView>();
+    case TabKind::Contacts:
+        return std::make_unique<ContactsView>();
     default:
         return std::make_unique<CalendarView>();
     }

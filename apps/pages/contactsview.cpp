@@ -1,0 +1,488 @@
+#include "apps/pages/contactsview.h"
+
+#include "NorvoTools/CStr.h"
+#include "NorvoTools/globals.h"
+#include "NorvoTools/registryfunctions.h"
+#include "NorvoUI/chrome.h"
+#include "NorvoUI/modalkeys.h"
+#include "Platform/phone.h"
+#include "QNGridCtrl/HTMLEscape.h"
+#include "QNGridCtrl/PNGPicture.h"
+#include "QNWorkerClass/contactssort.h"
+#include "QNWorkerClass/recentcontacts.h"
+#include "Resources/pictures.h"
+#include "apps/pages/changes.h"
+#include "apps/pages/contactcard.h"
+#include "apps/pages/pagetext.h"
+#include "apps/pages/theme.h"
+#include "apps/qn/support.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace qn {
+
+namespace {
+
+constexpr const WCHAR* kContactView = u"Software\\Norvo\\Quillonary\\CV";
+
+constexpr int kRowHeight = 40; // pixels at 96 dots an inch, as the next
+constexpr int kTwoLinesTop = 5;
+constexpr int kOneLineTop = 12;
+constexpr int kBesideBar = 4; // between the bar of a category and the text
+constexpr int kCallWidth = 40;
+constexpr int kCallPicture = 16;
+constexpr std::size_t kLongList = 16; // rows, from which on a strip of letters stands beside the list
+
+struct Format {
+    const WCHAR* word; // null: a line between two groups of them
+    ContactsDisplay format;
+};
+constexpr Format kFormats[] = {{u"By first name", kDisplayFirstLast},
+                               {u"By last name", kDisplayLastFirst},
+                               {u"By file-as name", kDisplayFileAs},
+                               {nullptr, kDisplayLookUp},
+                               {u"By company", kDisplayByCompany},
+                               {u"By category", kDisplayByCategory},
+                               {u"By department", kDisplayByKey7},
+                               {u"By city", kDisplayByKey8},
+                               {u"By state", kDisplayByKey9},
+                               {u"By country", kDisplayByKey10},
+                               {nullptr, kDisplayLookUp},
+                               {u"Used last", kDisplayRecent},
+                               {u"Calls", kDisplayCallLog}};
+
+// The name that the order of the list goes by.
+std::u16string_view OrderName(const DATACONTACTS& row, ContactsDisplay format) {
+    const std::u16string_view first = CSTRView(row.m_szFirstName), last = CSTRView(row.m_szLastName);
+    if (format == kDisplayFirstLast && !first.empty()) return first;
+    if (format != kDisplayFileAs && !last.empty()) return last;
+    if (format != kDisplayFileAs && !first.empty()) return first;
+    return CSTRView(row.m_szFileAs);
+}
+
+std::u16string_view View(const WCHAR* text) { return text ? text : u""; }
+
+std::u16string Picture(WORD number) { return u"<IMG SRC=" + Utf16(std::to_string(number)) + u">"; }
+
+std::u16string CountText(LONG count) { return Utf16(std::to_string(count)); }
+
+} // namespace
+
+ContactsView::ContactsView() : m_data([this] { Loaded(); }) {
+    m_data.busy = [this](bool busy) {
+        ShowBusy(busy);
+        if (!busy) m_data.Warm();
+    };
+    m_find.changed = [this] { FindTyped(); };
+    m_strip.chosen = [this](std::size_t section) { GoToLetter(section); };
+}
+
+bool ContactsView::OpenBody(const RECT& inside) {
+    return m_find.Open(GetHWnd(), inside, u"Find a name") && m_letter.Open(GetHWnd()) &&
+           m_strip.Open(GetHWnd()) && ListView::OpenBody(inside);
+}
+
+// The line to find by, below it the letter of the first name in sight and the list, the letters beside it.
+void ContactsView::PlaceBody(const RECT& place) {
+    const LONG top = std::min<LONG>(place.top + TextLine::Height(), place.bottom);
+    const LONG list = std::min<LONG>(top + (HasLetters() ? LetterHeadingHeight() : 0), place.bottom);
+    const bool strip = HasLetters() && m_lines.size() >= kLongList;
+    const LONG right = place.right - (strip ? LetterStrip::Width() : 0);
+    MoveTo(m_find, {place.left, place.top, place.right, top});
+    MoveTo(m_letter, {place.left, top, place.right, list});
+    MoveTo(m_strip, {right, list, place.right, place.bottom});
+    PlaceList({place.left, list, right, place.bottom});
+}
+
+void ContactsView::ShowBody(bool show) {
+    ListView::ShowBody(show);
+    const int command = show ? SW_SHOWNA : SW_HIDE;
+    m_find.ShowWindow(command);
+    m_letter.ShowWindow(command);
+    m_strip.ShowWindow(command);
+}
+
+void ContactsView::Begin() {
+    if (!std::exchange(m_begun, true)) m_data.Reload();
+}
+
+void ContactsView::Reload() {
+    m_data.Forget();
+    m_data.Reload();
+}
+
+void ContactsView::CategoriesChosen(std::vector<std::u16string> names) {
+    m_data.SetCategories(std::move(names));
+    if (m_begun) m_data.Reload();
+}
+
+// --- Rows ---------------------------------------------------------------------------------------------------------
+
+// What was typed is shown from its beginning; without it what was found last stays in sight.
+void ContactsView::Loaded() {
+    const bool lettered = HasLetters();
+    const bool other = m_listed != m_data.ShownText();
+    m_listed = m_data.ShownText();
+    FillLines();
+    if (lettered || HasLetters()) Arrange();
+    ShowRows();
+    if (other && (!m_listed.empty() || SelectedRow() == kNoRow))
+        ShowAtTop(0);
+    else if (other)
+        SelectRow(SelectedRow());
+    ShowLetter();
+    FillBar();
+    if (std::exchange(m_goToList, false)) GoToList();
+}
+
+void ContactsView::FillLines() {
+    m_lines.clear();
+    m_sections.clear();
+    CContactsThread& thread = m_data.Shown();
+    const ContactsDisplay format = thread.GetContactsDisplay();
+    const bool lettered = IsByNames(format) && m_listed.empty();
+    DWORD group = 0;
+    for (DATACONTACTS* row : thread.GetList()) {
+        if (row->m_bGroupHeader)
+            group = static_cast<DWORD>(std::hash<std::u16string_view>()(CSTRView(row->m_szFileAs)));
+        const WCHAR letter = lettered ? m_alphabet.LetterOf(OrderName(*row, format)) : WCHAR{0};
+        if (lettered && (m_sections.empty() || m_sections.back().letter != letter)) {
+            if (!m_sections.empty()) m_lines.push_back({nullptr, letter});
+            m_sections.push_back({letter, m_lines.size()});
+        }
+        m_lines.push_back({row, 0, group});
+    }
+    std::vector<WCHAR> letters;
+    for (const Section& section : m_sections) letters.push_back(section.letter);
+    m_strip.SetLetters(std::move(letters));
+}
+
+bool ContactsView::IsItem(std::size_t row) const {
+    return row < m_lines.size() && m_lines[row].row && !Row(row).m_bGroupHeader;
+}
+
+bool ContactsView::IsGrouped() const {
+    return !m_lines.empty() && m_lines.front().row && Row(0).m_bGroupHeader != 0;
+}
+
+LONG ContactsView::Count() const {
+    LONG count = 0;
+    for (const Line& line : m_lines)
+        if (line.row) count += IsGrouped() ? line.row->m_lCount : 1;
+    return count;
+}
+
+// A contact may stand under several headers; calls have nothing but their place.
+ULONGLONG ContactsView::RowId(std::size_t row) const {
+    const Line& line = m_lines[row];
+    if (!line.row) return 1ULL << 63 | line.letter;
+    if (line.row->m_bGroupHeader) return 1ULL << 62 | line.group;
+    if (line.row->m_oid == 0) return 1ULL << 61 | row;
+    return static_cast<ULONGLONG>(line.group & 0xFFFFFFF) << 32 | line.row->m_oid;
+}
+
+// The letter of the first name that is in sight: a letter's own row follows what stands above it.
+void ContactsView::ShowLetter() {
+    const std::size_t top = TopRow();
+    if (!HasLetters() || top == kNoRow) return;
+    const auto next = std::ranges::upper_bound(m_sections, top, {}, &Section::line);
+    m_letter.SetLetter((next == m_sections.begin() ? next : next - 1)->letter);
+}
+
+void ContactsView::GoToLetter(std::size_t section) {
+    if (section >= m_sections.size()) return;
+    ShowAtTop(m_sections[section].line);
+    ShowLetter();
+}
+
+std::u16string ContactsView::RowText(std::size_t row) {
+    if (!m_lines[row].row) return LetterHeading(m_lines[row].letter);
+    DATACONTACTS& contact = Row(row);
+    if (contact.m_bGroupHeader)
+        return GroundTag(Paint::Heading) + FontTag(Paint::Text) +
+               Picture(contact.m_bOpen ? kPictureOpen : kPictureClosed) + u" <B>" +
+               HTMLEscape(View(contact.m_szFileAs)) + u"</B>  " + FontTag(Paint::Quiet) +
+               HTMLEscape(View(contact.m_szExtraLine));
+    if (!contact.m_bFilled) m_data.Shown().FillContactInfo(&contact);
+    return GroundTag(Paint::Window) + ContactText(contact);
+}
+
+// The name, or what the call says, and quietly below it the number.
+std::u16string ContactsView::ContactText(DATACONTACTS& row) {
+    const std::u16string number = HTMLEscape(View(row.m_szExtraLine));
+    if (row.m_oid == 0)
+        return FontTag(Paint::Text) + (View(row.m_szFileAs).starts_with(u"<BR>") ? number : u"") +
+               row.m_szFileAs + (View(row.m_szFileAs).starts_with(u"<BR>") ? u"" : u"  " + number);
+    std::u16string pictures;
+    if (row.m_bHasLink) pictures += Picture(kPictureLinked);
+    if (row.m_bHasJournalLink) pictures += Picture(kPictureJournal);
+    if (row.m_bHasNote) pictures += Picture(kPictureNote);
+    std::u16string text = pictures.empty() ? pictures : u"<SPAN>" + pictures + u"</SPAN>";
+    text += FontTag(Paint::Text) + HTMLEscape(row.GetNameDisplay(m_data.Shown().GetContactsDisplay()));
+    if (number.empty()) return text;
+    text += u"<BR>" + SmallFontTag(Paint::Quiet);
+    if (const NumberKind* kind = FindNumberKind(row.m_dwExtraProperty)) text += {kind->letter, u' '};
+    return text + number;
+}
+
+void ContactsView::Shape(std::size_t row, tagNM_GRIDCELL& cell) {
+    const auto above = [&cell](int pixels) { cell.rcMargins.top = cell.rcMargins.bottom = pixels; };
+    if (!m_lines[row].row) {
+        above(LetterHeadingPadding());
+        cell.wMinHeight = static_cast<WORD>(LetterHeadingHeight());
+    } else if (IsItem(row)) {
+        above(Scaled(View(Row(row).m_szExtraLine).empty() ? kOneLineTop : kTwoLinesTop));
+        cell.wMinHeight = static_cast<WORD>(Scaled(kRowHeight));
+        if (!NumberToCall(row).empty()) cell.rcMargins.right = Scaled(kCallWidth);
+    }
+}
+
+int ContactsView::Indent(std::size_t row) const { return IsItem(row) ? Scaled(kBesideBar) : 0; }
+
+const WCHAR* ContactsView::CategoriesOf(std::size_t row) const {
+    return IsItem(row) ? Row(row).m_szCategories : nullptr;
+}
+
+// The picture of a call, for those who can be called.
+bool ContactsView::PaintRow(HDC hdc, const RECT& place, std::size_t row, bool selected) {
+    if (NumberToCall(row).empty()) return false;
+    FillColor(hdc, place, selected ? GetSysColor(COLOR_HIGHLIGHT) : ColorOf(Paint::Window));
+    const int side = Scaled(kCallPicture);
+    PNGPicture::DrawFromResources(hdc, place.right - (Scaled(kCallWidth) + side) / 2,
+                                  (place.top + place.bottom - side) / 2, side, side, g_hResources,
+                                  kPictureCallOut);
+    return true;
+}
+
+CardText ContactsView::CardOf(std::size_t row) {
+    if (!IsCall(row)) return ContactCard(Row(row).m_oid);
+    CardText card;
+    card.titleLabel = u"Number";
+    card.title = NumberToCall(row);
+    return card;
+}
+
+// --- Groups and formats -------------------------------------------------------------------------------------------
+
+void ContactsView::ActOnHeading(std::size_t row) {
+    if (m_lines[row].row) ToggleGroup(row);
+}
+
+void ContactsView::ToggleGroup(std::size_t row) {
+    DATACONTACTS& header = Row(row);
+    m_data.OpenGroup(header, !header.m_bOpen);
+    FillLines();
+    ShowRows();
+}
+
+bool ContactsView::RowKey(std::size_t row, WPARAM key) {
+    if (row == kNoRow || !m_lines[row].row || !Row(row).m_bGroupHeader) return false;
+    const bool open = Row(row).m_bOpen != 0;
+    if (key != static_cast<WPARAM>(open ? VK_LEFT : VK_RIGHT)) return false;
+    ToggleGroup(row);
+    return true;
+}
+
+std::vector<MenuRow> ContactsView::FormatRows() {
+    const ContactsDisplay now = m_data.Shown().GetContactsDisplay();
+    std::vector<MenuRow> rows;
+    for (const Format& one : kFormats) {
+        const ContactsDisplay format = one.format;
+        rows.push_back(one.word
+                           ? MenuRow{one.word, [this, format] { SetFormat(format); }, true, format == now}
+                           : MenuRow{});
+    }
+    if (!IsGrouped()) return rows;
+    rows.push_back({});
+    for (const bool open : {true, false}) {
+        const auto act = [this, open] {
+            m_data.OpenAllGroups(open);
+            m_data.Reload();
+        };
+        rows.push_back({open ? u"Open all groups" : u"Close all groups", act});
+    }
+    return rows;
+}
+
+void ContactsView::SetFormat(ContactsDisplay format) {
+    SetToRegistry(HKEY_CURRENT_USER, kContactView, u"DisplayFormat", static_cast<DWORD>(format));
+    m_data.Reload();
+}
+
+std::vector<MenuRow> ContactsView::MenuRows() {
+    return {{u"Show ...", [this] { ShowTitleMenu(FormatRows()); }}};
+}
+
+std::vector<Bar::Cell> ContactsView::TitleCells() {
+    const std::u16string count = m_data.WasShown() ? u" " + CountText(Count()) : u"";
+    return {{u"<B>Contacts</B>" + count + u" \u25BE", 0, [this] { ShowTitleMenu(FormatRows()); }}};
+}
+
+// --- Finding ------------------------------------------------------------------------------------------------------
+
+void ContactsView::FindTyped() {
+    m_data.SetText(m_find.Text());
+    if (m_begun) m_data.Reload();
+}
+
+void ContactsView::GoToList() {
+    FocusBody();
+    if (m_data.Text() != m_listed) {
+        m_goToList = true;
+        return;
+    }
+    if (SelectedRow() != kNoRow || m_lines.empty()) return;
+    std::size_t first = 0;
+    while (first < m_lines.size() && !IsItem(first)) ++first;
+    SelectRow(first < m_lines.size() ? first : 0);
+}
+
+bool ContactsView::TypingKey(WPARAM key) {
+    switch (key) {
+    case VK_ESCAPE:
+        if (m_find.Text().empty())
+            FocusBody();
+        else
+            m_find.SetText(u"");
+        return true;
+    case VK_DOWN:
+    case VK_RETURN:
+        SwallowCharacter(key); // it would open what is selected
+        GoToList();
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool ContactsView::BodyKey(WPARAM key) {
+    if (key == VK_ESCAPE && !IsCardOpen() && !m_find.Text().empty()) {
+        m_find.SetText(u"");
+        return true;
+    }
+    return ListView::BodyKey(key);
+}
+
+// What is typed over the list goes into the line.
+LRESULT ContactsView::OnChar(WPARAM code, UINT repeat, UINT flags, bool& handled) {
+    constexpr WPARAM kBackspace = 8, kRubout = 0x7F;
+    const bool text = code > u' ' && code != kRubout;
+    if (!text && (code != kBackspace || m_find.Text().empty()))
+        return ListView::OnChar(code, repeat, flags, handled);
+    handled = true;
+    m_find.Type(static_cast<WCHAR>(code));
+    return 0;
+}
+
+LRESULT ContactsView::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) {
+    if (msg == GRIDM_SCROLLED) ShowLetter();
+    return ListView::OnMessage(msg, wParam, lParam, handled);
+}
+
+// --- The empty list -----------------------------------------------------------------------------------------------
+
+std::u16string ContactsView::EmptyText() const {
+    if (!m_data.WasShown()) return {};
+    const std::u16string link = u"<BR><BR><U><A=fill>" + FontTag(Paint::Link);
+    if (!m_listed.empty())
+        return u"Nobody is called \"" + HTMLEscape(Shortened(m_listed)) + u"\"." + link + u"Show all</A></U>";
+    if (!m_data.Categories().empty())
+        return u"No contacts of the chosen categories." + link + u"Show all categories</A></U>";
+    switch (m_data.Shown().GetContactsDisplay()) {
+    case kDisplayRecent:
+        return u"The contacts that you open will stand here, the last one first." + link +
+               u"Show all contacts</A></U>";
+    case kDisplayCallLog:
+        return u"The calls of your telephone will stand here." + link + u"Show all contacts</A></U>";
+    default:
+        return u"The people you know will stand here.<BR><BR>The command<BR><B>qn import "
+               u"FILE.vcf</B><BR>reads "
+               u"an address book.";
+    }
+}
+
+void ContactsView::FillEmpty() {
+    if (!m_data.WasShown()) return;
+    if (!m_listed.empty()) return m_find.SetText(u"");
+    if (!m_data.Categories().empty()) return ShowCategories({});
+    const ContactsDisplay format = m_data.Shown().GetContactsDisplay();
+    if (format == kDisplayRecent || format == kDisplayCallLog) SetFormat(kDisplayCompanyStyle);
+}
+
+// --- What is done with a contact ----------------------------------------------------------------------------------
+
+std::u16string ContactsView::NumberToCall(std::size_t row) const {
+    if (!IsItem(row)) return {};
+    if (IsCall(row)) return std::u16string(View(Row(row).m_szIcon));
+    const NumberKind* kind = FindNumberKind(Row(row).m_dwExtraProperty);
+    return kind && kind->phone ? std::u16string(View(Row(row).m_szExtraLine)) : std::u16string();
+}
+
+std::u16string ContactsView::NameOf(std::size_t row) const {
+    return IsCall(row) ? NumberToCall(row) : Row(row).GetNameDisplay(m_data.Shown().GetContactsDisplay());
+}
+
+bool ContactsView::TakeTap(std::size_t row, int x) {
+    RECT list{};
+    ::GetClientRect(ListWindow(), &list);
+    if (x < list.right - Scaled(kCallWidth) || NumberToCall(row).empty()) return false;
+    Call(row);
+    return true;
+}
+
+void ContactsView::OpenRow(std::size_t row) {
+    if (!IsCall(row)) MarkRecentContact(Row(row).m_oid);
+    ListView::OpenRow(row);
+}
+
+void ContactsView::Call(std::size_t row) {
+    const std::u16string number = NumberToCall(row), name = NameOf(row);
+    if (!IsCall(row)) MarkRecentContact(Row(row).m_oid);
+    PHONEMAKECALLINFO call{};
+    call.cbSize = kPhoneMakeCallSize;
+    call.pszDestAddress = number.c_str();
+    call.pszCalledParty = name.c_str();
+    const LONG result = PhoneMakeCall(&call);
+    if (result == 0)
+        Tell(u"Calling ", name);
+    else
+        Tell(result == E_NOINTERFACE ? u"There is no telephone here. The number: "
+                                     : u"No call could be made to ",
+             number);
+}
+
+std::vector<MenuRow> ContactsView::ItemMenu(std::size_t row) {
+    const std::u16string number = NumberToCall(row);
+    std::vector<MenuRow> rows{{u"Open\tEnter", [this] { OpenCurrent(); }}};
+    const auto call = [this, id = RowId(row)] {
+        if (const std::size_t now = FindRow(id); now != kNoRow) Call(now);
+    };
+    if (!number.empty()) rows.push_back({u"Call " + Shortened(number, 30), call});
+    rows.push_back({u"Delete ...\tDelete", [this] { DeleteCurrent(); }, CanDelete()});
+    return rows;
+}
+
+bool ContactsView::CanDelete() const {
+    const std::size_t row = CurrentItem();
+    return row != kNoRow && !IsCall(row);
+}
+
+// A message box serves messages meanwhile: the rows may be others when it is answered.
+void ContactsView::DeleteCurrent() {
+    if (!CanDelete()) return;
+    const std::size_t row = CurrentItem();
+    const DWORD oid = Row(row).m_oid;
+    const std::u16string name = NameOf(row);
+    if (!AskToDelete(u"Delete \"" + Shortened(name) + u"\"?\n\nYou can undo it.", u"Delete_Contact")) return;
+    Com<IItem> twin;
+    const HRESULT result = DeleteItem(oid, twin);
+    if (FAILED(result))
+        COutlook::DisplayPIMSaveError(result);
+    else
+        Tell(u"Deleted: ", name,
+             [kept = std::make_shared<Com<IItem>>(std::move(twin))] { return (*kept)->Save(); });
+    Reload();
+}
+
+} // namespace qn
