@@ -142,18 +142,20 @@ constexpr Command kCommands[] = {
      "it.\n",
      &qn::PrepareMarkUp},
     {"page", &qn::PageCommand,
-     "qn page day|week|agenda [--date DATE] [--size WIDTHxHEIGHT] [--dpi N] [--category NAME]...\n"
-     "        [--scheme light|dark] [--png FILE]\n"
-     "  Draws a page of the calendar into a picture, day.png, week.png or agenda.png unless told otherwise, "
-     "of 480x640\n"
-     "  pixels. DATE as for agenda, today unless told otherwise. The colours are those of the setting "
-     "Colors/Scheme\n"
-     "  (0 light, 1 dark) unless told otherwise.\n",
+     "qn page day|week|agenda [--date DATE] [OPTIONS]\n"
+     "qn page tasks|notes [OPTIONS]\n"
+     "qn page contacts|search [--find TEXT] [OPTIONS]\n"
+     "        [--size WIDTHxHEIGHT] [--dpi N] [--category NAME]... [--scheme light|dark] [--png FILE]\n"
+     "  Draws a page into a picture, day.png, week.png and so on unless told otherwise, of 480x640 pixels. "
+     "DATE as for\n"
+     "  agenda, today unless told otherwise; --find as if TEXT had been typed on the page. The colours are "
+     "those of the\n"
+     "  setting Colors/Scheme (0 light, 1 dark) unless told otherwise.\n",
      &qn::PreparePage},
 };
 
 void PrintHelp() {
-    std::puts("qn: appointments and tasks of a device folder, from the command line\n\n"
+    std::puts("qn: the suite on a device folder, from the command line\n\n"
               "usage: qn [--device DIR] COMMAND ...\n\n"
               "  import    read calendars, cards and texts\n"
               "  agenda    the day list\n"
@@ -166,7 +168,7 @@ void PrintHelp() {
               "  get, set  the settings\n"
               "  export    write a calendar or cards\n"
               "  mark-up   draw a text of mark-up\n"
-              "  page      draw a page of the calendar\n\n"
+              "  page      draw a page: calendar, tasks, contacts, notes, search\n\n"
               "`qn COMMAND --help` tells more.\n"
               "The device folder is DIR, else $QN_DEVICE, else ~/.local/share/quillonary.\n"
               "TZ and the locale variables are the device's zone and locale.\n"
