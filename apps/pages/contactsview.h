@@ -22,6 +22,7 @@ public:
     std::vector<MenuRow> MenuRows() override;
     bool CanDelete() const override;
     void DeleteCurrent() override;
+    ContactsData& Data() { return m_data; }
 
 private:
     // A row of the list: one of the thread's, or without one a letter.
