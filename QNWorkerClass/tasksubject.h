@@ -14,4 +14,4 @@ struct TaskSubject {
 };
 
 // A prefix that isn't exactly of the form is part of the subject.
-TaskSubject ParseTaskSubject(std::u16string_view text);
+QN_API TaskSubject ParseTaskSubject(std::u16string_view text);

@@ -38,7 +38,8 @@ bool ListView::OpenBody(const RECT& inside) {
 
 // What stood at the top stays there and what was selected stays so, where they still are.
 void ListView::ShowRows() {
-    const WORD top = m_grid.GetTopRow(), chosen = m_grid.GetRow();
+    const WORD top = m_grid.GetTopRow();
+    const std::size_t chosen = SelectedRow();
     const int hidden = m_grid.GetTopPixel() - m_grid.RowToPixel(top); // of the row at the top
     const std::vector<ULONGLONG> former = std::exchange(m_ids, {});
     for (std::size_t row = 0; row < ShownRows(); ++row) m_ids.push_back(RowId(row));
@@ -80,8 +81,8 @@ std::size_t ListView::FindRow(ULONGLONG id) const {
 }
 
 std::size_t ListView::SelectedRow() const {
-    const WORD row = m_grid.GetRow();
-    return row < m_ids.size() ? row : kNoRow;
+    const WORD row = m_grid.GetRow(); // also of a selection that has been emptied
+    return row < m_ids.size() && m_grid.IsCellSelected(0, row) ? row : kNoRow;
 }
 
 std::size_t ListView::CurrentItem() const {
@@ -103,7 +104,7 @@ std::size_t ListView::TopRow() const {
 }
 
 bool ListView::BeginSelection() {
-    if (m_grid.GetRow() != GRID_NONE || m_ids.empty()) return false;
+    if (SelectedRow() != kNoRow || m_ids.empty()) return false;
     const std::size_t next = FindRow(m_nextId);
     const bool seen = next != kNoRow && m_grid.IsCellVisible(0, static_cast<WORD>(next));
     SelectRow(seen ? next : m_grid.GetTopRow());

@@ -26,8 +26,9 @@ enum class Paint {
     Heading, // of a day
     Today,   // the heading of today
     TodayText,
-    Hours, // the column of the hours
-    Alert, // text of what is overdue or in conflict
+    Hours,    // the column of the hours
+    Alert,    // text of what is overdue or in conflict
+    Progress, // the line that tells how far something is
     Count
 };
 

@@ -1,0 +1,224 @@
+#include "apps/pages/taskchoice.h"
+
+#include "NorvoTools/paths.h"
+#include "NorvoTools/registryfunctions.h"
+#include "apps/qn/support.h"
+
+#include <algorithm>
+
+namespace qn {
+
+namespace {
+
+constexpr const WCHAR* kView = u"Software\\Norvo\\Quillonary\\TV";
+constexpr const WCHAR* kRule = u"TV_FilterData";
+constexpr const WCHAR* kGroup = u"GroupBy";
+constexpr const WCHAR* kDone = u"bShowCompleted";
+constexpr const WCHAR* kContext = u"CurrentContextName";
+constexpr LONG kDaysUnset = 949998, kDaysUsual = 14;
+constexpr int kContextChars = 260;
+
+struct Named {
+    LONG value;
+    const WCHAR* name;
+    bool gtd = false; // shown with that feature alone
+};
+// In the order of the menu.
+constexpr Named kRules[] = {
+    {kTasksAll, u"All"},
+    {kTasksDue, u"Today"},
+    {kTasksDueTomorrow, u"Tomorrow"},
+    {kTasksNextDays, u""},
+    {kTasksOverdue, u"Overdue"},
+    {kTasksActive, u"Active"},
+    {kTasksUndated, u"Undated"},
+    {kTasksStarred, u"Starred"},
+    {kTasksNextAction, u"Next actions", true},
+    {kTasksUnfiled, u"Unfiled", true},
+    {kTasksCompleted, u"Done"},
+};
+// Of views that another program has set.
+constexpr Named kOtherRules[] = {{kTasksOnDate, u"Of the day"},
+                                 {kTasksMaster, u"Of no day"},
+                                 {kTasksOfGoal, u"Of the goal"},
+                                 {kTasksOfProject, u"Of the project"}};
+constexpr Named kGroups[] = {
+    {kGroupNone, u"None"},
+    {kGroupCategory, u"Category"},
+    {kGroupImportance, u"Importance"},
+    {kGroupLetter, u"Priority"},
+    {kGroupProgress, u"Progress"},
+    {kGroupDueDate, u"Due date"},
+    {kGroupCompletion, u"Completion"},
+    {kGroupGtdStatus, u"Status", true},
+};
+constexpr LONG kSortStart = 3;
+struct Order {
+    LONG key;
+    LONG second; // decides between equal ones
+    const WCHAR* name;
+};
+constexpr Order kOrders[] = {
+    {kSortPriority, kSortSubject, u"Priority"}, {kSortDue, kSortPriority, u"Due date"},
+    {kSortStart, kSortPriority, u"Start"},      {kSortSubject, kSortPriority, u"Subject"},
+    {kSortCategory, kSortSubject, u"Category"}, {kSortCompletion, kSortPriority, u"Completion"},
+};
+
+bool IsShown(const Named& row) {
+    return !row.gtd || ReadRegistryWithDefault(kSuiteKey, u"Feature_GTD", 1) != 0;
+}
+
+bool IsPlanner(LONG rule) { return IsOnDateRule(rule) || rule == kTasksOfGoal; }
+
+} // namespace
+
+// --- The settings -------------------------------------------------------------------------------------------------
+
+LONG TaskChoice::Rule() const { return static_cast<LONG>(ReadRegistryWithDefault(kView, kRule, kTasksAll)); }
+
+std::u16string TaskChoice::RuleKey() const { return kView + Utf16("\\" + std::to_string(Rule())); }
+
+LONG TaskChoice::Number(const WCHAR* name, LONG fallback) const {
+    return static_cast<LONG>(ReadRegistryWithDefault(RuleKey().c_str(), name, static_cast<DWORD>(fallback)));
+}
+
+void TaskChoice::Set(const WCHAR* name, LONG value) const {
+    SetToRegistry(HKEY_CURRENT_USER, RuleKey().c_str(), name, static_cast<DWORD>(value));
+}
+
+LONG TaskChoice::GroupBy() const {
+    return Rule() == kTasksOfGoal ? LONG{kGroupTree} : Number(kGroup, kGroupNone);
+}
+
+bool TaskChoice::IsDoneForced() const {
+    return Rule() == kTasksCompleted || IsProjectRule(Rule()) || GroupBy() == kGroupCompletion;
+}
+
+bool TaskChoice::ShowsDone() const { return IsDoneForced() || Number(kDone, 0) != 0; }
+
+LONG TaskChoice::DaysAhead() const {
+    const LONG days = Number(u"TV_DaysFuture", kDaysUnset);
+    return days == kDaysUnset ? kDaysUsual : days;
+}
+
+LONG TaskChoice::SortKey() const {
+    return IsPlanner(Rule()) ? Number(u"TaskSortFC", kSortCompletion) : Number(u"TaskSort", kSortPriority);
+}
+
+void TaskChoice::SetRule(LONG rule) const {
+    SetToRegistry(HKEY_CURRENT_USER, kView, kRule, static_cast<DWORD>(rule));
+    m_changed();
+}
+
+void TaskChoice::SetContext(const std::u16string& name) const {
+    SetToRegistrySZ(HKEY_CURRENT_USER, kView, kContext, name.c_str());
+    SetRule(kTasksOfContext);
+}
+
+// Groups of dates keep no state of their own: they are open.
+void TaskChoice::SetGroup(LONG group) const {
+    Set(kGroup, group);
+    if (group == kGroupDueDate) Set(u"bShowExpanded", 1);
+    m_changed();
+}
+
+void TaskChoice::SetOrder(LONG key, LONG second) const {
+    const bool planner = IsPlanner(Rule());
+    Set(planner ? u"TaskSortFC" : u"TaskSort", key);
+    Set(planner ? u"TaskSortFC2" : u"TaskSort2", second);
+    m_changed();
+}
+
+void TaskChoice::ShowAll() const { SetRule(kTasksAll); }
+
+void TaskChoice::ShowDone(bool show) const {
+    Set(kDone, show);
+    m_changed();
+}
+
+// --- Names --------------------------------------------------------------------------------------------------------
+
+std::u16string TaskChoice::RuleName() const {
+    const LONG rule = Rule();
+    if (rule == kTasksNextDays)
+        return u"Next " + Utf16(Plural(static_cast<std::size_t>(std::max<LONG>(DaysAhead(), 0)), "day"));
+    if (rule == kTasksOfContext) {
+        WCHAR name[kContextChars] = {};
+        GetFromRegistrySZ(HKEY_CURRENT_USER, kView, kContext, name, kContextChars);
+        return *name ? name : u"No context";
+    }
+    for (const Named& row : kRules)
+        if (row.value == rule) return row.name;
+    for (const Named& row : kOtherRules)
+        if (row.value == rule) return row.name;
+    return kRules[0].name; // a number that is no rule shows all
+}
+
+std::u16string TaskChoice::GroupName() const {
+    const auto* found = std::ranges::find(kGroups, GroupBy(), &Named::value);
+    return found == std::end(kGroups) ? u"" : found->name;
+}
+
+std::u16string TaskChoice::OrderName() const {
+    const auto* found = std::ranges::find(kOrders, SortKey(), &Order::key);
+    return found == std::end(kOrders) ? u"" : found->name;
+}
+
+// --- Menus --------------------------------------------------------------------------------------------------------
+
+std::vector<MenuRow> TaskChoice::RuleRows() const {
+    std::vector<MenuRow> rows;
+    for (const Named& row : kRules) {
+        if (!IsShown(row)) continue;
+        const LONG rule = row.value;
+        const std::u16string name = rule == kTasksNextDays ? u"Next days" : row.name;
+        rows.push_back({name, [this, rule] { SetRule(rule); }, true, rule == Rule()});
+    }
+    return rows;
+}
+
+std::vector<MenuRow> TaskChoice::ContextRows(const std::vector<TaskContext>& contexts) const {
+    const std::u16string chosen = Rule() == kTasksOfContext ? RuleName() : u"";
+    std::vector<MenuRow> rows;
+    rows.reserve(contexts.size());
+    for (const TaskContext& context : contexts)
+        rows.push_back({context.name + u"\t" + Utf16(std::to_string(context.nOpen)),
+                        [this, name = context.name] { SetContext(name); }, true, context.name == chosen});
+    std::ranges::sort(rows, {}, &MenuRow::text);
+    return rows;
+}
+
+std::vector<MenuRow> TaskChoice::GroupRows() const {
+    std::vector<MenuRow> rows;
+    for (const Named& row : kGroups)
+        if (IsShown(row))
+            rows.push_back(
+                {row.name, [this, group = row.value] { SetGroup(group); }, true, row.value == GroupBy()});
+    return rows;
+}
+
+std::vector<MenuRow> TaskChoice::OrderRows() const {
+    std::vector<MenuRow> rows;
+    for (const Order& row : kOrders)
+        rows.push_back(
+            {row.name, [this, &row] { SetOrder(row.key, row.second); }, true, row.key == SortKey()});
+    const WCHAR* name = IsPlanner(Rule()) ? u"TaskSortDescendingFC" : u"TaskSortDescending";
+    const bool descending = Number(name, 0) != 0;
+    rows.push_back({});
+    rows.push_back({u"Reverse",
+                    [this, name, descending] {
+                        Set(name, !descending);
+                        m_changed();
+                    },
+                    true, descending});
+    return rows;
+}
+
+std::vector<MenuRow> TaskChoice::SwitchRows() const {
+    const bool tree = IsTree(), done = ShowsDone();
+    return {{u"As a tree", [this, tree] { SetGroup(tree ? LONG{kGroupNone} : LONG{kGroupTree}); },
+             Rule() != kTasksOfGoal, tree},
+            {u"With done tasks", [this, done] { ShowDone(!done); }, !IsDoneForced(), done}};
+}
+
+} // namespace qn
