@@ -14,6 +14,7 @@ public:
 
     LONG Rule() const;
     std::u16string RuleName() const; // "All", "Next 14 days", "@home"
+    std::u16string NoneText() const; // that no task passes it
     LONG GroupBy() const;
     bool IsTree() const { return GroupBy() == kGroupTree; }
     bool ShowsDone() const;
