@@ -15,7 +15,9 @@ constexpr const WCHAR* kRule = u"TV_FilterData";
 constexpr const WCHAR* kGroup = u"GroupBy";
 constexpr const WCHAR* kDone = u"bShowCompleted";
 constexpr const WCHAR* kContext = u"CurrentContextName";
+constexpr const WCHAR* kDays = u"TV_DaysFuture";
 constexpr LONG kDaysUnset = 949998, kDaysUsual = 14;
+constexpr LONG kDaysOffered[] = {7, 14, 30};
 constexpr int kContextChars = 260;
 
 enum class Offered { Always, WithGtd, Never };
@@ -30,7 +32,7 @@ constexpr RuleRow kRules[] = {
     {kTasksAll, u"All", u"No tasks."},
     {kTasksDue, u"Today", u"Nothing is due today."},
     {kTasksDueTomorrow, u"Tomorrow", u"Nothing is due until tomorrow."},
-    {kTasksNextDays, u"Next days", u"Nothing is due in these days."},
+    {kTasksNextDays, u"", u"Nothing is due in these days."},
     {kTasksOverdue, u"Overdue", u"Nothing is overdue."},
     {kTasksActive, u"Active", u"No task has begun or is due."},
     {kTasksUndated, u"Undated", u"Every task has a date."},
@@ -49,6 +51,10 @@ constexpr RuleRow kRules[] = {
 const RuleRow& RowOf(LONG rule) {
     const auto* found = std::ranges::find(kRules, rule, &RuleRow::rule);
     return found == std::end(kRules) ? kRules[0] : *found;
+}
+
+std::u16string NextDaysName(LONG days) {
+    return u"Next " + Utf16(Plural(static_cast<std::size_t>(std::max<LONG>(days, 0)), "day"));
 }
 
 bool HasGtd() { return ReadRegistryWithDefault(kSuiteKey, u"Feature_GTD", 1) != 0; }
@@ -108,7 +114,7 @@ bool TaskChoice::IsDoneForced() const {
 bool TaskChoice::ShowsDone() const { return IsDoneForced() || Number(kDone, 0) != 0; }
 
 LONG TaskChoice::DaysAhead() const {
-    const LONG days = Number(u"TV_DaysFuture", kDaysUnset);
+    const LONG days = Number(kDays, kDaysUnset);
     return days == kDaysUnset ? kDaysUsual : days;
 }
 
@@ -118,6 +124,12 @@ LONG TaskChoice::SortKey() const {
 
 void TaskChoice::SetRule(LONG rule) const {
     SetToRegistry(HKEY_CURRENT_USER, kView, kRule, static_cast<DWORD>(rule));
+    m_changed();
+}
+
+void TaskChoice::SetNextDays(LONG days) const {
+    SetToRegistry(HKEY_CURRENT_USER, kView, kRule, kTasksNextDays);
+    Set(kDays, days);
     m_changed();
 }
 
@@ -151,8 +163,7 @@ void TaskChoice::ShowDone(bool show) const {
 
 std::u16string TaskChoice::RuleName() const {
     const LONG rule = Rule();
-    if (rule == kTasksNextDays)
-        return u"Next " + Utf16(Plural(static_cast<std::size_t>(std::max<LONG>(DaysAhead(), 0)), "day"));
+    if (rule == kTasksNextDays) return NextDaysName(DaysAhead());
     if (rule == kTasksOfContext) {
         WCHAR name[kContextChars] = {};
         GetFromRegistrySZ(HKEY_CURRENT_USER, kView, kContext, name, kContextChars);
@@ -177,9 +188,17 @@ std::u16string TaskChoice::OrderName() const {
 
 std::vector<MenuRow> TaskChoice::RuleRows() const {
     std::vector<MenuRow> rows;
-    for (const RuleRow& row : kRules)
-        if (row.offered == Offered::Always || (row.offered == Offered::WithGtd && HasGtd()))
-            rows.push_back({row.name, [this, &row] { SetRule(row.rule); }, true, row.rule == Rule()});
+    for (const RuleRow& row : kRules) {
+        if (row.offered == Offered::Never || (row.offered == Offered::WithGtd && !HasGtd())) continue;
+        const bool chosen = row.rule == Rule();
+        if (row.rule != kTasksNextDays) {
+            rows.push_back({row.name, [this, &row] { SetRule(row.rule); }, true, chosen});
+            continue;
+        }
+        for (const LONG days : kDaysOffered)
+            rows.push_back({NextDaysName(days), [this, days] { SetNextDays(days); }, true,
+                            chosen && days == DaysAhead()});
+    }
     return rows;
 }
 

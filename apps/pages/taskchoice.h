@@ -39,6 +39,7 @@ private:
     LONG DaysAhead() const;
     LONG SortKey() const;
     void SetRule(LONG rule) const;
+    void SetNextDays(LONG days) const;
     void SetContext(const std::u16string& name) const;
     void SetGroup(LONG group) const;
     void SetOrder(LONG key, LONG second) const;

@@ -257,7 +257,7 @@ void TasksView::Skip(std::size_t row) {
     const std::u16string name(TaskName(*m_rows[row]));
     UndoChange undo;
     const HRESULT result = SkipTask(m_rows[row]->m_oid, undo);
-    if (FAILED(result)) return Tell(u"No later date: ", name);
+    if (result == E_FAIL) return Tell(u"No later date: ", name);
     Finish(result, u"Moved on: ", name, std::move(undo));
 }
 
