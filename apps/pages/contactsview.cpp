@@ -24,15 +24,16 @@ namespace qn {
 
 namespace {
 
-constexpr const WCHAR* kContactView = u"Software\\Norvo\\Quillonary\\CV";
-
 constexpr int kRowHeight = 40; // pixels at 96 dots an inch, as the next
+constexpr int kHeaderHeight = 32;
 constexpr int kTwoLinesTop = 5;
 constexpr int kOneLineTop = 12;
 constexpr int kBesideBar = 4; // between the bar of a category and the text
 constexpr int kCallWidth = 40;
 constexpr int kCallPicture = 16;
 constexpr std::size_t kLongList = 16; // rows, from which on a strip of letters stands beside the list
+
+constexpr UINT kWarmWait = 200; // milliseconds: what was loaded is shown first
 
 struct Format {
     const WCHAR* word; // null: a line between two groups of them
@@ -72,7 +73,7 @@ std::u16string CountText(LONG count) { return Utf16(std::to_string(count)); }
 ContactsView::ContactsView() : m_data([this] { Loaded(); }) {
     m_data.busy = [this](bool busy) {
         ShowBusy(busy);
-        if (!busy) m_data.Warm();
+        if (!busy) SetTimer(kFirstOwnTimer, kWarmWait);
     };
     m_find.changed = [this] { FindTyped(); };
     m_strip.chosen = [this](std::size_t section) { GoToLetter(section); };
@@ -80,7 +81,8 @@ ContactsView::ContactsView() : m_data([this] { Loaded(); }) {
 
 bool ContactsView::OpenBody(const RECT& inside) {
     return m_find.Open(GetHWnd(), inside, u"Find a name") && m_letter.Open(GetHWnd()) &&
-           m_strip.Open(GetHWnd()) && ListView::OpenBody(inside);
+           m_strip.Open(GetHWnd()) && ListView::OpenBody(inside) &&
+           (List().SetMinRowHeight(static_cast<WORD>(Scaled(kRowHeight))), true);
 }
 
 // The line to find by, below it the letter of the first name in sight and the list, the letters beside it.
@@ -115,6 +117,11 @@ void ContactsView::Reload() {
 void ContactsView::CategoriesChosen(std::vector<std::u16string> names) {
     m_data.SetCategories(std::move(names));
     if (m_begun) m_data.Reload();
+}
+
+void ContactsView::TimerOver(WPARAM id) {
+    KillTimer(id);
+    m_data.Warm();
 }
 
 // --- Rows ---------------------------------------------------------------------------------------------------------
@@ -166,10 +173,15 @@ bool ContactsView::IsGrouped() const {
     return !m_lines.empty() && m_lines.front().row && Row(0).m_bGroupHeader != 0;
 }
 
+// One that stands under several headers counts once, but for a choice of them.
 LONG ContactsView::Count() const {
+    if (!IsGrouped()) {
+        const auto letters = m_sections.empty() ? 0 : m_sections.size() - 1;
+        return static_cast<LONG>(m_lines.size() - letters);
+    }
+    if (m_listed.empty() && Categories().empty()) return m_data.Shown().GetTotalNumRecords();
     LONG count = 0;
-    for (const Line& line : m_lines)
-        if (line.row) count += IsGrouped() ? line.row->m_lCount : 1;
+    for (const Line& line : m_lines) count += line.row->m_lCount;
     return count;
 }
 
@@ -211,9 +223,10 @@ std::u16string ContactsView::RowText(std::size_t row) {
 // The name, or what the call says, and quietly below it the number.
 std::u16string ContactsView::ContactText(DATACONTACTS& row) {
     const std::u16string number = HTMLEscape(View(row.m_szExtraLine));
-    if (row.m_oid == 0)
-        return FontTag(Paint::Text) + (View(row.m_szFileAs).starts_with(u"<BR>") ? number : u"") +
-               row.m_szFileAs + (View(row.m_szFileAs).starts_with(u"<BR>") ? u"" : u"  " + number);
+    if (row.m_oid == 0) {
+        const std::u16string call(View(row.m_szFileAs));
+        return FontTag(Paint::Text) + (call.starts_with(u"<BR>") ? number + call : call + u"</I>  " + number);
+    }
     std::u16string pictures;
     if (row.m_bHasLink) pictures += Picture(kPictureLinked);
     if (row.m_bHasJournalLink) pictures += Picture(kPictureJournal);
@@ -231,9 +244,10 @@ void ContactsView::Shape(std::size_t row, tagNM_GRIDCELL& cell) {
     if (!m_lines[row].row) {
         above(LetterHeadingPadding());
         cell.wMinHeight = static_cast<WORD>(LetterHeadingHeight());
-    } else if (IsItem(row)) {
+    } else if (!IsItem(row)) {
+        cell.wMinHeight = static_cast<WORD>(Scaled(kHeaderHeight));
+    } else {
         above(Scaled(View(Row(row).m_szExtraLine).empty() ? kOneLineTop : kTwoLinesTop));
-        cell.wMinHeight = static_cast<WORD>(Scaled(kRowHeight));
         if (!NumberToCall(row).empty()) cell.rcMargins.right = Scaled(kCallWidth);
     }
 }
@@ -255,11 +269,18 @@ bool ContactsView::PaintRow(HDC hdc, const RECT& place, std::size_t row, bool se
     return true;
 }
 
+// Of a call: whoever has the number.
 CardText ContactsView::CardOf(std::size_t row) {
     if (!IsCall(row)) return ContactCard(Row(row).m_oid);
+    const std::u16string number = NumberToCall(row);
+    Com<IItem> contact;
+    CEOID oid = 0;
+    if (!number.empty() && SUCCEEDED(FindMatchingContact(number.c_str(), 0, contact.Out(), nullptr)) &&
+        SUCCEEDED(contact->get_Oid(&oid)))
+        return ContactCard(oid);
     CardText card;
     card.titleLabel = u"Number";
-    card.title = NumberToCall(row);
+    card.title = number;
     return card;
 }
 
@@ -277,10 +298,20 @@ void ContactsView::ToggleGroup(std::size_t row) {
 }
 
 bool ContactsView::RowKey(std::size_t row, WPARAM key) {
-    if (row == kNoRow || !m_lines[row].row || !Row(row).m_bGroupHeader) return false;
+    if (row == kNoRow) return false;
+    if (key == VK_UP || key == VK_DOWN) return PassLetter(row, key == VK_DOWN);
+    if (!m_lines[row].row || !Row(row).m_bGroupHeader) return false;
     const bool open = Row(row).m_bOpen != 0;
     if (key != static_cast<WPARAM>(open ? VK_LEFT : VK_RIGHT)) return false;
     ToggleGroup(row);
+    return true;
+}
+
+// The keys go from name to name: there is nothing to do with a letter.
+bool ContactsView::PassLetter(std::size_t row, bool down) {
+    if (down ? row + 2 >= m_lines.size() : row < 2) return false;
+    if (m_lines[down ? row + 1 : row - 1].row) return false;
+    SelectRow(down ? row + 2 : row - 2);
     return true;
 }
 
@@ -293,20 +324,25 @@ std::vector<MenuRow> ContactsView::FormatRows() {
                            ? MenuRow{one.word, [this, format] { SetFormat(format); }, true, format == now}
                            : MenuRow{});
     }
-    if (!IsGrouped()) return rows;
     rows.push_back({});
     for (const bool open : {true, false}) {
         const auto act = [this, open] {
             m_data.OpenAllGroups(open);
             m_data.Reload();
         };
-        rows.push_back({open ? u"Open all groups" : u"Close all groups", act});
+        if (IsGrouped()) rows.push_back({open ? u"Open all groups" : u"Close all groups", act});
     }
+    const bool all = ReadRegistryWithDefault(kContactView, kContactFindAll, 0) != 0;
+    const auto turn = [this, all] {
+        SetToRegistry(HKEY_CURRENT_USER, kContactView, kContactFindAll, all ? 0 : 1);
+        m_data.Reload();
+    };
+    rows.push_back({u"Find in all fields", turn, true, all});
     return rows;
 }
 
 void ContactsView::SetFormat(ContactsDisplay format) {
-    SetToRegistry(HKEY_CURRENT_USER, kContactView, u"DisplayFormat", static_cast<DWORD>(format));
+    SetToRegistry(HKEY_CURRENT_USER, kContactView, kContactFormat, static_cast<DWORD>(format));
     m_data.Reload();
 }
 
@@ -361,6 +397,10 @@ bool ContactsView::BodyKey(WPARAM key) {
         m_find.SetText(u"");
         return true;
     }
+    const std::size_t top = TopRow();
+    const bool begins = (key == VK_UP || key == VK_DOWN) && SelectedRow() == kNoRow;
+    if (begins && ::GetFocus() == ListWindow() && top != kNoRow && !m_lines[top].row)
+        return SelectRow(top + 1), true;
     return ListView::BodyKey(key);
 }
 
