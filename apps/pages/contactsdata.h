@@ -44,7 +44,7 @@ private:
     struct Knowledge {
         const CContactsThread* thread;
         bool current = false; // its cache is that of the store
-        std::vector<std::u16string> categories;
+        std::vector<std::u16string> categories = {};
     };
 
     void Prepare() override;

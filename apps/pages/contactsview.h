@@ -73,7 +73,6 @@ private:
     void FillLines();
     void ShowLetter();
     void GoToLetter(std::size_t section);
-    std::u16string ContactText(DATACONTACTS& row);
     DATACONTACTS& Row(std::size_t row) const { return *m_lines[row].row; }
     bool IsCall(std::size_t row) const { return IsItem(row) && Row(row).m_oid == 0; }
     bool HasLetters() const { return !m_sections.empty(); }

@@ -121,6 +121,19 @@ TEST_F(ContactsViewTest, NumbersAreReadForRowsInSightAlone) {
     EXPECT_EQ("Ada Byronm 0170 1", Rows()[0]);
 }
 
+TEST_F(ContactsViewTest, TheStripLeadsToALetter) {
+    for (const WCHAR* name : {u"Ada", u"Bob", u"Cleo"})
+        for (int i = 0; i < 20; ++i) Add(name, u"Byron");
+    Open();
+    constexpr int kHeight = 592 - kListTop; // each letter has a third of it
+    Point(PlatPointerAction::Down, 475, kListTop + kHeight / 2);
+    EXPECT_EQ(21, View().List().GetTopRow()) << "behind twenty and the letter B";
+    Point(PlatPointerAction::Move, 475, kListTop + 5);
+    EXPECT_EQ(0, View().List().GetTopRow());
+    Point(PlatPointerAction::Up, 475, kListTop + 5);
+    EXPECT_EQ(nullptr, GetCapture());
+}
+
 TEST_F(ContactsViewTest, GroupsOpenAndStayOpen) {
     Add(u"Ada", u"Byron", {{PIMPR_COMPANY, u"Engines"}});
     Add(u"Grace", u"Hopper", {{PIMPR_COMPANY, u"Navy"}});
