@@ -34,7 +34,13 @@ ContactsData::Knowledge& ContactsData::KnowledgeOf(const CContactsThread& thread
     return *std::ranges::find(m_known, &thread, &Knowledge::thread);
 }
 
+void ContactsData::SetText(std::u16string text) {
+    m_text = std::move(text);
+    m_anyPart = false;
+}
+
 void ContactsData::Forget() {
+    m_anyPart = false;
     for (Knowledge& known : m_known) known.current = false;
 }
 
@@ -54,11 +60,20 @@ void ContactsData::Prepare() {
         thread.SetCategoryRestrict(false); // or the rows that pass would be those of the run before
     }
     m_loadingText = m_text;
-    const bool all = FindsInAllFields();
+    const bool all = m_anyPart || FindsInAllFields();
     const bool keypad = !all && IsKeypadText(m_text.c_str());
+    m_quick = !m_text.empty() && !all && !keypad;
     thread.SetCompareString((keypad ? EngineKeys(m_text) : m_text).c_str(), all,
                             keypad ? kFindKeypad : kFindQuick);
     TellGroups(thread);
+}
+
+bool ContactsData::Accept() {
+    if (m_warming) return false;
+    if (!m_quick || m_loadingText != m_text || Loading().GetActiveDataCount() > 0) return true;
+    m_anyPart = true;
+    Reload();
+    return false;
 }
 
 void ContactsData::Turn() {

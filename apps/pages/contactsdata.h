@@ -22,9 +22,10 @@ class ContactsData : public ListData<CContactsThread> {
 public:
     explicit ContactsData(std::function<void()> changed);
 
-    // What is typed: the beginning of a name, or digits, each for the letters on its key; or any part of what a contact has,
-    // as the setting says. Counts from the next load on.
-    void SetText(std::u16string text) { m_text = std::move(text); }
+    // What is typed: the beginning of the name that the list is ordered by, and where nobody is called so, any part of a name;
+    // digits, each for the letters on its key; or, as the setting says, any part of what a contact has. Counts from the
+    // next load on.
+    void SetText(std::u16string text);
     const std::u16string& Text() const { return m_text; }
     // That the list which is shown was made by.
     const std::u16string& ShownText() const { return m_shownText; }
@@ -48,7 +49,7 @@ private:
     };
 
     void Prepare() override;
-    bool Accept() override { return !m_warming; }
+    bool Accept() override;
     void Turn() override;
     void StoreChanged() override { Forget(); }
     Knowledge& KnowledgeOf(const CContactsThread& thread);
@@ -59,6 +60,8 @@ private:
     std::u16string m_text;
     std::u16string m_loadingText;
     std::u16string m_shownText;
+    bool m_anyPart = false; // nobody's name begins with the text
+    bool m_quick = false;   // the run goes by that beginning
     bool m_turned = false;
     bool m_warmNext = false; // the next load is only to fill the cache
     bool m_warming = false;
