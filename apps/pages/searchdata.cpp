@@ -47,6 +47,7 @@ void SearchData::Prepare() {
     query.bGroupByAge = m_asked.byAge;
     Loading().ForgetToEnd();
     Loading().SetParams(&query);
+    Loading().SetSort(m_asked.byAge ? kSearchByPureDate : 0, false); // 0: as the settings say
 }
 
 } // namespace qn

@@ -420,11 +420,12 @@ std::vector<MenuRow> SearchView::OrderRows() {
     std::vector<MenuRow> rows;
     const LONG shown = ReadOrder();
     const bool descending = ReadDescending();
+    const bool free = kDates[m_dates].first != 0; // else they stand under headers, by date
     for (const Order& order : kOrders)
-        rows.push_back({order.words, [this, &order, descending] { Sort(order.sort, descending); }, true,
-                        order.sort == shown});
+        rows.push_back({order.words, [this, &order, descending] { Sort(order.sort, descending); }, free,
+                        free && order.sort == shown});
     rows.push_back(
-        {u"Descending", [this, shown, descending] { Sort(shown, !descending); }, true, descending});
+        {u"Descending", [this, shown, descending] { Sort(shown, !descending); }, free, free && descending});
     rows.push_back({});
     rows.push_back({u"In notes too", [this] { Change(&SearchQuestion::inNotes); }, true, m_wishes.inNotes});
     rows.push_back(
