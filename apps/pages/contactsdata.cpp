@@ -34,9 +34,10 @@ ContactsData::Knowledge& ContactsData::KnowledgeOf(const CContactsThread& thread
     return *std::ranges::find(m_known, &thread, &Knowledge::thread);
 }
 
+// When nobody is called by the beginning of a text, nobody is by the whole.
 void ContactsData::SetText(std::u16string text) {
+    m_anyPart = m_anyPart && text.starts_with(m_text);
     m_text = std::move(text);
-    m_anyPart = false;
 }
 
 void ContactsData::Forget() {

@@ -236,7 +236,10 @@ CardText ContactsView::CardOf(std::size_t row) {
 // --- Groups -------------------------------------------------------------------------------------------
 
 void ContactsView::ActOnHeading(std::size_t row) {
-    if (m_lines[row].row) ToggleGroup(row);
+    if (m_lines[row].row)
+        ToggleGroup(row);
+    else
+        List().EmptySelection(); // a letter was tapped
 }
 
 void ContactsView::ToggleGroup(std::size_t row) {
