@@ -14,7 +14,6 @@ namespace {
 constexpr std::size_t kMostDepth = 200;    // deeper groups are read as if their braces weren't there
 constexpr std::size_t kMostEntries = 1000; // of the tables of fonts and colours
 constexpr LONG kNoParameter = INT32_MIN;
-constexpr LONG kLeastHalfPoints = 2, kMostHalfPoints = 1000;
 
 // --- Reading ------------------------------------------------------------------------------------------------------
 
@@ -224,8 +223,8 @@ private:
     void Center(const Word&) { m_state.align = InkAlign::Center; }
     void ToTheRight(const Word&) { m_state.align = InkAlign::Right; }
     void FontSize(const Word& word) {
-        m_state.format.halfPoints =
-            static_cast<WORD>(std::clamp(word.Or(InkFormat{}.halfPoints), kLeastHalfPoints, kMostHalfPoints));
+        m_state.format.halfPoints = static_cast<WORD>(
+            std::clamp<LONG>(word.Or(InkFormat{}.halfPoints), kLeastHalfPoints, kMostHalfPoints));
     }
     void AfterUnicode(const Word& word) { m_state.afterUnicode = std::clamp(word.Or(1), 0, 100); }
     void Unicode(const Word& word) {
