@@ -48,7 +48,7 @@ CContactsThread::CContactsThread()
 }
 
 CContactsThread::~CContactsThread() {
-    Stop(false);
+    StopAnswering();
     DropCache();
 }
 
