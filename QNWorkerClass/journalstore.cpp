@@ -3,12 +3,16 @@
 #include "NorvoTools/CeDb.h"
 #include "NorvoTools/errors.h"
 #include "NorvoTools/globals.h"
+#include "NorvoUI/inkdocument.h"
 #include "Platform/clock.h"
 #include "Platform/memory.h"
+#include "Platform/threads.h"
 
 #include <array>
 #include <atomic>
 #include <iterator>
+#include <span>
+#include <string_view>
 
 namespace {
 
@@ -69,15 +73,16 @@ bool CopyRecord(CeDb& old, CeDb& store) {
 }
 
 // Asked when there is something to move. With entries in the new store the counts differ afterwards, and the old one
-// stays.
+// stays; so it does when one of its records could not be copied.
 void MoveOldStore() {
     CeDb old;
     if (!old.Open(kOldStore) || old.GetNumRecords() == 0) return;
     if (CShowError(kMoveQuestion, g_hResources, kQuestionFlags).m_nResult != kYes) return;
     CeDb store;
     if (!store.Open(kJournalStore, kIds[kOwner])) return;
-    for (CEOID at = old.SeekFirst(); at; at = old.SeekNext()) CopyRecord(old, store);
-    if (store.GetNumRecords() == old.GetNumRecords()) old.Delete();
+    bool whole = true;
+    for (CEOID at = old.SeekFirst(); at; at = old.SeekNext()) whole = CopyRecord(old, store) && whole;
+    if (whole && store.GetNumRecords() == old.GetNumRecords()) old.Delete();
 }
 
 bool DateAt(const CeDbRecord& record, int field, SYSTEMTIME& date) {
@@ -87,8 +92,10 @@ bool DateAt(const CeDbRecord& record, int field, SYSTEMTIME& date) {
 
 void PutDate(CeDbRecord& record, int field, const SYSTEMTIME& date) {
     FILETIME time{};
-    SystemTimeToFileTime(&date, &time);
-    record.SetIndexVal(field, time);
+    if (SystemTimeToFileTime(&date, &time))
+        record.SetIndexVal(field, time);
+    else
+        record.RemProp(field);
 }
 
 void PutText(CeDbRecord& record, int field, const CeString& text) {
@@ -107,16 +114,44 @@ void ReadDates(const CeDbRecord& record, CJournalData& entry) {
     if (entry.m_bCreatedMissing) entry.m_stCreated = entry.m_stDate;
 }
 
-// The stream; else the text of a record of an older version, with its terminator.
+void ReadText(InkDocument& document, std::u16string_view text) {
+    document.Append(text.substr(0, text.find(u'\0')), InkFormat{});
+}
+
+// The stream; else the text of a record of an older version. Either is given as ink, which editors take; bytes that are no
+// note stay what they are.
 void ReadNote(CeDb& db, const CeDbRecord& record, CJournalData& entry) {
-    CEBLOB note{};
-    if (db.ReadStream(kNoteStream, &note) && note.dwCount) {
-        entry.m_note.assign(note.lpb, note.lpb + note.dwCount);
+    CEBLOB stream{};
+    InkDocument document;
+    if (db.ReadStream(kNoteStream, &stream) && stream.dwCount) {
+        const std::span note(stream.lpb, stream.dwCount);
+        const bool isInk = GetBlobFormat(note.data(), stream.dwCount) == kNoteInk;
+        if (!isInk && document.Read(note, kNoteByContent))
+            entry.m_note = document.Write(kNoteInk);
+        else
+            entry.m_note.assign(note.begin(), note.end());
     } else if (const std::u16string_view text = record.TextAt(kOldNote); !text.empty()) {
-        const auto* bytes = reinterpret_cast<const BYTE*>(text.data());
-        entry.m_note.assign(bytes, bytes + (text.size() + 1) * sizeof(WCHAR));
+        ReadText(document, text);
+        entry.m_note = document.Write(kNoteInk);
     }
-    LocalFree(note.lpb);
+    LocalFree(stream.lpb);
+}
+
+// A note goes to the store as rich text, and without its last paragraph mark where the suite runs from left to right. One
+// without text is none; what can't be read is kept as it is.
+std::vector<BYTE> StoredNote(const std::vector<BYTE>& note) {
+    constexpr std::string_view kLastMark = "\\par }";
+    constexpr std::size_t kShortest = 10;
+    InkDocument document;
+    if (note.empty() || !document.Read(note, kNoteByContent)) return note;
+    if (document.IsEmpty()) return {};
+    std::vector<BYTE> rich = document.Write(kNoteRich);
+    const std::string_view text(reinterpret_cast<const char*>(rich.data()), rich.size());
+    if (g_dwLeftDefine == 0 && text.size() > kShortest && text.ends_with(kLastMark)) {
+        rich.resize(rich.size() - kLastMark.size());
+        rich.push_back('}');
+    }
+    return rich;
 }
 
 void FillRecord(CeDbRecord& record, const CJournalData& entry) {
@@ -135,15 +170,37 @@ void FillRecord(CeDbRecord& record, const CJournalData& entry) {
     record.SetIndexVal(kFlag, entry.m_bFlag);
 }
 
+// The creation of a record that is there stays as it was written first.
+void KeepCreation(CeDb& db, CeDbRecord& record) {
+    CeDbRecord stored;
+    FILETIME created;
+    if (db.ReadRec(stored, 1, &kIds[kCreated]) && stored.GetIndexVal(0, created))
+        record.SetIndexVal(kCreated, created);
+    else
+        record.RemProp(kCreated);
+}
+
 // An empty note is an empty stream, which reads as none.
 bool WriteNote(CeDb& db, const CJournalData& entry) {
     CEBLOB old{};
     const bool had = db.ReadStream(kNoteStream, &old);
     LocalFree(old.lpb);
-    if (entry.m_note.empty() && !had) return true;
-    std::vector<BYTE> note = entry.m_note;
+    std::vector<BYTE> note = StoredNote(entry.m_note);
+    if (note.empty() && !had) return true;
     const CEBLOB blob{static_cast<DWORD>(note.size()), note.data()};
     return db.WriteStream(kNoteStream, &blob) || note.empty();
+}
+
+// The record and its note are one change. A new record takes its id.
+bool Store(CeDb& db, CeDbRecord& record, const CJournalData& entry) {
+    if (!db.BeginTransaction()) return false;
+    const bool written = (record.m_oid ? db.UpdateRec(record) : db.AddRec(record)) &&
+                         db.SeekTo(record.m_oid) && WriteNote(db, entry);
+    if (written) return db.Commit();
+    const DWORD error = GetLastError();
+    db.RollBack();
+    SetLastError(error);
+    return false;
 }
 
 } // namespace
@@ -194,9 +251,9 @@ bool CJournal::WriteEntry(CJournalData* entry, bool stampCreated) {
     CeDbRecord record;
     record.AddProps(kIds.data(), kFields);
     FillRecord(record, *entry);
+    if (known) KeepCreation(db, record);
     record.m_oid = known ? entry->m_oidRecord : 0;
-    if (!(known ? db.UpdateRec(record) : db.AddRec(record)) || !db.SeekTo(record.m_oid) ||
-        !WriteNote(db, *entry)) {
+    if (!Store(db, record, *entry)) {
         ShowError();
         return false;
     }

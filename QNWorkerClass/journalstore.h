@@ -24,7 +24,7 @@ struct CJournalData {
     CeString m_strCategories;
     CeString m_strExtra;
     bool m_bFlag = false;
-    std::vector<BYTE> m_note; // in any of the forms that notes have
+    std::vector<BYTE> m_note; // as ink when it was read; any form of a note will do to write
     CEOID m_oidRecord = 0;    // 0 for a new one
     bool m_bCreatedMissing = false;
 };
@@ -37,6 +37,7 @@ public:
     // False when there is no such record. Dates that are missing take the clock, or, of the creation, the entry's date.
     static bool ReadEntry(CEOID oid, CJournalData* entry);
     // Updates the record that the entry came from, or adds one; `entry->m_oidRecord` is it. The time of change is the
-    // clock's; of a new one also that of its creation with `stampCreated`. A failure is reported.
+    // clock's; of a new one also that of its creation with `stampCreated`, which no update changes. The note is stored as
+    // rich text. A failure is reported.
     static bool WriteEntry(CJournalData* entry, bool stampCreated);
 };
