@@ -103,9 +103,16 @@ TEST_F(QnExchange, TextsBecomeNotes) {
     EXPECT_EQ(Note("plan.txt"), "# Plan\n- one\n");
     EXPECT_EQ(Note("old.txt"), "caf\xE9");
     EXPECT_EQ(Note("wide.txt"), "w\n");
-    const Ran bad = Qn({"import", "binary.txt"});
-    EXPECT_EQ(bad.code, 1);
-    EXPECT_TRUE(bad.Says("binary.txt: is no text")) << bad.err;
+    Write("zeros.txt", std::string("\xFF\xFE\0\0w\0", 6));
+    for (const std::string name : {"binary.txt", "zeros.txt"}) {
+        const Ran bad = Qn({"import", name});
+        EXPECT_EQ(bad.code, 1);
+        EXPECT_TRUE(bad.Says(name + ": is no text")) << bad.err;
+    }
+    const std::string cut(119, 'n'); // and half of what follows
+    Write(cut + "\U0001F600.txt", "x");
+    EXPECT_EQ(Qn({"import", cut + "\U0001F600.txt"}).code, 0);
+    EXPECT_EQ(Note(cut + ".txt"), "x");
     // The same once more is the same note; other content takes a free name.
     EXPECT_TRUE(Qn({"import", "plan.md"}).Says("was there as"));
     for (const char* text : {"other", "other", "third"}) {
