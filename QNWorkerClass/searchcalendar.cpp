@@ -8,6 +8,7 @@
 #include "QNWorkerClass/searchrows.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/texts.h"
+#include "QNWorkerClass/usermarkup.h"
 
 #include <algorithm>
 #include <optional>
@@ -96,7 +97,7 @@ private:
 void CSearchThread::ReadCalendar(CEOID resume) {
     Occurrences occurrences(m_query.lPrivacy, m_bShowHasNote);
     if (!occurrences.Open(!m_query.bNoLinks)) return;
-    if (m_pattern.FindsAll()) occurrences.ScanItems();
+    if (m_pattern.FindsAll() && !resume) occurrences.ScanItems();
     ContactReader reader({kIds.begin(), kIds.end()});
     CeDb& store = occurrences.Store();
     WalkRecords(store, resume, [&] {

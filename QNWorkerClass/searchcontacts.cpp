@@ -2,9 +2,9 @@
 #include "NorvoTools/StrFunctions.h"
 #include "Platform/poom.h"
 #include "Platform/strings.h"
-#include "QNWorkerClass/searchrows.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
+#include "QNWorkerClass/usermarkup.h"
 
 #include <algorithm>
 #include <array>
@@ -89,7 +89,7 @@ void CSearchThread::ReadContacts(CEOID resume) {
 }
 
 bool CSearchThread::ContactCheck(const ContactReader& reader) {
-    if (HasRange() && !ContactDatesMatch(reader)) return false;
+    if (m_bFrom && !ContactDatesMatch(reader)) return false; // one without a beginning is none for contacts
     const DWORD oid = reader.Number(reader.Count() - 1) | kOidContact;
     if (!CategoryFilterEDB(oid, &m_CategoryFilter)) return false;
     return m_pattern.FindsAll() || ContactFieldsMatch(reader);

@@ -5,10 +5,12 @@
 #include "Platform/notetext.h"
 #include "Platform/poom.h"
 #include "Platform/strings.h"
+#include "QNWorkerClass/DATACALENDAR.h"
 #include "QNWorkerClass/journalstore.h"
-#include "QNWorkerClass/searchrows.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
+#include "QNWorkerClass/tasksubject.h"
+#include "QNWorkerClass/usermarkup.h"
 
 namespace {
 
@@ -28,11 +30,10 @@ enum Field : int {
 constexpr std::array<CEPROPID, kFields> kIds{0x0030001F, 0x002F001F, 0x0031001F, 0x002D0040, 0x002E0003,
                                              0x0034001F, 0x0035001F, 0x0036000B, 0x002B0040, 0x002C0040};
 constexpr CEPROPID kNote = 0x00370064;
-constexpr LONG kRowJournal = 6;
 constexpr int kImage = 232;
 constexpr std::size_t kBodyChars = 200; // of a row
 
-// What an item is called; empty for one that is gone.
+// What an item is called, of a task without what stands in front of its subject; empty for one that is gone.
 std::u16string ReadTitle(DWORD oid) {
     ComRef<IDispatch> item;
     BSTR title = nullptr;
@@ -52,6 +53,7 @@ std::u16string ReadTitle(DWORD oid) {
     }
     std::u16string text(title ? title : u"");
     SysFreeString(title);
+    if (COutlook::GetQNItemType(oid) == kDataTask) text = std::u16string(ParseTaskSubject(text).text);
     return text;
 }
 
@@ -97,7 +99,7 @@ bool CSearchThread::JournalCheck(const CeDbRecord& record) {
 
 // "<B>Title</B> <IMG SRC=233><A=3221225473><U>Item</U></A><BR><I>What was noted</I>".
 void CSearchThread::AddJournalEntry(const CeDbRecord& record) {
-    auto row = NewRow(kRowJournal, kImage, record.m_oid, record.m_oid);
+    auto row = NewRow(kLineJournal, kImage, record.m_oid, record.m_oid);
     const std::u16string title(record.TextAt(kTitle));
     std::u16string text = u"<B>" + AsMarkup(title) + u"</B>";
     LONG owner = 0;

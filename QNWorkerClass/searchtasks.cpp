@@ -6,6 +6,7 @@
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
 #include "QNWorkerClass/tasksubject.h"
+#include "QNWorkerClass/usermarkup.h"
 
 #include <algorithm>
 

@@ -61,11 +61,12 @@ struct _QNSEARCH {
     LONG lCompleted = -1;      // of tasks: 0 open ones, 1 completed ones
     WORD bSearchNotes = 0;     // in the notes of items too
     WORD bUseSoundex = 0;      // names that sound alike too
-    double dFrom = kNoDate;    // whole days, both included; kNoDate: open
-    double dTo = kNoDate;      //
-    LONG lField = kSearchAll;  // SearchField
-    WORD bJournalAll = 0;      // all entries of the category filter
-    WORD bNoLinks = 0;         // without the marks of links
+    // Whole days, both included; kNoDate: open. Contacts go by them when dFrom is set, journal entries when both are.
+    double dFrom = kNoDate;
+    double dTo = kNoDate;
+    LONG lField = kSearchAll; // SearchField
+    WORD bJournalAll = 0;     // all entries of the category filter
+    WORD bNoLinks = 0;        // without the marks of links
 };
 
 // Kinds of rows; other values as of a day list's lines.
@@ -89,11 +90,11 @@ public:
     // Copies the query and its text. Nothing happens while a search runs.
     void SetParams(const _QNSEARCH* query);
     const _QNSEARCH& GetParams() const { return m_query; }
-    // An order of the caller's, until 0 is set.
+    // An order of the caller's, until 0 is set; also while a search runs.
     void SetSort(LONG sort, bool bDescending);
     void SetProgress(bool bProgress) { m_bProgress = bProgress; } // whether progress is told; at first it is
     void SettingChange();
-    void LoadJournalSortPrefs();
+    void LoadJournalSortPrefs(); // of bJournalSort; a sort does it by itself
 
     // --- Searching ------------------------------------------------------------------------------------------------
     // The search, on the caller's thread; gives 0. With a record's id only that one is tested anew: its old rows go, all
@@ -150,7 +151,6 @@ private:
     };
 
     // --- The search (searchthread.cpp) ----------------------------------------------------------------------------
-    void EndSearch();
     void Search(CEOID resume);
     void PrepareSearch(CEOID resume);
     void RemoveRowsOf(CEOID record);
@@ -209,8 +209,8 @@ private:
     std::map<DWORD, std::u16string> m_titles; // of linked items
     int m_bParents;
     std::atomic<bool> m_bProgress{true};
-    LONG m_nCallerSort = 0;
-    bool m_bCallerDescending = false;
+    std::atomic<LONG> m_nCallerSort{0};
+    std::atomic<bool> m_bCallerDescending{false};
 
     // Settings.
     LONG m_nSort = 0;

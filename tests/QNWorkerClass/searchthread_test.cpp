@@ -51,7 +51,16 @@ TEST(SearchPattern, TextsPatternsAndSounds) {
     EXPECT_EQ(u" A30 S503", codes);
     EXPECT_TRUE(SearchPattern(u"SMITH", true, true).MatchesSound(codes));
     EXPECT_FALSE(SearchPattern(u"SMITH", false, true).MatchesSound(codes));
-    EXPECT_FALSE(SearchPattern(u"123", true, true).HasSound());
+    const struct {
+        const WCHAR* text;
+        bool anywhere;
+        const WCHAR* sound;
+    } sounds[] = {{u"Smith", true, u"s503"}, {u"123", true, u""}, {u"1smith", true, u""},
+                  {u"Sm*", false, u"s5"},    {u"sm*", true, u""}, // it begins with a star
+                  {u"*", true, u""}};
+    for (const auto& s : sounds) EXPECT_EQ(s.sound, SearchPattern(s.text, s.anywhere, true).Sound());
+    codes = u" S5";
+    EXPECT_TRUE(SearchPattern(u"sm*", false, true).MatchesSound(codes));
     const BYTE note[] = {'G', 'r', 'e', 'y', ' ', 'c', 'a', 't'};
     EXPECT_TRUE(SearchPattern(u"CAT", true, false).MatchesNote(note, sizeof note));
     EXPECT_FALSE(SearchPattern(u"cat", false, false).MatchesNote(note, sizeof note));
@@ -193,12 +202,14 @@ TEST_F(SearchTest, FieldsOfContacts) {
         query.bUseSoundex = c.sound;
         EXPECT_EQ(c.found ? "CByron, Ada" : "", Find(c.text, query)) << &c - cases;
     }
-    _QNSEARCH march = All(), april = All();
+    _QNSEARCH march = All(), april = All(), before = All();
     march.dFrom = Day("2010-03-20");
     march.dTo = Day("2010-03-20") + 0.5;
     april.dFrom = Day("2010-04-01");
     EXPECT_EQ("CByron, Ada", Find(u"*", march));
+    before.dTo = Day("2010-01-01");
     EXPECT_EQ("", Find(u"*", april));
+    EXPECT_EQ("CByron, Ada", Find(u"*", before)) << "an open beginning takes all contacts";
     CSearchThread search;
     Find(search, u"acme", All());
     EXPECT_EQ(ada, search.GetList().Get(1)->m_oid);
@@ -231,6 +242,17 @@ TEST_F(SearchTest, TasksByDatesStateAndPrivacy) {
     EXPECT_EQ(u"<B>late<</BODY>b></B><BR>[3/1/10]  ", std::u16string(row->m_szText));
     EXPECT_EQ(u"Work", std::u16string(row->m_szCategories));
     EXPECT_EQ(nullptr, search.GetList().Get(4)->m_szCategories);
+
+    // A goal of the planner is found neither with links nor without.
+    MakeStore(u"QuillonaryLinks", 1, CEVT_I4, work);
+    _QNSEARCH linked = All();
+    for (const WORD noLinks : {WORD{0}, WORD{1}}) {
+        linked.bNoLinks = noLinks;
+        Find(search, u"late", linked);
+        EXPECT_EQ(!noLinks, search.GetList().Get(1)->m_bHasLink);
+    }
+    MakeStore(u"QN_Goals", 1, CEVT_UI4, PutTask(TaskOf(u"goal")));
+    EXPECT_EQ("", Find(u"goal", linked) + Find(u"goal", All()));
 
     const struct {
         const WCHAR* text;
@@ -296,7 +318,7 @@ TEST_F(SearchTest, OccurrencesOfAppointments) {
 }
 
 TEST_F(SearchTest, JournalEntriesUnderTheirItems) {
-    const DWORD task = PutTask(TaskOf(u"Roof"));
+    const DWORD task = PutTask(TaskOf(u"A1: Roof"));
     const auto entry = [&](const WCHAR* title, const char* date, DWORD owner) -> Values& {
         return NewValues()
             .Text(0x30, title)
@@ -314,17 +336,20 @@ TEST_F(SearchTest, JournalEntriesUnderTheirItems) {
     EXPECT_EQ("Jtwo", Find(u"news", journal));
     journal.bJournalSort = 1; // by text, the newest of equals first
     EXPECT_EQ("Jone Jthree Jtwo", Find(u"visit", journal));
+    CSearchThread search;
+    Find(search, u"visit", journal);
     SetNumber(u"Software\\Norvo\\Quillonary\\JV", u"JournalSort", 1);
     SetNumber(u"Software\\Norvo\\Quillonary\\JV", u"JournalSortDescending", 1);
-    EXPECT_EQ("Jthree Jtwo Jone", Find(u"visit", journal));
+    search.SortDataList();
+    EXPECT_EQ("Jthree Jtwo Jone", Rows(search));
     journal.dFrom = journal.dTo = Day("2010-03-02");
     EXPECT_EQ("Jtwo", Find(u"*", journal));
     journal.bJournalAll = 1;
 
-    CSearchThread search(1);
-    Find(search, u"nothing", journal);
+    CSearchThread grouped(1);
+    Find(grouped, u"nothing", journal);
     std::string groups;
-    for (DATAPARENT* header : search.GetGroups()) {
+    for (DATAPARENT* header : grouped.GetGroups()) {
         groups += Narrow(header->m_szText) + ":";
         for (const DATAGENERAL* row : header->m_listChildren) groups += " " + Narrow(row->m_szSubject);
         groups += "; ";
@@ -332,7 +357,7 @@ TEST_F(SearchTest, JournalEntriesUnderTheirItems) {
     EXPECT_EQ("None: two; Roof: three one; ", groups);
     WCHAR expected[120];
     wsprintfW(expected, u"<B>one</B> <IMG SRC=233><A=%u><U>Roof</U></A><BR><I>old words</I>", task);
-    EXPECT_EQ(std::u16string(expected), search.GetList().Get(3)->m_szText);
+    EXPECT_EQ(std::u16string(expected), grouped.GetList().Get(3)->m_szText);
 }
 
 TEST_F(SearchTest, NotesByTitleAndBody) {
