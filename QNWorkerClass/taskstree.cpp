@@ -32,13 +32,15 @@ std::vector<DATATASKS*> Subtree(DATATASKS* task) {
     return rows;
 }
 
-bool RemoveChild(DATATASKS* parent, DWORD oid) {
+void RemoveChild(DATATASKS* parent, DWORD oid) {
     int index = parent->m_listChildren.GetBase();
     for (const DATATASKS* child : parent->m_listChildren) {
-        if (child->m_oid == oid) return parent->m_listChildren.RemoveAt(index);
+        if (child->m_oid == oid) {
+            parent->m_listChildren.RemoveAt(index);
+            return;
+        }
         ++index;
     }
-    return false;
 }
 
 } // namespace
@@ -58,7 +60,6 @@ private:
     DATATASKS* ReadParent(DWORD oid);
     void Attach(DATATASKS* row, DATATASKS* parent);
     void DeleteWithChildren(DATATASKS* row);
-    void Erase(DATATASKS* row);
     void Forward(std::size_t rows = 1); // over rows that are still there
     void Back(std::size_t rows);
     bool IsBehind(const DATATASKS* row) const { return m_places.at(row) > m_at; }
@@ -120,9 +121,10 @@ void CTasksThread::ParentWalk::Run(CEPROPVAL* buffer, const CEPROPID* propIds, D
 void CTasksThread::ParentWalk::Visit(DATATASKS* row) {
     if (row->m_oid == 0) return Forward(); // a header
     if (row->m_oidParent == 0) {
-        if (!m_thread.m_bProjectMode) return Forward();
+        // A row below a header has its place, whatever its parent was.
+        if (!m_thread.m_bProjectMode || m_thread.IsGrouped()) return Forward();
         m_thread.PreTaskUpdateCountChange(row);
-        Erase(row);
+        m_thread.EraseRow(row);
         // The row behind it takes its place, and the index steps on over that one: so it was, and lists rely on it.
         return Forward(2);
     }
@@ -170,14 +172,13 @@ DATATASKS* CTasksThread::ParentWalk::ReadParent(DWORD oid) {
     CeDbRecord record;
     DATATASKS* parent = nullptr;
     if (db->ReadRec(record, m_pBuffer, m_cbBuffer, kTaskProps, m_pPropIds)) {
-        const int before = m_thread.m_listTasks.GetCount();
         bool show = true;
         m_thread.AddNewTask(&record, &show, -1, true, true);
-        if (m_thread.m_listTasks.GetCount() > before) {
-            parent = m_thread.m_listTasks.Get(m_thread.m_listTasks.GetLast());
-            m_places[parent] = m_rows.size();
-            m_rows.push_back(parent);
-        }
+        parent = m_thread.FindRow(oid);
+    }
+    if (parent) {
+        m_places[parent] = m_rows.size();
+        m_rows.push_back(parent);
     }
     record.DetachBuffer();
     return parent;
@@ -186,6 +187,7 @@ DATATASKS* CTasksThread::ParentWalk::ReadParent(DWORD oid) {
 void CTasksThread::ParentWalk::Attach(DATATASKS* row, DATATASKS* parent) {
     if (parent && (parent == row || IsDescendant(row, parent)))
         return; // an ancestor of itself stays at the top
+    if (row->m_pParent && row->m_pParent != parent) RemoveChild(row->m_pParent, row->m_oid);
     row->m_pParent = parent;
     ++m_thread.m_lDisplayedTreeCount;
     if (!parent) return;
@@ -202,14 +204,12 @@ void CTasksThread::ParentWalk::DeleteWithChildren(DATATASKS* row) {
     for (DATATASKS* gone : Subtree(row)) {
         if (m_thread.IsErased(gone)) continue;
         if (gone == row) m_thread.PreTaskUpdateCountChange(gone);
-        Erase(gone);
+        m_thread.EraseRow(gone);
     }
     m_thread.m_listExcluded.insert(row->m_oid);
     Forward();
     Back(children - before);
 }
-
-void CTasksThread::ParentWalk::Erase(DATATASKS* row) { m_thread.EraseRow(row); }
 
 void CTasksThread::ParentWalk::Forward(std::size_t rows) {
     for (; rows > 0; --rows) {
@@ -302,7 +302,8 @@ void CTasksThread::SetTaskHTField(DWORD oid, DWORD oidParent, bool bExpanded, bo
         !(values->wFlags & CEDB_PROPNOTFOUND))
         stored = values->val.dblVal;
     LocalFree(values);
-    const double parent = oidParent != 0 ? static_cast<double>(oidParent) : std::floor(stored);
+    const bool isOid = stored >= 0 && stored < 4294967296.0;
+    const double parent = oidParent != 0 ? static_cast<double>(oidParent) : isOid ? std::floor(stored) : 0;
     CEPROPVAL value{};
     value.propid = property;
     value.val.dblVal = bDelete ? 0 : parent + (bExpanded ? kExpandedHalf : 0);
@@ -344,24 +345,25 @@ void CTasksThread::RemoveTreeNode(const _HIERSTRUCT* node, int index, bool bMove
     if (!row) return;
     DATATASKS* parent = row->m_pParent;
     if (parent) RemoveChild(parent, row->m_oid);
-    if (bMoveChildrenUp && row->IsParentNode()) GiveChildrenTo(row, parent);
+    if (bMoveChildrenUp && row->IsParentNode()) GiveChildrenTo(row, parent, true);
+    m_lTreeCount -= row->m_oidParent != 0;
+    m_lDisplayedTreeCount -= parent != nullptr;
     row->m_pParent = nullptr;
     row->m_nDepth = 0;
     row->m_oidParent = row->m_oidParentStored = 0;
-    --m_lTreeCount;
-    --m_lDisplayedTreeCount;
     if (row->m_bKeptForChildren) EraseRow(row);
 }
 
-// The children of a row that goes hang where it hung. Those that come to the top lose their parent in the store too:
-// otherwise the next load would hang them below the old one again.
-void CTasksThread::GiveChildrenTo(DATATASKS* row, DATATASKS* parent) {
+// The children of a row that goes hang where it hung. With bForget those that come to the top lose their parent in the
+// store too: the next load would hang them below the old one again. Without, what is stored stays.
+void CTasksThread::GiveChildrenTo(DATATASKS* row, DATATASKS* parent, bool bForget) {
     UpdateDepth(row->m_listChildren, parent);
     for (DATATASKS* child : row->m_listChildren) {
         child->m_pParent = parent;
         child->m_oidParent = child->m_oidParentStored = row->m_oidParent;
         if (m_nGroupBy == kGroupTree)
-            SetTaskHTField(child->m_oid, row->m_oidParent, row->m_bExpanded, row->m_oidParent == 0);
+            SetTaskHTField(child->m_oid, row->m_oidParent, row->m_bExpanded,
+                           bForget && row->m_oidParent == 0);
         if (parent) parent->m_listChildren.Add(child);
     }
     row->m_listChildren.Clear();
@@ -372,9 +374,12 @@ void CTasksThread::DeleteTaskFromThread(int index) {
     if (!row || row->m_oid == 0 || row->m_bKeptForChildren) return;
     DATATASKS* parent = row->m_pParent;
     DeleteRow(row);
-    const bool lastOfKept =
-        m_nGroupBy == kGroupTree && parent && parent->m_bKeptForChildren && !parent->IsParentNode();
-    if (lastOfKept) EraseRow(parent);
+    // A parent that was kept for this row alone goes with it.
+    while (m_nGroupBy == kGroupTree && parent && parent->m_bKeptForChildren && !parent->IsParentNode()) {
+        DATATASKS* kept = parent;
+        parent = kept->m_pParent;
+        EraseRow(kept);
+    }
 }
 
 void CTasksThread::DeleteRow(DATATASKS* row) {
@@ -396,12 +401,12 @@ void CTasksThread::DeleteRow(DATATASKS* row) {
         EraseRowsOf(row->m_oid, nullptr);
     else
         EraseRow(row);
-    if (m_lActiveDataCount > 0) --m_lActiveDataCount;
 }
 
 void CTasksThread::LeaveTree(DATATASKS* row) {
     if (row->m_pParent) RemoveChild(row->m_pParent, row->m_oid);
-    if (row->IsParentNode()) GiveChildrenTo(row, row->m_pParent);
+    if (row->IsParentNode())
+        GiveChildrenTo(row, row->m_pParent, false); // the task may only be hidden by a filter
 }
 
 LONG CTasksThread::ExpandTreeNode(bool bExpand, DATATASKS* task, bool bPersist) {
