@@ -11,8 +11,8 @@
 //     for (int i = 1; i <= search.GetActiveDataCount(); ++i) Show(search.GetList().Get(i));
 //
 // The object belongs to the thread that made it; the search runs on the worker. The list is the search's from Start to the
-// last 1274. Within a 1274 of progress the client may read it, as the search waits for the answer. A search that is stopped
-// leaves what it found so far, in order. Rows belong to the list, headers to theirs.
+// last 1274. Within a 1274 of progress the client may read it, as the search waits for the answer; so it can't be stopped
+// there. A search that is stopped leaves what it found so far, in order. Rows belong to the list, headers to theirs.
 #pragma once
 
 #include "QNWorkerClass/CQNDataThread.h"

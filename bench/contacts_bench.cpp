@@ -10,9 +10,7 @@
 #include "QNWorkerClass/sidestores.h"
 #include "bench/figures.h"
 
-#include <malloc.h>
 #include <array>
-#include <fstream>
 #include <random>
 
 namespace {
@@ -113,15 +111,6 @@ void SetFormat(LONG format) {
     SetToRegistry(HKEY_CURRENT_USER, kView, u"DisplayFormat", static_cast<DWORD>(format));
 }
 
-// What a load takes more than there was before, at its highest.
-double PeakOf(CContactsThread& thread, CeManualEvent& stop) {
-    malloc_trim(0);
-    std::ofstream("/proc/self/clear_refs") << "5"; // the peak begins anew
-    const double before = StatusMiB("VmRSS:");
-    thread.LoadContacts(&stop);
-    return StatusMiB("VmHWM:") - before;
-}
-
 } // namespace
 
 int main() {
@@ -162,7 +151,7 @@ int main() {
     }
     SetFormat(kDisplayFirstLast);
     CContactsThread thread;
-    PrintFigure("peak memory of the load, MiB", PeakOf(thread, stop), 32);
+    PrintFigure("peak memory of the load, MiB", PeakMiB([&] { thread.LoadContacts(&stop); }), 32);
     int rows = 0;
     const double screen = LeastMs(5, [&] {
         rows = 0;
