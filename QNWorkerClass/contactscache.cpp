@@ -149,7 +149,7 @@ void CContactsThread::SortCache() {
 }
 
 // In one walk, since a seek for each contact would cost more; the company is in the cache already.
-void CContactsThread::UpdateCatCacheForGroupBy() {
+bool CContactsThread::UpdateCatCacheForGroupBy(CeManualEvent* stop) {
     const bool company = m_nFormat == kDisplayByCompany;
     std::unordered_map<CEOID, DATACONTACTS*> rows;
     m_nKeyFormat = -1; // until all have theirs
@@ -162,6 +162,7 @@ void CContactsThread::UpdateCatCacheForGroupBy() {
         const auto ids = GroupKeyIds(m_nFormat);
         ContactReader reader({ids.begin(), ids.end()});
         for (CEOID oid = m_pDb->SeekFirst(); oid; oid = m_pDb->SeekNext()) {
+            if (StopRequested(stop)) return false;
             const auto row = rows.find(oid);
             if (row != rows.end() && reader.Read(*m_pDb))
                 row->second->m_szGroupKey = SharedText(FirstText(reader, 0, reader.Count()));
@@ -169,6 +170,7 @@ void CContactsThread::UpdateCatCacheForGroupBy() {
     }
     const PlatUnended unended; // as above
     m_nKeyFormat = m_nFormat;
+    return true;
 }
 
 bool CContactsThread::IsFiltered() const {

@@ -153,14 +153,13 @@ void CContactsThread::ClearData() {
     m_lActiveDataCount = 0;
 }
 
-void CContactsThread::FillShownKeys() {
-    const auto format = static_cast<LONG>(m_listContacts.GetUser());
+void CContactsThread::FillShownKeys(LONG format) {
     for (DATACONTACTS* row : m_listContacts)
         if (!row->m_bGroupHeader) FillShownKey(*row, format);
 }
 
 void CContactsThread::SortDataList(bool bSimple) {
-    if (!bSimple) FillShownKeys();
+    FillShownKeys(bSimple ? LONG{kDisplayFileAs} : static_cast<LONG>(m_listContacts.GetUser()));
     m_listContacts.SetCompare(bSimple ? &CompareFuncSimple : &CompareFunc);
     m_listContacts.Sort(!bSimple);
 }

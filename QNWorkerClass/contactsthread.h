@@ -139,7 +139,7 @@ private:
     void FillNames(DATACONTACTS& row, const ContactReader& reader, CEOID oidRecord);
     bool IsHiddenSim(const ContactReader& reader) const;
     WCHAR* SharedText(std::u16string_view text);
-    void UpdateCatCacheForGroupBy();
+    bool UpdateCatCacheForGroupBy(CeManualEvent* stop); // false when stopped
     LONG CacheOrder() const;
     void SortCache();
     bool IsFiltered() const;
@@ -160,13 +160,14 @@ private:
     bool ListCalls(CeManualEvent* stop);
     bool PassesCall(const CCallLogEntry& entry) const;
     void AddCall(const CCallLogEntry& entry);
-    void FillShownKeys();
+    void FillShownKeys(LONG format);
 
     // --- Groups (contactsgroups.cpp) ------------------------------------------------------------------------------
     bool ListGroups(CeManualEvent* stop);
     bool ListCategories(CeManualEvent* stop);
     DATACONTACTS* AddHeader(std::u16string_view label);
     void PutUnder(DATACONTACTS* header, DATACONTACTS* row);
+    void ShowCount(DATACONTACTS& header);
     void FinishHeaders();
     bool OpensOnCompare() const;
     void AddBranch(DATACONTACTS* header, const Rows& rows, bool bBatch);
@@ -174,6 +175,7 @@ private:
     void CollectByCategory(const DATACONTACTS& header, Rows& rows);
     void RemoveBranch(DWORD id);
     std::vector<Category> NameCategories(std::map<LONG, Rows>& byId);
+    static std::vector<Category> OnePerName(std::vector<Category> categories);
 
     // --- Rows (contactsfill.cpp) ----------------------------------------------------------------------------------
     void FillRow(DATACONTACTS& row, ContactReader& reader);
