@@ -278,6 +278,9 @@ TEST_F(SearchTest, TasksByDatesStateAndPrivacy) {
         const std::string found = c.found;
         EXPECT_EQ(found.substr(0, found.find(" Ttemplate")), Find(c.text, query)) << &c - cases;
     }
+    DeleteDatabase(u"Appointments Database");
+    DeleteDatabase(u"Contacts Database");
+    EXPECT_EQ("Tlate<b>", Find(u"late", All())) << "stores that are gone have no rows";
 }
 
 TEST_F(SearchTest, OccurrencesOfAppointments) {
@@ -475,6 +478,7 @@ TEST_F(ThreadsSearch, TellsProgressAndStops) {
         search.Start();
         std::this_thread::sleep_for(std::chrono::microseconds(round * 700));
         if (round % 3 == 0) search.Stop(true);
+        search.SetSort(round % 4, round % 2 != 0);
         if (round % 3 == 1) search.SortDataList();
         if (round % 3 == 2 && search.IsRunning()) search.Kill(1);
         m_client.Pending();
@@ -495,6 +499,31 @@ TEST_F(ThreadsSearch, EndsWhileItWaitsForAnAnswer) {
         while (search.GetActiveDataCount() < 5) std::this_thread::yield();
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+}
+
+TEST_F(ThreadsSearch, EndedAmongNotesLetsSideFilesBeSaved) {
+    for (int i = 0; i < 6; ++i) PutNote("milk " + std::to_string(i) + ".txt", "");
+    CSearchThread search;
+    _QNSEARCH notes;
+    notes.bNotes = 1;
+    notes.bstrText = SysAllocString(u"milk");
+    search.SetParams(&notes);
+    SysFreeString(notes.bstrText);
+    search.m_hClientWnd = m_client;
+    search.Start();
+    while (search.GetActiveDataCount() < 5) std::this_thread::yield();
+    search.Kill(1); // while it waits for an answer
+    {
+        CRegistry states(u"%s\\Norvo\\NoteFolderState.txt");
+        states.OpenKey(HKEY_CURRENT_USER, kFolderStateKey);
+        states.SetValue(u"\\My Documents", kFolderOpen);
+    }
+    CRegistry::INIFileCache.Clear(); // as the next start finds them
+    CRegistry states(u"%s\\Norvo\\NoteFolderState.txt");
+    DWORD state = kFolderClosed;
+    states.OpenKey(HKEY_CURRENT_USER, kFolderStateKey);
+    states.QueryValue(u"\\My Documents", &state);
+    EXPECT_EQ(kFolderOpen, state);
 }
 
 } // namespace
