@@ -221,6 +221,8 @@ private:
     class ParentWalk;
     void GiveChildrenTo(DATATASKS* row, DATATASKS* parent, bool bForget);
     LONG ShowChildren(bool bExpand, DATATASKS* task);
+    void OpenAll();
+    void CloseAll();
 
     // --- Groups (tasksgroups.cpp) ---------------------------------------------------------------------------------
     LONG RemoveFromGroups(const DATATASKS* task);

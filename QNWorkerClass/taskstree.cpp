@@ -9,12 +9,29 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace {
 
 constexpr WORD kComplete = 100;
 constexpr double kExpandedHalf = 0.5; // of the stored parent: the task is expanded
 constexpr SHORT kDeepest = 32767;
+
+CEPROPID ParentProperty(COutlook& outlook) {
+    return outlook.GetPOOM2Property(u"QN_ParentOID", CEVT_R8, true);
+}
+
+// The parents of many tasks become one change of the store.
+class ParentBatch {
+public:
+    explicit ParentBatch(bool bStores) {
+        COutlook* outlook = bStores ? GetOutlookObject() : nullptr;
+        if (outlook && ParentProperty(*outlook) != 0) m_batch.emplace(*outlook);
+    }
+
+private:
+    std::optional<COutlook::SaveBatch> m_batch;
+};
 
 bool IsTaskOid(DWORD oid) { return (oid & kOidKindMask) == kOidTask; }
 
@@ -58,6 +75,7 @@ private:
     void Visit(DATATASKS* row);
     void VisitOrphan(DATATASKS* row);
     DATATASKS* ReadParent(DWORD oid);
+    bool WouldClose(const DATATASKS* row, const DATATASKS* parent) const;
     void Attach(DATATASKS* row, DATATASKS* parent);
     void DeleteWithChildren(DATATASKS* row);
     void Forward(std::size_t rows = 1); // over rows that are still there
@@ -184,9 +202,13 @@ DATATASKS* CTasksThread::ParentWalk::ReadParent(DWORD oid) {
     return parent;
 }
 
+// A circle. A load has found those of the store before, so that its walk needn't look up the tree from each row.
+bool CTasksThread::ParentWalk::WouldClose(const DATATASKS* row, const DATATASKS* parent) const {
+    return m_thread.m_nLoads == 0 && (parent == row || IsDescendant(row, parent));
+}
+
 void CTasksThread::ParentWalk::Attach(DATATASKS* row, DATATASKS* parent) {
-    if (parent && (parent == row || IsDescendant(row, parent)))
-        return; // an ancestor of itself stays at the top
+    if (parent && WouldClose(row, parent)) return; // an ancestor of itself stays at the top
     if (row->m_pParent && row->m_pParent != parent) RemoveChild(row->m_pParent, row->m_oid);
     row->m_pParent = parent;
     ++m_thread.m_lDisplayedTreeCount;
@@ -292,7 +314,7 @@ bool CTasksThread::IsDescendant(const DATATASKS* ancestor, const DATATASKS* task
 void CTasksThread::SetTaskHTField(DWORD oid, DWORD oidParent, bool bExpanded, bool bDelete) {
     COutlook* outlook = GetOutlookObject();
     if (!outlook) return;
-    const CEPROPID property = outlook->GetPOOM2Property(u"QN_ParentOID", CEVT_R8, true);
+    const CEPROPID property = ParentProperty(*outlook);
     ComRef<IItem> item;
     if (property == 0 || outlook->GetItemFromOidEx(oid, item.Out()) != S_OK || !item) return;
     double stored = 0;
@@ -357,6 +379,7 @@ void CTasksThread::RemoveTreeNode(const _HIERSTRUCT* node, int index, bool bMove
 // The children of a row that goes hang where it hung. With bForget those that come to the top lose their parent in the
 // store too: the next load would hang them below the old one again. Without, what is stored stays.
 void CTasksThread::GiveChildrenTo(DATATASKS* row, DATATASKS* parent, bool bForget) {
+    const ParentBatch batch(m_nGroupBy == kGroupTree);
     UpdateDepth(row->m_listChildren, parent);
     for (DATATASKS* child : row->m_listChildren) {
         child->m_pParent = parent;
@@ -420,6 +443,7 @@ LONG CTasksThread::ExpandTreeNode(bool bExpand, DATATASKS* task, bool bPersist) 
 
 LONG CTasksThread::ShowChildren(bool bExpand, DATATASKS* task) {
     const bool tree = m_nGroupBy == kGroupTree;
+    const ParentBatch batch(tree);
     LONG hidden = 0;
     task->m_bExpanded = bExpand;
     if (tree) SetTaskHTField(task->m_oid, task->m_oidParent, bExpand, false);
@@ -434,21 +458,29 @@ LONG CTasksThread::ShowChildren(bool bExpand, DATATASKS* task) {
     return hidden;
 }
 
-// Also the rows that are no headers get a state, since their OIDs are negative as numbers: it was always so, and the values
-// stand in the settings under the names that their fields give.
 LONG CTasksThread::ExpandAll(bool bExpand) {
     SetToRegistry(HKEY_CURRENT_USER, m_szSettingsKey, u"bShowExpanded", bExpand);
     m_bShowExpanded = bExpand;
-    for (DATATASKS* row : m_listTasks) {
-        if (bExpand) {
-            row->m_bExpanded = 1;
-            row->m_bHidden = 0;
-            if (static_cast<LONG>(row->m_oid) < 1) SetGroupHeaderOpen(row, true);
-        } else if (row->m_nDepth == 0) {
-            ExpandTreeNode(false, row, false);
-            if (row->m_oid == 0) SetGroupHeaderOpen(row, false);
-        }
-    }
+    bExpand ? OpenAll() : CloseAll();
     SortDataList();
     return 0;
+}
+
+// Also the rows that are no headers get a state, since their OIDs are negative as numbers: it was always so, and the values
+// stand in the settings under the names that their fields give.
+void CTasksThread::OpenAll() {
+    for (DATATASKS* row : m_listTasks) {
+        row->m_bExpanded = 1;
+        row->m_bHidden = 0;
+        if (static_cast<LONG>(row->m_oid) < 1) SetGroupHeaderOpen(row, true);
+    }
+}
+
+void CTasksThread::CloseAll() {
+    const ParentBatch batch(m_nGroupBy == kGroupTree);
+    for (DATATASKS* row : m_listTasks) {
+        if (row->m_nDepth != 0) continue;
+        ShowChildren(false, row);
+        if (row->m_oid == 0) SetGroupHeaderOpen(row, false);
+    }
 }
