@@ -70,7 +70,7 @@ void CContactsThread::FinishHeaders() {
         else
             ShowCount(*header);
     }
-    SortDataList(false);
+    SortRows(false);
 }
 
 // --- By key -------------------------------------------------------------------------------------------------------
@@ -232,7 +232,7 @@ LONG CContactsThread::TreeAddList(LONG id, LONG position, bool bBatch) {
         header->m_lCount = 0;
         AddBranch(header, rows, bBatch);
         ShowCount(*header);
-        if (!bBatch && !rows.empty()) SortDataList(false);
+        if (!bBatch && !rows.empty()) SortRows(false);
         m_lActiveDataCount = m_listContacts.GetCount();
     }
     if (!bBatch && !rows.empty()) SendCount(kTreeBranchChanged);

@@ -159,6 +159,11 @@ void CContactsThread::FillShownKeys(LONG format) {
 }
 
 void CContactsThread::SortDataList(bool bSimple) {
+    const DataHold hold(*this);
+    if (hold.IsHeld()) SortRows(bSimple);
+}
+
+void CContactsThread::SortRows(bool bSimple) {
     FillShownKeys(bSimple ? LONG{kDisplayFileAs} : static_cast<LONG>(m_listContacts.GetUser()));
     m_listContacts.SetCompare(bSimple ? &CompareFuncSimple : &CompareFunc);
     m_listContacts.Sort(!bSimple);

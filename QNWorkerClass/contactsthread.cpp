@@ -8,6 +8,7 @@
 #include "QNWorkerClass/contactsfind.h"
 #include "QNWorkerClass/contactsrecord.h"
 #include "QNWorkerClass/contactssort.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/sidestores.h"
 #include "QNWorkerClass/viewsettings.h"
 

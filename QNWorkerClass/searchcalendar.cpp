@@ -5,6 +5,7 @@
 #include "Platform/poom.h"
 #include "Platform/strings.h"
 #include "QNWorkerClass/calendarthread.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/searchrows.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/texts.h"
@@ -98,7 +99,7 @@ void CSearchThread::ReadCalendar(CEOID resume) {
     Occurrences occurrences(m_query.lPrivacy, m_bShowHasNote);
     if (!occurrences.Open(!m_query.bNoLinks)) return;
     if (m_pattern.FindsAll() && !resume) occurrences.ScanItems();
-    ContactReader reader({kIds.begin(), kIds.end()});
+    PropertyReader reader({kIds.begin(), kIds.end()});
     CeDb& store = occurrences.Store();
     WalkRecords(store, resume, [&] {
         if (!reader.Read(store)) return;

@@ -7,6 +7,7 @@
 #include "Platform/strings.h"
 #include "QNWorkerClass/DATACALENDAR.h"
 #include "QNWorkerClass/journalstore.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
 #include "QNWorkerClass/tasksubject.h"
@@ -72,7 +73,7 @@ std::u16string BodyOf(CeDb& store, const CeDbRecord& record) {
 void CSearchThread::ReadJournal(CEOID resume) {
     m_pDb->Close();
     if (!m_pDb->MountNorvoVolume() || !m_pDb->Open(kJournalStore, kIds[kCreated])) return;
-    ContactReader reader({kIds.begin(), kIds.end()});
+    PropertyReader reader({kIds.begin(), kIds.end()});
     for (CEOID at = resume ? m_pDb->SeekTo(resume) : m_pDb->SeekLast(); at && !StopRequested(&m_hStopEvent);
          at = resume ? 0 : m_pDb->SeekPrev())
         if (reader.Read(*m_pDb) && JournalCheck(reader.Record())) AddJournalEntry(reader.Record());

@@ -124,6 +124,7 @@ DWORD CSearchThread::ThreadProc() {
 void CSearchThread::PostKill() {
     CloseLinksDB();
     if (m_pDb) m_pDb->Close();
+    m_pNotes.reset(); // side files are saved when the last one goes who has them
     m_lActiveDataCount = 0;
     LeaveForKilled();
     if (m_hClientWnd) PostMessageW(m_hClientWnd, kMsgThreadFinished, 0, 0);
@@ -233,7 +234,8 @@ bool CSearchThread::TextsMatch(std::span<const std::u16string_view> texts) const
 // --- Notes --------------------------------------------------------------------------------------------------------
 
 void CSearchThread::ReadNotes() {
-    CNotesThread notes;
+    m_pNotes = std::make_unique<CNotesThread>();
+    CNotesThread& notes = *m_pNotes;
     const bool pattern = m_pattern.IsPattern();
     notes.SetCompareString(m_pattern.Text().c_str(), m_pattern.IsAnywhere(),
                            m_query.bSearchNotes && !m_pattern.FindsAll(), pattern);
@@ -251,4 +253,5 @@ void CSearchThread::ReadNotes() {
         ++m_counts.lNotes;
         AddRow(std::move(row));
     }
+    m_pNotes.reset();
 }

@@ -17,7 +17,6 @@
 
 #include "QNWorkerClass/CQNDataThread.h"
 #include "QNWorkerClass/DATAGENERAL.h"
-#include "QNWorkerClass/contactsrecord.h"
 #include "QNWorkerClass/searchmatch.h"
 
 #include <atomic>
@@ -39,6 +38,7 @@ enum SearchField : LONG {
     kSearchPhone = 42499,
 };
 
+class PropertyReader;
 struct DATACALENDAR;
 
 struct _QNSEARCH {
@@ -79,6 +79,8 @@ enum SearchSort : LONG {
     kSearchByCategory = 3,
     kSearchByPureDate = 4,
 };
+
+class CNotesThread;
 
 class QN_API CSearchThread : public CQNDataThread {
 public:
@@ -170,10 +172,10 @@ private:
 
     // --- Each store ----------------------------------------------------------------------------------------------
     void ReadContacts(CEOID resume);
-    bool ContactCheck(const ContactReader& reader);
-    bool ContactFieldsMatch(const ContactReader& reader);
-    bool ContactGroupMatches(const ContactReader& reader, int first, int count, int kind);
-    bool ContactDatesMatch(const ContactReader& reader) const;
+    bool ContactCheck(const PropertyReader& reader);
+    bool ContactFieldsMatch(const PropertyReader& reader);
+    bool ContactGroupMatches(const PropertyReader& reader, int first, int count, int kind);
+    bool ContactDatesMatch(const PropertyReader& reader) const;
     void ReadTasks(CEOID resume);
     bool TaskCheck(const CeDbRecord& record, DWORD oid);
     void AddTask(const CeDbRecord& record, DWORD oid);
@@ -207,6 +209,7 @@ private:
     bool m_bTo = false;
     LONG m_nToday = 0;
     std::map<DWORD, std::u16string> m_titles; // of linked items
+    std::unique_ptr<CNotesThread> m_pNotes;   // while notes are read
     int m_bParents;
     std::atomic<bool> m_bProgress{true};
     std::atomic<LONG> m_nCallerSort{0};

@@ -44,6 +44,8 @@ TEST_F(ContactsTest, FormatsShowAndOrderNames) {
         EXPECT_EQ(row.expected, Load()) << row.format << "," << row.company;
     }
     EXPECT_EQ(kDisplayFirstLast, thread.GetContactsDisplay());
+    thread.SortDataList(true); // by file-as names, the last one first
+    EXPECT_EQ("Ada Aalto | Cook | Ada Byron | Acme | bob Aalto", Text(thread));
     DWORD value = 7;
     CRegistry registry;
     registry.OpenKey(HKEY_CURRENT_USER, kView);
