@@ -40,9 +40,10 @@ enum Field : int {
     kFlag,
     kFields
 };
-constexpr std::array<CEPROPID, kFields> kIds{0x00280003, 0x00290003, 0x002A0003, 0x002B0040, 0x002C0040,
-                                             0x002D0040, 0x002E0003, 0x002F001F, 0x0030001F, 0x0031001F,
-                                             0x00320013, 0x0033000B, 0x0034001F, 0x0035001F, 0x0036000B};
+constexpr std::array<CEPROPID, kFields> kIds{0x00280003, 0x00290003,         0x002A0003,      0x002B0040,
+                                             0x002C0040, kJournalByCreation, kJournalByOwner, 0x002F001F,
+                                             0x0030001F, 0x0031001F,         0x00320013,      0x0033000B,
+                                             0x0034001F, 0x0035001F,         0x0036000B};
 
 bool CreateStore() {
     constexpr CEPROPID kOrders[] = {kIds[kOwner], kIds[kCreated], kIds[kModified], kIds[kNumber1]};
@@ -79,7 +80,7 @@ void MoveOldStore() {
     if (!old.Open(kOldStore) || old.GetNumRecords() == 0) return;
     if (CShowError(kMoveQuestion, g_hResources, kQuestionFlags).m_nResult != kYes) return;
     CeDb store;
-    if (!store.Open(kJournalStore, kIds[kOwner])) return;
+    if (!store.Open(kJournalStore, kJournalByOwner)) return;
     bool whole = true;
     for (CEOID at = old.SeekFirst(); at; at = old.SeekNext()) whole = CopyRecord(old, store) && whole;
     if (whole && store.GetNumRecords() == old.GetNumRecords()) old.Delete();
@@ -191,16 +192,25 @@ bool WriteNote(CeDb& db, const CJournalData& entry) {
     return db.WriteStream(kNoteStream, &blob) || note.empty();
 }
 
-// The record and its note are one change. A new record takes its id.
-bool Store(CeDb& db, CeDbRecord& record, const CJournalData& entry) {
-    if (!db.BeginTransaction()) return false;
-    const bool written = (record.m_oid ? db.UpdateRec(record) : db.AddRec(record)) &&
-                         db.SeekTo(record.m_oid) && WriteNote(db, entry);
-    if (written) return db.Commit();
+// One entry in the transaction that is open; gives its record, 0 when it can't be written.
+CEOID Put(CeDb& db, CJournalData& entry, bool stampCreated) {
+    const bool known = entry.m_oidRecord && db.SeekTo(entry.m_oidRecord);
+    GetLocalTime(&entry.m_stModified);
+    if (!known && stampCreated) GetLocalTime(&entry.m_stCreated);
+    CeDbRecord record;
+    record.AddProps(kIds.data(), kFields);
+    FillRecord(record, entry);
+    if (known) KeepCreation(db, record);
+    record.m_oid = known ? entry.m_oidRecord : 0;
+    const bool written =
+        (known ? db.UpdateRec(record) : db.AddRec(record)) && db.SeekTo(record.m_oid) && WriteNote(db, entry);
+    return written ? record.m_oid : 0;
+}
+
+void RollBack(CeDb& db) {
     const DWORD error = GetLastError();
     db.RollBack();
     SetLastError(error);
-    return false;
 }
 
 } // namespace
@@ -209,18 +219,24 @@ void CJournal::CheckAndCreateDB() {
     static std::atomic<bool> checked{false};
     if (checked.exchange(true)) return;
     CeDb db;
-    const bool there = db.Open(kJournalStore, kIds[kOwner]);
+    const bool there = db.Open(kJournalStore, kJournalByOwner);
     db.Close();
     if (there || CreateStore()) MoveOldStore();
 }
 
-bool CJournal::ReadEntry(CEOID oid, CJournalData* entry) {
+bool CJournal::Open(CeDb& store, CEPROPID order) {
     CheckAndCreateDB();
-    CeDb db;
+    return store.Open(kJournalStore, order);
+}
+
+bool CJournal::ReadEntry(CEOID oid, CJournalData* entry) {
+    CeDb store;
+    return Open(store) && ReadEntry(store, oid, entry);
+}
+
+bool CJournal::ReadEntry(CeDb& store, CEOID oid, CJournalData* entry) {
     CeDbRecord record;
-    if (!entry || !db.Open(kJournalStore, kIds[kOwner]) || !db.SeekTo(oid) ||
-        !db.ReadRec(record, kFields, kIds.data()))
-        return false;
+    if (!entry || !store.SeekTo(oid) || !store.ReadRec(record, kFields, kIds.data())) return false;
     *entry = CJournalData();
     for (int i = 0; i < 3; ++i) record.GetIndexVal(kNumber1 + i, entry->m_nNumbers[i]);
     ReadDates(record, *entry);
@@ -233,30 +249,26 @@ bool CJournal::ReadEntry(CEOID oid, CJournalData* entry) {
     entry->m_strCategories = CeString(record.TextAt(kCategories));
     entry->m_strExtra = CeString(record.TextAt(kExtra));
     record.GetIndexVal(kFlag, entry->m_bFlag);
-    ReadNote(db, record, *entry);
+    ReadNote(store, record, *entry);
     entry->m_oidRecord = oid;
     return true;
 }
 
 bool CJournal::WriteEntry(CJournalData* entry, bool stampCreated) {
-    CheckAndCreateDB();
-    CeDb db;
-    if (!entry || !db.Open(kJournalStore, kIds[kOwner])) {
-        ShowError();
-        return false;
+    if (entry && WriteEntries({entry, 1}, stampCreated)) return true;
+    ShowError();
+    return false;
+}
+
+bool CJournal::WriteEntries(std::span<CJournalData> entries, bool stampCreated) {
+    CeDb store;
+    if (!Open(store) || !store.BeginTransaction()) return false;
+    std::vector<CEOID> written;
+    for (CJournalData& entry : entries) {
+        written.push_back(Put(store, entry, stampCreated));
+        if (!written.back()) return RollBack(store), false;
     }
-    const bool known = entry->m_oidRecord && db.SeekTo(entry->m_oidRecord);
-    GetLocalTime(&entry->m_stModified);
-    if (!known && stampCreated) GetLocalTime(&entry->m_stCreated);
-    CeDbRecord record;
-    record.AddProps(kIds.data(), kFields);
-    FillRecord(record, *entry);
-    if (known) KeepCreation(db, record);
-    record.m_oid = known ? entry->m_oidRecord : 0;
-    if (!Store(db, record, *entry)) {
-        ShowError();
-        return false;
-    }
-    entry->m_oidRecord = record.m_oid;
+    if (!store.Commit()) return false;
+    for (std::size_t i = 0; i < entries.size(); ++i) entries[i].m_oidRecord = written[i];
     return true;
 }

@@ -28,8 +28,6 @@ constexpr Choice kFormats[] = {
     {"recent", kDisplayRecent},     {"calls", kDisplayCallLog},
 };
 
-std::string TextOf(const WCHAR* text) { return text ? Utf8(text) : std::string(); }
-
 void PrintJson(DATACONTACTS& row, ContactsDisplay format, Store& store) {
     const bool group = row.m_bGroupHeader != 0;
     JsonLine json;

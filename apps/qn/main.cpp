@@ -127,11 +127,13 @@ constexpr Command kCommands[] = {
      "qn set --delete KEY\n"
      "  Writes a setting: a number when VALUE is one (decimal, or hexadecimal from 0x), otherwise a text.\n"},
     {"export", &qn::ExportCommand,
-     "qn export --ics|--vcf [FILE]\n"
-     "  Writes all appointments and tasks as one iCalendar file, or all contacts as one vCard file; to "
-     "standard "
-     "output\n"
-     "  without FILE.\n"},
+     "qn export --ics [--from DATE] [--to DATE] [FILE]\n"
+     "qn export --vcf [FILE]\n"
+     "  Writes appointments, tasks and journal entries as one iCalendar file, or all contacts as one vCard "
+     "file; to\n"
+     "  standard output without FILE.\n"
+     "  --from, --to  what falls on these days alone; a series that may is written whole, a task without a "
+     "date isn't\n"},
     {"mark-up", &qn::MarkUpCommand,
      "qn mark-up [--png FILE] [--dump] [--width N] [--dpi N] [--line] FILE|-\n"
      "  Shows what the display makes of a text of mark-up (UTF-8; - is standard input): a picture, and with "

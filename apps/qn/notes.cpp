@@ -27,8 +27,6 @@ constexpr Choice kSorts[] = {
     {"modified", kNotesByModified}, {"size", kNotesBySize},   {"category", kNotesByCategory},
 };
 
-std::string TextOf(const WCHAR* text) { return text ? Utf8(text) : std::string(); }
-
 // Times of files are local already; 0 is none.
 std::string MomentOf(const FILETIME& time) {
     SYSTEMTIME moment;

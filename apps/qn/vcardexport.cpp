@@ -3,6 +3,7 @@
 #include "Platform/files.h"
 #include "apps/qn/vcardexport.h"
 #include "apps/qn/vcardcontact.h"
+#include "apps/qn/vcardfile.h"
 
 #include <algorithm>
 #include <array>
@@ -40,18 +41,6 @@ std::string Escaped(std::string_view text, std::string_view special = ",;") {
         escaped += c;
     }
     return escaped;
-}
-
-std::string Base64(const std::vector<BYTE>& bytes) {
-    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        const std::size_t left = std::min<std::size_t>(bytes.size() - i, 3);
-        std::uint32_t bits = 0;
-        for (std::size_t k = 0; k < 3; ++k) bits = bits << 8 | (k < left ? bytes[i + k] : 0);
-        for (std::size_t k = 0; k < 4; ++k) text += k <= left ? kDigits[bits >> (18 - 6 * k) & 63] : '=';
-    }
-    return text;
 }
 
 const char* PictureKind(const std::vector<BYTE>& bytes) {
@@ -207,7 +196,7 @@ void Card::Write(const std::string& uid) {
     Line("NOTE", Escaped(NoteOf(m_item)));
     const std::vector<BYTE> picture = PictureOf(m_bag);
     if (!picture.empty())
-        Line("PHOTO", std::string("data:") + PictureKind(picture) + ";base64," + Base64(picture));
+        Line("PHOTO", std::string("data:") + PictureKind(picture) + ";base64," + EncodeBase64(picture));
     m_output.Write("END:VCARD\r\n");
 }
 

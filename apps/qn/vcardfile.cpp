@@ -226,6 +226,18 @@ std::vector<std::string> SplitValue(std::string_view value, char separator, bool
 
 std::string PlainValue(std::string_view value, bool isOld) { return SplitValue(value, '\0', isOld)[0]; }
 
+std::string EncodeBase64(std::span<const BYTE> bytes) {
+    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        const std::size_t left = std::min<std::size_t>(bytes.size() - i, 3);
+        std::uint32_t bits = 0;
+        for (std::size_t k = 0; k < 3; ++k) bits = bits << 8 | (k < left ? bytes[i + k] : 0);
+        for (std::size_t k = 0; k < 4; ++k) text += k <= left ? kDigits[bits >> (18 - 6 * k) & 63] : '=';
+    }
+    return text;
+}
+
 bool DecodeBase64(std::string_view text, std::string& bytes) {
     bytes.clear();
     std::uint32_t bits = 0;

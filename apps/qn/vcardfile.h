@@ -2,9 +2,11 @@
 // lines and encodings cost only themselves, and are told with their line.
 #pragma once
 
+#include "Platform/types.h"
 #include "apps/qn/textlines.h"
 
 #include <istream>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -38,6 +40,7 @@ struct Vcard {
 std::string PlainValue(std::string_view value, bool isOld);
 std::vector<std::string> SplitValue(std::string_view value, char separator, bool isOld);
 
+std::string EncodeBase64(std::span<const BYTE> bytes);
 bool DecodeBase64(std::string_view text, std::string& bytes); // false: something in it is none
 
 // Something in the file that could not be taken as it stands.

@@ -125,7 +125,7 @@ void CardSaver::SaveItemOf(const Contact& contact, const Match& match) {
     const Com<IItem> bag = item.As<IItem>(IID_IItem);
     FillTexts(bag, contact, match);
     FillDate(contact, match, item.Get());
-    if (match.byUid || !contact.note.empty()) SetNote(item.Get(), contact.note);
+    if (match.byUid || !contact.note.empty()) SetNote(item.Get(), NoteBytes(contact.note));
     unsigned leftOut = 0;
     if (match.byUid || !contact.categories.empty())
         Check(item->put_Categories(Bstr(Utf16(m_categories.Join(contact.categories, leftOut)))));
