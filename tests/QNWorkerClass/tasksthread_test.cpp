@@ -304,6 +304,11 @@ TEST_F(TasksTest, AClosedGroupHidesItsRowsAndStaysClosed) {
     EXPECT_EQ("#High #Normal #Low | .r .q .p ", Text(thread));
     thread.ExpandAll(true);
     EXPECT_EQ("=High .p =Normal .q .r =Low ", Text(thread));
+    // The state of the header without a letter has no name.
+    RuleSetting(u"GroupBy", kGroupLetter);
+    EXPECT_EQ("=None .p .q .r ", Load(thread));
+    thread.ExpandTreeNode(false, thread.GetList().Get(1), true);
+    EXPECT_EQ("#None | .r .q .p ", Load());
 }
 
 TEST_F(TasksTest, AGroupWithoutChildrenGoesWithTheNextSort) {
