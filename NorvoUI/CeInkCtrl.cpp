@@ -18,6 +18,7 @@ namespace {
 constexpr std::size_t kMostSteps = 100; // that can be undone
 constexpr LONG kBehindInsertBegin = 998, kBehindInsertEnd = 999;
 constexpr std::size_t kShortestPath = 5, kLongestPath = 260;
+constexpr std::size_t kBesideChars = 60;
 
 bool WriteBytes(const std::u16string& path, const std::vector<BYTE>& bytes) {
     CeFile file;
@@ -26,9 +27,12 @@ bool WriteBytes(const std::u16string& path, const std::vector<BYTE>& bytes) {
     return file.Commit();
 }
 
-// Beside it first, so that a write that fails leaves the old note.
+// Beside it first, so that a write that fails leaves the old note; under a name that is no longer than its own may be.
 bool SaveBytes(const std::u16string& path, const std::vector<BYTE>& bytes) {
-    const std::u16string beside = path + u".new";
+    const std::size_t name = path.find_last_of(u"\\/") + 1;
+    std::u16string beside = path.substr(0, name + kBesideChars);
+    if ((beside.back() & 0xFC00) == 0xD800) beside.pop_back(); // half a character
+    beside += u".~new";
     const bool saved = WriteBytes(beside, bytes) && PlatReplaceFile(beside.c_str(), path.c_str()) != FALSE;
     if (!saved) {
         const DWORD error = GetLastError();

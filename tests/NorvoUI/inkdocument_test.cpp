@@ -305,6 +305,9 @@ TEST_F(InkFiles, AreReadByContentAndWrittenWhole) {
     EXPECT_NE(0u, ink.WriteToFile(u"\\Nowhere\\c.pwi", kNoteInk)); // into the documents
     EXPECT_TRUE(ink.ReadFromFile(u"\\My Documents\\c.pwi"));
     EXPECT_EQ(u"rich", ink.GetString());
+    const std::u16string longest = u"\\My Documents\\" + std::u16string(59, 0x6F22) + u"\U0001F600" +
+                                   std::u16string(23, 0x6F22) + u"-.pwi"; // 255 bytes
+    for (int i = 0; i < 2; ++i) EXPECT_NE(0u, ink.WriteToFile(longest.c_str(), kNoteInk));
     EXPECT_EQ(0u, ink.WriteToFile(u"\\a.t", kNoteBytes));
     EXPECT_FALSE(ink.ReadFromFile(u"\\My Documents\\missing.txt"));
     EXPECT_TRUE(ink.GetDocument().IsEmpty());
