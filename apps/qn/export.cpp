@@ -17,7 +17,7 @@
 #include "apps/qn/journaluid.h"
 #include "apps/qn/options.h"
 #include "apps/qn/output.h"
-#include "apps/qn/ownvalues.h"
+#include "apps/qn/ownfields.h"
 #include "apps/qn/store.h"
 #include "apps/qn/vcardexport.h"
 

@@ -3,7 +3,7 @@
 #include "QNWorkerClass/journalstore.h"
 #include "apps/qn/icsrules.h"
 #include "apps/qn/icsfile.h"
-#include "apps/qn/ownvalues.h"
+#include "apps/qn/ownfields.h"
 
 namespace qn {
 

@@ -2,7 +2,7 @@
 
 #include "Platform/civil.h"
 #include "Platform/databases.h"
-#include "apps/qn/ownvalues.h"
+#include "apps/qn/ownfields.h"
 #include "apps/qn/support.h"
 
 #include <algorithm>

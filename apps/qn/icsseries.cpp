@@ -3,6 +3,7 @@
 #include "Platform/civil.h"
 #include "Platform/databases.h"
 #include "apps/qn/icssave.h"
+#include "apps/qn/ownfields.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,6 +3,7 @@
 #include "Platform/clock.h"
 #include "Platform/databases.h"
 #include "apps/qn/icssave.h"
+#include "apps/qn/ownfields.h"
 
 namespace qn {
 
