@@ -131,6 +131,7 @@ void CSearchThread::AddOccurrences(const CeDbRecord& record, Occurrences& occurr
     auto* lines = HasRange() ? &occurrences.Within(days) : &occurrences.Once();
     if (lines->IsEmpty() && recurring && m_bFrom != m_bTo) lines = &occurrences.Once();
     for (const DATACALENDAR* line : *lines) {
+        if (StopRequested(&m_hStopEvent)) return; // a century of days
         if (HasRange() && !m_range.Holds(static_cast<LONG>(line->m_dtStart))) continue;
         auto row = NewRow(kLineAppointment, kImage, line->m_oid, line->m_oidRecord);
         row->m_szSubject = AllocLPWSTR(line->m_bstrSubject);

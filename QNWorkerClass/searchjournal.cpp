@@ -65,7 +65,9 @@ std::u16string BodyOf(CeDb& store, const CeDbRecord& record) {
     if (store.ReadStream(kNote, &note) && !PlatTextOfNote(note.lpb, note.dwCount, body)) body.clear();
     LocalFree(note.lpb);
     if (body.empty()) body = record.TextAt(kOldNote);
-    return body.substr(0, kBodyChars);
+    if (body.size() <= kBodyChars) return body;
+    const bool halved = (body[kBodyChars - 1] & 0xFC00) == 0xD800; // the last character
+    return body.substr(0, kBodyChars - (halved ? 1 : 0));
 }
 
 } // namespace

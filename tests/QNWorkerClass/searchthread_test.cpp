@@ -332,7 +332,8 @@ TEST_F(SearchTest, JournalEntriesUnderTheirItems) {
     };
     PutEntry(entry(u"one", "2010-03-01", task).Text(0x2F, u"old words"));
     PutEntry(entry(u"two", "2010-03-02", 0).Stream(0x37, {'n', 'e', 'w', 's'}));
-    PutEntry(entry(u"three", "2010-03-03", task));
+    // A row has 200 units of it, and no half of a character.
+    PutEntry(entry(u"three", "2010-03-03", task).Text(0x2F, std::u16string(199, u'x') + u"\xD83D\xDE00"));
     _QNSEARCH journal;
     journal.bJournal = 1;
     EXPECT_EQ("Jone", Find(u"words", journal));
@@ -361,6 +362,8 @@ TEST_F(SearchTest, JournalEntriesUnderTheirItems) {
     WCHAR expected[120];
     wsprintfW(expected, u"<B>one</B> <IMG SRC=233><A=%u><U>Roof</U></A><BR><I>old words</I>", task);
     EXPECT_EQ(std::u16string(expected), grouped.GetList().Get(3)->m_szText);
+    EXPECT_TRUE(std::u16string_view(grouped.GetList().Get(1)->m_szText)
+                    .ends_with(u"><BR><I>" + std::u16string(199, u'x') + u"</I>"));
 }
 
 TEST_F(SearchTest, NotesByTitleAndBody) {
