@@ -11,6 +11,8 @@
 #include "QNWorkerClass/linkstore.h"
 #include "tests/support/sidestores.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr int kYes = 6;
@@ -73,6 +75,23 @@ void NotesKeepTheirText() {
         EXPECT_TRUE(stored.ends_with(one.end)) << stored;
         EXPECT_TRUE(CJournal::ReadEntry(entry.m_oidRecord, &entry));
         EXPECT_EQ(one.read, Note(entry.m_note));
+    }
+}
+
+// Two entries with their notes are one change, whichever write fails.
+void EntriesAreStoredTogether(CeDb& store) {
+    const DWORD before = store.GetNumRecords();
+    bool done = false;
+    for (unsigned nth = 1; !done; ++nth) {
+        CJournalData entries[2];
+        for (CJournalData& entry : entries) entry.m_stDate = Day(1), entry.m_note = Bytes("note");
+        PlatInjectFault(PlatFault::StoreWrite, nth);
+        done = CJournal::WriteEntries(entries, true);
+        EXPECT_EQ(done, PlatFaultCount(PlatFault::StoreWrite) < nth);
+        PlatInjectFault(PlatFault::StoreWrite, 0);
+        EXPECT_EQ(store.GetNumRecords(), before + (done ? 2 : 0)) << nth;
+        EXPECT_EQ(entries[0].m_oidRecord != 0, done);
+        EXPECT_TRUE(!done || Stream(entries[1].m_oidRecord).ends_with("note}"));
     }
 }
 
@@ -144,6 +163,7 @@ TEST_F(JournalStore, MovesTheOldOneAndKeepsEntries) {
     EXPECT_EQ(entry.m_stCreated.wYear, now.wYear);
     EXPECT_FALSE(CJournal::ReadEntry(1, &entry));
     NotesKeepTheirText();
+    EntriesAreStoredTogether(store);
 }
 
 TEST_F(LinkStore, AnOlderOneGetsTheTextItLacks) {
@@ -177,11 +197,23 @@ TEST_F(LinkStore, AnOlderOneGetsTheTextItLacks) {
     EXPECT_TRUE(CLinks::Create(task, 9, u"Inbox", LinkKind::kMail, 0, nullptr));
     EXPECT_TRUE(CLinks::Create(task, 9, u"Outbox", LinkKind::kMail, 1, nullptr));
     EXPECT_EQ(links(), 6u);
+    for (const bool commit : {false, true}) { // many as one change
+        CLinkBatch batch;
+        for (int i = 0; i < 2; ++i)
+            EXPECT_TRUE(batch.Create(task, 0x80000005, nullptr, LinkKind::kContact, 1, nullptr));
+        EXPECT_TRUE(batch.Create(0x80000005, task, nullptr, LinkKind::kTask, 1, nullptr));
+        EXPECT_EQ(commit, commit && batch.Commit());
+    }
+    EXPECT_EQ(links(), 8u);
+    const std::vector<std::pair<CEOID, CEOID>> pairs{
+        {visit, task}, {0x80000005, task}, {task, visit}, {task, 0x80000005}};
+    EXPECT_TRUE(std::ranges::is_permutation(CLinks::ItemPairs(), pairs));
     std::string rows;
     for (CEOID at = First(db.m_hDb); at; at = Next(db.m_hDb))
         rows += ShowAll(Read(db.m_hDb, {0x00000003, 0x00040003, 0x0003001F, 0x0006001F})) + "\n";
     EXPECT_EQ(rows,
-              "1 3 - 'shown'\n3 8 '\\a.txt' -\n4 8 '\\a.txt' -\n5 15 'Inbox' -\n6 15 'Outbox' -\n2 4 - -\n");
+              "8 4 - -\n1 3 - 'shown'\n3 8 '\\a.txt' -\n4 8 '\\a.txt' -\n5 15 'Inbox' -\n6 15 'Outbox' -\n"
+              "7 2 - -\n2 4 - -\n");
 }
 
 } // namespace
