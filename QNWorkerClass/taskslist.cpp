@@ -98,6 +98,11 @@ void CTasksThread::SweepErased() {
     m_rowsByOid.clear();
     if (m_erased.empty()) return;
     const auto erased = [this](const DATATASKS* row) { return IsErased(row); };
+    LONG visible = m_lActiveDataCount;
+    for (const DATATASKS* row : m_listTasks) {
+        if (visible-- == 0) break;
+        m_lActiveDataCount -= erased(row);
+    }
     RemoveIf(m_listTasks, erased);
     for (DATATASKS* row : m_listTasks) {
         if (RemoveIf(row->m_listChildren, erased) && row->m_oid == 0) MarkIfEmpty(row);

@@ -68,8 +68,14 @@ void RemoveChild(DATATASKS* parent, DWORD oid) {
 // the walk goes on from what the index then means.
 class CTasksThread::ParentWalk {
 public:
-    ParentWalk(CTasksThread& thread, bool bCheckDuplicate);
-    void Run(CEPROPVAL* buffer, const CEPROPID* propIds, DWORD bufferSize);
+    // What a parent is read with; without bytes none is.
+    struct Buffer {
+        CEPROPVAL* pBytes;
+        const CEPROPID* pPropIds;
+        DWORD cb;
+    };
+    ParentWalk(CTasksThread& thread, const Buffer& buffer, bool bCheckDuplicate);
+    void Run();
 
 private:
     void Visit(DATATASKS* row);
@@ -94,14 +100,12 @@ private:
     };
 
     CTasksThread& m_thread;
+    const Buffer m_buffer;
     const bool m_bCheckDuplicate;
     std::vector<DATATASKS*> m_rows; // also those that are gone
     std::unordered_map<const DATATASKS*, std::size_t> m_places;
     std::unordered_set<Pair, PairHash> m_attached;
     std::size_t m_at = 0;
-    CEPROPVAL* m_pBuffer = nullptr;
-    const CEPROPID* m_pPropIds = nullptr;
-    DWORD m_cbBuffer = 0;
 };
 
 void CTasksThread::SetChildToParents(CEPROPVAL* buffer, const CEPROPID* propIds, DWORD bufferSize,
@@ -110,12 +114,12 @@ void CTasksThread::SetChildToParents(CEPROPVAL* buffer, const CEPROPID* propIds,
     m_listTasks.SetCompare(&TasksCompareOID);
     const bool alone = !m_bIndexed;
     if (alone) IndexRows();
-    ParentWalk(*this, bCheckDuplicate).Run(buffer, propIds, bufferSize);
+    ParentWalk(*this, {buffer, propIds, bufferSize}, bCheckDuplicate).Run();
     if (alone) SweepErased();
 }
 
-CTasksThread::ParentWalk::ParentWalk(CTasksThread& thread, bool bCheckDuplicate)
-    : m_thread(thread), m_bCheckDuplicate(bCheckDuplicate) {
+CTasksThread::ParentWalk::ParentWalk(CTasksThread& thread, const Buffer& buffer, bool bCheckDuplicate)
+    : m_thread(thread), m_buffer(buffer), m_bCheckDuplicate(bCheckDuplicate) {
     for (DATATASKS* row : thread.m_listTasks) {
         if (thread.IsErased(row)) continue;
         m_places[row] = m_rows.size();
@@ -124,10 +128,7 @@ CTasksThread::ParentWalk::ParentWalk(CTasksThread& thread, bool bCheckDuplicate)
     }
 }
 
-void CTasksThread::ParentWalk::Run(CEPROPVAL* buffer, const CEPROPID* propIds, DWORD bufferSize) {
-    m_pBuffer = buffer;
-    m_pPropIds = propIds;
-    m_cbBuffer = bufferSize;
+void CTasksThread::ParentWalk::Run() {
     while (m_at < m_rows.size()) {
         if (m_thread.IsErased(m_rows[m_at]))
             ++m_at;
@@ -167,7 +168,7 @@ void CTasksThread::ParentWalk::VisitOrphan(DATATASKS* row) {
         if (!IsTaskOid(row->m_oidParent)) {
             row->m_oidParent = 0;
             row->m_nDepth = 0;
-        } else if (!m_pBuffer) {
+        } else if (!m_buffer.pBytes) {
             Attach(row, nullptr);
         } else if (DATATASKS* parent = ReadParent(row->m_oidParent)) {
             Attach(row, parent);
@@ -189,7 +190,7 @@ DATATASKS* CTasksThread::ParentWalk::ReadParent(DWORD oid) {
     if (!db->IsOpen() || !db->SeekRec(&key, 1)) return nullptr;
     CeDbRecord record;
     DATATASKS* parent = nullptr;
-    if (db->ReadRec(record, m_pBuffer, m_cbBuffer, kTaskProps, m_pPropIds)) {
+    if (db->ReadRec(record, m_buffer.pBytes, m_buffer.cb, kTaskProps, m_buffer.pPropIds)) {
         bool show = true;
         m_thread.AddNewTask(&record, &show, -1, true, true);
         parent = m_thread.FindRow(oid);
@@ -282,7 +283,7 @@ void CTasksThread::SetupChildren(DATATASKS* task, WORD& percent) {
         }
     }
     for (auto parent = parents.rbegin(); parent != parents.rend(); ++parent) {
-        LONG sum = 0;
+        LONGLONG sum = 0;
         for (const DATATASKS* child : (*parent)->m_listChildren) sum += child->m_wPercent;
         const auto mean = static_cast<WORD>(sum / (*parent)->NumChildren());
         (*parent == task ? percent : (*parent)->m_wPercent) = mean;
