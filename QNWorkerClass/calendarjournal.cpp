@@ -4,13 +4,13 @@
 #include "Platform/memory.h"
 #include "Platform/notetext.h"
 #include "Platform/strings.h"
+#include "QNWorkerClass/journalstore.h"
 #include "QNWorkerClass/tasksrecord.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr WCHAR kJournalDb[] = u"QuillonaryJournal_2";
 enum JournalProperty : int {
     kTitle,
     kType,
@@ -71,7 +71,7 @@ void CCalendarThread::AddJournal(CeManualEvent* stop, CEOID oid) {
     const DWORD size = CeRecordBufferSize(kReadBufferSize, kJournalPropsWithBody);
     const HLOCAL buffer = LocalAlloc(LPTR, size);
     m_pDbOverlay = std::make_unique<CeDb>();
-    if (buffer && !StopRequested(stop) && m_pDbOverlay->Open(kJournalDb)) {
+    if (buffer && !StopRequested(stop) && m_pDbOverlay->Open(kJournalStore)) {
         CeDbRecord record;
         const bool single = oid != 0;
         bool show = false;

@@ -7,6 +7,7 @@
 #include "QNWorkerClass/contactsrecord.h"
 #include "QNWorkerClass/contactssort.h"
 #include "QNWorkerClass/contactsthread.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/quickfind.h"
 
 #include <algorithm>
@@ -167,7 +168,7 @@ bool CContactsThread::FindsByCriteria(const DATACONTACTS& row) {
 bool CContactsThread::FindsInRecord(CEOID oidRecord) {
     if (!m_pSearchReader) {
         const auto ids = FullSearchIds();
-        m_pSearchReader = std::make_unique<ContactReader>(std::vector<CEPROPID>(ids.begin(), ids.end()));
+        m_pSearchReader = std::make_unique<PropertyReader>(std::vector<CEPROPID>(ids.begin(), ids.end()));
     }
     if (!m_pDb->SeekTo(oidRecord) || !m_pSearchReader->Read(*m_pDb)) return false;
     for (int i = 0; i < m_pSearchReader->Count(); ++i) {

@@ -5,9 +5,11 @@
 #include "Platform/poom.h"
 #include "Platform/strings.h"
 #include "QNWorkerClass/calendarthread.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/searchrows.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/texts.h"
+#include "QNWorkerClass/usermarkup.h"
 
 #include <algorithm>
 #include <optional>
@@ -96,8 +98,8 @@ private:
 void CSearchThread::ReadCalendar(CEOID resume) {
     Occurrences occurrences(m_query.lPrivacy, m_bShowHasNote);
     if (!occurrences.Open(!m_query.bNoLinks)) return;
-    if (m_pattern.FindsAll()) occurrences.ScanItems();
-    ContactReader reader({kIds.begin(), kIds.end()});
+    if (m_pattern.FindsAll() && !resume) occurrences.ScanItems();
+    PropertyReader reader({kIds.begin(), kIds.end()});
     CeDb& store = occurrences.Store();
     WalkRecords(store, resume, [&] {
         if (!reader.Read(store)) return;
@@ -129,6 +131,7 @@ void CSearchThread::AddOccurrences(const CeDbRecord& record, Occurrences& occurr
     auto* lines = HasRange() ? &occurrences.Within(days) : &occurrences.Once();
     if (lines->IsEmpty() && recurring && m_bFrom != m_bTo) lines = &occurrences.Once();
     for (const DATACALENDAR* line : *lines) {
+        if (StopRequested(&m_hStopEvent)) return; // a century of days
         if (HasRange() && !m_range.Holds(static_cast<LONG>(line->m_dtStart))) continue;
         auto row = NewRow(kLineAppointment, kImage, line->m_oid, line->m_oidRecord);
         row->m_szSubject = AllocLPWSTR(line->m_bstrSubject);

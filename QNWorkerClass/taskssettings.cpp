@@ -71,10 +71,15 @@ void CTasksThread::ReadRuleSettings() {
     m_bShowExpanded = rule.Number(u"bShowExpanded", 0);
 }
 
-// What a rule can't be without.
-void CTasksThread::ApplyForcedSettings() {
-    if (m_nRule == kTasksCompleted || IsProjectRule(m_nRule)) m_bShowCompleted = 1;
+// What a rule would show nothing without.
+void CTasksThread::ForceRuleSettings() {
+    if (m_nRule == kTasksCompleted) m_bShowCompleted = 1;
     if (m_nRule == kTasksUndated || m_nRule == kTasksCompleted) m_bShowUndated = 1;
+}
+
+void CTasksThread::ApplyForcedSettings() {
+    ForceRuleSettings();
+    if (IsProjectRule(m_nRule)) m_bShowCompleted = 1;
     if (m_nRule == kTasksOfGoal) m_nGroupBy = kGroupTree;
     if (m_nGroupBy == kGroupCompletion) m_bShowCompleted = 1;
     if (m_nGroupBy == kGroupManager) m_bShowCompleted = 0;

@@ -57,7 +57,7 @@ CTasksThread::CTasksThread()
 }
 
 CTasksThread::~CTasksThread() {
-    Stop(false);
+    StopAnswering();
     ClearData();
 }
 
@@ -105,7 +105,7 @@ bool CTasksThread::Load(CeManualEvent* stop) {
         SweepErased();
         if (finished) {
             SetActiveCountFromTree();
-            SortDataList();
+            SortRows();
             SortPriorityManager();
         }
     }
@@ -124,7 +124,6 @@ void CTasksThread::PrepareLoad() {
     GetDatabaseClass();
     if (!m_bManualSettings) SettingChange();
     m_counts = {};
-    m_lTreeCount = m_lDisplayedTreeCount = 0;
     m_bTreeExpanded = false;
     m_listContexts.clear();
     m_contextIndex.clear();

@@ -394,6 +394,7 @@ void Taker::TakeOthers() {
                   {ICAL_X_PROPERTY, "values private to other programs (X-...)"}};
     ForEach(m_component, ICAL_ANY_PROPERTY, [&](icalproperty* p) {
         if (IsTakenOrSpare(p, m_item.isTodo)) return;
+        if (icalproperty_isa(p) == ICAL_X_PROPERTY && TakeOwn(p, m_item.own)) return;
         const auto words =
             std::ranges::find(kWords, icalproperty_isa(p), [](const auto& one) { return one.kind; });
         Unkept(words != std::end(kWords) ? words->words : icalproperty_get_property_name(p));

@@ -111,6 +111,35 @@ constexpr Command kCommands[] = {
      "folders too\n"
      "  --open      closed folders too\n"
      "  --hidden    hidden folders too\n"},
+    {"search", &qn::SearchCommand,
+     "qn search TEXT [--in KIND,...] [--field NAME]... [--begin] [--contents] [--sound] [--from DATE] [--to DATE]\n"
+     "          [--tasks open|done] [--tracked] [--privacy NAME] [--category NAME]... [--all-of] [--hide] "
+     "[--no-category]\n"
+     "          [--all-entries] [--no-links] [--sort KEY [--descending]] [--group age|item] [--json]\n"
+     "  Looks through everything for a text, and prints what it finds as it is found. * and ? in the text stand for "
+     "any\n"
+     "  characters and for one; * alone finds everything.\n"
+     "  --in        contacts, tasks, appointments, notes, journal; all of them unless told otherwise\n"
+     "  --field     all, name (of contacts; subjects, titles), location, first, last, company, mail, phone\n"
+     "  --begin     where a field begins with the text, not anywhere in it\n"
+     "  --contents  in notes and the notes of items too\n"
+     "  --sound     contacts whose names sound alike too\n"
+     "  --from, --to  days, both included: appointments and tasks then; contacts with a birthday or an "
+     "anniversary then\n"
+     "              (with --from); journal entries between both. Each date of a series is found by itself, without "
+     "days\n"
+     "              a series once.\n"
+     "  --privacy   public, not-public, personal, private, confidential: such appointments and notes; tasks that "
+     "are not so\n"
+     "  --tracked   no tasks and appointments but those that are tracked\n"
+     "  --category  as for agenda; files are found whatever their category\n"
+     "  --all-entries  all journal entries, whatever the text\n"
+     "  --no-links  without a look for links of items\n"
+     "  --sort      subject, date, category, sensitivity: within each kind; timeline: by date whatever the kind; "
+     "journal,\n"
+     "              view: as their views sort. Then all is found before the first is printed, as with\n"
+     "  --group     age: in the next 7, 30, 90 days from --from on, later; item: journal entries by what they "
+     "belong to\n"},
     {"list", &qn::ListCommand,
      "qn list [appointments|tasks|contacts] [--json]\n"
      "  Lists what is stored, one line an item, with the number that `qn show` takes.\n"},
@@ -127,11 +156,13 @@ constexpr Command kCommands[] = {
      "qn set --delete KEY\n"
      "  Writes a setting: a number when VALUE is one (decimal, or hexadecimal from 0x), otherwise a text.\n"},
     {"export", &qn::ExportCommand,
-     "qn export --ics|--vcf [FILE]\n"
-     "  Writes all appointments and tasks as one iCalendar file, or all contacts as one vCard file; to "
-     "standard "
-     "output\n"
-     "  without FILE.\n"},
+     "qn export --ics [--from DATE] [--to DATE] [FILE]\n"
+     "qn export --vcf [FILE]\n"
+     "  Writes appointments, tasks and journal entries as one iCalendar file, or all contacts as one vCard "
+     "file; to\n"
+     "  standard output without FILE.\n"
+     "  --from, --to  what falls on these days alone; a series that may is written whole, a task without a "
+     "date isn't\n"},
     {"mark-up", &qn::MarkUpCommand,
      "qn mark-up [--png FILE] [--dump] [--width N] [--dpi N] [--line] FILE|-\n"
      "  Shows what the display makes of a text of mark-up (UTF-8; - is standard input): a picture, and with "
@@ -162,6 +193,7 @@ void PrintHelp() {
               "  tasks     the task list, in groups or as a tree\n"
               "  contacts  the contact list, by name or in groups\n"
               "  notes     the notes, in their folders\n"
+              "  search    a text in all of it\n"
               "  list      what is stored\n"
               "  show      one item\n"
               "  delete    take items out\n"

@@ -1,6 +1,7 @@
 #include "apps/qn/store.h"
 
 #include "Platform/databases.h"
+#include "Platform/notetext.h"
 #include "QNTools/QNTools.h"
 
 #include <charconv>
@@ -8,12 +9,6 @@
 #include <random>
 
 namespace qn {
-
-namespace {
-
-constexpr DWORD kEmptyRichNote = 476; // a note of this size counts as empty wherever lists look at it
-
-} // namespace
 
 Store::Store() {
     void* app = nullptr;
@@ -135,26 +130,20 @@ std::string Reason(HRESULT result) {
 }
 
 std::string NoteText(const CEBLOB& ink) {
-    const BYTE* bytes = ink.lpb;
-    std::size_t size = ink.dwCount;
-    if (!bytes || size == 0) return {};
-    std::string text;
-    if (size >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) {
-        std::u16string wide((size - 2) / sizeof(WCHAR), u'\0');
-        std::memcpy(wide.data(), bytes + 2, wide.size() * sizeof(WCHAR));
-        text = Utf8(wide);
-    } else {
-        text.assign(reinterpret_cast<const char*>(bytes), size);
-    }
-    while (!text.empty() && (text.back() == '\0' || text.back() == ' ' || text.back() == '\n'))
-        text.pop_back();
+    std::u16string wide;
+    if (!ink.lpb || !PlatTextOfNote(ink.lpb, ink.dwCount, wide)) return {};
+    std::u16string lines; // each ended by one character
+    for (std::size_t i = 0; i < wide.size(); ++i)
+        if (wide[i] != u'\r' || i + 1 == wide.size() || wide[i + 1] != u'\n') lines += wide[i];
+    std::string text = Utf8(lines);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\n')) text.pop_back();
     return text;
 }
 
 std::vector<BYTE> NoteBytes(std::string_view utf8) {
     std::u16string text = Utf16(utf8);
     if (text.empty()) return {};
-    if (2 + text.size() * sizeof(WCHAR) == kEmptyRichNote) text += u' ';
+    if (2 + text.size() * sizeof(WCHAR) == kEmptyInkNote) text += u' ';
     std::vector<BYTE> bytes(2 + text.size() * sizeof(WCHAR));
     bytes[0] = 0xFF;
     bytes[1] = 0xFE;

@@ -48,8 +48,8 @@ inline constexpr auto kFolderFull = static_cast<HRESULT>(0x80070000 | ERROR_NO_M
 // What failed, in words, of a result of the object model.
 std::string Reason(HRESULT result);
 
-// The note of an item as text, and a text as a note. Notes are UTF-16 with a byte-order mark, which every form of note
-// reader tells from rich text.
+// The note of an item as text, whatever form it has, and a text as a note. Notes are UTF-16 with a byte-order mark, which
+// every form of note reader tells from rich text.
 std::string NoteText(const CEBLOB& ink);
 std::vector<BYTE> NoteBytes(std::string_view utf8);
 
@@ -66,13 +66,24 @@ std::string TextOf(Item* item, HRESULT (Item::*get)(BSTR*)) {
     (item->*get)(text.Out());
     return Utf8(text.View());
 }
+// The note of an item as it is stored.
+class StoredNote {
+public:
+    template<class Item>
+    explicit StoredNote(Item* item) {
+        item->get_BodyInk(&m_blob);
+    }
+    ~StoredNote() { LocalFree(m_blob.lpb); }
+    StoredNote(const StoredNote&) = delete;
+    StoredNote& operator=(const StoredNote&) = delete;
+    const CEBLOB& Blob() const { return m_blob; }
+
+private:
+    CEBLOB m_blob{};
+};
 template<class Item>
 std::string NoteOf(Item* item) {
-    CEBLOB ink{};
-    item->get_BodyInk(&ink);
-    std::string text = NoteText(ink);
-    LocalFree(ink.lpb);
-    return text;
+    return NoteText(StoredNote(item).Blob());
 }
 
 // An item as the bag of its properties.

@@ -6,6 +6,7 @@
 #include "apps/qn/json.h"
 #include "apps/qn/options.h"
 #include "apps/qn/store.h"
+#include "apps/qn/tasktext.h"
 #include "apps/qn/viewkey.h"
 
 #include <cstdio>
@@ -68,17 +69,6 @@ void FillView(ViewKey& view, const Options& options) {
                  Choose("tasks", "--sort", keys.substr(comma + 1), kSorts), below);
 }
 
-std::string TextOf(const WCHAR* text) { return text ? Utf8(text) : std::string(); }
-
-// --- Rows as objects ----------------------------------------------------------------------------------------------
-
-void AddDate(JsonLine& json, std::string_view name, double date, bool moment = false) {
-    if (date == kNoDate)
-        json.Null(name);
-    else
-        json.Text(name, moment ? IsoMoment(date) : IsoDay(static_cast<LONG>(date)));
-}
-
 void PrintJson(const DATATASKS& row, Store& store) {
     const bool group = row.m_oid == 0;
     JsonLine json;
@@ -87,10 +77,8 @@ void PrintJson(const DATATASKS& row, Store& store) {
     json.Text("letter", TextOf(row.m_szPriorityLetter)).Text("number", TextOf(row.m_szPriorityNumber));
     json.Number("regenerates", row.m_lPrioNumber).Number("importance", row.m_nImportance);
     json.Number("sensitivity", row.m_lSensitivity);
-    AddDate(json, "start", row.m_dtStart);
-    AddDate(json, "due", row.m_dtDue);
-    AddDate(json, "completed", row.m_dtCompleted);
-    AddDate(json, "reminder", row.m_dtReminder, true);
+    json.Day("start", row.m_dtStart).Day("due", row.m_dtDue).Day("completed", row.m_dtCompleted);
+    json.Moment("reminder", row.m_dtReminder);
     json.Bool("done", row.m_bCompleted).Number("percent", row.m_wPercent).Bool("overdue", row.m_bOverdue);
     json.Bool("duetoday", row.m_bDueToday).Bool("recurring", row.m_wFlag7).Bool("reminderset", row.m_wFlag8);
     json.Bool("starred", row.m_bStarred).Bool("note", row.m_bHasNote).Bool("link", row.m_bHasLink);
@@ -103,41 +91,13 @@ void PrintJson(const DATATASKS& row, Store& store) {
     std::puts(json.Done().c_str());
 }
 
-// --- Rows as text -------------------------------------------------------------------------------------------------
-
-std::string Facts(const DATATASKS& row) {
-    std::string facts;
-    const auto add = [&facts](bool wanted, const std::string& fact) {
-        if (wanted) facts += (facts.empty() ? "  (" : ", ") + fact;
-    };
-    add(row.m_dtDue != kNoDate, "due " + ShortDay(static_cast<LONG>(row.m_dtDue)));
-    add(row.m_bOverdue, "overdue");
-    add(row.m_bCompleted && row.m_dtCompleted != kNoDate,
-        "done " + ShortDay(static_cast<LONG>(row.m_dtCompleted)));
-    add(!row.m_bCompleted && row.m_wPercent > 0, std::to_string(row.m_wPercent) + " %");
-    add(row.m_nImportance == 2, "high");
-    add(row.m_nImportance == 0, "low");
-    add(row.m_bStarred, "starred");
-    add(row.m_wFlag8, "reminder");
-    add(row.m_bHasNote, "note");
-    return facts.empty() ? facts : facts + ")";
-}
-
 void PrintText(const DATATASKS& row) {
-    std::string text(static_cast<std::size_t>(row.m_nDepth) * 2, ' ');
-    if (row.m_oid == 0) {
-        text += Printable(TextOf(row.m_szSubject)) + " (" + std::to_string(row.NumChildren()) + ")";
-    } else {
-        text += row.m_bCompleted ? "[x] " : "[ ] ";
-        const std::string priority = TextOf(row.m_szPriorityLetter) + TextOf(row.m_szPriorityNumber);
-        if (!priority.empty()) text += Printable(priority) + " ";
-        text += Printable(TextOf(row.m_szSubject));
-        if (row.IsParentNode() && !row.m_bExpanded) text += " ...";
-        text += Facts(row);
-        if (row.m_szCategories && *row.m_szCategories)
-            text += "  [" + Printable(Utf8(row.m_szCategories)) + "]";
-    }
-    std::puts(text.c_str());
+    const std::string indent(static_cast<std::size_t>(row.m_nDepth) * 2, ' ');
+    const bool group = row.m_oid == 0;
+    const std::string text =
+        group ? Printable(TextOf(row.m_szSubject)) + " (" + std::to_string(row.NumChildren()) + ")"
+              : TaskText(row);
+    std::puts((indent + text).c_str());
 }
 
 } // namespace

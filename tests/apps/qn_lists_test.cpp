@@ -90,4 +90,98 @@ TEST_F(QnLists, NotesInTheirFolders) {
     EXPECT_EQ(2, Qn({"notes", "--contents"}).code);
 }
 
+TEST_F(QnLists, SearchOverEverything) {
+    const auto day = [](const std::string& date) {
+        return "\r\nDTSTART:" + date + "T090000\r\nDURATION:PT90M";
+    };
+    std::string items;
+    for (const char* number : {"1", "2", "3"}) items += ToDo(number, std::string("SUMMARY:Millet ") + number);
+    items += ToDo("t", "SUMMARY:Oil the mill <b>\r\nDUE;VALUE=DATE:20300105\r\nCATEGORIES:Home") +
+             Event("a", "SUMMARY:Mill tour\r\nLOCATION:Dam" + day("20300110")) +
+             Event("s", "SUMMARY:Milling" + day("20300101") + "\r\nRRULE:FREQ=DAILY;INTERVAL=7;COUNT=4") +
+             "BEGIN:VJOURNAL\r\nUID:j\r\nDTSTART:20300102T100000\r\nSUMMARY:Bought a mill\r\nRELATED-TO:t\r\n"
+             "DESCRIPTION:from Jones\r\nEND:VJOURNAL\r\n";
+    ASSERT_EQ(0, Import(items).code);
+    Write("in.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Miller;Bo\r\nFN:Bo Miller\r\nORG:Grain\r\n"
+                    "TEL;TYPE=CELL:(030) 55\r\nEND:VCARD\r\n");
+    ASSERT_EQ(0, Qn({"import", "in.vcf"}).code);
+    std::filesystem::create_directories(m_device + "/My Documents");
+    Write("device/My Documents/mill.txt", "wind and water");
+
+    const std::string contact = "contact      Miller, Bo  Grain  (030) 55\n";
+    const std::string task = "task         Oil the mill <b>  1/5/30  [Home]\n";
+    const std::string millets = "task         Millet 1\ntask         Millet 2\ntask         Millet 3\n";
+    const std::string tour = "appointment  Mill tour  1/10/30 9:00 AM  1hour, 30minutes, Dam\n";
+    const auto lesson = [](const std::string& date) {
+        return "appointment  Milling  " + date + " 9:00 AM  1hour, 30minutes\n";
+    };
+    const std::string entry = "journal      Bought a mill  1/2/30  of Oil the mill <b>  from Jones\n";
+    const struct {
+        std::vector<std::string> words;
+        std::string expected;
+    } cases[] = {
+        {{"mill", "--in", "contacts,tasks"}, contact + millets + task}, // as they are found
+        {{"mill", "--in", "contacts,tasks", "--sort", "subject"}, millets + task + contact},
+        {{"mill", "--in", "tasks", "--sort", "subject", "--descending"},
+         "task         Oil the mill <b>  1/5/30  [Home]\ntask         Millet 3\ntask         Millet 2\n"
+         "task         Millet 1\n"},
+        {{"mill", "--begin", "--in", "appointments"}, lesson("1/1/30") + tour},
+        {{"milling", "--from", "2030-01-08", "--to", "2030-01-15"}, lesson("1/8/30") + lesson("1/15/30")},
+        {{"dam", "--field", "location"}, tour},
+        {{"03055", "--field", "phone"}, contact},
+        {{"grain", "--field", "mail", "--field", "company", "--field", "all"}, contact},
+        {{"Mylar", "--sound", "--in", "contacts"}, contact},
+        {{"m*t?1"}, "task         Millet 1\n"},
+        {{"oil", "--category", "home", "--in", "tasks"}, task},
+        {{"oil", "--category", "home", "--hide", "--in", "tasks"},
+         "Nothing found for \"oil\". With --contents "
+         "notes are searched too.\n"},
+        {{"water", "--contents", "--tasks", "done"}, "note         mill.txt  "},
+        {{"mill", "--in", "tasks,appointments", "--from", "2030-01-04", "--to", "2030-01-14", "--group",
+          "age"},
+         "Next 7 Days (3)\n  " + task + "  " + lesson("1/8/30") + "  " + tour},
+        {{"jones", "--group", "item"}, "Oil the mill <b> (1)\n  " + entry},
+    };
+    for (auto one : cases) {
+        one.words.insert(one.words.begin(), "search");
+        const Ran ran = Qn(one.words);
+        EXPECT_EQ(0, ran.code) << ran.err;
+        EXPECT_EQ(one.expected, ran.out.substr(0, one.expected.size() + (one.expected.back() == '\n')))
+            << ran.out;
+    }
+    auto rows = Records(Qn({"search", "mill", "--json", "--in", "journal,notes", "--group", "item"}).out);
+    ASSERT_EQ(3u, rows.size());
+    EXPECT_EQ("note mill.txt \\My Documents\\mill.txt null 0", rows[0]["kind"] + " " + rows[0]["subject"] +
+                                                                   " " + rows[0]["path"] + " " +
+                                                                   rows[0]["uid"] + " " + rows[0]["depth"]);
+    EXPECT_EQ("group Oil the mill <b> 1",
+              rows[1]["kind"] + " " + rows[1]["subject"] + " " + rows[1]["children"]);
+    EXPECT_EQ("j 2030-01-02T10:00:00 task Oil the mill <b> 1 Oil the mill <b>",
+              rows[2]["uid"] + " " + rows[2]["start"] + " " + rows[2]["linkedkind"] + " " +
+                  rows[2]["linkedtitle"] + " " + rows[2]["depth"] + " " + rows[2]["group"]);
+    rows = Records(Qn({"search", "oil", "--json", "--in", "tasks"}).out);
+    ASSERT_EQ(1u, rows.size());
+    EXPECT_EQ("2030-01-05 null t <B>Oil the mill <</BODY>b></B><BR>[1/5/30]  ",
+              rows[0]["date"] + " " + rows[0]["start"] + " " + rows[0]["uid"] + " " + rows[0]["text"]);
+    EXPECT_EQ("", Qn({"search", "nowhere", "--json"}).out);
+    for (const std::vector<std::string>& wrong : std::vector<std::vector<std::string>>{
+             {},
+             {" "},
+             {"a", "b"},
+             {"a", "--in", "mails"},
+             {"a", "--field", "eyes"},
+             {"a", "--from", "later"},
+             {"a", "--from", "2030-01-02", "--to", "2030-01-01"},
+             {"a", "--group", "age"},
+             {"a", "--descending"},
+             {"a", "--hide"},
+             {"a", "--field", "mail", "--field", "phone", "--sort", "date"}}) {
+        std::vector<std::string> words{"search"};
+        words.insert(words.end(), wrong.begin(), wrong.end());
+        const Ran ran = Qn(words);
+        EXPECT_EQ(2, ran.code) << words.back();
+        EXPECT_TRUE(ran.err.starts_with("qn: search: ")) << ran.err;
+    }
+}
+
 } // namespace
