@@ -5,6 +5,17 @@ namespace {
 
 class QnLists : public QnTest {
 protected:
+    // Words behind the command that are wrong usage, and what is said of them.
+    void ExpectRefused(const char* command,
+                       const std::map<std::vector<std::string>, const char*>& cases) const {
+        for (const auto& [wrong, said] : cases) {
+            std::vector<std::string> words = wrong;
+            words.insert(words.begin(), command);
+            const Ran ran = Qn(words);
+            EXPECT_EQ(2, ran.code) << words.back();
+            EXPECT_TRUE(ran.Says(said)) << ran.err;
+        }
+    }
     static std::string ToDo(const std::string& uid, const std::string& lines) {
         return "BEGIN:VTODO\r\nUID:" + uid + "\r\n" + lines + "\r\nEND:VTODO\r\n";
     }
@@ -109,7 +120,7 @@ TEST_F(QnLists, SearchOverEverything) {
     Write("device/My Documents/mill.txt", "wind and water");
 
     const std::string contact = "contact      Miller, Bo  Grain  (030) 55\n";
-    const std::string task = "task         Oil the mill <b>  1/5/30  [Home]\n";
+    const std::string task = "task         Oil the mill <b>  1/5/30  [Home]  (linked)\n";
     const std::string millets = "task         Millet 1\ntask         Millet 2\ntask         Millet 3\n";
     const std::string tour = "appointment  Mill tour  1/10/30 9:00 AM  1hour, 30minutes, Dam\n";
     const auto lesson = [](const std::string& date) {
@@ -123,9 +134,9 @@ TEST_F(QnLists, SearchOverEverything) {
         {{"mill", "--in", "contacts,tasks"}, contact + millets + task}, // as they are found
         {{"mill", "--in", "contacts,tasks", "--sort", "subject"}, millets + task + contact},
         {{"mill", "--in", "tasks", "--sort", "subject", "--descending"},
-         "task         Oil the mill <b>  1/5/30  [Home]\ntask         Millet 3\ntask         Millet 2\n"
-         "task         Millet 1\n"},
-        {{"mill", "--begin", "--in", "appointments"}, lesson("1/1/30") + tour},
+         task + "task         Millet 3\ntask         Millet 2\ntask         Millet 1\n"},
+        {{"mill", "--begin", "--in", "appointments"},
+         "appointment  Milling  1/1/30 9:00 AM  1hour, 30minutes  (series)\n" + tour},
         {{"milling", "--from", "2030-01-08", "--to", "2030-01-15"}, lesson("1/8/30") + lesson("1/15/30")},
         {{"dam", "--field", "location"}, tour},
         {{"03055", "--field", "phone"}, contact},
@@ -133,6 +144,7 @@ TEST_F(QnLists, SearchOverEverything) {
         {{"Mylar", "--sound", "--in", "contacts"}, contact},
         {{"m*t?1"}, "task         Millet 1\n"},
         {{"oil", "--category", "home", "--in", "tasks"}, task},
+        {{"oil", "--no-links", "--in", "tasks"}, "task         Oil the mill <b>  1/5/30  [Home]\n"},
         {{"oil", "--category", "home", "--hide", "--in", "tasks"},
          "Nothing found for \"oil\". With --contents "
          "notes are searched too.\n"},
@@ -164,24 +176,18 @@ TEST_F(QnLists, SearchOverEverything) {
     EXPECT_EQ("2030-01-05 null t <B>Oil the mill <</BODY>b></B><BR>[1/5/30]  ",
               rows[0]["date"] + " " + rows[0]["start"] + " " + rows[0]["uid"] + " " + rows[0]["text"]);
     EXPECT_EQ("", Qn({"search", "nowhere", "--json"}).out);
-    for (const std::vector<std::string>& wrong : std::vector<std::vector<std::string>>{
-             {},
-             {" "},
-             {"a", "b"},
-             {"a", "--in", "mails"},
-             {"a", "--field", "eyes"},
-             {"a", "--from", "later"},
-             {"a", "--from", "2030-01-02", "--to", "2030-01-01"},
-             {"a", "--group", "age"},
-             {"a", "--descending"},
-             {"a", "--hide"},
-             {"a", "--field", "mail", "--field", "phone", "--sort", "date"}}) {
-        std::vector<std::string> words{"search"};
-        words.insert(words.end(), wrong.begin(), wrong.end());
-        const Ran ran = Qn(words);
-        EXPECT_EQ(2, ran.code) << words.back();
-        EXPECT_TRUE(ran.err.starts_with("qn: search: ")) << ran.err;
-    }
+    ExpectRefused("search",
+                  {{{}, "what is to be found?"},
+                   {{" "}, "what is to be found?"},
+                   {{"a", "b"}, "stands in quotes"},
+                   {{"a", "--in", "mails"}, "it is one of contacts, tasks"},
+                   {{"a", "--field", "eyes"}, "it is one of all, name"},
+                   {{"a", "--from", "later"}, "--from can't be later"},
+                   {{"a", "--from", "2030-01-02", "--to", "2030-01-01"}, "behind --to"},
+                   {{"a", "--group", "age"}, "counts from --from"},
+                   {{"a", "--descending"}, "wants a --sort"},
+                   {{"a", "--hide"}, "wants --category"},
+                   {{"a", "--field", "mail", "--field", "phone", "--sort", "date"}, "one --field"}});
 }
 
 } // namespace
