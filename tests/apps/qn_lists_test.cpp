@@ -51,8 +51,35 @@ TEST_F(QnLists, TasksByRuleGroupAndOrder) {
     EXPECT_EQ("Paid 100 2020-01-02 null 3", rows[1]["subject"] + " " + rows[1]["percent"] + " " +
                                                 rows[1]["completed"] + " " + rows[1]["due"] + " " +
                                                 rows[1]["uid"]);
-    EXPECT_EQ(2, Qn({"tasks", "--sort", "colour"}).code);
-    EXPECT_EQ(2, Qn({"tasks", "--tree", "--group", "date"}).code);
+    ExpectRefused("tasks", {{{"--sort", "colour"}, "it is one of subject, due"},
+                            {{"--tree", "--group", "date"}, "don't go together"},
+                            {{"--days", "3"}, "--days goes with --rule next"}});
+}
+
+// An imported tree is open.
+TEST_F(QnLists, TasksBelowOneAnother) {
+    const std::string tree = ToDo("top", "SUMMARY:Roof") +
+                             ToDo("part", "SUMMARY:Tiles\r\nRELATED-TO:top\r\nDUE;VALUE=DATE:20991231");
+    ASSERT_EQ(0, Import(tree).code);
+    EXPECT_EQ("[ ] Roof\n  [ ] Tiles  (due 12/31/99)\n", Qn({"tasks"}).out);
+    EXPECT_EQ("[ ] Tiles  (due 12/31/99)\n", Qn({"tasks", "--rule", "goal", "--below", "top"}).out);
+    EXPECT_EQ(1, Qn({"tasks", "--rule", "goal", "--below", "nobody"}).code);
+    auto rows = Records(Qn({"tasks", "--group", "progress", "--json"}).out);
+    ASSERT_EQ(9u, rows.size());
+    const auto told = [&rows](std::size_t row) {
+        std::string text;
+        for (const char* name : {"kind", "depth", "subject", "uid", "due", "completed", "project", "children",
+                                 "expanded", "hidden"})
+            text += rows[row][name] + " ";
+        return text + (rows[row]["parent"] == "null" ? "no parent" : "parent");
+    };
+    EXPECT_EQ("group 0 Due Later null null null null 1 true false no parent", told(5));
+    EXPECT_EQ("task 1 Tiles part 2099-12-31 null null 0 true false parent", told(6));
+
+    const std::string state = "TV\\GroupState\\GRPPROG-6";
+    ASSERT_EQ(0, Qn({"set", state, "0"}).code);
+    EXPECT_FALSE(Qn({"tasks", "--group", "progress"}).Says("Tiles"));
+    EXPECT_TRUE(Qn({"tasks", "--group", "progress", "--open"}).Says("Due Later (1)\n  [ ] Tiles"));
 }
 
 TEST_F(QnLists, ContactsByFormatAndFind) {
@@ -70,7 +97,12 @@ TEST_F(QnLists, ContactsByFormatAndFind) {
         {{"--format", "first"}, "Ada Byron  +44 20 1  [Friends]\nEmmy Noether\nGrace Hopper\n"},
         {{"--format", "last"}, "Byron, Ada  +44 20 1  [Friends]\nHopper, Grace\nNoether, Emmy\n"},
         {{"--format", "last", "--find", "hop"}, "Hopper, Grace\n"},
-        {{"--format", "last", "--find", "engines", "--full"}, "Byron, Ada  +44 20 1  [Friends]\n"},
+        {{"--format", "last", "--find", "n", "--full"}, // in any name
+         "Byron, Ada  +44 20 1  [Friends]\nHopper, Grace\nNoether, Emmy\n"},
+        {{"--format", "last", "--find", "ada"},
+         "Byron, Ada  +44 20 1  [Friends]\n"}, // no last name begins so
+        {{"--format", "last", "--find", "4420"}, "Byron, Ada  +44 20 1  [Friends]\n"},
+        {{"--format", "last", "--find", "nobody"}, ""},
         {{"--format", "last", "--keypad", "441"}, "Noether, Emmy\n"}, // N, O, E
         {{"--format", "company", "--closed"}, "None (1)\nEngines (1)\nNavy (1)\n"},
     };
@@ -81,7 +113,24 @@ TEST_F(QnLists, ContactsByFormatAndFind) {
         EXPECT_EQ(one.expected, ran.out) << one.words.back();
     }
     EXPECT_TRUE(Qn({"contacts", "--format", "company"}).Says("Engines (1)\n  "));
-    EXPECT_EQ(2, Qn({"contacts", "--keypad", "2a"}).code);
+    auto rows = Records(Qn({"contacts", "--format", "company", "--json"}).out);
+    ASSERT_EQ(6u, rows.size());
+    const auto told = [&](std::size_t row) {
+        std::string text;
+        for (const char* name :
+             {"kind", "depth", "group", "name", "company", "key", "line", "property", "count", "open"})
+            text += rows[row][name] + " ";
+        return text;
+    };
+    EXPECT_EQ("group 0 1 None null null (1) null 1 true ", told(0));
+    EXPECT_EQ("contact 1 1 Emmy Noether null null null null null null ", told(1));
+    EXPECT_EQ("contact 1 3 Ada Byron Engines Engines +44 20 1 9830431 null null ", told(3));
+    ExpectRefused("contacts", {{{"--keypad", "2a"}, "takes digits"},
+                               {{"--keypad", "2", "--find", "a"}, "don't go together"},
+                               {{"--find", ""}, "--find wants a text"},
+                               {{"--full"}, "--full goes with --find"},
+                               {{"--format", "age"}, "it is one of first, last"},
+                               {{"byron"}, "what is byron?"}});
 }
 
 TEST_F(QnLists, NotesInTheirFolders) {
@@ -98,7 +147,25 @@ TEST_F(QnLists, NotesInTheirFolders) {
     EXPECT_FALSE(Qn({"notes", "--find", "rose"}).Says(".txt"));
     const Ran found = Qn({"notes", "--find", "rose", "--contents"});
     EXPECT_TRUE(found.Says("beds.txt") && found.Says("plan.txt")) << found.out;
-    EXPECT_EQ(2, Qn({"notes", "--contents"}).code);
+    std::filesystem::create_directories(m_device + "/My Documents/Nothing");
+    EXPECT_EQ(0u, Qn({"notes", "--find", "beds"}).out.find("\\My Documents/\n  Garden/\n    beds.txt"));
+    EXPECT_FALSE(Qn({"notes", "--find", "beds"}).Says("Nothing")); // leads to no note
+    auto rows = Records(Qn({"notes", "--open", "--ascending", "--json"}).out);
+    ASSERT_EQ(6u, rows.size()); // documents, Garden, beds, Nothing, what stands in it, plan
+    const auto fields = [&rows](std::size_t row, std::initializer_list<const char*> names) {
+        std::string text;
+        for (const char* name : names) text += rows[row][name] + " ";
+        return text;
+    };
+    EXPECT_EQ("folder null 1 null ", fields(1, {"kind", "type", "depth", "kilobytes"}));
+    EXPECT_EQ("note 9 2 1 ", fields(2, {"kind", "type", "depth", "kilobytes"}));
+    EXPECT_EQ(rows[1]["oid"], rows[2]["parent"]);
+    EXPECT_EQ("null false null null false true ",
+              fields(2, {"alarm", "hasalarm", "color", "database", "hidden", "shown"}));
+    EXPECT_EQ("empty null null null 2 ", fields(4, {"kind", "type", "path", "modified", "depth"}));
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"notes", "--contents"}, {"notes", "--find", ""}, {"notes", "--ascending", "--descending"}})
+        EXPECT_EQ(2, Qn(words).code) << words.back();
 }
 
 TEST_F(QnLists, SearchOverEverything) {
