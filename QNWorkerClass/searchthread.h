@@ -183,7 +183,7 @@ private:
     void ReadCalendar(CEOID resume);
     bool ApptCheck(const CeDbRecord& record, DWORD oid, CeDb& store);
     void AddOccurrences(const CeDbRecord& record, Occurrences& occurrences);
-    std::u16string TextOf(const DATACALENDAR& line) const;
+    std::u16string TextOf(const DATACALENDAR& line, bool series) const;
     std::u16string DurationText(LONG minutes) const;
     void ReadJournal(CEOID resume);
     bool JournalCheck(const CeDbRecord& record);

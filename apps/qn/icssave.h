@@ -137,7 +137,7 @@ private:
     };
     CEOID ParentOf(CEOID oid, Parents& parents);
     bool LeadsTo(CEOID from, CEOID oid, Parents& parents);
-    void StoreParent(CEOID oid, CEOID parent);
+    void StoreParent(CEOID oid, CEOID parent, bool isParent);
     DWORD ParentProperty();
 
     // Journal (icsjournal.cpp)

@@ -86,20 +86,26 @@ constexpr Command kCommands[] = {
      "  With a --filter other than all each item stands once, whatever its date, its categories and its "
      "status.\n"},
     {"tasks", &qn::TasksCommand,
-     "qn tasks [--rule NAME] [--group NAME | --tree] [--sort KEY[,KEY2]] [--descending] [--done]\n"
-     "         [--date DATE] [--days N] [--context NAME] [--json]\n"
+     "qn tasks [--rule NAME] [--group NAME | --tree] [--sort KEY[,KEY2]] [--descending] [--done] [--open]\n"
+     "         [--date DATE | --days N | --context NAME | --below TASK | --project NAME] [--json]\n"
      "  Prints the tasks as the task view shows them, or as these options change it for once.\n"
      "  --rule    all, today, overdue, undated, active, tomorrow, done, next (--days N, 14), day (--date), "
      "master,\n"
-     "            unfiled, context (--context), starred, action\n"
+     "            unfiled, context (--context), starred, action, goal (--below a task, by UID or OID),\n"
+     "            project (--project)\n"
      "  --group   none, category, importance, letter, progress, completion, date, manager, status\n"
      "  --sort    subject, due, start, priority, completion, letter, category; the second key breaks ties\n"
-     "  --done    completed tasks too\n"},
+     "  --done    completed tasks too\n"
+     "  --open    what stands below closed tasks and closed headers too\n"},
     {"contacts", &qn::ContactsCommand,
      "qn contacts [--format NAME] [--find TEXT [--full] | --keypad DIGITS] [--closed] [--json]\n"
      "  Prints the contacts as the contact view shows them, or as these options change it for once.\n"
      "  --format  first, last, file-as, company, category, department, city, state, country, recent, calls\n"
-     "  --find    names that begin so; with --full all words anywhere in what is known of a contact\n"
+     "  --find    contacts whose name begins so, by the name that orders the list or its group; where there "
+     "are "
+     "none,\n"
+     "            and with --full at once, those with all the words anywhere in a name, or the text in any "
+     "field\n"
      "  --keypad  each digit stands for its letters: 0 ABC, 1 DEF, 2 GHI ... 7 WXYZ, # or 8 for the digits\n"
      "  --closed  the headers of groups alone\n"},
     {"notes", &qn::NotesCommand,
@@ -147,7 +153,7 @@ constexpr Command kCommands[] = {
      "they "
      "belong to\n"},
     {"list", &qn::ListCommand,
-     "qn list [appointments|tasks|contacts] [--json]\n"
+     "qn list [appointments|tasks|contacts|journal] [--json]\n"
      "  Lists what is stored, one line an item, with the number that `qn show` takes.\n"},
     {"show", &qn::ShowCommand, "qn show OID ...\n  Shows all that is known of an item.\n"},
     {"delete", &qn::DeleteCommand, "qn delete OID ...\n  Takes items out of the store.\n"},

@@ -12,6 +12,8 @@ namespace qn {
 
 namespace {
 
+constexpr std::u16string_view kSeriesMark = u"<IMG SRC=242> "; // in a row that stands for all of a series
+
 std::string_view KindName(LONG type) {
     switch (type) {
     case kDataContact:
@@ -72,7 +74,21 @@ void AddDates(std::u16string_view markup, std::vector<std::string>& parts) {
     const std::size_t end = dates.find(u']');
     if (end == dates.npos) return;
     parts.push_back(Plain(dates.substr(0, end)));
-    parts.push_back(Plain(Behind(dates, u"]  ")));
+    std::u16string_view rest = Behind(dates, u"]  ");
+    if (rest.starts_with(kSeriesMark)) rest.remove_prefix(kSeriesMark.size());
+    parts.push_back(Plain(rest));
+}
+
+std::string MarksOf(const DATAGENERAL& row) {
+    std::string marks;
+    const auto add = [&marks](bool wanted, const char* mark) {
+        if (wanted) marks += std::string(marks.empty() ? "(" : ", ") + mark;
+    };
+    add(std::u16string_view(row.m_szText ? row.m_szText : u"").find(kSeriesMark) != std::u16string_view::npos,
+        "series");
+    add(row.m_bHasNote && row.m_nType != kLineJournal, "note"); // the note of an entry is shown
+    add(row.m_bHasLink && row.m_nType != kLineJournal, "linked");
+    return marks.empty() ? marks : marks + ")";
 }
 
 void AddEntry(const DATAGENERAL& row, std::vector<std::string>& parts) {
@@ -105,7 +121,7 @@ std::vector<std::string> PartsOf(const DATAGENERAL& row, const Store& store) {
         break;
     }
     if (row.m_szCategories && *row.m_szCategories) parts.push_back("[" + Utf8(row.m_szCategories) + "]");
-    if (row.m_bHasNote && row.m_nType != kLineJournal) parts.emplace_back("(note)");
+    parts.push_back(MarksOf(row));
     return parts;
 }
 

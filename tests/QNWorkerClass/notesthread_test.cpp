@@ -214,6 +214,41 @@ TEST_F(NotesTest, TimesAreLocal) {
     EXPECT_EQ(ULONGLONG{3600} * 10'000'000, modified("Sub") - folder);
 }
 
+TEST_F(NotesTest, DamagedSideFilesTellWhatTheyCan) {
+    for (const char* note : {"a", "b", "c"}) Put(std::string("My Documents/") + note + ".txt");
+    Put("My Documents/Twice/in.txt");
+    const std::string side = "Program Files/Norvo/Quillonary/Norvo/";
+    Put(side + "NoteFolderState.txt", R"(no section
+[HKEY_CURRENT_USER\Software\Norvo\Quillonary\NV\FolderState]
+"\My Documents"=dword:00000001
+"\My Documents\Twice"="open"
+"\My Documents\Twice"=dword:00000001
+[HKEY_CURRENT_USER\Software\Norvo\Quillonary\NV\FolderState]
+"\My Documents\Twice"=dword:00000001
+)");
+    Put(side + "NoteData.txt", R"([HKEY_CURRENT_USER\My Documents\a.txt]
+"Category"=dword:00000001
+"AHDT"="soon"
+"Private"="yes"
+[HKEY_CURRENT_USER\My Documents\b.txt]
+"Category"="First"
+=
+"AHDT"=dword:xyz
+[HKEY_CURRENT_USER\My Documents\b.txt]
+"Category"="Second"
+[HKEY_CURRENT_USER\My Documents\c.txt)");
+    SetNumber(kView, u"bDescending", 0);
+    CNotesThread thread;
+    EXPECT_EQ("v \\My Documents\n  > Twice\n  a.txt\n  b.txt\n  c.txt\n", Load(thread));
+    EXPECT_EQ(DWORD{kFolderClosed}, thread.IsFolderOpen(u"\\My Documents\\Twice"));
+    std::string told;
+    for (const DATANOTES* row : thread.GetList())
+        if (row->m_nKind)
+            told += Narrow(row->m_bstrCategory ? row->m_bstrCategory : u"-") + (row->m_bHasAlarm ? "!" : "") +
+                    (row->m_bPrivate ? "p " : " ");
+    EXPECT_EQ("- First - ", told);
+}
+
 TEST_F(NotesTest, TextsAreFoundEverywhere) {
     SetState(u"\\My Documents", kFolderOpen);
     Put("My Documents/Shopping.txt", "Milk\r\nand Honey");

@@ -311,7 +311,7 @@ TEST_F(SearchTest, OccurrencesOfAppointments) {
     EXPECT_EQ("", days(u"caf", "", "", kSearchNames));
     CSearchThread search;
     Find(search, u"stand", All());
-    EXPECT_EQ(u"<B>Standup</B><BR>[3/1/10 10:00 AM]  1hour, 30minutes",
+    EXPECT_EQ(u"<B>Standup</B><BR>[3/1/10 10:00 AM]  <IMG SRC=242> 1hour, 30minutes",
               std::u16string(search.GetList().Get(1)->m_szText));
     SetNumber(u"Software\\Norvo\\Quillonary\\CAV", u"ShowDuration", 0);
     search.SettingChange();
