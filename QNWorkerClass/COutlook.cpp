@@ -132,6 +132,16 @@ DWORD COutlook::GetPOOM2Property(const WCHAR* name, WORD type, bool create) {
     return id == kUnknownNamedProperty ? 0 : id;
 }
 
+HRESULT COutlook::BeginBatch() {
+    const Session session = EnsureOpen();
+    return session ? PlatBeginItemBatch(session.get()) : E_FAIL;
+}
+
+HRESULT COutlook::EndBatch(bool commit) {
+    const Session session = Current();
+    return session ? PlatEndItemBatch(session.get(), commit) : E_FAIL;
+}
+
 HRESULT COutlook::SubscribeToNotifications(LONG folder, DWORD flags) {
     if (!EnsureOpen()) return E_FAIL;
     IFolder* target = nullptr;

@@ -6,9 +6,12 @@
 #include "Resources/pictures.h"
 #include "apps/pages/appointmentcard.h"
 #include "apps/pages/changes.h"
+#include "apps/pages/contactcard.h"
 #include "apps/pages/daypage.h"
 #include "apps/pages/listpage.h"
 #include "apps/pages/pagetext.h"
+#include "apps/pages/searchcards.h"
+#include "apps/pages/taskrow.h"
 #include "apps/pages/theme.h"
 #include "apps/qn/support.h"
 
@@ -35,6 +38,13 @@ struct Kind {
 // In the order of PageKind.
 constexpr Kind kKinds[kPageKinds] = {
     {u"Day", kPictureDayPage}, {u"Week", kPictureWeekPage}, {u"Agenda", kPictureAgendaPage}};
+
+CardText CardOf(const DATACALENDAR& line) {
+    if (line.m_pTask) return TaskCard(*line.m_pTask);
+    if (line.m_nType == kLineContactDate) return ContactCard(line.m_oid);
+    if (line.m_nType == kLineJournal) return JournalCard(line.m_oid, u"");
+    return AppointmentCard(line);
+}
 
 } // namespace
 
@@ -80,7 +90,7 @@ void CalendarView::Loaded() {
     Page().Show(m_data, m_day);
     const HWND focus = ::GetFocus();
     if (const DATACALENDAR* line = FindCarded())
-        ShowCard(AppointmentCard(*line));
+        ShowCard(CardOf(*line));
     else
         LoseCard();
     Arrange();
@@ -171,7 +181,7 @@ void CalendarView::GoToToday() { GoTo(m_kind, static_cast<LONG>(Today())); }
 void CalendarView::ShowCardOf(const DATACALENDAR& line) {
     m_cardOid = line.m_oid;
     m_cardDay = line.m_lDay;
-    ShowCard(AppointmentCard(line));
+    ShowCard(CardOf(line));
 }
 
 void CalendarView::OpenItem(const DATACALENDAR& line) {

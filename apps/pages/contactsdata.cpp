@@ -1,6 +1,7 @@
 #include "apps/pages/contactsdata.h"
 
 #include "NorvoTools/CStr.h"
+#include "NorvoTools/registryfunctions.h"
 #include "QNWorkerClass/contactsrecord.h"
 #include "QNWorkerClass/quickfind.h"
 
@@ -16,6 +17,12 @@ std::u16string EngineKeys(std::u16string_view typed) {
     for (const WCHAR key : typed)
         keys += key >= u'2' && key <= u'9' ? static_cast<WCHAR>(key - 2) : key == u' ' ? key : u'#';
     return keys;
+}
+
+// Calls always: of them the engine's quick find wants the whole name or number.
+bool FindsInAllFields() {
+    return ReadRegistryWithDefault(kContactView, kContactFindAll, 0) != 0 ||
+           ReadRegistryWithDefault(kContactView, kContactFormat, kDisplayCompanyStyle) == kDisplayCallLog;
 }
 
 } // namespace
@@ -47,8 +54,9 @@ void ContactsData::Prepare() {
         thread.SetCategoryRestrict(false); // or the rows that pass would be those of the run before
     }
     m_loadingText = m_text;
-    const bool keypad = IsKeypadText(m_text.c_str());
-    thread.SetCompareString((keypad ? EngineKeys(m_text) : m_text).c_str(), false,
+    const bool all = FindsInAllFields();
+    const bool keypad = !all && IsKeypadText(m_text.c_str());
+    thread.SetCompareString((keypad ? EngineKeys(m_text) : m_text).c_str(), all,
                             keypad ? kFindKeypad : kFindQuick);
     TellGroups(thread);
 }

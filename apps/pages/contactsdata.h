@@ -12,11 +12,18 @@
 
 namespace qn {
 
+// Settings of the view.
+inline constexpr const WCHAR* kContactView = u"Software\\Norvo\\Quillonary\\CV";
+inline constexpr const WCHAR* kContactFormat = u"DisplayFormat"; // a ContactsDisplay
+inline constexpr const WCHAR* kContactFindAll =
+    u"bSearchFullData"; // 1: what is typed is looked for in all fields
+
 class ContactsData : public ListData<CContactsThread> {
 public:
     explicit ContactsData(std::function<void()> changed);
 
-    // What is typed: the beginning of a name, or digits, each for the letters on its key. Counts from the next load on.
+    // What is typed: the beginning of a name, or digits, each for the letters on its key; or any part of what a contact has,
+    // as the setting says. Counts from the next load on.
     void SetText(std::u16string text) { m_text = std::move(text); }
     const std::u16string& Text() const { return m_text; }
     // That the list which is shown was made by.
@@ -37,7 +44,7 @@ private:
     struct Knowledge {
         const CContactsThread* thread;
         bool current = false; // its cache is that of the store
-        std::vector<std::u16string> categories;
+        std::vector<std::u16string> categories = {};
     };
 
     void Prepare() override;

@@ -2,31 +2,27 @@
 
 #include "NorvoTools/CStr.h"
 #include "NorvoTools/globals.h"
-#include "NorvoTools/registryfunctions.h"
 #include "NorvoUI/chrome.h"
 #include "NorvoUI/modalkeys.h"
-#include "Platform/phone.h"
 #include "QNGridCtrl/HTMLEscape.h"
 #include "QNGridCtrl/PNGPicture.h"
 #include "QNWorkerClass/contactssort.h"
-#include "QNWorkerClass/recentcontacts.h"
 #include "Resources/pictures.h"
-#include "apps/pages/changes.h"
 #include "apps/pages/contactcard.h"
+#include "apps/pages/contactrow.h"
 #include "apps/pages/pagetext.h"
 #include "apps/pages/theme.h"
 #include "apps/qn/support.h"
 
 #include <algorithm>
-#include <memory>
+#include <utility>
 
 namespace qn {
 
 namespace {
 
-constexpr const WCHAR* kContactView = u"Software\\Norvo\\Quillonary\\CV";
-
 constexpr int kRowHeight = 40; // pixels at 96 dots an inch, as the next
+constexpr int kHeaderHeight = 32;
 constexpr int kTwoLinesTop = 5;
 constexpr int kOneLineTop = 12;
 constexpr int kBesideBar = 4; // between the bar of a category and the text
@@ -34,45 +30,14 @@ constexpr int kCallWidth = 40;
 constexpr int kCallPicture = 16;
 constexpr std::size_t kLongList = 16; // rows, from which on a strip of letters stands beside the list
 
-struct Format {
-    const WCHAR* word; // null: a line between two groups of them
-    ContactsDisplay format;
-};
-constexpr Format kFormats[] = {{u"By first name", kDisplayFirstLast},
-                               {u"By last name", kDisplayLastFirst},
-                               {u"By file-as name", kDisplayFileAs},
-                               {nullptr, kDisplayLookUp},
-                               {u"By company", kDisplayByCompany},
-                               {u"By category", kDisplayByCategory},
-                               {u"By department", kDisplayByKey7},
-                               {u"By city", kDisplayByKey8},
-                               {u"By state", kDisplayByKey9},
-                               {u"By country", kDisplayByKey10},
-                               {nullptr, kDisplayLookUp},
-                               {u"Used last", kDisplayRecent},
-                               {u"Calls", kDisplayCallLog}};
-
-// The name that the order of the list goes by.
-std::u16string_view OrderName(const DATACONTACTS& row, ContactsDisplay format) {
-    const std::u16string_view first = CSTRView(row.m_szFirstName), last = CSTRView(row.m_szLastName);
-    if (format == kDisplayFirstLast && !first.empty()) return first;
-    if (format != kDisplayFileAs && !last.empty()) return last;
-    if (format != kDisplayFileAs && !first.empty()) return first;
-    return CSTRView(row.m_szFileAs);
-}
-
-std::u16string_view View(const WCHAR* text) { return text ? text : u""; }
-
-std::u16string Picture(WORD number) { return u"<IMG SRC=" + Utf16(std::to_string(number)) + u">"; }
-
-std::u16string CountText(LONG count) { return Utf16(std::to_string(count)); }
+constexpr UINT kWarmWait = 200; // milliseconds: what was loaded is shown first
 
 } // namespace
 
 ContactsView::ContactsView() : m_data([this] { Loaded(); }) {
     m_data.busy = [this](bool busy) {
         ShowBusy(busy);
-        if (!busy) m_data.Warm();
+        if (!busy) SetTimer(kFirstOwnTimer, kWarmWait);
     };
     m_find.changed = [this] { FindTyped(); };
     m_strip.chosen = [this](std::size_t section) { GoToLetter(section); };
@@ -80,14 +45,15 @@ ContactsView::ContactsView() : m_data([this] { Loaded(); }) {
 
 bool ContactsView::OpenBody(const RECT& inside) {
     return m_find.Open(GetHWnd(), inside, u"Find a name") && m_letter.Open(GetHWnd()) &&
-           m_strip.Open(GetHWnd()) && ListView::OpenBody(inside);
+           m_strip.Open(GetHWnd()) && ListView::OpenBody(inside) &&
+           (List().SetMinRowHeight(static_cast<WORD>(Scaled(kRowHeight))), true);
 }
 
 // The line to find by, below it the letter of the first name in sight and the list, the letters beside it.
 void ContactsView::PlaceBody(const RECT& place) {
     const LONG top = std::min<LONG>(place.top + TextLine::Height(), place.bottom);
     const LONG list = std::min<LONG>(top + (HasLetters() ? LetterHeadingHeight() : 0), place.bottom);
-    const bool strip = HasLetters() && m_lines.size() >= kLongList;
+    const bool strip = m_sections.size() > 1 && m_lines.size() >= kLongList;
     const LONG right = place.right - (strip ? LetterStrip::Width() : 0);
     MoveTo(m_find, {place.left, place.top, place.right, top});
     MoveTo(m_letter, {place.left, top, place.right, list});
@@ -115,6 +81,11 @@ void ContactsView::Reload() {
 void ContactsView::CategoriesChosen(std::vector<std::u16string> names) {
     m_data.SetCategories(std::move(names));
     if (m_begun) m_data.Reload();
+}
+
+void ContactsView::TimerOver(WPARAM id) {
+    KillTimer(id);
+    m_data.Warm();
 }
 
 // --- Rows ---------------------------------------------------------------------------------------------------------
@@ -166,10 +137,15 @@ bool ContactsView::IsGrouped() const {
     return !m_lines.empty() && m_lines.front().row && Row(0).m_bGroupHeader != 0;
 }
 
+// One that stands under several headers counts once, but for a choice of them.
 LONG ContactsView::Count() const {
+    if (!IsGrouped()) {
+        const auto letters = m_sections.empty() ? 0 : m_sections.size() - 1;
+        return static_cast<LONG>(m_lines.size() - letters);
+    }
+    if (m_listed.empty() && Categories().empty()) return m_data.Shown().GetTotalNumRecords();
     LONG count = 0;
-    for (const Line& line : m_lines)
-        if (line.row) count += IsGrouped() ? line.row->m_lCount : 1;
+    for (const Line& line : m_lines) count += line.row->m_lCount;
     return count;
 }
 
@@ -192,38 +168,16 @@ void ContactsView::ShowLetter() {
 
 void ContactsView::GoToLetter(std::size_t section) {
     if (section >= m_sections.size()) return;
-    ShowAtTop(m_sections[section].line);
+    ShowAtTop(std::min(m_sections[section].line, kMostRows - 1));
     ShowLetter();
 }
 
 std::u16string ContactsView::RowText(std::size_t row) {
     if (!m_lines[row].row) return LetterHeading(m_lines[row].letter);
     DATACONTACTS& contact = Row(row);
-    if (contact.m_bGroupHeader)
-        return GroundTag(Paint::Heading) + FontTag(Paint::Text) +
-               Picture(contact.m_bOpen ? kPictureOpen : kPictureClosed) + u" <B>" +
-               HTMLEscape(View(contact.m_szFileAs)) + u"</B>  " + FontTag(Paint::Quiet) +
-               HTMLEscape(View(contact.m_szExtraLine));
+    if (contact.m_bGroupHeader) return GroupMarkup(contact);
     if (!contact.m_bFilled) m_data.Shown().FillContactInfo(&contact);
-    return GroundTag(Paint::Window) + ContactText(contact);
-}
-
-// The name, or what the call says, and quietly below it the number.
-std::u16string ContactsView::ContactText(DATACONTACTS& row) {
-    const std::u16string number = HTMLEscape(View(row.m_szExtraLine));
-    if (row.m_oid == 0)
-        return FontTag(Paint::Text) + (View(row.m_szFileAs).starts_with(u"<BR>") ? number : u"") +
-               row.m_szFileAs + (View(row.m_szFileAs).starts_with(u"<BR>") ? u"" : u"  " + number);
-    std::u16string pictures;
-    if (row.m_bHasLink) pictures += Picture(kPictureLinked);
-    if (row.m_bHasJournalLink) pictures += Picture(kPictureJournal);
-    if (row.m_bHasNote) pictures += Picture(kPictureNote);
-    std::u16string text = pictures.empty() ? pictures : u"<SPAN>" + pictures + u"</SPAN>";
-    text += FontTag(Paint::Text) + HTMLEscape(row.GetNameDisplay(m_data.Shown().GetContactsDisplay()));
-    if (number.empty()) return text;
-    text += u"<BR>" + SmallFontTag(Paint::Quiet);
-    if (const NumberKind* kind = FindNumberKind(row.m_dwExtraProperty)) text += {kind->letter, u' '};
-    return text + number;
+    return ContactMarkup(contact, m_data.Shown().GetContactsDisplay());
 }
 
 void ContactsView::Shape(std::size_t row, tagNM_GRIDCELL& cell) {
@@ -231,9 +185,10 @@ void ContactsView::Shape(std::size_t row, tagNM_GRIDCELL& cell) {
     if (!m_lines[row].row) {
         above(LetterHeadingPadding());
         cell.wMinHeight = static_cast<WORD>(LetterHeadingHeight());
-    } else if (IsItem(row)) {
-        above(Scaled(View(Row(row).m_szExtraLine).empty() ? kOneLineTop : kTwoLinesTop));
-        cell.wMinHeight = static_cast<WORD>(Scaled(kRowHeight));
+    } else if (!IsItem(row)) {
+        cell.wMinHeight = static_cast<WORD>(Scaled(kHeaderHeight));
+    } else {
+        above(Scaled(HasSecondLine(Row(row)) ? kTwoLinesTop : kOneLineTop));
         if (!NumberToCall(row).empty()) cell.rcMargins.right = Scaled(kCallWidth);
     }
 }
@@ -255,15 +210,30 @@ bool ContactsView::PaintRow(HDC hdc, const RECT& place, std::size_t row, bool se
     return true;
 }
 
+bool ContactsView::TakeTap(std::size_t row, int x) {
+    RECT list{};
+    ::GetClientRect(ListWindow(), &list);
+    if (x < list.right - Scaled(kCallWidth) || NumberToCall(row).empty()) return false;
+    Call(row);
+    return true;
+}
+
+// Of a call: whoever has the number.
 CardText ContactsView::CardOf(std::size_t row) {
     if (!IsCall(row)) return ContactCard(Row(row).m_oid);
+    const std::u16string number = NumberToCall(row);
+    Com<IItem> contact;
+    CEOID oid = 0;
+    if (!number.empty() && SUCCEEDED(FindMatchingContact(number.c_str(), 0, contact.Out(), nullptr)) &&
+        SUCCEEDED(contact->get_Oid(&oid)))
+        return ContactCard(oid);
     CardText card;
     card.titleLabel = u"Number";
-    card.title = NumberToCall(row);
+    card.title = number;
     return card;
 }
 
-// --- Groups and formats -------------------------------------------------------------------------------------------
+// --- Groups -------------------------------------------------------------------------------------------
 
 void ContactsView::ActOnHeading(std::size_t row) {
     if (m_lines[row].row) ToggleGroup(row);
@@ -277,45 +247,29 @@ void ContactsView::ToggleGroup(std::size_t row) {
 }
 
 bool ContactsView::RowKey(std::size_t row, WPARAM key) {
-    if (row == kNoRow || !m_lines[row].row || !Row(row).m_bGroupHeader) return false;
+    if (row == kNoRow) return false;
+    if (key == VK_UP || key == VK_DOWN) return PassLetter(row, key == VK_DOWN);
+    if (!m_lines[row].row || !Row(row).m_bGroupHeader) return false;
     const bool open = Row(row).m_bOpen != 0;
     if (key != static_cast<WPARAM>(open ? VK_LEFT : VK_RIGHT)) return false;
     ToggleGroup(row);
     return true;
 }
 
-std::vector<MenuRow> ContactsView::FormatRows() {
-    const ContactsDisplay now = m_data.Shown().GetContactsDisplay();
-    std::vector<MenuRow> rows;
-    for (const Format& one : kFormats) {
-        const ContactsDisplay format = one.format;
-        rows.push_back(one.word
-                           ? MenuRow{one.word, [this, format] { SetFormat(format); }, true, format == now}
-                           : MenuRow{});
-    }
-    if (!IsGrouped()) return rows;
-    rows.push_back({});
-    for (const bool open : {true, false}) {
-        const auto act = [this, open] {
-            m_data.OpenAllGroups(open);
-            m_data.Reload();
-        };
-        rows.push_back({open ? u"Open all groups" : u"Close all groups", act});
-    }
-    return rows;
-}
-
-void ContactsView::SetFormat(ContactsDisplay format) {
-    SetToRegistry(HKEY_CURRENT_USER, kContactView, u"DisplayFormat", static_cast<DWORD>(format));
-    m_data.Reload();
+// The keys go from name to name: there is nothing to do with a letter.
+bool ContactsView::PassLetter(std::size_t row, bool down) {
+    if (down ? row + 2 >= m_lines.size() : row < 2) return false;
+    if (m_lines[down ? row + 1 : row - 1].row) return false;
+    SelectRow(down ? row + 2 : row - 2);
+    return true;
 }
 
 std::vector<MenuRow> ContactsView::MenuRows() {
-    return {{u"Show ...", [this] { ShowTitleMenu(FormatRows()); }}};
+    return {{u"Names and groups ...", [this] { ShowTitleMenu(FormatRows()); }}};
 }
 
 std::vector<Bar::Cell> ContactsView::TitleCells() {
-    const std::u16string count = m_data.WasShown() ? u" " + CountText(Count()) : u"";
+    const std::u16string count = m_data.WasShown() ? u" " + Utf16(std::to_string(Count())) : u"";
     return {{u"<B>Contacts</B>" + count + u" \u25BE", 0, [this] { ShowTitleMenu(FormatRows()); }}};
 }
 
@@ -361,6 +315,10 @@ bool ContactsView::BodyKey(WPARAM key) {
         m_find.SetText(u"");
         return true;
     }
+    const std::size_t top = TopRow();
+    const bool begins = (key == VK_UP || key == VK_DOWN) && SelectedRow() == kNoRow;
+    if (begins && ::GetFocus() == ListWindow() && top != kNoRow && !m_lines[top].row)
+        return SelectRow(top + 1), true;
     return ListView::BodyKey(key);
 }
 
@@ -408,81 +366,6 @@ void ContactsView::FillEmpty() {
     if (!m_data.Categories().empty()) return ShowCategories({});
     const ContactsDisplay format = m_data.Shown().GetContactsDisplay();
     if (format == kDisplayRecent || format == kDisplayCallLog) SetFormat(kDisplayCompanyStyle);
-}
-
-// --- What is done with a contact ----------------------------------------------------------------------------------
-
-std::u16string ContactsView::NumberToCall(std::size_t row) const {
-    if (!IsItem(row)) return {};
-    if (IsCall(row)) return std::u16string(View(Row(row).m_szIcon));
-    const NumberKind* kind = FindNumberKind(Row(row).m_dwExtraProperty);
-    return kind && kind->phone ? std::u16string(View(Row(row).m_szExtraLine)) : std::u16string();
-}
-
-std::u16string ContactsView::NameOf(std::size_t row) const {
-    return IsCall(row) ? NumberToCall(row) : Row(row).GetNameDisplay(m_data.Shown().GetContactsDisplay());
-}
-
-bool ContactsView::TakeTap(std::size_t row, int x) {
-    RECT list{};
-    ::GetClientRect(ListWindow(), &list);
-    if (x < list.right - Scaled(kCallWidth) || NumberToCall(row).empty()) return false;
-    Call(row);
-    return true;
-}
-
-void ContactsView::OpenRow(std::size_t row) {
-    if (!IsCall(row)) MarkRecentContact(Row(row).m_oid);
-    ListView::OpenRow(row);
-}
-
-void ContactsView::Call(std::size_t row) {
-    const std::u16string number = NumberToCall(row), name = NameOf(row);
-    if (!IsCall(row)) MarkRecentContact(Row(row).m_oid);
-    PHONEMAKECALLINFO call{};
-    call.cbSize = kPhoneMakeCallSize;
-    call.pszDestAddress = number.c_str();
-    call.pszCalledParty = name.c_str();
-    const LONG result = PhoneMakeCall(&call);
-    if (result == 0)
-        Tell(u"Calling ", name);
-    else
-        Tell(result == E_NOINTERFACE ? u"There is no telephone here. The number: "
-                                     : u"No call could be made to ",
-             number);
-}
-
-std::vector<MenuRow> ContactsView::ItemMenu(std::size_t row) {
-    const std::u16string number = NumberToCall(row);
-    std::vector<MenuRow> rows{{u"Open\tEnter", [this] { OpenCurrent(); }}};
-    const auto call = [this, id = RowId(row)] {
-        if (const std::size_t now = FindRow(id); now != kNoRow) Call(now);
-    };
-    if (!number.empty()) rows.push_back({u"Call " + Shortened(number, 30), call});
-    rows.push_back({u"Delete ...\tDelete", [this] { DeleteCurrent(); }, CanDelete()});
-    return rows;
-}
-
-bool ContactsView::CanDelete() const {
-    const std::size_t row = CurrentItem();
-    return row != kNoRow && !IsCall(row);
-}
-
-// A message box serves messages meanwhile: the rows may be others when it is answered.
-void ContactsView::DeleteCurrent() {
-    if (!CanDelete()) return;
-    const std::size_t row = CurrentItem();
-    const DWORD oid = Row(row).m_oid;
-    const std::u16string name = NameOf(row);
-    if (!AskToDelete(u"Delete \"" + Shortened(name) + u"\"?\n\nYou can undo it.", u"Delete_Contact")) return;
-    Com<IItem> twin;
-    const HRESULT result = DeleteItem(oid, twin);
-    if (FAILED(result))
-        COutlook::DisplayPIMSaveError(result);
-    else
-        Tell(u"Deleted: ", name,
-             [kept = std::make_shared<Com<IItem>>(std::move(twin))] { return (*kept)->Save(); });
-    Reload();
 }
 
 } // namespace qn

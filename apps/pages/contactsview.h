@@ -64,6 +64,7 @@ private:
     bool TypingKey(WPARAM key) override;
     std::vector<Bar::Cell> TitleCells() override;
     void CategoriesChosen(std::vector<std::u16string> names) override;
+    void TimerOver(WPARAM id) override;
     LRESULT OnChar(WPARAM code, UINT repeat, UINT flags, bool& handled) override;
     LRESULT OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) override;
 
@@ -72,7 +73,6 @@ private:
     void FillLines();
     void ShowLetter();
     void GoToLetter(std::size_t section);
-    std::u16string ContactText(DATACONTACTS& row);
     DATACONTACTS& Row(std::size_t row) const { return *m_lines[row].row; }
     bool IsCall(std::size_t row) const { return IsItem(row) && Row(row).m_oid == 0; }
     bool HasLetters() const { return !m_sections.empty(); }
@@ -83,6 +83,7 @@ private:
     void FindTyped();
     void GoToList();
     void ToggleGroup(std::size_t row);
+    bool PassLetter(std::size_t row, bool down);
     std::vector<MenuRow> FormatRows();
     void SetFormat(ContactsDisplay format);
     std::u16string NumberToCall(std::size_t row) const;

@@ -138,21 +138,25 @@ LRESULT LetterStrip::OnPaint(bool& handled) {
     const ChromeFont font(kLetterPoints, FW_NORMAL);
     const HGDIOBJ former = SelectObject(hdc, font);
     SetBkMode(hdc, TRANSPARENT);
-    const LONG count = static_cast<LONG>(m_letters.size());
-    const LONG least = Scaled(kLetterHeight) * count;
-    const LONG step = client.bottom > 0 ? std::max<LONG>((least + client.bottom - 1) / client.bottom, 1) : 1;
-    for (LONG i = 0; i < count; i += step) {
-        RECT place{0, client.bottom * i / count, client.right,
-                   client.bottom * std::min(i + step, count) / count};
-        const bool pressed =
-            m_pressed >= static_cast<std::size_t>(i) && m_pressed < static_cast<std::size_t>(i + step);
+    const std::size_t count = m_letters.size(), room = RoomFor(client);
+    const std::size_t step = std::max<std::size_t>((count + room - 1) / room, 1);
+    for (std::size_t i = 0; i < count; i += step) {
+        RECT place{0, TopOf(i, client), client.right, TopOf(std::min(i + step, count), client)};
+        const bool pressed = m_pressed >= i && m_pressed < i + step;
         SetTextColor(hdc, ColorOf(pressed ? Paint::Text : Paint::Quiet));
-        DrawTextW(hdc, &m_letters[static_cast<std::size_t>(i)], 1, &place,
-                  DT_SINGLELINE | DT_CENTER | DT_VCENTER | DT_NOPREFIX);
+        DrawTextW(hdc, &m_letters[i], 1, &place, DT_SINGLELINE | DT_CENTER | DT_VCENTER | DT_NOPREFIX);
     }
     SelectObject(hdc, former);
     EndPaint(&paint);
     return 0;
+}
+
+LONG LetterStrip::TopOf(std::size_t letter, const RECT& client) const {
+    return static_cast<LONG>(letter * static_cast<std::size_t>(client.bottom) / m_letters.size());
+}
+
+std::size_t LetterStrip::RoomFor(const RECT& client) {
+    return static_cast<std::size_t>(std::max<LONG>(client.bottom / Scaled(kLetterHeight), 1));
 }
 
 LRESULT LetterStrip::OnEraseBkgnd(HDC, bool& handled) {

@@ -54,6 +54,8 @@ private:
     LRESULT OnMouseMove(WPARAM flags, POINT point, bool& handled) override;
     LRESULT OnLButtonUp(WPARAM flags, POINT point, bool& handled) override;
     LRESULT OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) override;
+    LONG TopOf(std::size_t letter, const RECT& client) const;
+    static std::size_t RoomFor(const RECT& client); // letters that can be read
     void Choose(POINT point);
     void Release();
 

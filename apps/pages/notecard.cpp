@@ -34,7 +34,10 @@ std::u16string MomentText(const FILETIME& time) {
 std::u16string TextOfFile(const DATANOTES& note) {
     if (note.m_nKind == kNoteRecording) return {};
     CeInkCtrl ink;
-    if (ink.ReadFromFile(note.m_bstrPath)) return LongText(ink.GetString());
+    if (ink.ReadFromFile(note.m_bstrPath)) {
+        const std::u16string text = ink.GetString();
+        return LongText(std::u16string_view(text).substr(0, text.find_last_not_of(u" \r\n") + 1));
+    }
     constexpr LONG kLargest = CeInkCtrl::kLargestFile >> 10;
     return note.m_lSize > kLargest ? u"(Too large to be shown here)" : u"(Can't be read here)";
 }
@@ -76,12 +79,16 @@ std::u16string NoteSize(LONG kilobytes) {
     return Utf16(std::to_string(large ? kilobytes / kMegabyte : kilobytes)) + (large ? u" MB" : u" KB");
 }
 
+std::u16string ShownPath(std::u16string_view path) {
+    return std::u16string(path.substr(path.starts_with(u'\\') ? 1 : 0));
+}
+
 CardText NoteCard(const DATANOTES& note) {
     CardText card;
     card.titleLabel = u"Note";
     card.title = NoteTitle(note);
     const bool file = note.m_nKind != kNoteDatabase;
-    if (file) card.Add(u"File", std::u16string(TextOf(note.m_bstrPath)));
+    if (file) card.Add(u"File", ShownPath(TextOf(note.m_bstrPath)));
     if (file) card.Add(u"Size", NoteSize(note.m_lSize));
     card.Add(u"Changed", MomentText(note.m_ftModified));
     card.Add(u"Made", MomentText(note.m_ftCreated));

@@ -122,16 +122,16 @@ int NotesView::Indent(std::size_t index) const {
     return std::min(levels * Scaled(kStep), Width() / 3);
 }
 
+int NotesView::WrapIndent(std::size_t) const { return Scaled(kStep); }
+
 std::u16string NotesView::RowText(std::size_t index) {
     const DATANOTES& row = Row(index);
     const std::u16string begin = GroundTag(Paint::Window);
     if (IsItem(index)) return begin + NoteText(row);
-    const std::u16string title = HTMLEscape(TextOf(row.m_bstrTitle));
+    const std::u16string title = HTMLEscape(ShownPath(TextOf(row.m_bstrTitle)));
     if (!row.m_bFolder) return begin + FontTag(Paint::Quiet) + title;
-    const std::u16string_view name =
-        row.m_nDepth == 0 ? std::u16string_view(title).substr(title.starts_with(u'\\')) : title;
     return begin + FontTag(Paint::Text) + Picture(row.m_bExpanded ? kPictureOpen : kPictureClosed) +
-           Picture(PictureOf(row)) + u"<B>" + std::u16string(name) + u"</B>";
+           Picture(PictureOf(row)) + u"<B>" + title + u"</B>";
 }
 
 std::u16string NotesView::NoteText(const DATANOTES& note) const {
@@ -160,7 +160,7 @@ void NotesView::OpenElsewhere(const std::u16string& path) {
     SHELLEXECUTEINFO info{};
     info.cbSize = sizeof info;
     info.lpFile = path.c_str();
-    if (!ShellExecuteEx(&info)) Tell(u"No program opens ", path);
+    if (!ShellExecuteEx(&info)) Tell(u"No program opens ", ShownPath(path));
 }
 
 std::u16string NotesView::EmptyText() const {

@@ -31,6 +31,7 @@ private:
     std::u16string EmptyText() const override;
     void FillEmpty() override;
     int Indent(std::size_t row) const override;
+    int WrapIndent(std::size_t) const override;
     const WCHAR* CategoriesOf(std::size_t row) const override { return Row(row).m_bstrCategory; }
     std::vector<Bar::Cell> TitleCells() override;
     void CategoriesChosen(std::vector<std::u16string> names) override;

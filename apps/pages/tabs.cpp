@@ -3,6 +3,7 @@
 #include "apps/pages/calendarview.h"
 #include "apps/pages/contactsview.h"
 #include "apps/pages/notesview.h"
+#include "apps/pages/searchview.h"
 #include "apps/pages/tasksview.h"
 
 namespace qn {
@@ -15,6 +16,8 @@ std::unique_ptr<TabView> MakeTab(TabKind kind) {
         return std::make_unique<NotesView>();
     case TabKind::Contacts:
         return std::make_unique<ContactsView>();
+    case TabKind::Search:
+        return std::make_unique<SearchView>();
     default:
         return std::make_unique<CalendarView>();
     }

@@ -23,6 +23,8 @@ public:
     void TakeFocus();
     // The focus is in a line of text, which gets the keys first.
     virtual bool IsTyping() const { return false; }
+    // The focus goes to the line of text; where there is none it stays.
+    virtual void StartTyping() {}
     // From the bar through the windows below it, forward or backward; false behind the last.
     bool MoveFocus(bool forward);
     // Cells that the bar has at its end.

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace qn {
 
@@ -118,6 +119,7 @@ void SetParent(IItem& item, DWORD property, DWORD parent) {
 void SetParents(const std::vector<DWORD>& children, DWORD parent) {
     const DWORD property = PropertyId(kParent);
     if (property == 0) return;
+    const TaskBatch batch;
     for (const DWORD child : children) {
         Com<IItem> item;
         if (SUCCEEDED(g_pOutlook->GetItemFromOidEx(child, item.Out())))
@@ -158,6 +160,10 @@ HRESULT BringBack(IItem& twin, DWORD formerOid, const std::vector<DWORD>& moved)
 }
 
 } // namespace
+
+TaskBatch::TaskBatch() : m_open(g_pOutlook && SUCCEEDED(g_pOutlook->BeginBatch())) {}
+
+HRESULT TaskBatch::End() { return std::exchange(m_open, false) ? g_pOutlook->EndBatch(true) : S_OK; }
 
 HRESULT OpenTask(DWORD oid, Com<ITask>& task) {
     Com<IDispatch> found;

@@ -14,6 +14,19 @@ namespace qn {
 
 using UndoChange = std::function<HRESULT()>;
 
+// Changes of many tasks in one transaction; where none can begin, each is saved by itself.
+class TaskBatch {
+public:
+    TaskBatch();
+    ~TaskBatch() { End(); }
+    TaskBatch(const TaskBatch&) = delete;
+    TaskBatch& operator=(const TaskBatch&) = delete;
+    HRESULT End(); // the result of the store: with a failure nothing was changed
+
+private:
+    bool m_open;
+};
+
 HRESULT OpenTask(DWORD oid, Com<ITask>& task);
 // Done, or open again. A task with an interval before its subject ("|7: Water the plants") never ends: done, it leaves a
 // finished twin behind and is due again so many days from today.

@@ -15,33 +15,54 @@ constexpr const WCHAR* kRule = u"TV_FilterData";
 constexpr const WCHAR* kGroup = u"GroupBy";
 constexpr const WCHAR* kDone = u"bShowCompleted";
 constexpr const WCHAR* kContext = u"CurrentContextName";
+constexpr const WCHAR* kDays = u"TV_DaysFuture";
 constexpr LONG kDaysUnset = 949998, kDaysUsual = 14;
+constexpr LONG kDaysOffered[] = {7, 14, 30};
 constexpr int kContextChars = 260;
+
+enum class Offered { Always, WithGtd, Never };
+struct RuleRow {
+    LONG rule;
+    const WCHAR* name;
+    const WCHAR* none; // what an empty list says
+    Offered offered = Offered::Always;
+};
+// In the order of the menu; the last are of views that another program has set.
+constexpr RuleRow kRules[] = {
+    {kTasksAll, u"All", u"No tasks."},
+    {kTasksDue, u"Today", u"Nothing is due today."},
+    {kTasksDueTomorrow, u"Tomorrow", u"Nothing is due until tomorrow."},
+    {kTasksNextDays, u"", u"Nothing is due in these days."},
+    {kTasksOverdue, u"Overdue", u"Nothing is overdue."},
+    {kTasksActive, u"Active", u"No task has begun or is due."},
+    {kTasksUndated, u"Undated", u"Every task has a date."},
+    {kTasksStarred, u"Starred", u"No task has a star."},
+    {kTasksNextAction, u"Next actions", u"No task is a next action.", Offered::WithGtd},
+    {kTasksUnfiled, u"Unfiled", u"Every task has a project, a context or a status.", Offered::WithGtd},
+    {kTasksCompleted, u"Done", u"No task is done."},
+    {kTasksOfContext, u"", u"No task is of this context.", Offered::Never},
+    {kTasksOnDate, u"Of the day", u"Nothing is due today.", Offered::Never},
+    {kTasksMaster, u"Of no day", u"Every task has a date.", Offered::Never},
+    {kTasksOfGoal, u"Of the goal", u"No task is of this goal.", Offered::Never},
+    {kTasksOfProject, u"Of the project", u"No task is of this project.", Offered::Never},
+};
+
+// A number that is no rule shows all.
+const RuleRow& RowOf(LONG rule) {
+    const auto* found = std::ranges::find(kRules, rule, &RuleRow::rule);
+    return found == std::end(kRules) ? kRules[0] : *found;
+}
+
+std::u16string NextDaysName(LONG days) {
+    return u"Next " + Utf16(Plural(static_cast<std::size_t>(std::max<LONG>(days, 0)), "day"));
+}
+
+bool HasGtd() { return ReadRegistryWithDefault(kSuiteKey, u"Feature_GTD", 1) != 0; }
 
 struct Named {
     LONG value;
     const WCHAR* name;
-    bool gtd = false; // shown with that feature alone
 };
-// In the order of the menu.
-constexpr Named kRules[] = {
-    {kTasksAll, u"All"},
-    {kTasksDue, u"Today"},
-    {kTasksDueTomorrow, u"Tomorrow"},
-    {kTasksNextDays, u""},
-    {kTasksOverdue, u"Overdue"},
-    {kTasksActive, u"Active"},
-    {kTasksUndated, u"Undated"},
-    {kTasksStarred, u"Starred"},
-    {kTasksNextAction, u"Next actions", true},
-    {kTasksUnfiled, u"Unfiled", true},
-    {kTasksCompleted, u"Done"},
-};
-// Of views that another program has set.
-constexpr Named kOtherRules[] = {{kTasksOnDate, u"Of the day"},
-                                 {kTasksMaster, u"Of no day"},
-                                 {kTasksOfGoal, u"Of the goal"},
-                                 {kTasksOfProject, u"Of the project"}};
 constexpr Named kGroups[] = {
     {kGroupNone, u"None"},
     {kGroupCategory, u"Category"},
@@ -50,7 +71,7 @@ constexpr Named kGroups[] = {
     {kGroupProgress, u"Progress"},
     {kGroupDueDate, u"Due date"},
     {kGroupCompletion, u"Completion"},
-    {kGroupGtdStatus, u"Status", true},
+    {kGroupGtdStatus, u"Status"}, // with that feature
 };
 constexpr LONG kSortStart = 3;
 struct Order {
@@ -63,10 +84,6 @@ constexpr Order kOrders[] = {
     {kSortStart, kSortPriority, u"Start"},      {kSortSubject, kSortPriority, u"Subject"},
     {kSortCategory, kSortSubject, u"Category"}, {kSortCompletion, kSortPriority, u"Completion"},
 };
-
-bool IsShown(const Named& row) {
-    return !row.gtd || ReadRegistryWithDefault(kSuiteKey, u"Feature_GTD", 1) != 0;
-}
 
 bool IsPlanner(LONG rule) { return IsOnDateRule(rule) || rule == kTasksOfGoal; }
 
@@ -97,7 +114,7 @@ bool TaskChoice::IsDoneForced() const {
 bool TaskChoice::ShowsDone() const { return IsDoneForced() || Number(kDone, 0) != 0; }
 
 LONG TaskChoice::DaysAhead() const {
-    const LONG days = Number(u"TV_DaysFuture", kDaysUnset);
+    const LONG days = Number(kDays, kDaysUnset);
     return days == kDaysUnset ? kDaysUsual : days;
 }
 
@@ -107,6 +124,12 @@ LONG TaskChoice::SortKey() const {
 
 void TaskChoice::SetRule(LONG rule) const {
     SetToRegistry(HKEY_CURRENT_USER, kView, kRule, static_cast<DWORD>(rule));
+    m_changed();
+}
+
+void TaskChoice::SetNextDays(LONG days) const {
+    SetToRegistry(HKEY_CURRENT_USER, kView, kRule, kTasksNextDays);
+    Set(kDays, days);
     m_changed();
 }
 
@@ -140,19 +163,16 @@ void TaskChoice::ShowDone(bool show) const {
 
 std::u16string TaskChoice::RuleName() const {
     const LONG rule = Rule();
-    if (rule == kTasksNextDays)
-        return u"Next " + Utf16(Plural(static_cast<std::size_t>(std::max<LONG>(DaysAhead(), 0)), "day"));
+    if (rule == kTasksNextDays) return NextDaysName(DaysAhead());
     if (rule == kTasksOfContext) {
         WCHAR name[kContextChars] = {};
         GetFromRegistrySZ(HKEY_CURRENT_USER, kView, kContext, name, kContextChars);
         return *name ? name : u"No context";
     }
-    for (const Named& row : kRules)
-        if (row.value == rule) return row.name;
-    for (const Named& row : kOtherRules)
-        if (row.value == rule) return row.name;
-    return kRules[0].name; // a number that is no rule shows all
+    return RowOf(rule).name;
 }
+
+std::u16string TaskChoice::NoneText() const { return RowOf(Rule()).none; }
 
 std::u16string TaskChoice::GroupName() const {
     const auto* found = std::ranges::find(kGroups, GroupBy(), &Named::value);
@@ -168,11 +188,16 @@ std::u16string TaskChoice::OrderName() const {
 
 std::vector<MenuRow> TaskChoice::RuleRows() const {
     std::vector<MenuRow> rows;
-    for (const Named& row : kRules) {
-        if (!IsShown(row)) continue;
-        const LONG rule = row.value;
-        const std::u16string name = rule == kTasksNextDays ? u"Next days" : row.name;
-        rows.push_back({name, [this, rule] { SetRule(rule); }, true, rule == Rule()});
+    for (const RuleRow& row : kRules) {
+        if (row.offered == Offered::Never || (row.offered == Offered::WithGtd && !HasGtd())) continue;
+        const bool chosen = row.rule == Rule();
+        if (row.rule != kTasksNextDays) {
+            rows.push_back({row.name, [this, &row] { SetRule(row.rule); }, true, chosen});
+            continue;
+        }
+        for (const LONG days : kDaysOffered)
+            rows.push_back({NextDaysName(days), [this, days] { SetNextDays(days); }, true,
+                            chosen && days == DaysAhead()});
     }
     return rows;
 }
@@ -191,7 +216,7 @@ std::vector<MenuRow> TaskChoice::ContextRows(const std::vector<TaskContext>& con
 std::vector<MenuRow> TaskChoice::GroupRows() const {
     std::vector<MenuRow> rows;
     for (const Named& row : kGroups)
-        if (IsShown(row))
+        if (row.value != kGroupGtdStatus || HasGtd())
             rows.push_back(
                 {row.name, [this, group = row.value] { SetGroup(group); }, true, row.value == GroupBy()});
     return rows;

@@ -14,6 +14,7 @@ public:
 
     LONG Rule() const;
     std::u16string RuleName() const; // "All", "Next 14 days", "@home"
+    std::u16string NoneText() const; // that no task passes it
     LONG GroupBy() const;
     bool IsTree() const { return GroupBy() == kGroupTree; }
     bool ShowsDone() const;
@@ -38,6 +39,7 @@ private:
     LONG DaysAhead() const;
     LONG SortKey() const;
     void SetRule(LONG rule) const;
+    void SetNextDays(LONG days) const;
     void SetContext(const std::u16string& name) const;
     void SetGroup(LONG group) const;
     void SetOrder(LONG key, LONG second) const;

@@ -10,6 +10,7 @@
 #include "apps/pages/theme.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace qn {
@@ -36,6 +37,13 @@ std::vector<DATATASKS*> Branch(DATATASKS* task) {
     for (std::size_t i = 0; i < tasks.size(); ++i)
         for (DATATASKS* child : tasks[i]->m_listChildren) tasks.push_back(child);
     return tasks;
+}
+
+HRESULT UndoAll(std::vector<UndoChange>& steps) {
+    TaskBatch batch;
+    for (; !steps.empty(); steps.pop_back())
+        if (const HRESULT undone = steps.back()(); FAILED(undone)) return undone;
+    return batch.End();
 }
 
 } // namespace
@@ -165,6 +173,8 @@ bool TasksView::PaintRow(HDC hdc, const RECT& place, std::size_t row, bool selec
 void TasksView::ShowBelow(std::size_t row, bool show) {
     for (const DATATASKS* branch : Branch(m_rows[row]))
         if (KeepsBranches() && branch->IsParentNode()) m_opened[IdOf(*branch)] = show;
+    std::optional<TaskBatch> batch; // each task below keeps it
+    if (GroupBy() == kGroupTree) batch.emplace();
     m_data.Change([&](CTasksThread& thread) { thread.ExpandTreeNode(show, m_rows[row], true); });
     TakeRows();
 }
@@ -226,6 +236,7 @@ void TasksView::Mark(std::size_t row) {
     const bool done = !task->m_bCompleted;
     const std::u16string name(TaskName(*task));
     auto steps = std::make_shared<std::vector<UndoChange>>();
+    TaskBatch batch;
     HRESULT result = S_OK;
     for (DATATASKS* each : Branch(task)) {
         if (each != task && (each->m_bCompleted != 0) == done) continue;
@@ -236,13 +247,9 @@ void TasksView::Mark(std::size_t row) {
         each->m_bCompleted = done;
         UpdateRow(RowOf(each));
     }
+    if (const HRESULT ended = batch.End(); FAILED(ended)) steps->clear(), result = ended;
     UndoChange undo;
-    if (!steps->empty())
-        undo = [steps] {
-            for (; !steps->empty(); steps->pop_back())
-                if (const HRESULT undone = steps->back()(); FAILED(undone)) return undone;
-            return S_OK;
-        };
+    if (!steps->empty()) undo = [steps] { return UndoAll(*steps); };
     Finish(result, done ? u"Done: " : u"Open again: ", name, std::move(undo));
 }
 
@@ -250,7 +257,7 @@ void TasksView::Skip(std::size_t row) {
     const std::u16string name(TaskName(*m_rows[row]));
     UndoChange undo;
     const HRESULT result = SkipTask(m_rows[row]->m_oid, undo);
-    if (FAILED(result)) return Tell(u"No later date: ", name);
+    if (result == E_FAIL) return Tell(u"No later date: ", name);
     Finish(result, u"Moved on: ", name, std::move(undo));
 }
 
@@ -343,9 +350,8 @@ std::u16string TasksView::EmptyText() const {
     if (m_data.Shown().GetCounts().lTotal <= 0)
         return u"Tasks will stand here. There are none yet.<BR><BR>The command<BR><B>qn import "
                u"FILE.ics</B><BR>reads those of a calendar file.";
-    if (m_choice.Rule() != kTasksAll)
-        return u"No such tasks: " + HTMLEscape(m_choice.RuleName()) + u"." + link + u"Show all tasks</A></U>";
-    return m_choice.ShowsDone() ? u"No tasks."
+    if (m_choice.Rule() != kTasksAll) return m_choice.NoneText() + link + u"Show all tasks</A></U>";
+    return m_choice.ShowsDone() ? m_choice.NoneText()
                                 : u"All tasks are done." + link + u"Show the done ones</A></U>";
 }
 

@@ -122,7 +122,7 @@ LRESULT TextLine::OnPaint(bool& handled) {
     FillColor(hdc, paint.rcPaint, ColorOf(Paint::Window));
     const RECT box = Box();
     const bool focused = HasFocus();
-    FrameColor(hdc, box, ColorOf(focused ? Paint::Link : Paint::Line), Scaled(focused ? 2 : 1));
+    FrameColor(hdc, box, ColorOf(focused ? Paint::Focus : Paint::Line), Scaled(focused ? 2 : 1));
     const int side = Scaled(kPictureSide);
     PNGPicture::DrawFromResources(hdc, Middle(box.left, box.left + Scaled(kPictureCell), side),
                                   Middle(box.top, box.bottom, side), side, side, g_hResources,

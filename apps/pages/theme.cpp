@@ -39,6 +39,7 @@ constexpr Row kColors[static_cast<int>(Paint::Count)] = {
     {{u"#F0F0F0", u"#262B31"}}, // Hours
     {{u"#C00000", u"#FF8F85"}}, // Alert
     {{u"#336699", u"#6F9DD0"}}, // Progress
+    {{u"#336699", u"#8AB4F8"}}, // Focus
 };
 
 struct SystemRow {

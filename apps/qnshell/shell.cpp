@@ -268,7 +268,7 @@ bool Shell::CommandKey(WPARAM key) {
     case 'Q':
         return DestroyWindow() != 0;
     case 'F':
-        return GoTo(TabKind::Search), true;
+        return GoTo(TabKind::Search), View().StartTyping(), true;
     case 'K':
         return ShowCategories(!m_choosing), true;
     case 'Z':

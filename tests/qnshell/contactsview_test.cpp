@@ -3,6 +3,7 @@
 #include "tests/support/waiting.h"
 
 #include "NorvoTools/registryfunctions.h"
+#include "Platform/modules.h"
 #include "Platform/phone.h"
 #include "apps/pages/contactcard.h"
 #include "apps/pages/contactsview.h"
@@ -69,6 +70,10 @@ TEST_F(ContactsViewTest, WhatIsTypedIsFound) {
     Open();
     const Lines all{"Ada Byron", "Alan Turing", "G", "Grace Hopper"}; // A stands above the list
     EXPECT_EQ(all, Rows());
+    Key(VK_DOWN);
+    Key(VK_DOWN);
+    Key(VK_DOWN); // past the letter
+    EXPECT_EQ(3, View().List().GetRow());
     Type(u"aL"); // over the list
     EXPECT_EQ(Lines{"Alan Turing"}, Rows());
     Key(VK_BACK);
@@ -91,6 +96,12 @@ TEST_F(ContactsViewTest, WhatIsTypedIsFound) {
     Key(VK_ESCAPE);
     EXPECT_EQ(all, Rows());
     EXPECT_EQ(1, View().List().GetRow()) << "what was found stays selected";
+    Type(u"opp"); // within a name, when that is wanted
+    EXPECT_NE(Lines{"Grace Hopper"}, Rows());
+    PlatAnswerMenu(15); // "Find in all fields"
+    Tap(100, 20);
+    EXPECT_EQ(Lines{"Grace Hopper"}, Rows());
+    Key(VK_ESCAPE);
     Type(u"x");
     ASSERT_EQ(1U, Rows().size());
     EXPECT_NE(Rows()[0].find("Nobody is called \"x\""), std::string::npos);
@@ -108,6 +119,19 @@ TEST_F(ContactsViewTest, NumbersAreReadForRowsInSightAlone) {
     EXPECT_GE(filled, 12);
     EXPECT_LE(filled, 14);
     EXPECT_EQ("Ada Byronm 0170 1", Rows()[0]);
+}
+
+TEST_F(ContactsViewTest, TheStripLeadsToALetter) {
+    for (const WCHAR* name : {u"Ada", u"Bob", u"Cleo"})
+        for (int i = 0; i < 20; ++i) Add(name, u"Byron");
+    Open();
+    constexpr int kHeight = 592 - kListTop; // each letter has a third of it
+    Point(PlatPointerAction::Down, 475, kListTop + kHeight / 2);
+    EXPECT_EQ(21, View().List().GetTopRow()) << "behind twenty and the letter B";
+    Point(PlatPointerAction::Move, 475, kListTop + 5);
+    EXPECT_EQ(0, View().List().GetTopRow());
+    Point(PlatPointerAction::Up, 475, kListTop + 5);
+    EXPECT_EQ(nullptr, GetCapture());
 }
 
 TEST_F(ContactsViewTest, GroupsOpenAndStayOpen) {
@@ -197,6 +221,40 @@ TEST_F(ContactsViewTest, ThePictureAtTheRightCalls) {
     EXPECT_FALSE(View().IsCardOpen());
     Tap(460, RowY(1));
     EXPECT_TRUE(View().IsCardOpen()) << "an address can't be called";
+}
+
+TEST_F(ContactsViewTest, CallsOfTheTelephone) {
+    Add(u"Ada", u"Byron", {{PIMPR_MOBILE_TEL, u"0170-1"}});
+    static int s_calls = 0;
+    s_calls = 0;
+    constexpr PhoneGetCallLogEntryProc next = [](HANDLE, CALLLOGENTRY* entry) -> HRESULT {
+        if (++s_calls > 2) return S_FALSE;
+        const std::u16string_view number = s_calls == 1 ? u"0170 1" : u"030 2";
+        entry->pszNumber = static_cast<WCHAR*>(LocalAlloc(LPTR, 16));
+        std::ranges::copy(number, entry->pszNumber);
+        return S_OK;
+    };
+    constexpr PhoneOpenCallLogProc open = [](HANDLE* log) -> HRESULT {
+        *log = &s_calls;
+        return s_calls = 0, S_OK;
+    };
+    constexpr PhoneCloseCallLogProc close = [](HANDLE) -> HRESULT { return S_OK; };
+    static const PlatModuleEntry entries[] = {{"PhoneOpenCallLog", 0, reinterpret_cast<FARPROC>(open)},
+                                              {"PhoneGetCallLogEntry", 0, reinterpret_cast<FARPROC>(next)},
+                                              {"PhoneCloseCallLog", 0, reinterpret_cast<FARPROC>(close)}};
+    PlatRegisterModule(
+        {.name = u"phone.dll", .entries = entries, .entryCount = std::size(entries), .untilReset = true});
+    Format(kDisplayCallLog);
+    Open();
+    ASSERT_EQ(2U, Rows().size());
+    EXPECT_TRUE(Rows()[1].starts_with("030 2"));
+    Type(u"70");
+    Key(VK_RETURN);
+    Key(VK_RETURN);
+    EXPECT_TRUE(View().IsCardOpen());
+    EXPECT_FALSE(View().CanDelete());
+    Key(VK_DELETE);
+    EXPECT_EQ(1U, Rows().size());
 }
 
 TEST_F(ContactsViewTest, TheCardHasTheWholeContact) {

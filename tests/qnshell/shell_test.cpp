@@ -337,7 +337,7 @@ TEST_F(ShellTest, EveryTextIsLegible) {
             {Paint::ActiveText, Paint::Active}, {Paint::Text, Paint::Window},
             {Paint::Quiet, Paint::Window},      {Paint::Quiet, Paint::Hours},
             {Paint::Link, Paint::Window},       {Paint::Text, Paint::Heading},
-            {Paint::TodayText, Paint::Today}};
+            {Paint::TodayText, Paint::Today},   {Paint::Alert, Paint::Window}};
         for (const auto& [text, ground] : kPairs) expectContrast(qn::ColorOf(text), qn::ColorOf(ground));
         CalendarColors rows;
         rows.Read();

@@ -268,25 +268,69 @@ TEST_F(TasksViewTest, DeletingAsksAndCanBeUndone) {
 TEST_F(TasksViewTest, TheMenuOfTheTitleChoosesWhatIsShown) {
     Add({u"Late", -3});
     Add({u"Soon", 1});
+    Add({u"Later", 20});
     Com<ITask> home = Make({u"Lamp", kNever});
     WCHAR context[] = u"@home";
     SetNamed(home, u"QN_GTDContext", CEVT_LPWSTR, {.lpwstr = context});
     Save(home);
     Show();
-    EXPECT_EQ(3U, Shown().size());
-    Choose({5}); // overdue
+    EXPECT_EQ(4U, Shown().size());
+    Choose({7}); // overdue
     EXPECT_EQ(Lines{"11/21/26 Late"}, Shown());
     EXPECT_EQ(LONG{kTasksOverdue}, static_cast<LONG>(ReadRegistryWithDefault(kView, u"TV_FilterData", 0)));
-    Choose({12, 1}); // the first context
+    Choose({14, 1}); // the first context
     EXPECT_EQ(Lines{"Lamp"}, Shown());
-    Choose({8}); // starred: none is
+    Choose({10}); // starred: none is
     Key(VK_DOWN);
     Key(VK_RETURN); // shows all
-    EXPECT_EQ(3U, Shown().size());
-    Choose({15, 4}); // by subject
+    EXPECT_EQ(4U, Shown().size());
+    Choose({4}); // the next 7 days
     EXPECT_EQ((Lines{"Lamp", "11/21/26 Late", "Tomorrow Soon"}), Shown());
-    Choose({15, 8}); // the other way
-    EXPECT_EQ((Lines{"Tomorrow Soon", "11/21/26 Late", "Lamp"}), Shown());
+    Choose({1});
+    Choose({17, 4}); // by subject
+    EXPECT_EQ((Lines{"Lamp", "11/21/26 Late", "12/14/26 Later", "Tomorrow Soon"}), Shown());
+    Choose({17, 8}); // the other way
+    EXPECT_EQ((Lines{"Tomorrow Soon", "12/14/26 Later", "11/21/26 Late", "Lamp"}), Shown());
+}
+
+TEST_F(TasksViewTest, TheListKeepsItsPlace) {
+    Set(u"TaskSort", kSortSubject);
+    for (WCHAR c = u'A'; c <= u'Z'; ++c) Add({(u"Task " + std::u16string(1, c)).c_str(), kNever});
+    Show();
+    Grid().SetTopRow(5);
+    Tap(kBox, kFirstRow); // the row at the top goes
+    EXPECT_EQ(5, Grid().GetTopRow());
+    EXPECT_EQ("Task G", Shown()[5]);
+    EXPECT_EQ(5 * 33, Grid().GetTopPixel());
+    Grid().ScrollByPixelDown(10);
+    Key(VK_F1 + 4);
+    EXPECT_EQ(5 * 33 + 10, Grid().GetTopPixel());
+}
+
+TEST_F(TasksViewTest, ADateThatIsSkippedMovesOn) {
+    Com<ITask> plants = Make({u"Water", 0});
+    Com<IRecurrencePattern> rule;
+    ASSERT_EQ(S_OK, plants->GetRecurrencePattern(rule.Out()));
+    rule->put_RecurrenceType(olRecursWeekly);
+    rule->put_Occurrences(2);
+    const DWORD oid = Save(plants);
+    Show();
+    const auto skip = [this] { // in the menu of the row
+        PlatAnswerMenu(3);
+        PlatPointer(PlatPointerAction::HoldDown, kSubject, kFirstRow);
+        Point(PlatPointerAction::HoldUp, kSubject, kFirstRow);
+    };
+    skip();
+    EXPECT_EQ(kTuesday + 7, DueOf(oid));
+    skip(); // past the last one
+    EXPECT_EQ(kTuesday + 7, DueOf(oid));
+    Key('Z', true);
+    PlatInjectFault(PlatFault::StoreWrite, 1, true);
+    PlatTakeMessageBoxes();
+    TapRow(kBox, 0);
+    EXPECT_EQ(1U, PlatTakeMessageBoxes().size());
+    EXPECT_EQ(1U, Shown().size());
+    EXPECT_FALSE(IsDone(oid));
 }
 
 TEST_F(TasksViewTest, AtMidnightTheDaysAreOthers) {
