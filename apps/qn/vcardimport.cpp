@@ -192,9 +192,10 @@ void CardSaver::FillPicture(const Com<IItem>& item, const Contact& contact, cons
 // Fills one transaction; false at the end of the file.
 bool SaveBatch(VcardReader& reader, CardSaver& saver, VcardNotices& notices, const Batch&) {
     constexpr std::size_t kBatchBytes = 16 << 20; // pictures in one transaction
+    constexpr std::size_t kBatchCards = 5000;     // each begins with a look at all UIDs that there are
     const std::size_t begin = reader.Bytes();
     Vcard card;
-    for (std::size_t i = 0; i < kBatch && reader.Bytes() - begin < kBatchBytes; ++i) {
+    for (std::size_t i = 0; i < kBatchCards && reader.Bytes() - begin < kBatchBytes; ++i) {
         if (!reader.Next(card, notices)) return false;
         Contact contact;
         const std::string objection = TakeContact(card, contact, notices);
