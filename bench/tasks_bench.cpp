@@ -10,6 +10,7 @@
 #include "QNWorkerClass/sidestores.h"
 #include "QNWorkerClass/tasksthread.h"
 #include "bench/figures.h"
+#include "bench/stores.h"
 
 #include <array>
 #include <chrono>
@@ -30,13 +31,15 @@ public:
         m_percent = m_outlook.GetPOOM2Property(u"QN_TaskPercentStatus", CEVT_UI4, true);
         m_parent = m_outlook.GetPOOM2Property(u"QN_ParentOID", CEVT_R8, true);
         m_context = m_outlook.GetPOOM2Property(u"QN_GTDContext", CEVT_LPWSTR, true);
-        Open(m_tasks, u"Tasks Database");
-        Open(m_named, kNamedPropValsDb);
-        Open(m_members, kCategoryAssocDb);
+        OpenStore(m_tasks, u"Tasks Database");
+        OpenStore(m_named, kNamedPropValsDb);
+        OpenStore(m_members, kCategoryAssocDb);
         for (CeDb* db : {&m_tasks, &m_named, &m_members}) {
             db->BeginTransaction();
             for (int i = 1; i <= tasks; ++i)
-                db == &m_tasks ? AddTask(i) : db == &m_named ? AddValues(i, shape) : Join(i);
+                db == &m_tasks   ? AddTask(i)
+                : db == &m_named ? AddValues(i, shape)
+                                 : JoinCategory(m_members, kOidTask | static_cast<ULONG>(i), i);
             db->Commit();
         }
         AddCategories();
@@ -57,9 +60,6 @@ public:
     Device& operator=(const Device&) = delete;
 
 private:
-    static void Open(CeDb& db, const WCHAR* name) {
-        if (!db.MountVolumeEDB(kPimVolume, false) || !db.Open(name)) std::abort();
-    }
     DWORD Number(DWORD from, DWORD to) { return std::uniform_int_distribution<DWORD>(from, to)(m_engine); }
 
     void AddTask(int i) {
@@ -123,22 +123,6 @@ private:
         const int above = ParentOf(i, shape);
         const double parent = (above ? kOidTask | static_cast<DWORD>(above) : 0) + 0.5;
         if (shape != kFlat) AddValue(i, m_parent, &parent, sizeof parent);
-    }
-    static void AddCategories() {
-        CeDb names;
-        Open(names, kCategoryMainDb);
-        std::u16string name = u"Category 0";
-        for (; name.back() <= u'9'; ++name.back()) {
-            CEPROPVAL value{kPropCategoryName, 0, 0, {}};
-            value.val.lpwstr = name.data();
-            if (!CeWriteRecordProps(names.m_hDb, 0, 1, &value)) std::abort();
-        }
-    }
-    void Join(int i) {
-        std::array<CEPROPVAL, 2> values{{{kPropAssocItem, 0, 0, {}}, {kPropAssocCategory, 0, 0, {}}}};
-        values[0].val.ulVal = kOidTask | static_cast<ULONG>(i);
-        values[1].val.lVal = 1 + i % 10;
-        if (!CeWriteRecordProps(m_members.m_hDb, 0, 2, values.data())) std::abort();
     }
 
     TemporaryDevice m_device;
