@@ -83,6 +83,13 @@ void IcsSaver::SaveJournal() {
     CeDb store;
     CJournal::Open(store);
     const auto known = JournalUids();
+    std::erase_if(m_entries, [&](const IcsItem* item) {
+        if (!item->cancelled) return false;
+        if (const auto found = known.find(item->uid); found != known.end())
+            CJournal::DeleteEntry(found->second);
+        ++m_tally.cancelled;
+        return true;
+    });
     for (std::size_t first = 0; first < m_entries.size(); first += kBatch) {
         const std::span items =
             std::span(m_entries).subspan(first, std::min(kBatch, m_entries.size() - first));
