@@ -65,8 +65,9 @@ void IcsSaver::FillEntry(CJournalData& entry, const IcsItem& item) {
 
 // In one change; when that fails one by one, so that an entry that can't be stored costs itself alone.
 void IcsSaver::SaveEntries(std::span<const IcsItem* const> items, std::vector<CJournalData>& entries) {
-    std::vector<bool> known;
-    for (const CJournalData& entry : entries) known.push_back(entry.m_oidRecord != 0);
+    std::vector<bool> known(entries.size());
+    std::transform(entries.begin(), entries.end(), known.begin(),
+                   [](const CJournalData& entry) { return entry.m_oidRecord != 0; });
     const bool all = CJournal::WriteEntries(entries, false);
     for (std::size_t i = 0; i < items.size(); ++i) {
         if (!all && !CJournal::WriteEntries({&entries[i], 1}, false)) {
