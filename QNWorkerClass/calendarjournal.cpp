@@ -42,12 +42,14 @@ std::u16string SubjectOf(const CeDbRecord& record) {
     return subject.substr(0, kSubjectChars);
 }
 
-// The text of the entry's ink, for one that isn't long.
+// The text of the entry's ink, for one that isn't long: a long one is not read at all.
 bool InkBody(CeDb* db, std::u16string& text) {
     constexpr DWORD kLongestInk = 5000;
     CEBLOB ink{};
-    if (!db || !db->ReadStream(kJournalIds[kInkBody], &ink)) return false;
-    const bool good = ink.dwCount <= kLongestInk && PlatTextOfNote(ink.lpb, ink.dwCount, text);
+    if (!db || db->StreamSize(kJournalIds[kInkBody]) > kLongestInk ||
+        !db->ReadStream(kJournalIds[kInkBody], &ink))
+        return false;
+    const bool good = PlatTextOfNote(ink.lpb, ink.dwCount, text);
     LocalFree(ink.lpb);
     return good;
 }

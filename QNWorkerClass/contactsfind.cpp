@@ -31,7 +31,7 @@ std::vector<std::u16string> WordsOf(std::u16string_view text) {
 // The fields that are searched, in capitals, in the order file-as name, group key, first name, last name, company.
 constexpr std::size_t kFields = 5;
 std::array<std::u16string_view, kFields> CapitalFields(const DATACONTACTS& row) {
-    ContactKeys& keys = const_cast<DATACONTACTS&>(row).Keys();
+    ContactKeys& keys = row.Keys();
     if (keys.capitals.empty()) {
         const WCHAR* const fields[] = {row.m_szFileAs, row.m_szGroupKey, row.m_szFirstName, row.m_szLastName,
                                        row.m_szCompany};

@@ -272,3 +272,8 @@ bool CJournal::WriteEntries(std::span<CJournalData> entries, bool stampCreated) 
     for (std::size_t i = 0; i < entries.size(); ++i) entries[i].m_oidRecord = written[i];
     return true;
 }
+
+bool CJournal::DeleteEntry(CEOID oid) {
+    CeDb store;
+    return Open(store) && store.SeekTo(oid) && store.DeleteRecord(oid);
+}

@@ -51,4 +51,5 @@ public:
     static bool WriteEntry(CJournalData* entry, bool stampCreated);
     // All of them as one change, or none. No failure is reported.
     static bool WriteEntries(std::span<CJournalData> entries, bool stampCreated);
+    static bool DeleteEntry(CEOID oid); // false when there is no such record, or it can't go
 };

@@ -137,7 +137,7 @@ void CNotesThread::ExpandTreeNode(bool bExpand, DATANOTES* row, bool bPersist) {
     LONG count = 0;
     {
         const DataHold hold(*this);
-        if (!hold.IsHeld()) return;
+        if (!hold.IsHeld() || !row || !row->m_bFolder) return;
         row->m_bExpanded = bExpand;
         Empty(row);
         if (bExpand) FillFolder(row);

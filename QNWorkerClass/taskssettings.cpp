@@ -12,6 +12,7 @@ namespace {
 constexpr WCHAR kHeadingsKey[] = u"Software\\Norvo\\Quillonary\\TV\\GroupHeadings";
 constexpr LONG kNoDaysFuture = 949998; // what an absent setting reads as; replaced at the first use
 constexpr LONG kNoPriorityFilter = 4;
+constexpr int kContextChars = 1028; // what a value of a task holds, with the terminator
 
 bool HasHeadings() {
     DWORD keys = 0, values = 0;
@@ -53,7 +54,7 @@ void CTasksThread::ReadRootSettings() {
         m_oidProjectFilter = static_cast<DWORD>(root.Number(u"FCCurrentProjectOID", 0));
     m_bContextMode = m_nRule == kTasksOfContext;
     if (m_bContextMode) {
-        WCHAR name[260];
+        WCHAR name[kContextChars];
         root.Text(u"CurrentContextName", name, u"");
         m_strContextFilter = name;
     }

@@ -76,7 +76,6 @@ void CTasksThread::PostKill() {
     CloseLinksDB();
     if (m_pDb) m_pDb->Close();
     SweepErased();
-    m_lActiveDataCount = m_listTasks.GetCount();
     m_nLoads = 0;
     LeaveForKilled();
     if (m_hClientWnd) PostMessageW(m_hClientWnd, kMsgThreadFinished, 0, 0);

@@ -7,9 +7,12 @@
 #include "Platform/civil.h"
 #include "Platform/modules.h"
 #include "Platform/poom.h"
+#include "QNWorkerClass/journalstore.h"
+#include "QNWorkerClass/linkstore.h"
 #include "QNWorkerClass/sidestores.h"
 #include "QNWorkerClass/tasksthread.h"
 #include "bench/figures.h"
+#include "bench/stores.h"
 
 #include <array>
 #include <chrono>
@@ -30,13 +33,15 @@ public:
         m_percent = m_outlook.GetPOOM2Property(u"QN_TaskPercentStatus", CEVT_UI4, true);
         m_parent = m_outlook.GetPOOM2Property(u"QN_ParentOID", CEVT_R8, true);
         m_context = m_outlook.GetPOOM2Property(u"QN_GTDContext", CEVT_LPWSTR, true);
-        Open(m_tasks, u"Tasks Database");
-        Open(m_named, kNamedPropValsDb);
-        Open(m_members, kCategoryAssocDb);
+        OpenStore(m_tasks, u"Tasks Database");
+        OpenStore(m_named, kNamedPropValsDb);
+        OpenStore(m_members, kCategoryAssocDb);
         for (CeDb* db : {&m_tasks, &m_named, &m_members}) {
             db->BeginTransaction();
             for (int i = 1; i <= tasks; ++i)
-                db == &m_tasks ? AddTask(i) : db == &m_named ? AddValues(i, shape) : Join(i);
+                db == &m_tasks   ? AddTask(i)
+                : db == &m_named ? AddValues(i, shape)
+                                 : JoinCategory(m_members, kOidTask | static_cast<ULONG>(i), i);
             db->Commit();
         }
         AddCategories();
@@ -57,9 +62,6 @@ public:
     Device& operator=(const Device&) = delete;
 
 private:
-    static void Open(CeDb& db, const WCHAR* name) {
-        if (!db.MountVolumeEDB(kPimVolume, false) || !db.Open(name)) std::abort();
-    }
     DWORD Number(DWORD from, DWORD to) { return std::uniform_int_distribution<DWORD>(from, to)(m_engine); }
 
     void AddTask(int i) {
@@ -124,22 +126,6 @@ private:
         const double parent = (above ? kOidTask | static_cast<DWORD>(above) : 0) + 0.5;
         if (shape != kFlat) AddValue(i, m_parent, &parent, sizeof parent);
     }
-    static void AddCategories() {
-        CeDb names;
-        Open(names, kCategoryMainDb);
-        std::u16string name = u"Category 0";
-        for (; name.back() <= u'9'; ++name.back()) {
-            CEPROPVAL value{kPropCategoryName, 0, 0, {}};
-            value.val.lpwstr = name.data();
-            if (!CeWriteRecordProps(names.m_hDb, 0, 1, &value)) std::abort();
-        }
-    }
-    void Join(int i) {
-        std::array<CEPROPVAL, 2> values{{{kPropAssocItem, 0, 0, {}}, {kPropAssocCategory, 0, 0, {}}}};
-        values[0].val.ulVal = kOidTask | static_cast<ULONG>(i);
-        values[1].val.lVal = 1 + i % 10;
-        if (!CeWriteRecordProps(m_members.m_hDb, 0, 2, values.data())) std::abort();
-    }
 
     TemporaryDevice m_device;
     std::mt19937 m_engine{5000};
@@ -147,6 +133,17 @@ private:
     CeDb m_tasks, m_named, m_members;
     DWORD m_percent = 0, m_parent = 0, m_context = 0;
 };
+
+// One from each fourth task, and a journal without entries of any.
+void AddLinks(int tasks) {
+    CJournal::CheckAndCreateDB();
+    if (!CLinks::CheckAndCreateDB()) std::abort();
+    CLinkBatch links;
+    for (int i = 4; i <= tasks; i += 4)
+        if (!links.Create(kOidTask | static_cast<CEOID>(i), kOidTask | 1, u"", LinkKind::kTask, 0, u"Task"))
+            std::abort();
+    if (!links.Commit()) std::abort();
+}
 
 struct Times {
     double load, sort;
@@ -202,6 +199,8 @@ int main() {
     }
     const Device device(5000, kDepth6);
     SetToRegistry(HKEY_CURRENT_USER, kAllKey, u"GroupBy", kGroupTree);
+    AddLinks(5000);
+    PrintFigure("tree with links and journal, 5,000: load, ms", Measure(kGroupTree, kSortPriority).load, 60);
     CTasksThread thread;
     CeManualEvent stop;
     PrintFigure("peak memory of the load of a tree, MiB", PeakMiB([&] { thread.TasksThreadProc(&stop); }),

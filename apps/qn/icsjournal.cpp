@@ -65,8 +65,9 @@ void IcsSaver::FillEntry(CJournalData& entry, const IcsItem& item) {
 
 // In one change; when that fails one by one, so that an entry that can't be stored costs itself alone.
 void IcsSaver::SaveEntries(std::span<const IcsItem* const> items, std::vector<CJournalData>& entries) {
-    std::vector<bool> known;
-    for (const CJournalData& entry : entries) known.push_back(entry.m_oidRecord != 0);
+    std::vector<bool> known(entries.size());
+    std::transform(entries.begin(), entries.end(), known.begin(),
+                   [](const CJournalData& entry) { return entry.m_oidRecord != 0; });
     const bool all = CJournal::WriteEntries(entries, false);
     for (std::size_t i = 0; i < items.size(); ++i) {
         if (!all && !CJournal::WriteEntries({&entries[i], 1}, false)) {
@@ -83,6 +84,13 @@ void IcsSaver::SaveJournal() {
     CeDb store;
     CJournal::Open(store);
     const auto known = JournalUids();
+    std::erase_if(m_entries, [&](const IcsItem* item) {
+        if (!item->cancelled) return false;
+        if (const auto found = known.find(item->uid); found != known.end())
+            CJournal::DeleteEntry(found->second);
+        ++m_tally.cancelled;
+        return true;
+    });
     for (std::size_t first = 0; first < m_entries.size(); first += kBatch) {
         const std::span items =
             std::span(m_entries).subspan(first, std::min(kBatch, m_entries.size() - first));

@@ -3,10 +3,13 @@
 #include "Platform/databases.h"
 #include "Platform/notetext.h"
 #include "QNTools/QNTools.h"
+#include "apps/qn/saving.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <random>
+#include <span>
 
 namespace qn {
 
@@ -49,9 +52,7 @@ std::string Store::Uid(CEOID oid) {
     return part.substr(0, part.rfind('#'));
 }
 
-std::string Store::UidOrNew(CEOID oid, const Com<IItem>& bag) {
-    std::string uid = OwnUid(oid);
-    if (!uid.empty()) return uid;
+void Store::KeepNewUid(CEOID oid, const Com<IItem>& bag) {
     std::random_device random;
     char text[40];
     std::snprintf(text, sizeof text, "qn-%08x%08x%08x%08x", random(), random(), random(), random());
@@ -61,7 +62,33 @@ std::string Store::UidOrNew(CEOID oid, const Com<IItem>& bag) {
     value.val.lpwstr = wide.data();
     const HRESULT kept = bag->SetProps(0, 1, &value);
     if (FAILED(kept)) throw Failure("item " + std::to_string(oid) + " takes no UID: " + Reason(kept));
-    return text;
+}
+
+void Store::GiveUids(int folder) {
+    if (!m_uidsGiven.insert(folder).second) return;
+    std::vector<CEOID> lacking;
+    ForEach(folder, [&](const Com<IDispatch>& item) {
+        CEOID oid = 0;
+        if (const auto bag = item.As<IItem>(IID_IItem)) bag->get_Oid(&oid);
+        if (oid && OwnUid(oid).empty()) lacking.push_back(oid);
+    });
+    for (std::size_t first = 0; first < lacking.size(); first += kBatch) {
+        Batch batch(App());
+        for (const CEOID oid : std::span(lacking).subspan(first, std::min(kBatch, lacking.size() - first))) {
+            Com<IItem> bag;
+            if (SUCCEEDED(m_app->GetItemFromOidEx(oid, 0, bag.Out()))) KeepNewUid(oid, bag);
+        }
+        batch.Commit();
+    }
+}
+
+std::string Store::UidOrNew(CEOID oid, const Com<IItem>& bag) {
+    std::string uid = OwnUid(oid);
+    if (!uid.empty()) return uid;
+    const CEOID kind = oid & kOidKindMask;
+    GiveUids(kind == kOidContact ? olFolderContacts : kind == kOidTask ? olFolderTasks : olFolderCalendar);
+    if ((uid = OwnUid(oid)).empty()) KeepNewUid(oid, bag), uid = OwnUid(oid);
+    return uid;
 }
 
 unsigned Store::ForEach(int kind, const std::function<void(const Com<IDispatch>& item)>& visit) const {

@@ -7,6 +7,7 @@
 #include "apps/qn/support.h"
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,8 @@ public:
     std::string Uid(CEOID oid);
     // The same, or, of a single appointment of a series, a text of its own: UID, "#" and its place.
     std::string OwnUid(CEOID oid);
-    // That text; an item without one gets one and keeps it, so that what is read back elsewhere or here is known again.
+    // That text; an item without one gets one and keeps it, so that what is read back elsewhere or here is known again. So
+    // do all others of its folder, in a few changes: who wants one of them will want the rest.
     std::string UidOrNew(CEOID oid, const Com<IItem>& bag);
     // The items of a folder, in the order of their numbers; one that can't be read is told on stderr. Gives how many those
     // are.
@@ -34,11 +36,14 @@ public:
 
 private:
     DWORD NamedText(const WCHAR* name, DWORD& property, bool create);
+    void KeepNewUid(CEOID oid, const Com<IItem>& bag);
+    void GiveUids(int folder);
     std::string Text(CEOID oid, DWORD property) const;
 
     Com<IPOutlookApp2> m_app;
     DWORD m_uidProperty = 0;
     DWORD m_partProperty = 0;
+    std::set<int> m_uidsGiven; // folders
 };
 
 // Items of a folder; one more has no short number, and lists would take it for another. The result that says so.

@@ -57,6 +57,7 @@ private:
     std::unordered_set<CEOID> m_done;                         // contacts that a card of this file stands for
     std::unordered_map<std::string, std::string> m_revisions; // of the UIDs of this file
     CardTally m_tally;
+    bool m_isFull = false; // no new contact has a place
 };
 
 void CardSaver::ReadNames() {
@@ -113,11 +114,13 @@ void CardSaver::Save(const Contact& contact) {
         SaveItemOf(contact, Find(contact));
         for (const auto& [what, times] : contact.unkept) m_tally.unkept[what] += times;
     } catch (const SaveFailed& failed) {
+        m_isFull = m_isFull || failed.result == kFolderFull;
         Skip(contact.line, WhyNotSaved(failed));
     }
 }
 
 void CardSaver::SaveItemOf(const Contact& contact, const Match& match) {
+    if (match.oid == 0 && m_isFull) throw SaveFailed{kFolderFull}; // what was true for one is for all
     Com<IDispatch> found;
     Check(match.oid ? m_store.App()->GetItemFromOid(static_cast<LONG>(match.oid), found.Out())
                     : m_store.App()->CreateItem(olContactItem, found.Out()));
@@ -192,9 +195,10 @@ void CardSaver::FillPicture(const Com<IItem>& item, const Contact& contact, cons
 // Fills one transaction; false at the end of the file.
 bool SaveBatch(VcardReader& reader, CardSaver& saver, VcardNotices& notices, const Batch&) {
     constexpr std::size_t kBatchBytes = 16 << 20; // pictures in one transaction
+    constexpr std::size_t kBatchCards = 5000;     // each begins with a look at all UIDs that there are
     const std::size_t begin = reader.Bytes();
     Vcard card;
-    for (std::size_t i = 0; i < kBatch && reader.Bytes() - begin < kBatchBytes; ++i) {
+    for (std::size_t i = 0; i < kBatchCards && reader.Bytes() - begin < kBatchBytes; ++i) {
         if (!reader.Next(card, notices)) return false;
         Contact contact;
         const std::string objection = TakeContact(card, contact, notices);

@@ -292,6 +292,7 @@ TEST_F(NotesTest, FoldersOpenAndCloseInPlace) {
     const std::string closed = "v \\My Documents\n  > Sub\n  z.txt\n";
     const std::string open = "v \\My Documents\n  v Sub\n    in.txt\n    rec.wav\n  z.txt\n";
     EXPECT_EQ(closed, Load(thread));
+    thread.ExpandTreeNode(true, Find(thread, "z.txt"), true); // no folder
     thread.ExpandTreeNode(true, Find(thread, "Sub"), true);
     EXPECT_EQ(open, Rows(thread));
     EXPECT_EQ("1 5 1", std::to_string(StoredState(u"\\My Documents\\Sub")) + " " +

@@ -265,21 +265,33 @@ TEST_F(TasksTest, GroupsUnderHeaders) {
     RuleSetting(u"bShowCompleted", 1);
     const struct {
         LONG group;
+        bool descending;
         const char* expected;
     } kCases[] = {
-        {kGroupCategory, "=None .r .s =Home .p .q =Work .p "},
-        {kGroupImportance, "=High .p =Normal .q .r .s =Low "},
-        {kGroupLetter, "=None .q .s =A .p =c .r "},
-        {kGroupProgress, "=Overdue .p =Due Today =Due Tomorrow .q =Due in 7 Days =Due in a Month =Due Later "
-                         "=No Due Date .s =Completed .r "},
-        {kGroupCompletion,
+        {kGroupCategory, false, "=None .r .s =Home .p .q =Work .p "},
+        {kGroupImportance, false, "=High .p =Normal .q .r .s =Low "},
+        {kGroupLetter, false, "=None .q .s =A .p =c .r "},
+        {kGroupProgress, false,
+         "=Overdue .p =Due Today =Due Tomorrow .q =Due in 7 Days =Due in a Month =Due Later "
+         "=No Due Date .s =Completed .r "},
+        {kGroupCompletion, false,
          "=Not Completed .p .q .s =Completed This Week .r =Completed This Month =Completed Earlier "},
-        {kGroupGtdStatus, "=No Status .p .r .s =Next Action =Active .q =Planning =Delegated =Waiting =On "
-                          "Hold =Postponed =Someday =Canceled =Reference "},
+        {kGroupGtdStatus, false,
+         "=No Status .p .r .s =Next Action =Active .q =Planning =Delegated =Waiting =On "
+         "Hold =Postponed =Someday =Canceled =Reference "},
+        // The direction turns the rows round, and of the headers those of status and of completed dates.
+        {kGroupCategory, true, "=Home .q .p =Work .p =None .s .r "},
+        {kGroupImportance, true, "=High .p =Normal .s .r .q =Low "},
+        {kGroupCompletion, true,
+         "=Not Completed .s .q .p =Completed Earlier =Completed This Month =Completed This Week .r "},
+        {kGroupGtdStatus, true,
+         "=Reference =Canceled =Someday =Postponed =On Hold =Waiting =Delegated =Planning =Active .q =Next "
+         "Action =No Status .s .r .p "},
     };
     for (const auto& row : kCases) {
         RuleSetting(u"GroupBy", row.group);
         RuleSetting(u"TaskSort", kSortSubject);
+        RuleSetting(u"TaskSortDescending", row.descending);
         EXPECT_EQ(row.expected, Load()) << row.group;
     }
     // By date the headers are the dates of the locale; closed where nothing says otherwise.

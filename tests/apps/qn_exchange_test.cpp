@@ -112,6 +112,24 @@ TEST_F(QnExchange, JournalEntriesStandInTheDayList) {
     EXPECT_EQ(Lines("2026-12-01", 2), lines);
     EXPECT_TRUE(Import(entries).Says("2 journal entries were there"));
     EXPECT_EQ(Lines("2026-12-01", 2), lines);
+    // What no entry holds is told, several descriptions are one note, a cancelled entry goes.
+    const Ran more = Import(
+        Entry("j", "STATUS:CANCELLED\r\nSUMMARY:Talk") + Entry("gone", "STATUS:CANCELLED\r\nSUMMARY:x") +
+        Entry("k", "DTSTART;VALUE=DATE:20261202\r\nSUMMARY:Diary\r\nDESCRIPTION:one\r\nDESCRIPTION:two\r\n"
+                   "CLASS:PRIVATE\r\nLOCATION:Here\r\nATTENDEE:mailto:a@x\r\nRRULE:FREQ=DAILY"));
+    for (const char* what :
+         {"2 items cancelled", "1 rules of journal entries", "1 privacy of journal entries",
+          "1 locations of journal entries", "1 people of journal entries"})
+        EXPECT_TRUE(more.Says(what)) << what << more.out;
+    auto left = Records(Qn({"list", "journal", "--json"}).out);
+    ASSERT_EQ(left.size(), 1u);
+    const std::string oid = left[0]["oid"];
+    EXPECT_TRUE(Qn({"show", oid}).Says("Note         one\n               \n               two\n"))
+        << Qn({"show", oid}).out;
+    EXPECT_EQ(Qn({"delete", oid}).code, 0);
+    EXPECT_EQ(Qn({"delete", oid}).code, 1);
+    EXPECT_EQ(Qn({"show", oid}).code, 1);
+    EXPECT_EQ(Qn({"list", "journal"}).out, "");
 }
 
 TEST_F(QnExchange, WhatIsExportedIsReadBackWhole) {
