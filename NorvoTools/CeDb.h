@@ -70,6 +70,7 @@ public:
     // Reads into the caller's buffer (a LocalAlloc block), which the record owns from then on: see DetachBuffer. A
     // record that doesn't fit fails. Don't add properties or longer texts to such a record.
     bool ReadRec(CeDbRecord& rec, void* buffer, DWORD size, WORD count, const CEPROPID* ids);
+    DWORD StreamSize(CEPROPID propid); // of the current record; 0 for none
     // The whole stream as a new LocalAlloc block; false for an empty one.
     bool ReadStream(CEPROPID propid, CEBLOB* blob);
     // False also for an empty blob, which truncates the stream.

@@ -88,6 +88,12 @@ bool CeDb::ReadRec(CeDbRecord& rec, void* buffer, DWORD size, WORD count, const 
     return done;
 }
 
+DWORD CeDb::StreamSize(CEPROPID propid) {
+    if (!IsOpen()) return 0;
+    Stream stream(m_hDb, propid, STREAM_READ);
+    return stream.IsOpen() ? stream.Size() : 0;
+}
+
 bool CeDb::ReadStream(CEPROPID propid, CEBLOB* blob) {
     if (!IsOpen() || !blob) return false;
     *blob = {0, nullptr};

@@ -7,6 +7,7 @@
 #include "Platform/memory.h"
 #include "Platform/menus.h"
 #include "Platform/strings.h"
+#include "Platform/threads.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,6 +18,7 @@ namespace {
 constexpr std::size_t kMostSteps = 100; // that can be undone
 constexpr LONG kBehindInsertBegin = 998, kBehindInsertEnd = 999;
 constexpr std::size_t kShortestPath = 5, kLongestPath = 260;
+constexpr std::size_t kBesideChars = 60;
 
 bool WriteBytes(const std::u16string& path, const std::vector<BYTE>& bytes) {
     CeFile file;
@@ -25,9 +27,12 @@ bool WriteBytes(const std::u16string& path, const std::vector<BYTE>& bytes) {
     return file.Commit();
 }
 
-// Beside it first, so that a write that fails leaves the old note.
+// Beside it first, so that a write that fails leaves the old note; under a name that is no longer than its own may be.
 bool SaveBytes(const std::u16string& path, const std::vector<BYTE>& bytes) {
-    const std::u16string beside = path + u".new";
+    const std::size_t name = path.find_last_of(u"\\/") + 1;
+    std::u16string beside = path.substr(0, name + kBesideChars);
+    if ((beside.back() & 0xFC00) == 0xD800) beside.pop_back(); // half a character
+    beside += u".~new";
     const bool saved = WriteBytes(beside, bytes) && PlatReplaceFile(beside.c_str(), path.c_str()) != FALSE;
     if (!saved) {
         const DWORD error = GetLastError();
@@ -35,6 +40,21 @@ bool SaveBytes(const std::u16string& path, const std::vector<BYTE>& bytes) {
         SetLastError(error);
     }
     return saved;
+}
+
+bool ReadBytes(const WCHAR* path, std::vector<BYTE>& bytes) {
+    const PlatUnended unended; // a search that is ended must not leave the note open: nobody could delete it
+    const HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    DWORD high = 0, read = 0;
+    const DWORD size = GetFileSize(file, &high);
+    bool good = high == 0 && size <= CeInkCtrl::kLargestFile;
+    if (good) bytes.resize(size);
+    good = good && ReadFile(file, bytes.data(), size, &read, nullptr);
+    CloseHandle(file);
+    bytes.resize(good ? read : 0);
+    return good;
 }
 
 DWORD ObjectIdOf(const std::u16string& path) {
@@ -111,17 +131,8 @@ UINT CeInkCtrl::ParseFileFormat(const WCHAR* name) {
 
 bool CeInkCtrl::ReadFromFile(const WCHAR* path) {
     StreamIn(nullptr, 0, kNoteBytes);
-    const HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                    OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return false;
-    DWORD high = 0, read = 0;
-    const DWORD size = GetFileSize(file, &high);
     std::vector<BYTE> bytes;
-    bool good = high == 0 && size <= kLargestFile;
-    if (good) bytes.resize(size);
-    good = good && ReadFile(file, bytes.data(), size, &read, nullptr);
-    CloseHandle(file);
-    return good && StreamIn(bytes.data(), read, kNoteByContent);
+    return ReadBytes(path, bytes) && StreamIn(bytes.data(), static_cast<DWORD>(bytes.size()), kNoteByContent);
 }
 
 DWORD CeInkCtrl::WriteToFile(const WCHAR* path, UINT format) const {
@@ -204,11 +215,15 @@ INKPROPERTIES CeInkCtrl::GetProperties() const {
     return properties;
 }
 
-void CeInkCtrl::SetProperties(const INKPROPERTIES& properties) {
-    m_format = {m_document.AddFace(properties.szFace), properties.wHalfPoints, properties.bStyle,
-                properties.crText};
+bool CeInkCtrl::SetProperties(const INKPROPERTIES& properties) {
+    if (m_bReadOnly) return false;
+    const auto* faceEnd = std::find(std::begin(properties.szFace), std::end(properties.szFace), u'\0');
+    m_format = {m_document.AddFace({properties.szFace, faceEnd}),
+                std::clamp(properties.wHalfPoints, kLeastHalfPoints, kMostHalfPoints),
+                static_cast<BYTE>(properties.bStyle & kInkStyles), properties.crText};
     m_document.SetFormat(m_begin, m_end, m_format);
     m_document.SetAlign(m_begin, m_end, properties.align);
+    return true;
 }
 
 void CeInkCtrl::SetZoom(int percent) { m_nZoom = std::clamp(percent, 25, 400); }

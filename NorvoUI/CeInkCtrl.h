@@ -52,7 +52,7 @@ public:
     DWORD WriteToFile(const WCHAR* path, UINT format) const;
 
     // --- Editing --------------------------------------------------------------------------------------------------
-    // Refused while read-only, as is Undo. The caret stands behind the text.
+    // Refused while read-only, as are Undo and SetProperties. The caret stands behind the text.
     bool InsertText(const WCHAR* text);
     bool Undo(); // takes the last insertion back; false when there is none left
     bool CanUndo() const { return !m_undo.empty(); }
@@ -62,7 +62,7 @@ public:
     // Selects the first place behind the selection, else the first of all.
     bool Find(const WCHAR* text, bool bCase);
     INKPROPERTIES GetProperties() const;
-    void SetProperties(const INKPROPERTIES& properties);
+    bool SetProperties(const INKPROPERTIES& properties); // can't be undone
     void SetReadOnly(bool bReadOnly) { m_bReadOnly = bReadOnly; }
     bool IsReadOnly() const { return m_bReadOnly; }
     void SetZoom(int percent); // from 25 to 400

@@ -18,6 +18,8 @@ inline constexpr BYTE kInkBold = 1;
 inline constexpr BYTE kInkItalic = 2;
 inline constexpr BYTE kInkUnderline = 4;
 inline constexpr BYTE kInkStrike = 8;
+inline constexpr BYTE kInkStyles = 15; // all of them
+inline constexpr WORD kLeastHalfPoints = 2, kMostHalfPoints = 1000;
 inline constexpr COLORREF kInkAutoColor = 0xFF000000; // the colour of text on the screen
 
 struct InkFormat {

@@ -68,8 +68,9 @@ InkText::Span ReadSpan(Cursor& in, DWORD faces) {
     span.format.block = static_cast<LONG>(in.Number(4));
     const DWORD face = in.Number(2);
     span.format.face = static_cast<WORD>(face < faces ? face : 0);
-    span.format.halfPoints = static_cast<WORD>(in.Number(2));
-    span.format.style = static_cast<BYTE>(in.Number(1));
+    span.format.halfPoints =
+        static_cast<WORD>(std::clamp<DWORD>(in.Number(2), kLeastHalfPoints, kMostHalfPoints));
+    span.format.style = static_cast<BYTE>(in.Number(1) & kInkStyles);
     in.Number(1);
     return span;
 }
@@ -87,6 +88,7 @@ bool ReadParts(std::span<const BYTE> bytes, Parts& parts) {
     if (!in.Holds(spans, kSpanBytes)) return false;
     for (DWORD i = 0; i < spans; ++i) parts.spans.push_back(ReadSpan(in, faces));
     if (!std::ranges::is_sorted(parts.spans, {}, &InkText::Span::begin)) return false;
+    if (parts.spans.empty()) parts.spans.push_back({0, {}});
     for (const BYTE align : in.Bytes(paragraphs))
         parts.aligns.push_back(align <= static_cast<BYTE>(InkAlign::Right) ? InkAlign{align}
                                                                            : InkAlign::Left);
@@ -95,22 +97,24 @@ bool ReadParts(std::span<const BYTE> bytes, Parts& parts) {
     return !in.Failed();
 }
 
-// Piece by piece, so that whatever the file says the document is whole.
+// Piece by piece, so that whatever the file says the document is whole, and has all of its text.
 void Assemble(const Parts& parts, InkDocument& document) {
+    const std::u16string_view text = parts.text;
     std::vector<WORD> faces;
     for (const std::u16string& face : parts.faces) faces.push_back(document.AddFace(face));
     for (const auto& block : parts.blocks) document.AddBlock(block);
+    std::size_t end = 0;
     for (std::size_t i = 0; i < parts.spans.size(); ++i) {
-        const auto& [begin, format] = parts.spans[i];
-        const std::size_t end = i + 1 < parts.spans.size() ? parts.spans[i + 1].begin : parts.text.size();
-        if (end > parts.text.size()) break;
+        const InkFormat& format = parts.spans[i].format;
+        const std::size_t begin = end; // a first span that comes late counts from the start
+        end = i + 1 < parts.spans.size() ? std::min(parts.spans[i + 1].begin, text.size()) : text.size();
         InkFormat own = format;
         own.face = own.face < faces.size() ? faces[own.face] : WORD{0};
         own.block = -1;
         if (format.block >= 0 && static_cast<std::size_t>(format.block) < parts.blocks.size())
             for (std::size_t at = begin; at < end; ++at) document.AppendBlock(format.block, own);
         else
-            document.Append(std::u16string_view(parts.text).substr(begin, end - begin), own);
+            document.Append(text.substr(begin, end - begin), own);
     }
     document.SetAligns(parts.aligns);
 }

@@ -14,7 +14,6 @@ namespace {
 constexpr std::size_t kMostDepth = 200;    // deeper groups are read as if their braces weren't there
 constexpr std::size_t kMostEntries = 1000; // of the tables of fonts and colours
 constexpr LONG kNoParameter = INT32_MIN;
-constexpr LONG kLeastHalfPoints = 2, kMostHalfPoints = 1000;
 
 // --- Reading ------------------------------------------------------------------------------------------------------
 
@@ -125,83 +124,88 @@ private:
             return;
         }
         m_toSkip = 0; // what stands for a \u is characters: a word means what it says
-        static const auto actions = Actions();
-        const auto action = actions.find(word.name);
-        if (action == actions.end()) return;
-        Flush();
-        (this->*action->second)(word);
+        if (const Action action = ActionOf(word.name)) {
+            Flush();
+            (this->*action)(word);
+        }
     }
 
-    static std::unordered_map<std::string_view, Action> Actions() {
-        std::unordered_map<std::string_view, Action> actions = {
-            {"par", &Reader::Paragraph},
-            {"line", &Reader::Paragraph},
-            {"sect", &Reader::Paragraph},
-            {"row", &Reader::Paragraph},
-            {"tab", &Reader::Tab},
-            {"cell", &Reader::Tab},
+    // By its name; null for a word without effect.
+    static Action ActionOf(std::string_view name) {
+        struct Entry {
+            std::string_view name;
+            Action action;
+        };
+        static constexpr Entry kActions[] = {
+            {"annotation", &Reader::Skip},
             {"b", &Reader::Bold},
-            {"i", &Reader::Italic},
-            {"ul", &Reader::Underline},
-            {"ulnone", &Reader::NoUnderline},
-            {"strike", &Reader::Strike},
-            {"plain", &Reader::Plain},
-            {"pard", &Reader::PlainParagraph},
-            {"ql", &Reader::PlainParagraph},
-            {"qj", &Reader::PlainParagraph},
-            {"qc", &Reader::Center},
-            {"qr", &Reader::ToTheRight},
-            {"f", &Reader::Font},
-            {"fs", &Reader::FontSize},
-            {"cf", &Reader::Color},
-            {"u", &Reader::Unicode},
-            {"uc", &Reader::AfterUnicode},
-            {"fonttbl", &Reader::FontTable},
-            {"colortbl", &Reader::ColorTable},
-            {"red", &Reader::Red},
-            {"green", &Reader::Green},
+            {"bkmkend", &Reader::Skip},
+            {"bkmkstart", &Reader::Skip},
             {"blue", &Reader::Blue},
+            {"bullet", &Reader::Character},
+            {"cell", &Reader::Tab},
+            {"cf", &Reader::Color},
+            {"colorschememapping", &Reader::Skip},
+            {"colortbl", &Reader::ColorTable},
+            {"datastore", &Reader::Skip},
             {"deff", &Reader::DefaultFont},
             {"emdash", &Reader::Character},
             {"endash", &Reader::Character},
-            {"bullet", &Reader::Character},
-            {"lquote", &Reader::Character},
-            {"rquote", &Reader::Character},
+            {"f", &Reader::Font},
+            {"filetbl", &Reader::Skip},
+            {"fldinst", &Reader::Skip},
+            {"fonttbl", &Reader::FontTable},
+            {"footer", &Reader::Skip},
+            {"footerf", &Reader::Skip},
+            {"footerl", &Reader::Skip},
+            {"footerr", &Reader::Skip},
+            {"footnote", &Reader::Skip},
+            {"fs", &Reader::FontSize},
+            {"generator", &Reader::Skip},
+            {"green", &Reader::Green},
+            {"header", &Reader::Skip},
+            {"headerf", &Reader::Skip},
+            {"headerl", &Reader::Skip},
+            {"headerr", &Reader::Skip},
+            {"i", &Reader::Italic},
+            {"info", &Reader::Skip},
+            {"latentstyles", &Reader::Skip},
             {"ldblquote", &Reader::Character},
+            {"line", &Reader::Paragraph},
+            {"listoverridetable", &Reader::Skip},
+            {"listtable", &Reader::Skip},
+            {"lquote", &Reader::Character},
+            {"object", &Reader::Skip},
+            {"par", &Reader::Paragraph},
+            {"pard", &Reader::PlainParagraph},
+            {"pict", &Reader::Skip},
+            {"plain", &Reader::Plain},
+            {"qc", &Reader::Center},
+            {"qj", &Reader::PlainParagraph},
+            {"ql", &Reader::PlainParagraph},
+            {"qr", &Reader::ToTheRight},
             {"rdblquote", &Reader::Character},
+            {"red", &Reader::Red},
+            {"revtbl", &Reader::Skip},
+            {"row", &Reader::Paragraph},
+            {"rquote", &Reader::Character},
+            {"rsidtbl", &Reader::Skip},
+            {"sect", &Reader::Paragraph},
+            {"strike", &Reader::Strike},
+            {"stylesheet", &Reader::Skip},
+            {"tab", &Reader::Tab},
+            {"tc", &Reader::Skip},
+            {"themedata", &Reader::Skip},
+            {"u", &Reader::Unicode},
+            {"uc", &Reader::AfterUnicode},
+            {"ul", &Reader::Underline},
+            {"ulnone", &Reader::NoUnderline},
+            {"xe", &Reader::Skip},
+            {"xmlnstbl", &Reader::Skip},
         };
-        for (const char* name : {"stylesheet",
-                                 "info",
-                                 "pict",
-                                 "object",
-                                 "header",
-                                 "headerl",
-                                 "headerr",
-                                 "headerf",
-                                 "footer",
-                                 "footerl",
-                                 "footerr",
-                                 "footerf",
-                                 "footnote",
-                                 "annotation",
-                                 "fldinst",
-                                 "listtable",
-                                 "listoverridetable",
-                                 "revtbl",
-                                 "rsidtbl",
-                                 "themedata",
-                                 "colorschememapping",
-                                 "datastore",
-                                 "latentstyles",
-                                 "xmlnstbl",
-                                 "filetbl",
-                                 "generator",
-                                 "xe",
-                                 "tc",
-                                 "bkmkstart",
-                                 "bkmkend"})
-            actions.emplace(name, &Reader::Skip);
-        return actions;
+        static_assert(std::ranges::is_sorted(kActions, {}, &Entry::name));
+        const Entry* found = std::ranges::lower_bound(kActions, name, {}, &Entry::name);
+        return found != std::end(kActions) && found->name == name ? found->action : nullptr;
     }
 
     void Skip(const Word&) { m_state.place = Place::Skipped; }
@@ -224,8 +228,8 @@ private:
     void Center(const Word&) { m_state.align = InkAlign::Center; }
     void ToTheRight(const Word&) { m_state.align = InkAlign::Right; }
     void FontSize(const Word& word) {
-        m_state.format.halfPoints =
-            static_cast<WORD>(std::clamp(word.Or(InkFormat{}.halfPoints), kLeastHalfPoints, kMostHalfPoints));
+        m_state.format.halfPoints = static_cast<WORD>(
+            std::clamp<LONG>(word.Or(InkFormat{}.halfPoints), kLeastHalfPoints, kMostHalfPoints));
     }
     void AfterUnicode(const Word& word) { m_state.afterUnicode = std::clamp(word.Or(1), 0, 100); }
     void Unicode(const Word& word) {

@@ -91,6 +91,13 @@ COutlook::Session COutlook::EnsureOpen() {
     return Current();
 }
 
+COutlook::SaveBatch::SaveBatch(COutlook& outlook)
+    : m_pApp(outlook.EnsureOpen()), m_bOpen(m_pApp && PlatBeginItemBatch(m_pApp.get()) == S_OK) {}
+
+COutlook::SaveBatch::~SaveBatch() {
+    if (m_bOpen) PlatEndItemBatch(m_pApp.get(), true);
+}
+
 HRESULT COutlook::GetItemFromOid(CEOID oid, IDispatch** item) {
     const Session session = EnsureOpen();
     return session ? session->GetItemFromOid(static_cast<LONG>(oid), item) : kNoSession;

@@ -51,6 +51,10 @@ public:
     // The id of a named property; 0 on failure or, without `create`, for an unknown name.
     DWORD GetPOOM2Property(const WCHAR* name, WORD type, bool create);
 
+    // What is saved in its scope, by any thread, becomes one change, durable at the end. Without a session, or in the scope
+    // of another, it does nothing. Named properties that may be new are made before.
+    class QN_API SaveBatch;
+
     static DataType GetQNItemType(CEOID oid);
     // Tells the user of a failed save; false when there was nothing to show.
     static bool DisplayPIMSaveError(HRESULT code);
@@ -70,6 +74,18 @@ private:
     HWND m_hOwner = nullptr;
     CeCriticalSection m_csOpen;
     bool m_bOpening = false; // under m_csOpen, which its owner may enter again
+};
+
+class QN_API COutlook::SaveBatch {
+public:
+    explicit SaveBatch(COutlook& outlook);
+    ~SaveBatch();
+    SaveBatch(const SaveBatch&) = delete;
+    SaveBatch& operator=(const SaveBatch&) = delete;
+
+private:
+    Session m_pApp;
+    bool m_bOpen;
 };
 
 // The frame's session; null until InitQNTools.

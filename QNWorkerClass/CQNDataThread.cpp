@@ -4,9 +4,11 @@
 #include "Platform/databases.h"
 #include "Platform/files.h"
 #include "Platform/memory.h"
+#include "Platform/notetext.h"
 #include "Platform/poom.h"
 #include "Platform/registry.h"
 #include "Platform/strings.h"
+#include "Platform/windows.h"
 #include "QNWorkerClass/DATATASKS.h"
 #include "QNWorkerClass/sidestores.h"
 
@@ -19,9 +21,9 @@ namespace {
 constexpr DWORD kCategoryBuffer = 256;
 constexpr DWORD kNamedReadSize = 2055; // for one value
 constexpr DWORD kNamedKeys = 2 * 16;   // the two keys of a value that is read with them
-constexpr DWORD kEmptyRichNote = 476;  // bytes of an empty note in the platform's rich format
 constexpr DWORD kLeastPicture = 101;
 constexpr DWORD kNoteHead = 8;
+constexpr DWORD kLeastForm = 5; // bytes of a note that may be rich text or ink
 constexpr CEPROPID kPropLinkItem = 0x00010003;
 constexpr CEPROPID kPropJournalItem = 0x002E0003;
 constexpr CEPROPID kPropPlanItem = 0x00010013;
@@ -81,6 +83,16 @@ CeDb* CQNDataThread::GetDatabaseClass() {
 LONG CQNDataThread::GetActiveDataCount() { return 0; }
 
 bool CQNDataThread::StopRequested(CeManualEvent* stop) { return !stop || stop->IsSet(); }
+
+void CQNDataThread::StopAnswering() {
+    m_hStopEvent.Set();
+    MSG message;
+    for (DWORD waited = 0; IsRunning() && waited < m_dwStopTimeout; ++waited) {
+        PeekMessageW(&message, nullptr, kMsgListChanged, kMsgListChanged, PM_NOREMOVE);
+        Sleep(1);
+    }
+    Stop(false);
+}
 
 void CQNDataThread::Override(const WCHAR* key) {
     const std::size_t length = std::min(wcslen(key), std::size(m_szSettingsKey) - 1);
@@ -317,7 +329,7 @@ bool CQNDataThread::IsNoteEmpty(CeDb* db, DWORD propid) {
         if (propid == PIMPR_PICTURE)
             empty = size < kLeastPicture;
         else if (m_nSizeNoteCheck != 0)
-            empty = size == 0 || size == kEmptyRichNote;
+            empty = size == 0 || size == kEmptyInkNote;
         else
             empty = NoteHeadIsEmpty(stream, size);
     }
@@ -334,8 +346,8 @@ bool CQNDataThread::NoteHeadIsEmpty(HANDLE stream, DWORD size) {
         const std::size_t length = std::strlen(text);
         return read >= length && std::memcmp(m_abNoteHead, text, length) == 0;
     };
-    if (size == kEmptyRichNote && headIs("{\\p")) return true;
-    if ((size >= 5 || size == kEmptyRichNote) && headIs("{\\")) return false;
+    if (size == kEmptyInkNote && headIs("{\\p")) return true;
+    if (size >= kLeastForm && headIs("{\\")) return false;
     return m_abNoteHead[0] == 0;
 }
 

@@ -83,6 +83,9 @@ public:
     static bool StopRequested(CeManualEvent* stop);
 
 protected:
+    // Stop, for a destructor. The run may wait for this thread's answer to a message that the list has changed: what is
+    // sent is answered meanwhile, what is posted stays.
+    void StopAnswering();
     // The value of a named property of an item; false when absent. The bytes stay valid until the next read.
     bool ReadNamedProperty(CEOID oid, DWORD property, CEBLOB& value);
     // A scalar of `width` bytes out of such a value; what the value lacks is 0.

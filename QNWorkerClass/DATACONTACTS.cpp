@@ -45,7 +45,7 @@ void DATACONTACTS::NullData() {
     ::new (static_cast<void*>(this)) DATACONTACTS(heap);
 }
 
-ContactKeys& DATACONTACTS::Keys() {
+ContactKeys& DATACONTACTS::Keys() const {
     if (!m_pKeys) m_pKeys = std::make_unique<ContactKeys>();
     return *m_pKeys;
 }

@@ -59,10 +59,9 @@ struct QN_API DATACONTACTS {
     // The name as the format shows it; built once and kept until the format changes. Owned by the row, never null.
     const WCHAR* GetNameDisplay(ContactsDisplay format);
     void ClearNameDisplay();
-    void ClearExtraData();                               // extra line, category and icon text
-    void NullData();                                     // all but the heap
-    ContactKeys& Keys();                                 // made when there are none
-    const ContactKeys& Keys() const { return *m_pKeys; } // HasKeys first
+    void ClearExtraData();     // extra line, category and icon text
+    void NullData();           // all but the heap
+    ContactKeys& Keys() const; // made when there are none
     bool HasKeys() const { return m_pKeys != nullptr; }
     void DropKeys() { m_pKeys.reset(); } // when a name has changed
 
@@ -104,5 +103,5 @@ private:
     void FreeText(WCHAR*& text);
     void FreeBlock(WCHAR*& text);
 
-    std::unique_ptr<ContactKeys> m_pKeys;
+    mutable std::unique_ptr<ContactKeys> m_pKeys;
 };

@@ -45,6 +45,7 @@ void DATATASKS::NullData(bool bChildren) {
     m_oidProject = 0;
     m_lGtdStatus = 0;
     m_lManagerOrdinal = 0;
+    m_bCountedActive = m_bCountedCompleted = m_bCountedPercent = 0;
     m_keys = {};
     if (!bChildren) return;
     m_listChildren.Clear();
@@ -90,6 +91,9 @@ DATATASKS* DATATASKS::Copy(bool bChildren) const {
     row->m_bHidden = m_bHidden;
     row->m_bLoaded = m_bLoaded;
     row->m_bKeptForChildren = m_bKeptForChildren;
+    row->m_bCountedActive = m_bCountedActive;
+    row->m_bCountedCompleted = m_bCountedCompleted;
+    row->m_bCountedPercent = m_bCountedPercent;
     row->m_lGtdStatus = m_lGtdStatus;
     row->m_nDepth = m_nDepth;
     row->m_lManagerOrdinal = m_lManagerOrdinal;

@@ -61,6 +61,10 @@ struct QN_API DATATASKS {
     BYTE m_bHidden = 0;
     BYTE m_bLoaded = 0;
     BYTE m_bKeptForChildren = 0;
+    // The counts of the thread that the row has a share in; the tree may change what it shows meanwhile.
+    BYTE m_bCountedActive = 0;
+    BYTE m_bCountedCompleted = 0;
+    BYTE m_bCountedPercent = 0;
     LONG m_lGtdStatus = 0;
     DATATASKS* m_pParent = nullptr; // not owned
     SHORT m_nDepth = 0;

@@ -4,13 +4,13 @@
 #include "Platform/memory.h"
 #include "Platform/notetext.h"
 #include "Platform/strings.h"
+#include "QNWorkerClass/journalstore.h"
 #include "QNWorkerClass/tasksrecord.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr WCHAR kJournalDb[] = u"QuillonaryJournal_2";
 enum JournalProperty : int {
     kTitle,
     kType,
@@ -42,12 +42,14 @@ std::u16string SubjectOf(const CeDbRecord& record) {
     return subject.substr(0, kSubjectChars);
 }
 
-// The text of the entry's ink, for one that isn't long.
+// The text of the entry's ink, for one that isn't long: a long one is not read at all.
 bool InkBody(CeDb* db, std::u16string& text) {
     constexpr DWORD kLongestInk = 5000;
     CEBLOB ink{};
-    if (!db || !db->ReadStream(kJournalIds[kInkBody], &ink)) return false;
-    const bool good = ink.dwCount <= kLongestInk && PlatTextOfNote(ink.lpb, ink.dwCount, text);
+    if (!db || db->StreamSize(kJournalIds[kInkBody]) > kLongestInk ||
+        !db->ReadStream(kJournalIds[kInkBody], &ink))
+        return false;
+    const bool good = PlatTextOfNote(ink.lpb, ink.dwCount, text);
     LocalFree(ink.lpb);
     return good;
 }
@@ -71,7 +73,7 @@ void CCalendarThread::AddJournal(CeManualEvent* stop, CEOID oid) {
     const DWORD size = CeRecordBufferSize(kReadBufferSize, kJournalPropsWithBody);
     const HLOCAL buffer = LocalAlloc(LPTR, size);
     m_pDbOverlay = std::make_unique<CeDb>();
-    if (buffer && !StopRequested(stop) && m_pDbOverlay->Open(kJournalDb)) {
+    if (buffer && !StopRequested(stop) && m_pDbOverlay->Open(kJournalStore)) {
         CeDbRecord record;
         const bool single = oid != 0;
         bool show = false;

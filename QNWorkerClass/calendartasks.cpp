@@ -53,8 +53,16 @@ LONG CCalendarThread::AddNewTask(CeDbRecord* record, bool* pbShow, bool bUpdate)
     FillTaskFromRecord(*record, task);
     *pbShow = ShowsTask(task);
     if (!*pbShow) return 0;
+    std::vector<LONG> days = DaysOfTask(task);
+    std::erase_if(days, [&](LONG day) { return day < m_range.first || day > m_range.last; });
+    if (days.empty()) return 0; // most tasks of a year: nothing else is read of them
     FillTaskFromStores(task, m_pDbOverlay ? m_pDbOverlay.get() : m_pDb.get());
-    return PlaceTask(task);
+    const LONG due = WholeDay(task.m_dtDue), today = WholeDay(m_dtToday);
+    task.m_bOverdue = due < today && !task.m_bCompleted;
+    task.m_bDueToday = due == today && !task.m_bCompleted;
+    task.m_bStarred = GtdStarredFromOID(task.m_oid);
+    for (const LONG day : days) AddTaskLine(task, day);
+    return static_cast<LONG>(days.size());
 }
 
 bool CCalendarThread::ShowsTask(const DATATASKS& task) {
@@ -66,37 +74,31 @@ bool CCalendarThread::ShowsTask(const DATATASKS& task) {
     return task.m_dtDue != kNoDate || forced || m_bShowUndatedTasks;
 }
 
-// A task without a day of its own stands on today.
-LONG CCalendarThread::PlaceTask(const DATATASKS& task) {
+// A task without a due day stands on today.
+std::vector<LONG> CCalendarThread::DaysOfTask(const DATATASKS& task) const {
     const LONG due = WholeDay(task.m_dtDue), start = WholeDay(task.m_dtStart), today = WholeDay(m_dtToday);
-    if (task.m_bCompleted) return AddTaskLine(task, WholeDay(task.m_dtCompleted));
-    if (due == kNoDay) return AddTaskLine(task, today);
-    if (due < today && m_bShowOverDueToday) return AddTaskLine(task, today) + AddTaskLine(task, due);
-    const bool spans = start != kNoDay && start != due;
-    if (m_bShowInProgressTasksToday && m_bShowInProgressTasksToday != kTodayToo && spans)
-        return CopyInProgressTasks(task);
-    LONG lines = AddTaskLine(task, due);
-    if (spans) lines += AddTaskLine(task, start);
-    if (m_bShowInProgressTasksToday == kTodayToo && spans) lines += CopyInProgressTasks(task);
-    return lines;
+    if (task.m_bCompleted) return {WholeDay(task.m_dtCompleted)};
+    if (due < today && m_bShowOverDueToday) return {today, due};
+    const LONG day = due == kNoDay ? today : due;
+    if (start == kNoDay || start == day) return {day};
+    std::vector<LONG> days{day, start};
+    if (m_bShowInProgressTasksToday && due != kNoDay && start < due) CopyInProgressTasks(task, days);
+    return days;
 }
 
-// One line on today, or one on each day from start to due.
-LONG CCalendarThread::CopyInProgressTasks(const DATATASKS& task) {
+// Today too, when it lies between start and due; or each day of the task in place of these two.
+void CCalendarThread::CopyInProgressTasks(const DATATASKS& task, std::vector<LONG>& days) const {
     const LONG start = WholeDay(task.m_dtStart), due = WholeDay(task.m_dtDue), today = WholeDay(m_dtToday);
     if (m_bShowInProgressTasksToday == kTodayToo) {
-        const bool inside = today > start && today < due; // the ends have their lines
-        return inside ? AddTaskLine(task, today) : 0;
+        if (today > start && today < due) days.push_back(today); // the ends have their lines
+        return;
     }
-    const LONG first = std::max(start, m_range.first), last = std::min(due, m_range.last);
-    if (first == last && start == due) return 0;
-    LONG lines = 0;
-    for (LONG day = first; day <= last; ++day) lines += AddTaskLine(task, day);
-    return lines;
+    days.clear();
+    const LONG last = std::min(due, m_range.last);
+    for (LONG day = std::max(start, m_range.first); day <= last; ++day) days.push_back(day);
 }
 
-LONG CCalendarThread::AddTaskLine(const DATATASKS& task, LONG day) {
-    if (day < m_range.first || day > m_range.last) return 0;
+void CCalendarThread::AddTaskLine(const DATATASKS& task, LONG day) {
     auto line = std::make_unique<DATACALENDAR>();
     line->m_pTask = task.Copy(true);
     line->m_lDay = day;
@@ -105,5 +107,4 @@ LONG CCalendarThread::AddTaskLine(const DATATASKS& task, LONG day) {
     line->m_oid = task.m_oid;
     line->m_oidRecord = task.m_oidRecord;
     m_listData.Add(line.release());
-    return 1;
 }

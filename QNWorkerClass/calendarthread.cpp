@@ -86,6 +86,7 @@ DWORD CCalendarThread::ThreadProc() {
 void CCalendarThread::PostKill() {
     m_bAddingOverlays = 0;
     CloseLinksDB();
+    m_pDbOverlay.reset();
     if (m_pDb) m_pDb->Close();
     m_pDeletedDates.reset();
     m_lActiveCount = m_listData.GetCount();

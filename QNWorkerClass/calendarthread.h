@@ -21,6 +21,7 @@
 #include <array>
 #include <atomic>
 #include <memory>
+#include <vector>
 
 // What a load is about: CAV_AppointmentFilter. Only 0 has a range; the others list all such records, one line each.
 enum CalendarFilter : LONG {
@@ -204,9 +205,9 @@ protected:
     // The lines of the task of the current record; *pbShow: whether it is shown at all.
     LONG AddNewTask(CeDbRecord* record, bool* pbShow, bool bUpdate);
     bool ShowsTask(const DATATASKS& task);
-    LONG PlaceTask(const DATATASKS& task);
-    LONG CopyInProgressTasks(const DATATASKS& task);
-    LONG AddTaskLine(const DATATASKS& task, LONG day); // none outside of the range
+    std::vector<LONG> DaysOfTask(const DATATASKS& task) const; // also such outside of the range
+    void CopyInProgressTasks(const DATATASKS& task, std::vector<LONG>& days) const;
+    void AddTaskLine(const DATATASKS& task, LONG day);
 
     // --- Journal (calendarjournal.cpp) ----------------------------------------------------------------------------
     void AddJournal(CeManualEvent* stop, CEOID oid);

@@ -6,6 +6,7 @@
 #include "Platform/memory.h"
 #include "QNWorkerClass/contactsrecord.h"
 #include "QNWorkerClass/contactssort.h"
+#include "QNWorkerClass/propertyreader.h"
 
 #include <algorithm>
 #include <optional>
@@ -13,7 +14,7 @@
 namespace {
 
 // The first of the reader's texts from `first` to before `last` that is there.
-std::u16string_view FirstText(const ContactReader& reader, int first, int last) {
+std::u16string_view FirstText(const PropertyReader& reader, int first, int last) {
     for (int i = first; i < last; ++i)
         if (!reader.Text(i).empty()) return reader.Text(i);
     return {};
@@ -30,15 +31,15 @@ void ForgetWhatWasShown(DATACONTACTS& row) {
 // --- Reading ------------------------------------------------------------------------------------------------------
 
 // Names, then the keys of the format's groups, and last the SIM mark where SIM contacts are left out.
-ContactReader CContactsThread::NamesReader() const {
+PropertyReader CContactsThread::NamesReader() const {
     std::vector<CEPROPID> ids(kContactNameIds.begin(), kContactNameIds.end());
     const auto keys = GroupKeyIds(m_nKeyFormat);
     ids.insert(ids.end(), keys.begin(), keys.end());
     if (m_bSimStore && !m_bShowSIM) ids.push_back(PIMPR_SOURCE_FLAGS);
-    return ContactReader(std::move(ids));
+    return PropertyReader(std::move(ids));
 }
 
-bool CContactsThread::IsHiddenSim(const ContactReader& reader) const {
+bool CContactsThread::IsHiddenSim(const PropertyReader& reader) const {
     return m_bSimStore && !m_bShowSIM && reader.Number(reader.Count() - 1) != 0;
 }
 
@@ -47,7 +48,7 @@ bool CContactsThread::ReadCache(CeManualEvent* stop) {
     DropCache();
     if (!m_hHeap || !OpenContacts()) return true;
     m_nKeyFormat = m_nFormat;
-    ContactReader reader = NamesReader();
+    PropertyReader reader = NamesReader();
     LONG index = 0;
     for (CEOID oid = m_pDb->SeekFirst(); oid; oid = m_pDb->SeekNext(), ++index) {
         if (stop && StopRequested(stop)) {
@@ -71,13 +72,13 @@ bool CContactsThread::ReadCache(CeManualEvent* stop) {
     return true;
 }
 
-DATACONTACTS* CContactsThread::NewCacheRow(const ContactReader& reader, CEOID oidRecord) {
+DATACONTACTS* CContactsThread::NewCacheRow(const PropertyReader& reader, CEOID oidRecord) {
     auto* row = new (m_hHeap) DATACONTACTS(m_hHeap);
     if (row) FillNames(*row, reader, oidRecord);
     return row;
 }
 
-void CContactsThread::FillNames(DATACONTACTS& row, const ContactReader& reader, CEOID oidRecord) {
+void CContactsThread::FillNames(DATACONTACTS& row, const PropertyReader& reader, CEOID oidRecord) {
     const auto own = [&](int index) -> WCHAR* {
         const std::u16string_view text = reader.Text(index);
         return text.empty() ? nullptr : AllocCSTRLen(text.data(), static_cast<int>(text.size()), m_hHeap);
@@ -149,7 +150,7 @@ void CContactsThread::SortCache() {
 }
 
 // In one walk, since a seek for each contact would cost more; the company is in the cache already.
-void CContactsThread::UpdateCatCacheForGroupBy() {
+bool CContactsThread::UpdateCatCacheForGroupBy(CeManualEvent* stop) {
     const bool company = m_nFormat == kDisplayByCompany;
     std::unordered_map<CEOID, DATACONTACTS*> rows;
     m_nKeyFormat = -1; // until all have theirs
@@ -160,8 +161,9 @@ void CContactsThread::UpdateCatCacheForGroupBy() {
     }
     if (!company && OpenContacts()) {
         const auto ids = GroupKeyIds(m_nFormat);
-        ContactReader reader({ids.begin(), ids.end()});
+        PropertyReader reader({ids.begin(), ids.end()});
         for (CEOID oid = m_pDb->SeekFirst(); oid; oid = m_pDb->SeekNext()) {
+            if (StopRequested(stop)) return false;
             const auto row = rows.find(oid);
             if (row != rows.end() && reader.Read(*m_pDb))
                 row->second->m_szGroupKey = SharedText(FirstText(reader, 0, reader.Count()));
@@ -169,6 +171,7 @@ void CContactsThread::UpdateCatCacheForGroupBy() {
     }
     const PlatUnended unended; // as above
     m_nKeyFormat = m_nFormat;
+    return true;
 }
 
 bool CContactsThread::IsFiltered() const {
@@ -197,7 +200,7 @@ int CContactsThread::IndexOfRecord(CEOID oidRecord) {
 void CContactsThread::AddCatCacheItem(CEOID oidRecord) {
     const CeSectionLock lock(m_csData);
     if (!m_bCacheLoaded || !OpenContacts()) return;
-    ContactReader reader = NamesReader();
+    PropertyReader reader = NamesReader();
     if (!m_pDb->SeekTo(oidRecord) || !reader.Read(*m_pDb) || IsHiddenSim(reader)) return;
     DATACONTACTS* row = NewCacheRow(reader, oidRecord);
     if (!row) return;
@@ -210,7 +213,7 @@ void CContactsThread::UpdateCatCacheItem(CEOID oidRecord) {
     const CeSectionLock lock(m_csData);
     DATACONTACTS* row = m_listCatCache.Get(IndexOfRecord(oidRecord));
     if (!row || !OpenContacts()) return;
-    ContactReader reader = NamesReader();
+    PropertyReader reader = NamesReader();
     if (!m_pDb->SeekTo(oidRecord) || !reader.Read(*m_pDb)) return;
     ForgetWhatWasShown(*row);
     FillNames(*row, reader, oidRecord);

@@ -3,6 +3,7 @@
 
 #include "QNWorkerClass/contactsfind.h"
 #include "QNWorkerClass/contactsrecord.h"
+#include "QNWorkerClass/propertyreader.h"
 
 #include <algorithm>
 
@@ -46,7 +47,7 @@ void CContactsThread::FillContactInfo(DATACONTACTS* row) {
     m_bDrawing = true;
     if (!m_bRunGoing) {
         OpenContacts();
-        if (!m_pLineReader) m_pLineReader = std::make_unique<ContactReader>(LineIds());
+        if (!m_pLineReader) m_pLineReader = std::make_unique<PropertyReader>(LineIds());
         FillRow(*row, *m_pLineReader);
     }
     m_bDrawing = false;
@@ -56,7 +57,7 @@ void CContactsThread::FillContactInfo(DATACONTACTS* row) {
 bool CContactsThread::FillContactInfoInOnePhase(CeManualEvent* stop) {
     if (m_bUseTwoPhases) return true;
     OpenContacts();
-    ContactReader reader(LineIds());
+    PropertyReader reader(LineIds());
     for (DATACONTACTS* row : m_listContacts) {
         if (StopRequested(stop)) return false;
         if (row->m_oid != 0) FillRow(*row, reader);
@@ -65,7 +66,7 @@ bool CContactsThread::FillContactInfoInOnePhase(CeManualEvent* stop) {
 }
 
 // A record that has gone leaves an empty line.
-void CContactsThread::FillRow(DATACONTACTS& row, ContactReader& reader) {
+void CContactsThread::FillRow(DATACONTACTS& row, PropertyReader& reader) {
     row.ClearExtraData();
     row.m_bEmpty = row.m_bHasNote = row.m_bHasPicture = 0;
     row.m_bFilled = 1;
@@ -89,7 +90,7 @@ void CContactsThread::FillRow(DATACONTACTS& row, ContactReader& reader) {
 }
 
 // The number that the contact prefers, else the first one it has.
-void CContactsThread::FillLine(DATACONTACTS& row, const ContactReader& reader) {
+void CContactsThread::FillLine(DATACONTACTS& row, const PropertyReader& reader) {
     int chosen = -1;
     if (!m_bShowNamesOnly) {
         const DWORD preferred = reader.Number(kPreferred);

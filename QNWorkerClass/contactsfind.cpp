@@ -7,6 +7,7 @@
 #include "QNWorkerClass/contactsrecord.h"
 #include "QNWorkerClass/contactssort.h"
 #include "QNWorkerClass/contactsthread.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/quickfind.h"
 
 #include <algorithm>
@@ -30,7 +31,7 @@ std::vector<std::u16string> WordsOf(std::u16string_view text) {
 // The fields that are searched, in capitals, in the order file-as name, group key, first name, last name, company.
 constexpr std::size_t kFields = 5;
 std::array<std::u16string_view, kFields> CapitalFields(const DATACONTACTS& row) {
-    ContactKeys& keys = const_cast<DATACONTACTS&>(row).Keys();
+    ContactKeys& keys = row.Keys();
     if (keys.capitals.empty()) {
         const WCHAR* const fields[] = {row.m_szFileAs, row.m_szGroupKey, row.m_szFirstName, row.m_szLastName,
                                        row.m_szCompany};
@@ -167,7 +168,7 @@ bool CContactsThread::FindsByCriteria(const DATACONTACTS& row) {
 bool CContactsThread::FindsInRecord(CEOID oidRecord) {
     if (!m_pSearchReader) {
         const auto ids = FullSearchIds();
-        m_pSearchReader = std::make_unique<ContactReader>(std::vector<CEPROPID>(ids.begin(), ids.end()));
+        m_pSearchReader = std::make_unique<PropertyReader>(std::vector<CEPROPID>(ids.begin(), ids.end()));
     }
     if (!m_pDb->SeekTo(oidRecord) || !m_pSearchReader->Read(*m_pDb)) return false;
     for (int i = 0; i < m_pSearchReader->Count(); ++i) {

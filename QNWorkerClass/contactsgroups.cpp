@@ -49,6 +49,14 @@ void CContactsThread::SetGroupHeaderOpen(DATACONTACTS* header, bool bOpen) {
 
 bool CContactsThread::OpensOnCompare() const { return m_pCompare && m_bOpenOnCompare; }
 
+void CContactsThread::ShowCount(DATACONTACTS& header) {
+    WCHAR count[16];
+    wsprintfW(count, u"(%d)", header.m_lCount);
+    header.ClearExtraData();
+    header.m_szExtraLine = NewText(count);
+    header.m_bFilled = 1;
+}
+
 // Those without a row go, the others tell how many they have.
 void CContactsThread::FinishHeaders() {
     for (int i = m_listContacts.GetLast(); i >= m_listContacts.GetBase(); --i) {
@@ -57,17 +65,12 @@ void CContactsThread::FinishHeaders() {
     }
     for (int i = m_listHeaders.GetLast(); i >= m_listHeaders.GetBase(); --i) {
         DATACONTACTS* header = m_listHeaders.Get(i);
-        if (header->m_lCount == 0) {
+        if (header->m_lCount == 0)
             m_listHeaders.RemoveAt(i);
-            continue;
-        }
-        WCHAR count[16];
-        wsprintfW(count, u"(%d)", header->m_lCount);
-        header->ClearExtraData();
-        header->m_szExtraLine = NewText(count);
-        header->m_bFilled = 1;
+        else
+            ShowCount(*header);
     }
-    SortDataList(false);
+    SortRows(false);
 }
 
 // --- By key -------------------------------------------------------------------------------------------------------
@@ -119,6 +122,22 @@ void CContactsThread::PutUnder(DATACONTACTS* header, DATACONTACTS* row) {
 
 // --- By category --------------------------------------------------------------------------------------------------
 
+// Sorted ones: a contact in two whose names are equal stands once below their header.
+std::vector<CContactsThread::Category> CContactsThread::OnePerName(std::vector<Category> categories) {
+    std::vector<Category> merged;
+    for (Category& category : categories) {
+        if (merged.empty() || !AreEqual(merged.back().name, category.name, kCategoryFlags)) {
+            merged.push_back(std::move(category));
+            continue;
+        }
+        Rows& rows = merged.back().rows;
+        rows.insert(rows.end(), category.rows.begin(), category.rows.end());
+        std::ranges::sort(rows);
+        rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    }
+    return merged;
+}
+
 // The contacts of each category that the filter lets through, by its name; names that differ in case alone are one.
 std::vector<CContactsThread::Category> CContactsThread::NameCategories(std::map<LONG, Rows>& byId) {
     std::vector<Category> categories;
@@ -127,11 +146,11 @@ std::vector<CContactsThread::Category> CContactsThread::NameCategories(std::map<
         if (entry && CategoryFilterHighLevel(entry->szName.c_str(), &m_CategoryFilter))
             categories.push_back({entry->szName, std::move(rows)});
     }
-    std::ranges::sort(categories, [](const Category& a, const Category& b) {
+    std::ranges::stable_sort(categories, [](const Category& a, const Category& b) {
         return CompareStringW(LOCALE_USER_DEFAULT, kCategoryFlags, a.name.c_str(), -1, b.name.c_str(), -1) ==
                CSTR_LESS_THAN;
     });
-    return categories;
+    return OnePerName(std::move(categories));
 }
 
 // One walk over the contacts, and one look at what was typed for each.
@@ -148,15 +167,9 @@ bool CContactsThread::ListCategories(CeManualEvent* stop) {
     }
     if (!m_CategoryFilter.m_bIncludeNoCat && !CategoryFilterHighLevel(u"", &m_CategoryFilter))
         without.clear();
-    DATACONTACTS* header = AddHeader(LoadText(kTextNone, kNoneChars));
-    AddBranch(header, without, true);
-    std::u16string_view name = u""; // no category is without one
-    const std::vector<Category> categories = NameCategories(byId);
-    for (const Category& category : categories) {
-        if (!AreEqual(category.name, name, kCategoryFlags)) header = AddHeader(category.name);
-        name = category.name;
-        AddBranch(header, category.rows, true);
-    }
+    AddBranch(AddHeader(LoadText(kTextNone, kNoneChars)), without, true);
+    for (const Category& category : NameCategories(byId))
+        AddBranch(AddHeader(category.name), category.rows, true);
     FinishHeaders();
     return true;
 }
@@ -218,7 +231,8 @@ LONG CContactsThread::TreeAddList(LONG id, LONG position, bool bBatch) {
             CollectByKey(*header, rows);
         header->m_lCount = 0;
         AddBranch(header, rows, bBatch);
-        if (!bBatch && !rows.empty()) SortDataList(false);
+        ShowCount(*header);
+        if (!bBatch && !rows.empty()) SortRows(false);
         m_lActiveDataCount = m_listContacts.GetCount();
     }
     if (!bBatch && !rows.empty()) SendCount(kTreeBranchChanged);

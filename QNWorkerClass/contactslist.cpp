@@ -11,6 +11,7 @@
 #include "QNWorkerClass/contactssort.h"
 #include "QNWorkerClass/recentcontacts.h"
 #include "QNWorkerClass/texts.h"
+#include "QNWorkerClass/usermarkup.h"
 
 #include <algorithm>
 
@@ -31,20 +32,6 @@ std::u16string Format(const WCHAR* format, Values... values) {
     WCHAR text[64];
     wsprintfW(text, format, values...);
     return text;
-}
-
-// What another telephone sends is no mark-up: two "<" are one letter, which the tag without effect behind them makes sure of.
-constexpr std::u16string_view kLetterLess = u"<</BODY>";
-
-std::u16string AsMarkup(const std::u16string& text) {
-    std::u16string markup;
-    for (const WCHAR c : text) {
-        if (c == u'<')
-            markup += kLetterLess;
-        else
-            markup += c;
-    }
-    return markup;
 }
 
 UINT PictureOf(const CCallLogEntry& entry) {
@@ -166,14 +153,18 @@ void CContactsThread::ClearData() {
     m_lActiveDataCount = 0;
 }
 
-void CContactsThread::FillShownKeys() {
-    const auto format = static_cast<LONG>(m_listContacts.GetUser());
+void CContactsThread::FillShownKeys(LONG format) {
     for (DATACONTACTS* row : m_listContacts)
         if (!row->m_bGroupHeader) FillShownKey(*row, format);
 }
 
 void CContactsThread::SortDataList(bool bSimple) {
-    if (!bSimple) FillShownKeys();
+    const DataHold hold(*this);
+    if (hold.IsHeld()) SortRows(bSimple);
+}
+
+void CContactsThread::SortRows(bool bSimple) {
+    FillShownKeys(bSimple ? LONG{kDisplayFileAs} : static_cast<LONG>(m_listContacts.GetUser()));
     m_listContacts.SetCompare(bSimple ? &CompareFuncSimple : &CompareFunc);
     m_listContacts.Sort(!bSimple);
 }

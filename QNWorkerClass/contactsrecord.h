@@ -2,14 +2,10 @@
 // texts for a full search.
 #pragma once
 
-#include "NorvoTools/CeDb.h"
-#include "Platform/memory.h"
 #include "Platform/poom.h"
 
 #include <array>
 #include <span>
-#include <string_view>
-#include <vector>
 
 inline constexpr const WCHAR* kContactsDb = u"Contacts Database";
 
@@ -38,35 +34,3 @@ inline constexpr std::array<CEPROPID, 19> kContactLineIds{
 
 // The texts that a full search looks at.
 std::span<const CEPROPID> FullSearchIds();
-
-// Reads records of one set of properties, into one buffer.
-class ContactReader {
-public:
-    explicit ContactReader(std::vector<CEPROPID> ids)
-        : m_ids(std::move(ids)), m_size(CeThreadBufferSize(Count())),
-          m_buffer(static_cast<BYTE*>(LocalAlloc(LPTR, m_size))) {}
-    ~ContactReader() {
-        m_record.DetachBuffer();
-        LocalFree(m_buffer);
-    }
-    ContactReader(const ContactReader&) = delete;
-    ContactReader& operator=(const ContactReader&) = delete;
-
-    WORD Count() const { return static_cast<WORD>(m_ids.size()); }
-    CEPROPID Id(int index) const { return m_ids[static_cast<std::size_t>(index)]; }
-    // The current record. False leaves the reason in GetLastError; 122: the record is too large for any list.
-    bool Read(CeDb& db) { return m_buffer && db.ReadRec(m_record, m_buffer, m_size, Count(), m_ids.data()); }
-    const CeDbRecord& Record() const { return m_record; }
-    std::u16string_view Text(int index) const { return m_record.TextAt(index); }
-    DWORD Number(int index) const {
-        DWORD value = 0;
-        m_record.GetIndexVal(index, value);
-        return value;
-    }
-
-private:
-    std::vector<CEPROPID> m_ids;
-    DWORD m_size;
-    BYTE* m_buffer;
-    CeDbRecord m_record;
-};

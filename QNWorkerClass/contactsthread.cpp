@@ -8,6 +8,7 @@
 #include "QNWorkerClass/contactsfind.h"
 #include "QNWorkerClass/contactsrecord.h"
 #include "QNWorkerClass/contactssort.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/sidestores.h"
 #include "QNWorkerClass/viewsettings.h"
 
@@ -48,7 +49,7 @@ CContactsThread::CContactsThread()
 }
 
 CContactsThread::~CContactsThread() {
-    Stop(false);
+    StopAnswering();
     DropCache();
 }
 
@@ -159,7 +160,8 @@ bool CContactsThread::PrepareCache(CeManualEvent* stop) {
         const bool stale =
             m_prepared.nNameFormat != wanted.nNameFormat || m_prepared.bNamesOnly != wanted.bNamesOnly;
         m_prepared = {};
-        if (IsGroupedByKey(m_nFormat) && m_nKeyFormat != m_nFormat) UpdateCatCacheForGroupBy();
+        if (IsGroupedByKey(m_nFormat) && m_nKeyFormat != m_nFormat && !UpdateCatCacheForGroupBy(stop))
+            return false;
         if (stale) {
             for (DATACONTACTS* row : m_listCatCache) {
                 row->ClearNameDisplay();
@@ -171,8 +173,8 @@ bool CContactsThread::PrepareCache(CeManualEvent* stop) {
         m_prepared = wanted;
     }
     if (m_bRefilter.exchange(false)) FilterCatCacheItems();
-    m_pDb
-        ->Close(); // a full search looks at records that are at hand, so a first run must not find more than the next
+    // A full search looks at records that are at hand: a first run must not find more than the next.
+    m_pDb->Close();
     m_listContacts.SetUser(static_cast<CEUSER>(m_nFormat.load()));
     return true;
 }

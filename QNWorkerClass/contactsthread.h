@@ -30,7 +30,7 @@
 #include <vector>
 
 class CCallLog;
-class ContactReader;
+class PropertyReader;
 struct CCallLogEntry;
 struct ContactsCompare;
 
@@ -67,6 +67,7 @@ public:
     CePtrList<DATACONTACTS*>& GetList() { return m_listContacts; } // first index 1; owns nothing
     LONG GetActiveDataCount() override { return m_lActiveDataCount; }
     void ClearData();
+    // By the format, group by group; or plainly by file-as names, the last one first. Nothing happens while a run is going.
     void SortDataList(bool bSimple);
     // Reads what a row of this object shows besides its name. Nothing happens while a run is going: the row stays unfilled.
     void FillContactInfo(DATACONTACTS* row);
@@ -133,13 +134,13 @@ private:
 
     // --- The cache (contactscache.cpp) ----------------------------------------------------------------------------
     bool ReadCache(CeManualEvent* stop); // false when stopped; the cache is empty then
-    ContactReader NamesReader() const;
+    PropertyReader NamesReader() const;
     void DropCache();
-    DATACONTACTS* NewCacheRow(const ContactReader& reader, CEOID oidRecord);
-    void FillNames(DATACONTACTS& row, const ContactReader& reader, CEOID oidRecord);
-    bool IsHiddenSim(const ContactReader& reader) const;
+    DATACONTACTS* NewCacheRow(const PropertyReader& reader, CEOID oidRecord);
+    void FillNames(DATACONTACTS& row, const PropertyReader& reader, CEOID oidRecord);
+    bool IsHiddenSim(const PropertyReader& reader) const;
     WCHAR* SharedText(std::u16string_view text);
-    void UpdateCatCacheForGroupBy();
+    bool UpdateCatCacheForGroupBy(CeManualEvent* stop); // false when stopped
     LONG CacheOrder() const;
     void SortCache();
     bool IsFiltered() const;
@@ -160,13 +161,15 @@ private:
     bool ListCalls(CeManualEvent* stop);
     bool PassesCall(const CCallLogEntry& entry) const;
     void AddCall(const CCallLogEntry& entry);
-    void FillShownKeys();
+    void FillShownKeys(LONG format);
+    void SortRows(bool bSimple);
 
     // --- Groups (contactsgroups.cpp) ------------------------------------------------------------------------------
     bool ListGroups(CeManualEvent* stop);
     bool ListCategories(CeManualEvent* stop);
     DATACONTACTS* AddHeader(std::u16string_view label);
     void PutUnder(DATACONTACTS* header, DATACONTACTS* row);
+    void ShowCount(DATACONTACTS& header);
     void FinishHeaders();
     bool OpensOnCompare() const;
     void AddBranch(DATACONTACTS* header, const Rows& rows, bool bBatch);
@@ -174,10 +177,11 @@ private:
     void CollectByCategory(const DATACONTACTS& header, Rows& rows);
     void RemoveBranch(DWORD id);
     std::vector<Category> NameCategories(std::map<LONG, Rows>& byId);
+    static std::vector<Category> OnePerName(std::vector<Category> categories);
 
     // --- Rows (contactsfill.cpp) ----------------------------------------------------------------------------------
-    void FillRow(DATACONTACTS& row, ContactReader& reader);
-    void FillLine(DATACONTACTS& row, const ContactReader& reader);
+    void FillRow(DATACONTACTS& row, PropertyReader& reader);
+    void FillLine(DATACONTACTS& row, const PropertyReader& reader);
     bool FillContactInfoInOnePhase(CeManualEvent* stop);
     std::vector<CEPROPID> LineIds() const;
 
@@ -191,8 +195,8 @@ private:
     std::unordered_map<std::u16string_view, WCHAR*> m_sharedTexts; // of the heap: group keys and labels
     std::unordered_set<std::u16string> m_openGroups;               // labels in capitals
     std::unique_ptr<CCallLog> m_pCallLog;
-    std::unique_ptr<ContactReader> m_pLineReader;
-    std::unique_ptr<ContactReader> m_pSearchReader;
+    std::unique_ptr<PropertyReader> m_pLineReader;
+    std::unique_ptr<PropertyReader> m_pSearchReader;
     std::atomic<LONG> m_lActiveDataCount{0};
     std::atomic<LONG> m_lTotalNumRecords{0};
     std::atomic<bool> m_bCacheLoaded{false};

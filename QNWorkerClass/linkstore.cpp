@@ -10,6 +10,7 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -93,10 +94,10 @@ LONG NextNumber() {
     return any ? NumberAt(record, 0) + 1 : 1;
 }
 
-bool AddLink(CeDb& db, const Link& link) {
+bool AddLink(CeDb& db, const Link& link, LONG number) {
     CeDbRecord record;
     record.AddProps(kIds.data(), static_cast<WORD>(kIds.size()));
-    record.SetIndexVal(kNumberAt, NextNumber());
+    record.SetIndexVal(kNumberAt, number);
     record.SetIndexVal(kOwnerAt, static_cast<LONG>(link.owner));
     record.SetIndexVal(kTargetAt, static_cast<LONG>(link.target));
     record.SetIndexVal(kKindAt, static_cast<LONG>(link.kind));
@@ -136,10 +137,43 @@ bool CLinks::CheckAndCreateDB() {
 bool CLinks::Create(CEOID owner, CEOID target, const WCHAR* text, LinkKind kind, LONG flag,
                     const WCHAR* display) {
     if (owner == 0 || owner == target) return false;
-    CheckAndCreateDB();
-    CeDb db;
-    if (!db.Open(kStore, kOwner)) return false;
-    const Link link{owner, target, ViewOf(text), kind, flag, ViewOf(display)};
-    if ((target != 0 || kind == LinkKind::kMail) && IsThere(db, link)) return true;
-    return AddLink(db, link);
+    CLinkBatch batch;
+    return batch.Create(owner, target, text, kind, flag, display) && batch.Commit();
 }
+
+std::vector<std::pair<CEOID, CEOID>> CLinks::ItemPairs() {
+    std::vector<std::pair<CEOID, CEOID>> pairs;
+    CeDb db;
+    if (!db.Open(kStore, kOwner)) return pairs;
+    CeDbRecord record;
+    for (CEOID at = db.SeekFirst(); at; at = db.SeekNext()) {
+        if (!db.ReadRec(record, static_cast<WORD>(kIds.size()), kIds.data())) continue;
+        const auto kind = static_cast<LinkKind>(NumberAt(record, kKindAt));
+        const bool item =
+            kind == LinkKind::kContact || kind == LinkKind::kAppointment || kind == LinkKind::kTask;
+        const auto owner = static_cast<CEOID>(NumberAt(record, kOwnerAt));
+        const auto target = static_cast<CEOID>(NumberAt(record, kTargetAt));
+        if (item && owner && target) pairs.emplace_back(owner, target);
+    }
+    return pairs;
+}
+
+CLinkBatch::CLinkBatch() {
+    CLinks::CheckAndCreateDB();
+    m_bOpen = m_db.Open(kStore, kOwner) && m_db.BeginTransaction();
+}
+
+CLinkBatch::~CLinkBatch() {
+    if (m_bOpen) m_db.RollBack();
+}
+
+bool CLinkBatch::Create(CEOID owner, CEOID target, const WCHAR* text, LinkKind kind, LONG flag,
+                        const WCHAR* display) {
+    if (!m_bOpen || owner == 0 || owner == target) return false;
+    const Link link{owner, target, ViewOf(text), kind, flag, ViewOf(display)};
+    if ((target != 0 || kind == LinkKind::kMail) && IsThere(m_db, link)) return true;
+    if (m_nNumber == 0) m_nNumber = NextNumber();
+    return AddLink(m_db, link, m_nNumber++);
+}
+
+bool CLinkBatch::Commit() { return std::exchange(m_bOpen, false) && m_db.Commit(); }

@@ -29,7 +29,8 @@ bool CNotesThread::ReadBody(const DATANOTES& row, std::u16string& body) {
         if (!preview) return false;
         const std::u16string_view text = preview.get();
         if (text.starts_with(u"{\\rtf")) {
-            const std::string narrow(text.begin(), text.end()); // rich text is ASCII
+            std::string narrow(wcstombs(nullptr, preview.get(), 0), '\0');
+            wcstombs(narrow.data(), preview.get(), narrow.size());
             m_ink.StreamIn(reinterpret_cast<const BYTE*>(narrow.data()), static_cast<DWORD>(narrow.size()),
                            kNoteRich);
         } else {

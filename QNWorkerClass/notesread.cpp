@@ -145,7 +145,7 @@ void CNotesThread::AddStorageCards() {
     if (!first || !next) return;
     WIN32_FIND_DATAW card{};
     const Search search(first(&card));
-    for (bool more = static_cast<bool>(search); more && !m_bStopped;
+    for (bool more = static_cast<bool>(search); more && !IsStopped();
          more = next(search.Get(), &card) != FALSE)
         if (!wcsistr(card.cFileName, u"bluetooth")) AddRoot(Below({}, card.cFileName), true);
 }
@@ -181,8 +181,7 @@ LONG CNotesThread::AddFolder(const std::u16string& path, bool bSubFolders, DATAN
     WIN32_FIND_DATAW found{};
     const Search search(FindFirstFileW(Below(path, u"*").c_str(), &found));
     for (bool more = static_cast<bool>(search); more; more = FindNextFileW(search.Get(), &found) != FALSE) {
-        m_bStopped = m_bStopped || (m_pStop && StopRequested(m_pStop));
-        if (m_bStopped) break;
+        if (IsStopped()) break;
         if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
             count += IsValidExtension(found.cFileName) && AddPWINote(found, parent);
         else if (bSubFolders)
@@ -212,10 +211,11 @@ LONG CNotesThread::AddSubFolder(const WIN32_FIND_DATAW& found, const std::u16str
     return count;
 }
 
-// A link may lead back to where we are, and a few of them to very many places.
+// A link may lead back to where we are, and a few of them to very many places. Folders that have no number, on a device
+// that can't be written, share one count.
 bool CNotesThread::MayFill(DWORD oid) {
-    constexpr int kMostVisits = 8;
-    if (oid == 0) return true;
+    constexpr int kMostVisits = 8, kMostWithoutNumber = 2000;
+    if (oid == 0) return ++m_visits[oid] <= kMostWithoutNumber;
     return std::ranges::find(m_chain, oid) == m_chain.end() && ++m_visits[oid] <= kMostVisits;
 }
 
@@ -253,7 +253,7 @@ void CNotesThread::ReadAttributes(DATANOTES& row) const {
 void CNotesThread::AddHPCDatabases() {
     if (!m_library->HasDatabases()) return;
     HANDLE last = nullptr;
-    while (const HANDLE database = m_bStopped ? nullptr : m_library->FindNextDatabase(last)) {
+    while (const HANDLE database = IsStopped() ? nullptr : m_library->FindNextDatabase(last)) {
         last = database;
         WCHAR name[MAX_PATH] = {};
         const DWORD oid = m_library->GetDatabaseOid(database);
@@ -274,9 +274,8 @@ LONG CNotesThread::AddHPCDatabase(DWORD oid, DATANOTES* parent) {
     LONG count = 0;
     HANDLE last = nullptr;
     while (const HANDLE note =
-               m_bStopped ? nullptr : m_library->FindNextNote(oid, last, kLibraryNoteProperty)) {
+               IsStopped() ? nullptr : m_library->FindNextNote(oid, last, kLibraryNoteProperty)) {
         last = note;
-        m_bStopped = m_pStop && StopRequested(m_pStop);
         PWN_NOTE data{};
         data.dwSize = sizeof data;
         if (m_library->GetNoteData(note, &data) == 1 && data.oid != 0)

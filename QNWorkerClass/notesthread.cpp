@@ -21,9 +21,10 @@ CNotesThread::CNotesThread() : m_listNotes(1, PTRLIST_KEEP, &CompareFuncSubject)
     m_listNotes.SetDelete(&DeleteRow);
     std::copy_n(kNotesKey, std::size(kNotesKey), m_szSettingsKey);
     SettingChange();
+    CNotesThread::InitiateLinksDB(); // before the worker and the client could both find the stores missing
 }
 
-CNotesThread::~CNotesThread() { Stop(false); }
+CNotesThread::~CNotesThread() { StopAnswering(); }
 
 // --- Settings -----------------------------------------------------------------------------------------------------
 
@@ -74,16 +75,18 @@ void CNotesThread::PostKill() {
 }
 
 DWORD CNotesThread::NotesThreadProc(CeManualEvent* stop, bool bFull) {
+    LONG count = 0;
     {
         const DataHold hold(*this);
         if (!hold.IsHeld() || !Load(stop, bFull)) return 0;
+        count = GetActiveDataCount();
     }
-    Tell();
+    Tell(count);
     return 0;
 }
 
-void CNotesThread::Tell() {
-    if (m_hClientWnd) SendMessageW(m_hClientWnd, kMsgListChanged, 1, GetActiveDataCount());
+void CNotesThread::Tell(LONG count) {
+    if (m_hClientWnd) SendMessageW(m_hClientWnd, kMsgListChanged, 1, count);
 }
 
 // False when it was stopped.
@@ -97,7 +100,7 @@ bool CNotesThread::Load(CeManualEvent* stop, bool bFull) {
         AddMyDocumentsRoot();
         AddStorageCards();
         AddHPCDatabases();
-        if (m_bStopped) return false;
+        if (IsStopped()) return false;
     }
     if (bFull) Sort();
     return true;
@@ -120,6 +123,11 @@ CNotesThread::Reading::Reading(CNotesThread& thread, CeManualEvent* stop) : m_th
     thread.m_visits.clear();
     thread.m_pStop = stop;
     thread.m_bStopped = false;
+}
+
+bool CNotesThread::IsStopped() {
+    m_bStopped = m_bStopped || (m_pStop && StopRequested(m_pStop));
+    return m_bStopped;
 }
 
 CNotesThread::Reading::~Reading() {

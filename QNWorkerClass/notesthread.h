@@ -40,7 +40,7 @@ public:
     CNotesThread();
     ~CNotesThread() override;
 
-    // --- What to load ---------------------------------------------------------------------------------------------
+    // --- What to load; between two loads --------------------------------------------------------------------------
     void SettingChange(); // read afresh by each full load
     // Only notes with this text stay, in any case: in the subject, with bContents also in the body. bWildcard goes before
     // bAnywhere; without both the beginning counts. Closed folders are searched too, and stay closed.
@@ -61,6 +61,7 @@ public:
     // --- The list -------------------------------------------------------------------------------------------------
     CePtrList<DATANOTES*>& GetList() { return m_listNotes; } // first index 1
     LONG GetActiveDataCount() override { return m_listNotes.GetCount(); }
+    // That a load has met, also those that the filters left out; folders opened since count by their rows.
     LONG GetRecordingCount() const { return m_nRecordings; }
     const std::vector<std::u16string>& GetRoots() const { return m_roots; }
     const std::u16string& GetRootFolder() const { return m_rootFolder; }
@@ -111,11 +112,13 @@ private:
 
     // --- The load (notesthread.cpp) -------------------------------------------------------------------------------
     bool Load(CeManualEvent* stop, bool bFull);
-    void Tell();
+    void Tell(LONG count);
     static void DeleteRow(DATANOTES** row, CEUSER, void*) { delete *row; }
     DWORD StateFor(DWORD stored) const; // as IsFolderOpen tells it
     bool IsLeftOut(DWORD state) const { return state > kFolderOpen && !m_bShowAllFolders; }
     static bool IsOpen(DWORD state) { return state == kFolderOpen || state == (kFolderOpen | kFolderHidden); }
+
+    bool IsStopped();
 
     // --- Files (notesread.cpp) ------------------------------------------------------------------------------------
     DWORD StateOf(std::u16string_view path) const { return StateFor(m_pStores->StateOf(path)); }

@@ -6,12 +6,17 @@ namespace {
 
 constexpr std::u16string_view kRoot = u"hkey_current_user\\";
 
-// Names differ in more than case; a section's name lacks the backslash that a path begins with.
-std::u16string Folded(std::u16string_view path) {
-    while (path.starts_with(u'\\')) path.remove_prefix(1);
-    std::u16string folded(path);
+// Names differ in more than case.
+std::u16string Folded(std::u16string_view name) {
+    std::u16string folded(name);
     for (WCHAR& unit : folded) unit = towlower(unit);
     return folded;
+}
+
+// A section's name lacks the backslash that a path begins with.
+std::u16string FoldedKey(std::u16string_view path) {
+    while (path.starts_with(u'\\')) path.remove_prefix(1);
+    return Folded(path);
 }
 
 std::u16string KeyOf(const INIFile::Section& section) {
@@ -24,11 +29,13 @@ std::u16string KeyOf(const INIFile::Section& section) {
 NoteStores::NoteStores(const CRegistry& notes, const CRegistry& folders)
     : m_sections(notes.CopyOfSections()) {
     for (const INIFile::Section& section : m_sections) m_notes.emplace(KeyOf(section), &section);
-    const std::u16string states = Folded(kFolderStateKey);
+    const std::u16string states = FoldedKey(kFolderStateKey);
     for (const INIFile::Section& section : folders.CopyOfSections()) {
         if (KeyOf(section) != states) continue;
         for (const INIFile::Value& value : section.values)
-            if (value.type == kValueDoubleWord) m_folders.emplace(Folded(value.name), value.number);
+            m_folders.emplace(Folded(value.name),
+                              value.type == kValueDoubleWord ? value.number : kFolderClosed);
+        break; // of names that stand twice the first one counts
     }
 }
 
@@ -38,6 +45,6 @@ DWORD NoteStores::StateOf(std::u16string_view path) const {
 }
 
 const INIFile::Section* NoteStores::Note(std::u16string_view path) const {
-    const auto found = m_notes.find(Folded(path));
+    const auto found = m_notes.find(FoldedKey(path));
     return found == m_notes.end() ? nullptr : found->second;
 }

@@ -4,6 +4,7 @@
 #include "Platform/clock.h"
 #include "Platform/locale.h"
 #include "Platform/strings.h"
+#include "Platform/threads.h"
 #include "QNWorkerClass/sortkey.h"
 #include "QNWorkerClass/viewsettings.h"
 
@@ -107,6 +108,7 @@ void CNotesThread::Sort() {
     }
     if (roots.IsEmpty()) return;
     SortHier(roots, kCompares[key], direction);
+    const PlatUnended unended; // the list has all rows, or those that it lacks are nobody's
     m_listNotes.SetDelete(nullptr);
     m_listNotes.Clear();
     LoadHier(roots);
@@ -132,9 +134,10 @@ void CNotesThread::LoadHier(const CePtrList<DATANOTES*>& level) {
 // --- Folders ------------------------------------------------------------------------------------------------------
 
 void CNotesThread::ExpandTreeNode(bool bExpand, DATANOTES* row, bool bPersist) {
+    LONG count = 0;
     {
         const DataHold hold(*this);
-        if (!hold.IsHeld()) return;
+        if (!hold.IsHeld() || !row || !row->m_bFolder) return;
         row->m_bExpanded = bExpand;
         Empty(row);
         if (bExpand) FillFolder(row);
@@ -142,25 +145,34 @@ void CNotesThread::ExpandTreeNode(bool bExpand, DATANOTES* row, bool bPersist) {
             SetFolderState(row->m_bstrPath, static_cast<DWORD>(row->m_lHidden) + bExpand);
             Sort();
         }
+        count = GetActiveDataCount();
     }
-    if (bPersist) Tell();
+    if (bPersist) Tell(count);
 }
 
 void CNotesThread::FillFolder(DATANOTES* row) {
     const Reading reading(*this, nullptr);
+    const LONG recordings = m_nRecordings;
+    const int rows = m_listNotes.GetCount();
     if (row->m_nKind == kNoteDatabase)
         AddHPCDatabase(row->m_oid, row);
     else
         AddFolderContents(row->m_bstrPath, row, true);
+    // Empty takes off rows alone.
+    const auto isRecording = [](const DATANOTES* note) { return note->m_nKind == kNoteRecording; };
+    m_nRecordings = recordings + static_cast<LONG>(std::count_if(std::next(m_listNotes.begin(), rows),
+                                                                 m_listNotes.end(), isRecording));
 }
 
 void CNotesThread::RemoveChildren(DATANOTES* row, bool bTell) {
+    LONG count = 0;
     {
         const DataHold hold(*this);
         if (!hold.IsHeld()) return;
         Empty(row);
+        count = GetActiveDataCount();
     }
-    if (bTell) Tell();
+    if (bTell) Tell(count);
 }
 
 // All descendants at once: one pass over the list, however many they are.

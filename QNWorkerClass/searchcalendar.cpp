@@ -5,9 +5,11 @@
 #include "Platform/poom.h"
 #include "Platform/strings.h"
 #include "QNWorkerClass/calendarthread.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/searchrows.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/texts.h"
+#include "QNWorkerClass/usermarkup.h"
 
 #include <algorithm>
 #include <optional>
@@ -19,6 +21,7 @@ constexpr std::array<CEPROPID, kFields> kIds{PIMPR_SUBJECT, PIMPR_LOCATION, PIMP
                                              PIMPR_SENSITIVITY, PIMPR_NUMBER};
 constexpr DWORD kNumberMask = 0xFFFF;
 constexpr int kImage = 237;
+constexpr std::u16string_view kSeriesMark = u"<IMG SRC=242> ";
 constexpr UINT kTextHour = 41186;
 constexpr UINT kTextMinute = 41189;
 constexpr LONG kMinutesPerHour = 60;
@@ -96,8 +99,8 @@ private:
 void CSearchThread::ReadCalendar(CEOID resume) {
     Occurrences occurrences(m_query.lPrivacy, m_bShowHasNote);
     if (!occurrences.Open(!m_query.bNoLinks)) return;
-    if (m_pattern.FindsAll()) occurrences.ScanItems();
-    ContactReader reader({kIds.begin(), kIds.end()});
+    if (m_pattern.FindsAll() && !resume) occurrences.ScanItems();
+    PropertyReader reader({kIds.begin(), kIds.end()});
     CeDb& store = occurrences.Store();
     WalkRecords(store, resume, [&] {
         if (!reader.Read(store)) return;
@@ -126,13 +129,18 @@ void CSearchThread::AddOccurrences(const CeDbRecord& record, Occurrences& occurr
     Range days = m_range;
     if (recurring && !m_bTo) days.last = std::min(days.last, days.first + kOpenDays);
     if (recurring && !m_bFrom) days.first = std::max(days.first, days.last - kOpenDays);
-    auto* lines = HasRange() ? &occurrences.Within(days) : &occurrences.Once();
-    if (lines->IsEmpty() && recurring && m_bFrom != m_bTo) lines = &occurrences.Once();
+    bool once = !HasRange();
+    auto* lines = once ? &occurrences.Once() : &occurrences.Within(days);
+    if (lines->IsEmpty() && recurring && m_bFrom != m_bTo) {
+        once = true;
+        lines = &occurrences.Once();
+    }
     for (const DATACALENDAR* line : *lines) {
+        if (StopRequested(&m_hStopEvent)) return; // a century of days
         if (HasRange() && !m_range.Holds(static_cast<LONG>(line->m_dtStart))) continue;
         auto row = NewRow(kLineAppointment, kImage, line->m_oid, line->m_oidRecord);
         row->m_szSubject = AllocLPWSTR(line->m_bstrSubject);
-        row->m_szText = AllocLPWSTR(TextOf(*line).c_str());
+        row->m_szText = AllocLPWSTR(TextOf(*line, recurring && once).c_str());
         row->m_szCategories = AllocLPWSTR(line->m_szCategories);
         if (line->m_szIcon) row->m_szIcon = AllocLPWSTR(line->m_szIcon);
         row->m_dtDate = row->m_dtStart = line->m_dtStart;
@@ -144,12 +152,14 @@ void CSearchThread::AddOccurrences(const CeDbRecord& record, Occurrences& occurr
     }
 }
 
-// "<B>Lunch</B><BR>[3/12/10 12:30 PM]  1hour, 30minutes, Canteen".
-std::u16string CSearchThread::TextOf(const DATACALENDAR& line) const {
+// "<B>Lunch</B><BR>[3/12/10 12:30 PM]  1hour, 30minutes, Canteen"; with a picture when it stands for a whole series.
+std::u16string CSearchThread::TextOf(const DATACALENDAR& line, bool series) const {
     std::u16string text = u"<B>" + AsMarkup(line.m_bstrSubject ? line.m_bstrSubject : u"") + u"</B><BR>[" +
                           ShortDateText(line.m_dtStart);
     if (!line.m_bAllDay) text += u" " + TimeText(line.m_dtStart);
-    text += u"]  " + DurationText(line.m_lDuration);
+    text += u"]  ";
+    if (series) text += kSeriesMark;
+    text += DurationText(line.m_lDuration);
     if (line.m_bstrLocation && *line.m_bstrLocation) {
         if (text.back() != u' ') text += u", ";
         text += AsMarkup(line.m_bstrLocation);

@@ -2,9 +2,11 @@
 #include "NorvoTools/StrFunctions.h"
 #include "Platform/poom.h"
 #include "Platform/strings.h"
-#include "QNWorkerClass/searchrows.h"
+#include "QNWorkerClass/contactsrecord.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
+#include "QNWorkerClass/usermarkup.h"
 
 #include <algorithm>
 #include <array>
@@ -74,7 +76,7 @@ void CSearchThread::ReadContacts(CEOID resume) {
     if (!OpenPim(kContactsDb)) return;
     std::array<CEPROPID, kMostIds> ids;
     const WORD count = SetPropIdsContacts(ids.data());
-    ContactReader reader({ids.begin(), ids.begin() + count});
+    PropertyReader reader({ids.begin(), ids.begin() + count});
     WalkRecords(*m_pDb, resume, [&] {
         if (!reader.Read(*m_pDb) || !ContactCheck(reader)) return;
         auto row =
@@ -88,15 +90,15 @@ void CSearchThread::ReadContacts(CEOID resume) {
     });
 }
 
-bool CSearchThread::ContactCheck(const ContactReader& reader) {
-    if (HasRange() && !ContactDatesMatch(reader)) return false;
+bool CSearchThread::ContactCheck(const PropertyReader& reader) {
+    if (m_bFrom && !ContactDatesMatch(reader)) return false; // one without a beginning is none for contacts
     const DWORD oid = reader.Number(reader.Count() - 1) | kOidContact;
     if (!CategoryFilterEDB(oid, &m_CategoryFilter)) return false;
     return m_pattern.FindsAll() || ContactFieldsMatch(reader);
 }
 
 // The two dates stand before the number.
-bool CSearchThread::ContactDatesMatch(const ContactReader& reader) const {
+bool CSearchThread::ContactDatesMatch(const PropertyReader& reader) const {
     for (const int index : {reader.Count() - 3, reader.Count() - 2}) {
         const double date = RecordDateAt(reader.Record(), index);
         if (date != kNoDate && m_range.Holds(static_cast<LONG>(date))) return true;
@@ -104,7 +106,7 @@ bool CSearchThread::ContactDatesMatch(const ContactReader& reader) const {
     return false;
 }
 
-bool CSearchThread::ContactFieldsMatch(const ContactReader& reader) {
+bool CSearchThread::ContactFieldsMatch(const PropertyReader& reader) {
     const auto names = [&](int first, int count) {
         return ContactGroupMatches(reader, first, count, kGroupOfNames);
     };
@@ -142,7 +144,7 @@ bool CSearchThread::ContactFieldsMatch(const ContactReader& reader) {
 
 // The fields of a group as one text, or, where only their beginnings count, each by itself. Numbers count without what
 // they are set out with, too, and names by their sound.
-bool CSearchThread::ContactGroupMatches(const ContactReader& reader, int first, int count, int kind) {
+bool CSearchThread::ContactGroupMatches(const PropertyReader& reader, int first, int count, int kind) {
     std::u16string fields, further;
     const auto matches = [&] {
         const bool found =

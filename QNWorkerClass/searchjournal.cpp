@@ -5,10 +5,13 @@
 #include "Platform/notetext.h"
 #include "Platform/poom.h"
 #include "Platform/strings.h"
+#include "QNWorkerClass/DATACALENDAR.h"
 #include "QNWorkerClass/journalstore.h"
-#include "QNWorkerClass/searchrows.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
+#include "QNWorkerClass/tasksubject.h"
+#include "QNWorkerClass/usermarkup.h"
 
 namespace {
 
@@ -28,11 +31,10 @@ enum Field : int {
 constexpr std::array<CEPROPID, kFields> kIds{0x0030001F, 0x002F001F, 0x0031001F, 0x002D0040, 0x002E0003,
                                              0x0034001F, 0x0035001F, 0x0036000B, 0x002B0040, 0x002C0040};
 constexpr CEPROPID kNote = 0x00370064;
-constexpr LONG kRowJournal = 6;
 constexpr int kImage = 232;
 constexpr std::size_t kBodyChars = 200; // of a row
 
-// What an item is called; empty for one that is gone.
+// What an item is called, of a task without what stands in front of its subject; empty for one that is gone.
 std::u16string ReadTitle(DWORD oid) {
     ComRef<IDispatch> item;
     BSTR title = nullptr;
@@ -52,6 +54,7 @@ std::u16string ReadTitle(DWORD oid) {
     }
     std::u16string text(title ? title : u"");
     SysFreeString(title);
+    if (COutlook::GetQNItemType(oid) == kDataTask) text = std::u16string(ParseTaskSubject(text).text);
     return text;
 }
 
@@ -62,7 +65,9 @@ std::u16string BodyOf(CeDb& store, const CeDbRecord& record) {
     if (store.ReadStream(kNote, &note) && !PlatTextOfNote(note.lpb, note.dwCount, body)) body.clear();
     LocalFree(note.lpb);
     if (body.empty()) body = record.TextAt(kOldNote);
-    return body.substr(0, kBodyChars);
+    if (body.size() <= kBodyChars) return body;
+    const bool halved = (body[kBodyChars - 1] & 0xFC00) == 0xD800; // the last character
+    return body.substr(0, kBodyChars - (halved ? 1 : 0));
 }
 
 } // namespace
@@ -70,7 +75,7 @@ std::u16string BodyOf(CeDb& store, const CeDbRecord& record) {
 void CSearchThread::ReadJournal(CEOID resume) {
     m_pDb->Close();
     if (!m_pDb->MountNorvoVolume() || !m_pDb->Open(kJournalStore, kIds[kCreated])) return;
-    ContactReader reader({kIds.begin(), kIds.end()});
+    PropertyReader reader({kIds.begin(), kIds.end()});
     for (CEOID at = resume ? m_pDb->SeekTo(resume) : m_pDb->SeekLast(); at && !StopRequested(&m_hStopEvent);
          at = resume ? 0 : m_pDb->SeekPrev())
         if (reader.Read(*m_pDb) && JournalCheck(reader.Record())) AddJournalEntry(reader.Record());
@@ -97,7 +102,7 @@ bool CSearchThread::JournalCheck(const CeDbRecord& record) {
 
 // "<B>Title</B> <IMG SRC=233><A=3221225473><U>Item</U></A><BR><I>What was noted</I>".
 void CSearchThread::AddJournalEntry(const CeDbRecord& record) {
-    auto row = NewRow(kRowJournal, kImage, record.m_oid, record.m_oid);
+    auto row = NewRow(kLineJournal, kImage, record.m_oid, record.m_oid);
     const std::u16string title(record.TextAt(kTitle));
     std::u16string text = u"<B>" + AsMarkup(title) + u"</B>";
     LONG owner = 0;

@@ -18,6 +18,12 @@ std::u16string PatternOf(std::u16string_view text, bool bAnywhere) {
     return pattern;
 }
 
+// A code always begins with the first character of what was typed; it tells a sound only where that is a letter.
+std::u16string SoundOf(const std::u16string& text) {
+    SoundCode code{};
+    return Soundex(text.c_str(), code) && iswctype(code[0], kCharAlpha) ? code.data() : u"";
+}
+
 bool MatchesPattern(const std::u16string& text, const std::u16string& pattern) {
     return wildmat(text.c_str(), pattern.c_str());
 }
@@ -27,10 +33,9 @@ bool MatchesPattern(const std::u16string& text, const std::u16string& pattern) {
 SearchPattern::SearchPattern(std::u16string_view text, bool bAnywhere, bool bUseSound)
     : m_text(text), m_bAnywhere(bAnywhere), m_bAll(text == u"*") {
     _wcslwr(m_text.data());
-    SoundCode code{};
-    if (bUseSound && Soundex(m_text.c_str(), code)) m_sound = code.data();
     m_bPattern = text.find_first_of(u"*?") != text.npos;
     if (m_bPattern && !m_bAll) m_text = PatternOf(m_text, bAnywhere);
+    if (bUseSound) m_sound = SoundOf(m_text);
 }
 
 bool SearchPattern::Matches(std::u16string& fields) const {

@@ -19,7 +19,7 @@ public:
     bool FindsAll() const { return m_bAll; }
     bool IsPattern() const { return m_bPattern; }
     bool IsAnywhere() const { return m_bAnywhere; }
-    // False when none was wanted, or the text has no letter that sounds.
+    // False when none was wanted, or the text doesn't begin with a letter, as a pattern that counts anywhere.
     bool HasSound() const { return !m_sound.empty(); }
     const std::u16string& Sound() const { return m_sound; }
     // In lower case; the pattern of a pattern.

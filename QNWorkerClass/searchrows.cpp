@@ -14,22 +14,8 @@
 namespace {
 
 constexpr LONG kProgressRows = 5;
-// A "<" that is followed by a tag without effect begins none itself.
-constexpr std::u16string_view kLiteralLess = u"<</BODY>";
 
 } // namespace
-
-std::u16string AsMarkup(std::u16string_view text) {
-    std::u16string markup;
-    markup.reserve(text.size());
-    for (const WCHAR c : text) {
-        if (c == u'<')
-            markup += kLiteralLess;
-        else
-            markup += c < u' ' ? u' ' : c;
-    }
-    return markup;
-}
 
 std::u16string ShortDateText(double date) {
     WCHAR text[80] = {};

@@ -2,6 +2,7 @@
 #include "NorvoTools/StrFunctions.h"
 #include "Platform/locale.h"
 #include "Platform/strings.h"
+#include "QNWorkerClass/DATACALENDAR.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/sortkey.h"
 #include "QNWorkerClass/texts.h"
@@ -15,7 +16,6 @@
 namespace {
 
 constexpr int kSameRow = 4;
-constexpr LONG kRowJournal = 6;
 constexpr UINT kFirstAgeText = 44750;
 // The days from the beginning of the range on; what is later stands under a fourth header.
 constexpr std::array<LONG, 3> kAges{7, 30, 90};
@@ -134,8 +134,10 @@ void CSearchThread::SortAndGroup() {
 }
 
 void CSearchThread::Sort() {
-    const LONG key = m_nCallerSort ? m_nCallerSort : m_nSort;
-    const bool descending = m_nCallerSort ? m_bCallerDescending : m_bDescending != 0;
+    if (m_query.bJournalSort) LoadJournalSortPrefs();
+    const LONG callers = m_nCallerSort;
+    const LONG key = callers ? callers : m_nSort;
+    const bool descending = callers ? m_bCallerDescending.load() : m_bDescending != 0;
     m_listResults.SetUser(m_query.bJournalSort ? reinterpret_cast<CEUSER>(this)
                                                : static_cast<CEUSER>(descending ? -1 : 1));
     m_listResults.SetCompare(m_query.bJournalSort          ? &CompareJournals
@@ -189,7 +191,7 @@ void CSearchThread::SetupJournalParents() {
     std::unordered_map<ULONGLONG, DATAPARENT*> headers;
     for (DATAPARENT* header : m_listGroups) headers[key(header->m_nType, header->m_oid)] = header;
     for (DATAGENERAL* row : m_listResults) {
-        if (row->m_nType != kRowJournal) continue;
+        if (row->m_nType != kLineJournal) continue;
         DATAPARENT*& header = headers[key(row->m_nLinkedType, row->m_oidLinked)];
         if (!header) {
             header = new DATAPARENT;

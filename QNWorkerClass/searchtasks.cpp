@@ -2,10 +2,12 @@
 #include "NorvoTools/StrFunctions.h"
 #include "Platform/memory.h"
 #include "QNWorkerClass/datesteps.h"
+#include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/searchrows.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
 #include "QNWorkerClass/tasksubject.h"
+#include "QNWorkerClass/usermarkup.h"
 
 #include <algorithm>
 
@@ -47,7 +49,7 @@ WORD CSearchThread::SetPropIdsTasks(CEPROPID* ids) {
 
 void CSearchThread::ReadTasks(CEOID resume) {
     if (!OpenPim(kTasksDb)) return;
-    ContactReader reader({kIds.begin(), kIds.end()});
+    PropertyReader reader({kIds.begin(), kIds.end()});
     WalkRecords(*m_pDb, resume, [&] {
         if (!reader.Read(*m_pDb)) return;
         const DWORD oid = reader.Number(kNumber) | kOidTask;

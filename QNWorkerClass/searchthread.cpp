@@ -6,12 +6,11 @@
 #include "Platform/memory.h"
 #include "Platform/poom.h"
 #include "Platform/strings.h"
-#include "Platform/threads.h"
 #include "Platform/windows.h"
 #include "QNWorkerClass/datesteps.h"
 #include "QNWorkerClass/notesthread.h"
-#include "QNWorkerClass/searchrows.h"
 #include "QNWorkerClass/sidestores.h"
+#include "QNWorkerClass/usermarkup.h"
 #include "QNWorkerClass/viewsettings.h"
 
 #include <algorithm>
@@ -39,7 +38,10 @@ int ImageOfNote(LONG kind) {
     }
 }
 
+constexpr LONG kFirstDay = DayOfMinutes(0); // no item is older
+
 bool IsDay(double date) { return date < kLatestListDate; }
+LONG WholeDay(double date) { return static_cast<LONG>(std::max<double>(date, kFirstDay)); }
 
 double VariantOf(const FILETIME& time) {
     SYSTEMTIME date;
@@ -57,20 +59,9 @@ CSearchThread::CSearchThread(int bParents)
 }
 
 CSearchThread::~CSearchThread() {
-    EndSearch();
+    StopAnswering();
     SysFreeString(m_query.bstrText);
     SysFreeString(m_query.bstrSound);
-}
-
-// The search may wait for this thread's answer to its progress: what is sent is answered, what is posted stays.
-void CSearchThread::EndSearch() {
-    m_hStopEvent.Set();
-    MSG message;
-    for (DWORD waited = 0; IsRunning() && waited < m_dwStopTimeout; ++waited) {
-        PeekMessageW(&message, nullptr, kMsgListChanged, kMsgListChanged, PM_NOREMOVE);
-        Sleep(1);
-    }
-    Stop(false);
 }
 
 // --- What to look for ---------------------------------------------------------------------------------------------
@@ -89,8 +80,8 @@ void CSearchThread::SetParams(const _QNSEARCH* query) {
     m_query.lLength = static_cast<LONG>(m_pattern.Text().size());
     m_bFrom = IsDay(query->dFrom);
     m_bTo = IsDay(query->dTo);
-    m_range.first = m_bFrom ? static_cast<LONG>(query->dFrom) : DayOfMinutes(0);
-    m_range.last = m_bTo ? static_cast<LONG>(query->dTo) : kNoDay;
+    m_range.first = m_bFrom ? WholeDay(query->dFrom) : kFirstDay;
+    m_range.last = m_bTo ? WholeDay(query->dTo) : kNoDay;
 }
 
 void CSearchThread::SetSort(LONG sort, bool bDescending) {
@@ -133,6 +124,7 @@ DWORD CSearchThread::ThreadProc() {
 void CSearchThread::PostKill() {
     CloseLinksDB();
     if (m_pDb) m_pDb->Close();
+    m_pNotes.reset(); // side files are saved when the last one goes who has them
     m_lActiveDataCount = 0;
     LeaveForKilled();
     if (m_hClientWnd) PostMessageW(m_hClientWnd, kMsgThreadFinished, 0, 0);
@@ -157,7 +149,7 @@ void CSearchThread::Search(CEOID resume) {
     PrepareSearch(resume);
     {
         std::optional<ItemScan> scan;
-        if (NeedsItemScan()) scan.emplace(*this, kFirstItem);
+        if (!resume && NeedsItemScan()) scan.emplace(*this, kFirstItem);
         if (m_query.bContacts) ReadContacts(resume);
         if (m_query.bTasks) ReadTasks(resume);
         if (m_query.bCalendar) ReadCalendar(resume);
@@ -242,7 +234,8 @@ bool CSearchThread::TextsMatch(std::span<const std::u16string_view> texts) const
 // --- Notes --------------------------------------------------------------------------------------------------------
 
 void CSearchThread::ReadNotes() {
-    CNotesThread notes;
+    m_pNotes = std::make_unique<CNotesThread>();
+    CNotesThread& notes = *m_pNotes;
     const bool pattern = m_pattern.IsPattern();
     notes.SetCompareString(m_pattern.Text().c_str(), m_pattern.IsAnywhere(),
                            m_query.bSearchNotes && !m_pattern.FindsAll(), pattern);
@@ -260,4 +253,5 @@ void CSearchThread::ReadNotes() {
         ++m_counts.lNotes;
         AddRow(std::move(row));
     }
+    m_pNotes.reset();
 }

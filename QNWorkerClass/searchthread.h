@@ -11,13 +11,12 @@
 //     for (int i = 1; i <= search.GetActiveDataCount(); ++i) Show(search.GetList().Get(i));
 //
 // The object belongs to the thread that made it; the search runs on the worker. The list is the search's from Start to the
-// last 1274. Within a 1274 of progress the client may read it, as the search waits for the answer. A search that is stopped
-// leaves what it found so far, in order. Rows belong to the list, headers to theirs.
+// last 1274. Within a 1274 of progress the client may read it, as the search waits for the answer; so it can't be stopped
+// there. A search that is stopped leaves what it found so far, in order. Rows belong to the list, headers to theirs.
 #pragma once
 
 #include "QNWorkerClass/CQNDataThread.h"
 #include "QNWorkerClass/DATAGENERAL.h"
-#include "QNWorkerClass/contactsrecord.h"
 #include "QNWorkerClass/searchmatch.h"
 
 #include <atomic>
@@ -39,6 +38,7 @@ enum SearchField : LONG {
     kSearchPhone = 42499,
 };
 
+class PropertyReader;
 struct DATACALENDAR;
 
 struct _QNSEARCH {
@@ -61,11 +61,12 @@ struct _QNSEARCH {
     LONG lCompleted = -1;      // of tasks: 0 open ones, 1 completed ones
     WORD bSearchNotes = 0;     // in the notes of items too
     WORD bUseSoundex = 0;      // names that sound alike too
-    double dFrom = kNoDate;    // whole days, both included; kNoDate: open
-    double dTo = kNoDate;      //
-    LONG lField = kSearchAll;  // SearchField
-    WORD bJournalAll = 0;      // all entries of the category filter
-    WORD bNoLinks = 0;         // without the marks of links
+    // Whole days, both included; kNoDate: open. Contacts go by them when dFrom is set, journal entries when both are.
+    double dFrom = kNoDate;
+    double dTo = kNoDate;
+    LONG lField = kSearchAll; // SearchField
+    WORD bJournalAll = 0;     // all entries of the category filter
+    WORD bNoLinks = 0;        // without the marks of links
 };
 
 // Kinds of rows; other values as of a day list's lines.
@@ -79,6 +80,8 @@ enum SearchSort : LONG {
     kSearchByPureDate = 4,
 };
 
+class CNotesThread;
+
 class QN_API CSearchThread : public CQNDataThread {
 public:
     // With bParents journal entries stand under headers by the item that they belong to.
@@ -89,11 +92,11 @@ public:
     // Copies the query and its text. Nothing happens while a search runs.
     void SetParams(const _QNSEARCH* query);
     const _QNSEARCH& GetParams() const { return m_query; }
-    // An order of the caller's, until 0 is set.
+    // An order of the caller's, until 0 is set; also while a search runs.
     void SetSort(LONG sort, bool bDescending);
     void SetProgress(bool bProgress) { m_bProgress = bProgress; } // whether progress is told; at first it is
     void SettingChange();
-    void LoadJournalSortPrefs();
+    void LoadJournalSortPrefs(); // of bJournalSort; a sort does it by itself
 
     // --- Searching ------------------------------------------------------------------------------------------------
     // The search, on the caller's thread; gives 0. With a record's id only that one is tested anew: its old rows go, all
@@ -150,7 +153,6 @@ private:
     };
 
     // --- The search (searchthread.cpp) ----------------------------------------------------------------------------
-    void EndSearch();
     void Search(CEOID resume);
     void PrepareSearch(CEOID resume);
     void RemoveRowsOf(CEOID record);
@@ -170,10 +172,10 @@ private:
 
     // --- Each store ----------------------------------------------------------------------------------------------
     void ReadContacts(CEOID resume);
-    bool ContactCheck(const ContactReader& reader);
-    bool ContactFieldsMatch(const ContactReader& reader);
-    bool ContactGroupMatches(const ContactReader& reader, int first, int count, int kind);
-    bool ContactDatesMatch(const ContactReader& reader) const;
+    bool ContactCheck(const PropertyReader& reader);
+    bool ContactFieldsMatch(const PropertyReader& reader);
+    bool ContactGroupMatches(const PropertyReader& reader, int first, int count, int kind);
+    bool ContactDatesMatch(const PropertyReader& reader) const;
     void ReadTasks(CEOID resume);
     bool TaskCheck(const CeDbRecord& record, DWORD oid);
     void AddTask(const CeDbRecord& record, DWORD oid);
@@ -181,7 +183,7 @@ private:
     void ReadCalendar(CEOID resume);
     bool ApptCheck(const CeDbRecord& record, DWORD oid, CeDb& store);
     void AddOccurrences(const CeDbRecord& record, Occurrences& occurrences);
-    std::u16string TextOf(const DATACALENDAR& line) const;
+    std::u16string TextOf(const DATACALENDAR& line, bool series) const;
     std::u16string DurationText(LONG minutes) const;
     void ReadJournal(CEOID resume);
     bool JournalCheck(const CeDbRecord& record);
@@ -207,10 +209,11 @@ private:
     bool m_bTo = false;
     LONG m_nToday = 0;
     std::map<DWORD, std::u16string> m_titles; // of linked items
+    std::unique_ptr<CNotesThread> m_pNotes;   // while notes are read
     int m_bParents;
     std::atomic<bool> m_bProgress{true};
-    LONG m_nCallerSort = 0;
-    bool m_bCallerDescending = false;
+    std::atomic<LONG> m_nCallerSort{0};
+    std::atomic<bool> m_bCallerDescending{false};
 
     // Settings.
     LONG m_nSort = 0;

@@ -8,6 +8,7 @@ bool ShowsByDate(LONG rule, const TaskDays& days, LONG today, LONG parameter) {
     const bool undated = due == kNoDay && start == kNoDay;
     const bool doneOrDueToday = done && (due == today || completed == today);
     const auto isTodayOrTomorrow = [today](LONG day) { return day == today || day == today + 1; };
+    const LONGLONG last = LONGLONG{today} + parameter; // a setting: any number
     switch (rule) {
     case kTasksDue:
         return (!done && due <= today) || doneOrDueToday || start == today || undated;
@@ -24,7 +25,7 @@ bool ShowsByDate(LONG rule, const TaskDays& days, LONG today, LONG parameter) {
     case kTasksCompleted:
         return done;
     case kTasksNextDays:
-        return (due <= today + parameter && start == kNoDay) || start <= today + parameter || due == kNoDay;
+        return (due <= last && start == kNoDay) || start <= last || due == kNoDay;
     case kTasksOnDate:
         return (!done && (due == parameter || (due >= parameter && start <= parameter))) ||
                (done && completed == parameter) || (!done && due < today && parameter == today);

@@ -2,8 +2,8 @@
 #include "QNWorkerClass/tasksthread.h"
 
 #include "NorvoTools/StrFunctions.h"
+#include "NorvoTools/datetime.h"
 #include "NorvoTools/registryfunctions.h"
-#include "Platform/clock.h"
 #include "Platform/locale.h"
 #include "Platform/strings.h"
 #include "QNWorkerClass/texts.h"
@@ -17,6 +17,7 @@ constexpr WCHAR kStateKey[] = u"Software\\Norvo\\Quillonary\\TV\\GroupState";
 constexpr WCHAR kNoCategoryState[] = u"TV_BY_CATEGORY_GROUP_NONE";
 constexpr int kNoneChars = 141; // with the terminator
 constexpr std::size_t kHeadingChars = 400;
+constexpr std::size_t kLongDateChars = 50;
 constexpr SHORT kHeaderGone = -99;
 
 struct ImportanceHeader {
@@ -25,7 +26,7 @@ struct ImportanceHeader {
 };
 constexpr ImportanceHeader kImportances[] = {{2, 41161}, {1, 41162}, {0, 41163}};
 
-// By progress, in the order in which the headers are made; the due dates are there for the order of the headers.
+// By progress and by completion, in the order in which the headers are made. Their dates are there for their order alone.
 enum Progress : SHORT {
     kOverdue,
     kDueToday,
@@ -50,12 +51,11 @@ constexpr LONG kStatuses = 11;
 LONG WholeDay(double date) { return static_cast<LONG>(date); }
 
 std::u16string LongDate(double date) {
-    WCHAR text[51] = {};
-    SYSTEMTIME day;
-    if (!VariantTimeToSystemTime(date, &day) ||
-        !GetDateFormatW(LOCALE_USER_DEFAULT, DATE_LONGDATE, &day, nullptr, text,
+    WCHAR text[256];
+    if (!GetDateFormatW(LOCALE_USER_DEFAULT, DATE_LONGDATE, date, nullptr, text,
                         static_cast<int>(std::size(text))))
         return LoadText(kTextNone, kNoneChars);
+    text[kLongDateChars] = 0;
     return text;
 }
 
@@ -147,22 +147,17 @@ void CTasksThread::CreateFixedHeaders() {
         CreateGroup(header);
         OpenByState(header);
     };
+    const double today = m_iToday;
     switch (m_nGroupBy) {
     case kGroupImportance:
         for (const ImportanceHeader& row : kImportances)
             create(row.text, [&](DATATASKS& header) { header.m_nImportance = row.importance; });
         break;
     case kGroupProgress: {
-        const double today = m_iToday;
-        const double due[] = {0.0,
-                              today,
-                              m_sort.nUndated == -1 ? kUndatedFirst : kNoDate,
-                              kNoDate,
-                              today + kWeek,
-                              today + kWeek + 1,
-                              today + kMonth + 1,
-                              today + 1};
-        for (SHORT i = 0; i < static_cast<SHORT>(std::size(kProgressTexts)); ++i)
+        const double undated = m_sort.nUndated == -1 ? kUndatedFirst : kNoDate;
+        const double due[] = {
+            0, today, undated, kNoDate, today + kWeek, today + kWeek + 1, today + kMonth + 1, today + 1};
+        for (SHORT i = 0; i < static_cast<SHORT>(std::size(due)); ++i)
             create(kProgressTexts[i], [&](DATATASKS& header) {
                 header.m_nProgress = i;
                 header.m_bOverdue = i == kOverdue;
@@ -172,16 +167,15 @@ void CTasksThread::CreateFixedHeaders() {
             });
         break;
     }
-    case kGroupCompletion:
-        // The dates are there for the order of the headers, as above.
+    case kGroupCompletion: {
+        const double completed[] = {kNoDate, today, today - kWeek - 1, today - kMonth - 1};
         for (int i = 0; i < kCompletions; ++i)
             create(kFirstCompletionText + static_cast<UINT>(i), [&](DATATASKS& header) {
                 header.m_bCompleted = i != kOpen;
-                const double dates[] = {kNoDate, double{} + m_iToday, double{} + m_iToday - kWeek - 1,
-                                        double{} + m_iToday - kMonth - 1};
-                header.m_dtCompleted = dates[i];
+                header.m_dtCompleted = completed[i];
             });
         break;
+    }
     case kGroupGtdStatus:
         for (LONG status = 0; status < kStatuses; ++status)
             create(kFirstStatusText + static_cast<UINT>(status),
@@ -252,17 +246,17 @@ LONG CTasksThread::AddToGroup(DATATASKS* task, bool bRemove, LONG position) {
     return -1;
 }
 
-// From under all headers: a task of several categories stands under each of them.
+// From under all headers: a task of several categories stands under each of them, under one twice if they share a name.
 LONG CTasksThread::RemoveFromGroups(const DATATASKS* task) {
     LONG position = -1;
     for (DATATASKS* header : m_listGroups) {
         CePtrList<DATATASKS*>& children = header->m_listChildren;
-        for (int i = children.GetBase(); i <= children.GetLast(); ++i) {
+        for (int i = children.GetLast(); i >= children.GetBase(); --i) {
             if (children.Get(i)->m_oid != task->m_oid) continue;
+            children.Get(i)->m_pParent = nullptr;
             children.RemoveAt(i);
             position = i;
             MarkIfEmpty(header);
-            break;
         }
     }
     return position;

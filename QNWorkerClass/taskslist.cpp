@@ -2,10 +2,20 @@
 #include "QNWorkerClass/tasksthread.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
 constexpr SHORT kHeaderGone = -99; // the depth of a header that lost its last child
+
+// The nodes alone, or what the list frees with them. True when there were any.
+template<class Predicate>
+bool RemoveIf(CePtrList<DATATASKS*>& list, Predicate predicate) {
+    const int before = list.GetCount();
+    for (int i = list.GetLast(); i >= list.GetBase(); --i)
+        if (predicate(list.Get(i))) list.RemoveAt(i);
+    return list.GetCount() != before;
+}
 
 } // namespace
 
@@ -62,15 +72,24 @@ void CTasksThread::EraseRow(DATATASKS* row) {
     if (index < m_listTasks.GetBase()) return;
     for (DATATASKS* child : row->m_listChildren) child->m_pParent = nullptr;
     UpdateDepth(row->m_listChildren, nullptr);
+    if (row->m_pParent)
+        RemoveIf(row->m_pParent->m_listChildren, [row](const DATATASKS* child) { return child == row; });
     m_listTasks.RemoveAt(index);
+    if (index <= m_lActiveDataCount) --m_lActiveDataCount;
     delete row;
 }
 
 void CTasksThread::EraseRowsOf(DWORD oid, const DATATASKS* but) {
-    if (!m_bIndexed) IndexRows(), m_bIndexed = false;
-    const auto [first, last] = m_rowsByOid.equal_range(oid);
-    for (auto entry = first; entry != last; ++entry)
-        if (entry->second != but) EraseRow(entry->second);
+    std::vector<DATATASKS*> rows;
+    if (m_bIndexed) {
+        const auto [first, last] = m_rowsByOid.equal_range(oid);
+        for (auto entry = first; entry != last; ++entry) rows.push_back(entry->second);
+    } else {
+        std::copy_if(m_listTasks.begin(), m_listTasks.end(), std::back_inserter(rows),
+                     [oid](const DATATASKS* row) { return row->m_oid == oid; });
+    }
+    for (DATATASKS* row : rows)
+        if (row != but) EraseRow(row);
 }
 
 // Takes the erased rows out of all lists at once, and frees them.
@@ -78,15 +97,15 @@ void CTasksThread::SweepErased() {
     m_bIndexed = false;
     m_rowsByOid.clear();
     if (m_erased.empty()) return;
-    const auto sweep = [this](CePtrList<DATATASKS*>& list) {
-        for (int i = list.GetLast(); i >= list.GetBase(); --i)
-            if (IsErased(list.Get(i))) list.RemoveAt(i);
-    };
-    sweep(m_listTasks);
+    const auto erased = [this](const DATATASKS* row) { return IsErased(row); };
+    LONG visible = m_lActiveDataCount;
+    for (const DATATASKS* row : m_listTasks) {
+        if (visible-- == 0) break;
+        m_lActiveDataCount -= erased(row);
+    }
+    RemoveIf(m_listTasks, erased);
     for (DATATASKS* row : m_listTasks) {
-        const LONG before = row->NumChildren();
-        sweep(row->m_listChildren);
-        if (row->m_oid == 0 && row->NumChildren() != before) MarkIfEmpty(row);
+        if (RemoveIf(row->m_listChildren, erased) && row->m_oid == 0) MarkIfEmpty(row);
         if (IsErased(row->m_pParent)) row->m_pParent = nullptr;
     }
     for (const DATATASKS* row : m_erased) delete row;
@@ -103,22 +122,19 @@ void CTasksThread::ClearData() {
         if (row->m_oid != 0) delete row; // headers belong to the list of the groups
     m_dropped.clear();
     m_lActiveDataCount = 0;
+    m_lTreeCount = m_lDisplayedTreeCount = 0; // so the next row makes the fixed headers anew
     ClearGroups();
 }
 
 // --- Sorting ------------------------------------------------------------------------------------------------------
 
-auto CTasksThread::GroupCompare() -> TaskCompare {
+auto CTasksThread::GroupCompare() const -> TaskCompare {
     switch (m_nGroupBy) {
     case kGroupCategory:
         return &TasksCompareSubject;
-    case kGroupManager:
-        m_sort.nTaskSort = kSortManager;
-        m_sort.nTaskSort2 = kSortSubject;
-        m_sort.bDescending = m_sort.bDescending2 = m_sort.bDescendingNow = false;
-        [[fallthrough]];
     case kGroupImportance:
     case kGroupLetter:
+    case kGroupManager:
         return &TasksComparePriority;
     case kGroupProgress:
     case kGroupDueDate:
@@ -133,34 +149,28 @@ auto CTasksThread::GroupCompare() -> TaskCompare {
 }
 
 void CTasksThread::SortDataList() {
+    const DataHold hold(*this);
+    if (hold.IsHeld()) SortRows();
+}
+
+void CTasksThread::SortRows() {
     LoadSortPrefs();
+    if (m_nGroupBy == kGroupManager) {
+        m_sort.nTaskSort = kSortManager;
+        m_sort.nTaskSort2 = kSortSubject;
+        m_sort.bDescending = m_sort.bDescending2 = false;
+    }
     m_sort.bDescendingNow = m_sort.bDescending;
     m_sort.bInSecondSort = false;
-    const TaskCompare groupCompare = GroupCompare();
-    if (IsGrouped() && (m_counts.lActive == 0 || m_listTasks.IsEmpty())) {
-        ClearData();
-        return;
-    }
+    const bool empty = m_counts.lActive == 0 || m_listTasks.IsEmpty();
+    if (IsGrouped() && empty) return ClearData();
     const TaskSortScope scope(m_sort);
     FillSortKeys();
     const TaskCompare compare = PrimaryCompare(m_sort.nTaskSort);
-    if (m_lDisplayedTreeCount == 0 && (!IsGrouped() || m_counts.lActive == 0)) {
+    if (m_lDisplayedTreeCount == 0 && !IsGrouped())
         SortFlat(compare);
-    } else {
-        CePtrList<DATATASKS*> work(0);
-        if (IsGrouped())
-            TakeHeaders(work);
-        else
-            for (DATATASKS* row : m_listTasks)
-                if (row->m_nDepth == 0) work.Add(row);
-        if (!work.IsEmpty()) {
-            if (groupCompare)
-                SortGroupTasks(work, groupCompare, compare);
-            else
-                SortHierTasks(work, compare);
-            LoadHierTasks(work);
-        }
-    }
+    else
+        SortShape(compare);
     PublishTaskSort(m_sort);
 }
 
@@ -175,22 +185,36 @@ void CTasksThread::SortFlat(TaskCompare compare) {
     m_lActiveDataCount = m_listTasks.GetCount();
 }
 
-// The headers that stay. One that lost its last child, or has no text, goes.
-void CTasksThread::TakeHeaders(CePtrList<DATATASKS*>& work) {
-    for (int i = m_listGroups.GetLast(); i >= m_listGroups.GetBase(); --i) {
-        const DATATASKS* header = m_listGroups.Get(i);
-        if (header->m_nDepth == kHeaderGone || !header->m_szSubject || !*header->m_szSubject) DropHeader(i);
+// A tree by its top rows, groups by their headers.
+void CTasksThread::SortShape(TaskCompare compare) {
+    CePtrList<DATATASKS*> work(0);
+    if (IsGrouped()) {
+        DropHeaders();
+        for (DATATASKS* header : m_listGroups) work.Add(header);
+    } else {
+        for (DATATASKS* row : m_listTasks)
+            if (row->m_nDepth == 0) work.Add(row);
     }
-    for (DATATASKS* header : m_listGroups) work.Add(header);
+    if (work.IsEmpty()) return;
+    if (const TaskCompare groupCompare = GroupCompare())
+        SortGroupTasks(work, groupCompare, compare);
+    else
+        SortHierTasks(work, compare);
+    LoadHierTasks(work);
 }
 
-void CTasksThread::DropHeader(int index) {
-    DATATASKS* header = m_listGroups.Get(index);
-    std::erase_if(m_headersByCategory, [header](const auto& entry) { return entry.second == header; });
-    std::erase_if(m_headersByDate, [header](const auto& entry) { return entry.second == header; });
-    const int row = IndexOf(header);
-    if (row >= m_listTasks.GetBase()) m_listTasks.RemoveAt(row);
-    m_listGroups.RemoveAt(index); // and frees it
+// Those that lost their last child, or have no text.
+void CTasksThread::DropHeaders() {
+    std::unordered_set<const DATATASKS*> gone;
+    for (const DATATASKS* header : m_listGroups)
+        if (header->m_nDepth == kHeaderGone || !header->m_szSubject || !*header->m_szSubject)
+            gone.insert(header);
+    if (gone.empty()) return;
+    const auto isGone = [&gone](const DATATASKS* row) { return gone.contains(row); };
+    std::erase_if(m_headersByCategory, [&](const auto& entry) { return isGone(entry.second); });
+    std::erase_if(m_headersByDate, [&](const auto& entry) { return isGone(entry.second); });
+    RemoveIf(m_listTasks, isGone);
+    RemoveIf(m_listGroups, isGone); // and frees them
 }
 
 // Children first, then the level; without recursion, as deep as the list is long.

@@ -6,17 +6,23 @@
 #include "QNWorkerClass/tasksthread.h"
 
 #include <mutex>
-#include <optional>
 #include <string_view>
 
 namespace {
 
 using Compare = int (*)(DATATASKS* const&, DATATASKS* const&, CEUSER);
 
+// What the last LoadSortPrefs read.
+struct LastSort {
+    TaskSortState state;
+    ULONGLONG number = 0; // counts those of the process
+    bool bOwn = false;    // read by this thread
+};
+
 thread_local TaskSortState* t_running = nullptr;
-thread_local std::optional<TaskSortState> t_last;
+thread_local LastSort t_last;
 std::mutex g_lock;
-TaskSortState g_last; // of the process; under g_lock
+LastSort g_last; // of the process; under g_lock
 
 template<class T>
 int Order(T a, T b) {
@@ -53,7 +59,7 @@ LONG WholeDay(double date) { return static_cast<LONG>(date); }
 
 int CompareDates(double a, double b, const TaskSortState& state) {
     const bool undatedA = a == kNoDate, undatedB = b == kNoDate;
-    if (undatedA != undatedB) return undatedB ? state.nUndated : -state.nUndated;
+    if (undatedA != undatedB) return undatedB ? state.nUndated : Order(0, state.nUndated); // any number
     return Directed(Order(WholeDay(a), WholeDay(b)), state);
 }
 
@@ -96,18 +102,20 @@ TaskSortScope::TaskSortScope(TaskSortState& state) : m_pFormer(t_running) { t_ru
 TaskSortScope::~TaskSortScope() { t_running = m_pFormer; }
 
 void PublishTaskSort(const TaskSortState& state) {
-    t_last = state;
     std::lock_guard lock(g_lock);
-    g_last = state;
+    g_last.state = state;
+    ++g_last.number;
+    t_last = g_last;
+    t_last.bOwn = true;
 }
 
 TaskSortState& CurrentTaskSort() {
     if (t_running) return *t_running;
-    if (!t_last) {
+    if (!t_last.bOwn) {
         std::lock_guard lock(g_lock);
-        t_last = g_last;
+        if (t_last.number != g_last.number) t_last = g_last; // else it stays as the last comparison left it
     }
-    return *t_last;
+    return t_last.state;
 }
 
 void FillTaskSortKeys(DATATASKS& row, bool bCategories) {

@@ -33,24 +33,26 @@ struct CTasksThread::Draft {
     LONG sensitivity = 0;
     LONG importance = 1;
     bool bShow = true;
-    bool bKeep = false; // as a parent
+    bool bKeep = false;   // as a parent
+    bool bActive = false; // passed all filters but the one of completed tasks
 };
 
 int CTasksThread::AddNewTask(CeDbRecord* record, bool* pbShow, int nIndex, bool bUpdate, bool bAsParent) {
     Draft draft;
-    draft.bKeep = bAsParent;
     const bool alone = bUpdate && m_nLoads == 0; // a load has done this for all of its tasks
     if (alone) {
         InitiateLinksDB();
         SetupThreadResources();
-        ApplyForcedSettings();
+        ForceRuleSettings();
         RefreshToday();
     }
-    if (bUpdate && nIndex >= 1 && nIndex < m_listTasks.GetCount() && m_listTasks.Get(nIndex)->IsParentNode())
-        draft.bKeep = true;
+    const DATATASKS* former = nIndex < 0 ? nullptr : m_listTasks.Get(nIndex);
+    draft.bKeep =
+        bAsParent || (bUpdate && former && nIndex < m_listTasks.GetCount() && former->IsParentNode());
     ReadIdentity(*record, draft);
     Tally(draft);
     NoteParent(draft);
+    if (former) nIndex = IndexOf(former); // a parent that went may have stood before it
     int shown = 0;
     if (PassesFilters(*record, draft, bUpdate)) {
         LONG position = -1;
@@ -93,12 +95,21 @@ void CTasksThread::ReadIdentity(const CeDbRecord& record, Draft& draft) {
     draft.bCompleted = draft.completed < kLatestListDate;
     draft.bStarred = GtdStarredFromOID(draft.oid);
     draft.parent = ParentFromOID(draft.oid, draft.bExpanded);
-    if (m_cyclic.contains(draft.oid)) draft.parent = 0;
+    if (m_nLoads > 0 ? m_cyclic.contains(draft.oid) : IsOwnAncestor(draft.oid)) draft.parent = 0;
     draft.project = GtdProjectFromOID(draft.oid);
     CeString context;
     GtdContextFromOID(draft.oid, context);
     draft.context = context.View();
     draft.status = GtdStatusFromOID(draft.oid);
+}
+
+// By the parents that the store tells.
+bool CTasksThread::IsOwnAncestor(DWORD oid) {
+    std::unordered_set<DWORD> seen;
+    bool fraction;
+    DWORD at = ParentFromOID(oid, fraction);
+    while (at != 0 && at != oid && seen.insert(at).second) at = ParentFromOID(at, fraction);
+    return at == oid;
 }
 
 // Before any filter. An update tallies its task again.
@@ -153,13 +164,10 @@ bool CTasksThread::PassesFilters(const CeDbRecord& record, Draft& draft, bool bU
     } else {
         draft.bShow = PassesRule(draft, draft.bShow);
     }
-    if (draft.bShow) {
-        ++m_counts.lActive;
-        if (draft.bCompleted) {
-            ++m_counts.lCompleted;
-            if (!m_bShowCompleted) draft.bShow = false;
-        }
-    }
+    draft.bActive = draft.bShow;
+    m_counts.lActive += draft.bActive;
+    m_counts.lCompleted += draft.bActive && draft.bCompleted;
+    if (draft.bCompleted && !m_bShowCompleted) draft.bShow = false;
     return draft.bShow || draft.bKeep;
 }
 
@@ -198,7 +206,11 @@ bool CTasksThread::PassesProject(const Draft& draft, DWORD project, bool shown) 
 }
 
 void CTasksThread::Reject(const Draft& draft, int nIndex) {
-    if (nIndex >= 0) DeleteTaskFromThread(nIndex);
+    if (nIndex >= 0) {
+        const LONG total = m_counts.lTotal; // of records, and this one stays
+        DeleteTaskFromThread(nIndex);
+        m_counts.lTotal = total;
+    }
     if (IsOnDateRule(m_nRule) && draft.parent != 0) m_listExcluded.insert(draft.parent);
 }
 
@@ -207,13 +219,14 @@ void CTasksThread::Reject(const Draft& draft, int nIndex) {
 // A new row, or the old one of the task, out of the counts and its group; `position` is where it stood there.
 DATATASKS* CTasksThread::TakeRow(const Draft& draft, int nIndex, bool bUpdate, LONG& position) {
     DATATASKS* row = nIndex < 0 ? nullptr : m_listTasks.Get(nIndex);
-    if (!row) {
+    if (!row || row->m_oid == 0) { // none, or a header
         row = NewRow();
         row->m_oid = draft.oid; // what rows are found by
         AddRow(row, nIndex);
         return row;
     }
     PreTaskUpdateCountChange(row);
+    ++m_counts.lTotal; // of records: this one is there as before
     m_lTreeCount -= row->m_oidParentStored != 0;
     position = AddToGroup(row, true, -1);
     if (m_nGroupBy == kGroupCategory) EraseRowsOf(row->m_oid, row);
@@ -232,7 +245,10 @@ void CTasksThread::FillRow(DATATASKS& row, const CeDbRecord& record, const Draft
     row.m_bExpanded = draft.bExpanded;
     row.m_bLoaded = 1;
     row.m_bKeptForChildren = draft.bKeep && !draft.bShow;
-    FillTaskFromStores(row, m_pDb.get());
+    FillTaskFromStores(row, GetDatabaseClass());
+    row.m_bCountedActive = draft.bActive;
+    row.m_bCountedCompleted = draft.bActive && draft.bCompleted;
+    row.m_bCountedPercent = row.m_wPercent > 0 && row.m_wPercent < kComplete;
     CountRow(row);
 }
 
@@ -245,19 +261,18 @@ void CTasksThread::CountRow(DATATASKS& row) {
     m_counts.lHigh += row.m_nImportance == 2;
     m_counts.lNormal += row.m_nImportance == 1;
     m_counts.lLow += row.m_nImportance == 0;
-    m_counts.lPercent += row.m_wPercent > 0 && row.m_wPercent < kComplete;
+    m_counts.lPercent += row.m_bCountedPercent;
     m_lTreeCount += row.m_oidParent != 0;
 }
 
 void CTasksThread::PreTaskUpdateCountChange(const DATATASKS* row) {
     if (row->m_oid == 0) return;
-    const bool counted = !row->m_bKeptForChildren;
     --m_counts.lTotal;
-    m_counts.lActive -= counted;
-    m_counts.lCompleted -= counted && row->m_bCompleted;
+    m_counts.lActive -= row->m_bCountedActive;
+    m_counts.lCompleted -= row->m_bCountedCompleted;
     m_counts.lOverdue -= row->m_bOverdue;
     m_counts.lDueToday -= row->m_bDueToday;
-    m_counts.lPercent -= row->m_wPercent > 0 && row->m_wPercent < kComplete;
+    m_counts.lPercent -= row->m_bCountedPercent;
     m_counts.lHigh -= row->m_nImportance == 2;
     m_counts.lNormal -= row->m_nImportance == 1;
     m_counts.lLow -= row->m_nImportance == 0;

@@ -12,6 +12,7 @@ namespace {
 constexpr WCHAR kHeadingsKey[] = u"Software\\Norvo\\Quillonary\\TV\\GroupHeadings";
 constexpr LONG kNoDaysFuture = 949998; // what an absent setting reads as; replaced at the first use
 constexpr LONG kNoPriorityFilter = 4;
+constexpr int kContextChars = 1028; // what a value of a task holds, with the terminator
 
 bool HasHeadings() {
     DWORD keys = 0, values = 0;
@@ -53,7 +54,7 @@ void CTasksThread::ReadRootSettings() {
         m_oidProjectFilter = static_cast<DWORD>(root.Number(u"FCCurrentProjectOID", 0));
     m_bContextMode = m_nRule == kTasksOfContext;
     if (m_bContextMode) {
-        WCHAR name[260];
+        WCHAR name[kContextChars];
         root.Text(u"CurrentContextName", name, u"");
         m_strContextFilter = name;
     }
@@ -71,10 +72,15 @@ void CTasksThread::ReadRuleSettings() {
     m_bShowExpanded = rule.Number(u"bShowExpanded", 0);
 }
 
-// What a rule can't be without.
-void CTasksThread::ApplyForcedSettings() {
-    if (m_nRule == kTasksCompleted || IsProjectRule(m_nRule)) m_bShowCompleted = 1;
+// What a rule would show nothing without.
+void CTasksThread::ForceRuleSettings() {
+    if (m_nRule == kTasksCompleted) m_bShowCompleted = 1;
     if (m_nRule == kTasksUndated || m_nRule == kTasksCompleted) m_bShowUndated = 1;
+}
+
+void CTasksThread::ApplyForcedSettings() {
+    ForceRuleSettings();
+    if (IsProjectRule(m_nRule)) m_bShowCompleted = 1;
     if (m_nRule == kTasksOfGoal) m_nGroupBy = kGroupTree;
     if (m_nGroupBy == kGroupCompletion) m_bShowCompleted = 1;
     if (m_nGroupBy == kGroupManager) m_bShowCompleted = 0;

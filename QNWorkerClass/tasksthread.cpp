@@ -57,7 +57,7 @@ CTasksThread::CTasksThread()
 }
 
 CTasksThread::~CTasksThread() {
-    Stop(false);
+    StopAnswering();
     ClearData();
 }
 
@@ -76,7 +76,6 @@ void CTasksThread::PostKill() {
     CloseLinksDB();
     if (m_pDb) m_pDb->Close();
     SweepErased();
-    m_lActiveDataCount = m_listTasks.GetCount();
     m_nLoads = 0;
     LeaveForKilled();
     if (m_hClientWnd) PostMessageW(m_hClientWnd, kMsgThreadFinished, 0, 0);
@@ -105,7 +104,7 @@ bool CTasksThread::Load(CeManualEvent* stop) {
         SweepErased();
         if (finished) {
             SetActiveCountFromTree();
-            SortDataList();
+            SortRows();
             SortPriorityManager();
         }
     }
@@ -124,7 +123,6 @@ void CTasksThread::PrepareLoad() {
     GetDatabaseClass();
     if (!m_bManualSettings) SettingChange();
     m_counts = {};
-    m_lTreeCount = m_lDisplayedTreeCount = 0;
     m_bTreeExpanded = false;
     m_listContexts.clear();
     m_contextIndex.clear();

@@ -86,7 +86,8 @@ public:
     CePtrList<DATATASKS*>& GetList() { return m_listTasks; } // first index 1; hidden rows behind the others
     const CePtrList<DATATASKS*>& GetGroups() const { return m_listGroups; } // first index 0
     LONG GetActiveDataCount() override { return m_lActiveDataCount; }
-    void SortDataList(); // by the settings as they are stored now
+    void
+    SortDataList(); // by the settings as they are stored now; nothing while a load runs, which sorts by itself
     void SortPriorityManager();
     void ClearData();
 
@@ -103,7 +104,7 @@ public:
     const Counts& GetCounts() const { return m_counts; }
     LONG GetPercentageCount() const { return m_counts.lPercent; }
     const std::vector<TaskContext>& GetContexts() const { return m_listContexts; }
-    const CTaskProjects* GetProjects() const { return m_pProjects.get(); }
+    CTaskProjects* GetProjects() { return m_pProjects.get(); } // of the last load by project; null before
     LONG GetTreeCount() const { return m_nGroupBy == kGroupTree ? m_lTreeCount : 0; }
     LONG GetDisplayedTreeCount() const { return m_nGroupBy == kGroupTree ? m_lDisplayedTreeCount : 0; }
 
@@ -164,6 +165,7 @@ private:
     std::u16string RuleKey() const;
     void ReadRootSettings();
     void ReadRuleSettings();
+    void ForceRuleSettings();
     void ApplyForcedSettings();
     void RefreshToday();
 
@@ -179,6 +181,7 @@ private:
 
     // --- A record (tasksread.cpp) ---------------------------------------------------------------------------------
     void ReadIdentity(const CeDbRecord& record, Draft& draft);
+    bool IsOwnAncestor(DWORD oid);
     void Tally(const Draft& draft);
     void NoteParent(const Draft& draft);
     bool PassesFilters(const CeDbRecord& record, Draft& draft, bool bUpdate);
@@ -204,19 +207,22 @@ private:
     void LeaveTree(DATATASKS* row);
     bool IsGrouped() const { return m_nGroupBy >= kGroupCategory && m_nGroupBy <= kGroupGtdStatus; }
     static TaskCompare PrimaryCompare(LONG key);
-    TaskCompare GroupCompare();
+    TaskCompare GroupCompare() const; // null without groups
+    void SortRows();
     void SortHierTasks(CePtrList<DATATASKS*>& list, TaskCompare compare);
     void SortGroupTasks(CePtrList<DATATASKS*>& list, TaskCompare groupCompare, TaskCompare compare);
     void LoadHierTasks(const CePtrList<DATATASKS*>& list);
     void SortFlat(TaskCompare compare);
-    void TakeHeaders(CePtrList<DATATASKS*>& work);
-    void DropHeader(int index);
+    void SortShape(TaskCompare compare);
+    void DropHeaders();
     void FillSortKeys();
 
     // --- The tree (taskstree.cpp) ---------------------------------------------------------------------------------
     class ParentWalk;
-    void GiveChildrenTo(DATATASKS* row, DATATASKS* parent);
+    void GiveChildrenTo(DATATASKS* row, DATATASKS* parent, bool bForget);
     LONG ShowChildren(bool bExpand, DATATASKS* task);
+    void OpenAll();
+    void CloseAll();
 
     // --- Groups (tasksgroups.cpp) ---------------------------------------------------------------------------------
     LONG RemoveFromGroups(const DATATASKS* task);

@@ -9,12 +9,29 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace {
 
 constexpr WORD kComplete = 100;
 constexpr double kExpandedHalf = 0.5; // of the stored parent: the task is expanded
 constexpr SHORT kDeepest = 32767;
+
+CEPROPID ParentProperty(COutlook& outlook) {
+    return outlook.GetPOOM2Property(u"QN_ParentOID", CEVT_R8, true);
+}
+
+// The parents of many tasks become one change of the store.
+class ParentBatch {
+public:
+    explicit ParentBatch(bool bStores) {
+        COutlook* outlook = bStores ? GetOutlookObject() : nullptr;
+        if (outlook && ParentProperty(*outlook) != 0) m_batch.emplace(*outlook);
+    }
+
+private:
+    std::optional<COutlook::SaveBatch> m_batch;
+};
 
 bool IsTaskOid(DWORD oid) { return (oid & kOidKindMask) == kOidTask; }
 
@@ -32,13 +49,15 @@ std::vector<DATATASKS*> Subtree(DATATASKS* task) {
     return rows;
 }
 
-bool RemoveChild(DATATASKS* parent, DWORD oid) {
+void RemoveChild(DATATASKS* parent, DWORD oid) {
     int index = parent->m_listChildren.GetBase();
     for (const DATATASKS* child : parent->m_listChildren) {
-        if (child->m_oid == oid) return parent->m_listChildren.RemoveAt(index);
+        if (child->m_oid == oid) {
+            parent->m_listChildren.RemoveAt(index);
+            return;
+        }
         ++index;
     }
-    return false;
 }
 
 } // namespace
@@ -49,16 +68,22 @@ bool RemoveChild(DATATASKS* parent, DWORD oid) {
 // the walk goes on from what the index then means.
 class CTasksThread::ParentWalk {
 public:
-    ParentWalk(CTasksThread& thread, bool bCheckDuplicate);
-    void Run(CEPROPVAL* buffer, const CEPROPID* propIds, DWORD bufferSize);
+    // What a parent is read with; without bytes none is.
+    struct Buffer {
+        CEPROPVAL* pBytes;
+        const CEPROPID* pPropIds;
+        DWORD cb;
+    };
+    ParentWalk(CTasksThread& thread, const Buffer& buffer, bool bCheckDuplicate);
+    void Run();
 
 private:
     void Visit(DATATASKS* row);
     void VisitOrphan(DATATASKS* row);
     DATATASKS* ReadParent(DWORD oid);
+    bool WouldClose(const DATATASKS* row, const DATATASKS* parent) const;
     void Attach(DATATASKS* row, DATATASKS* parent);
     void DeleteWithChildren(DATATASKS* row);
-    void Erase(DATATASKS* row);
     void Forward(std::size_t rows = 1); // over rows that are still there
     void Back(std::size_t rows);
     bool IsBehind(const DATATASKS* row) const { return m_places.at(row) > m_at; }
@@ -75,14 +100,12 @@ private:
     };
 
     CTasksThread& m_thread;
+    const Buffer m_buffer;
     const bool m_bCheckDuplicate;
     std::vector<DATATASKS*> m_rows; // also those that are gone
     std::unordered_map<const DATATASKS*, std::size_t> m_places;
     std::unordered_set<Pair, PairHash> m_attached;
     std::size_t m_at = 0;
-    CEPROPVAL* m_pBuffer = nullptr;
-    const CEPROPID* m_pPropIds = nullptr;
-    DWORD m_cbBuffer = 0;
 };
 
 void CTasksThread::SetChildToParents(CEPROPVAL* buffer, const CEPROPID* propIds, DWORD bufferSize,
@@ -91,12 +114,12 @@ void CTasksThread::SetChildToParents(CEPROPVAL* buffer, const CEPROPID* propIds,
     m_listTasks.SetCompare(&TasksCompareOID);
     const bool alone = !m_bIndexed;
     if (alone) IndexRows();
-    ParentWalk(*this, bCheckDuplicate).Run(buffer, propIds, bufferSize);
+    ParentWalk(*this, {buffer, propIds, bufferSize}, bCheckDuplicate).Run();
     if (alone) SweepErased();
 }
 
-CTasksThread::ParentWalk::ParentWalk(CTasksThread& thread, bool bCheckDuplicate)
-    : m_thread(thread), m_bCheckDuplicate(bCheckDuplicate) {
+CTasksThread::ParentWalk::ParentWalk(CTasksThread& thread, const Buffer& buffer, bool bCheckDuplicate)
+    : m_thread(thread), m_buffer(buffer), m_bCheckDuplicate(bCheckDuplicate) {
     for (DATATASKS* row : thread.m_listTasks) {
         if (thread.IsErased(row)) continue;
         m_places[row] = m_rows.size();
@@ -105,10 +128,7 @@ CTasksThread::ParentWalk::ParentWalk(CTasksThread& thread, bool bCheckDuplicate)
     }
 }
 
-void CTasksThread::ParentWalk::Run(CEPROPVAL* buffer, const CEPROPID* propIds, DWORD bufferSize) {
-    m_pBuffer = buffer;
-    m_pPropIds = propIds;
-    m_cbBuffer = bufferSize;
+void CTasksThread::ParentWalk::Run() {
     while (m_at < m_rows.size()) {
         if (m_thread.IsErased(m_rows[m_at]))
             ++m_at;
@@ -120,9 +140,10 @@ void CTasksThread::ParentWalk::Run(CEPROPVAL* buffer, const CEPROPID* propIds, D
 void CTasksThread::ParentWalk::Visit(DATATASKS* row) {
     if (row->m_oid == 0) return Forward(); // a header
     if (row->m_oidParent == 0) {
-        if (!m_thread.m_bProjectMode) return Forward();
+        // A row below a header has its place, whatever its parent was.
+        if (!m_thread.m_bProjectMode || m_thread.IsGrouped()) return Forward();
         m_thread.PreTaskUpdateCountChange(row);
-        Erase(row);
+        m_thread.EraseRow(row);
         // The row behind it takes its place, and the index steps on over that one: so it was, and lists rely on it.
         return Forward(2);
     }
@@ -147,7 +168,7 @@ void CTasksThread::ParentWalk::VisitOrphan(DATATASKS* row) {
         if (!IsTaskOid(row->m_oidParent)) {
             row->m_oidParent = 0;
             row->m_nDepth = 0;
-        } else if (!m_pBuffer) {
+        } else if (!m_buffer.pBytes) {
             Attach(row, nullptr);
         } else if (DATATASKS* parent = ReadParent(row->m_oidParent)) {
             Attach(row, parent);
@@ -169,23 +190,27 @@ DATATASKS* CTasksThread::ParentWalk::ReadParent(DWORD oid) {
     if (!db->IsOpen() || !db->SeekRec(&key, 1)) return nullptr;
     CeDbRecord record;
     DATATASKS* parent = nullptr;
-    if (db->ReadRec(record, m_pBuffer, m_cbBuffer, kTaskProps, m_pPropIds)) {
-        const int before = m_thread.m_listTasks.GetCount();
+    if (db->ReadRec(record, m_buffer.pBytes, m_buffer.cb, kTaskProps, m_buffer.pPropIds)) {
         bool show = true;
         m_thread.AddNewTask(&record, &show, -1, true, true);
-        if (m_thread.m_listTasks.GetCount() > before) {
-            parent = m_thread.m_listTasks.Get(m_thread.m_listTasks.GetLast());
-            m_places[parent] = m_rows.size();
-            m_rows.push_back(parent);
-        }
+        parent = m_thread.FindRow(oid);
+    }
+    if (parent) {
+        m_places[parent] = m_rows.size();
+        m_rows.push_back(parent);
     }
     record.DetachBuffer();
     return parent;
 }
 
+// A circle. A load has found those of the store before, so that its walk needn't look up the tree from each row.
+bool CTasksThread::ParentWalk::WouldClose(const DATATASKS* row, const DATATASKS* parent) const {
+    return m_thread.m_nLoads == 0 && (parent == row || IsDescendant(row, parent));
+}
+
 void CTasksThread::ParentWalk::Attach(DATATASKS* row, DATATASKS* parent) {
-    if (parent && (parent == row || IsDescendant(row, parent)))
-        return; // an ancestor of itself stays at the top
+    if (parent && WouldClose(row, parent)) return; // an ancestor of itself stays at the top
+    if (row->m_pParent && row->m_pParent != parent) RemoveChild(row->m_pParent, row->m_oid);
     row->m_pParent = parent;
     ++m_thread.m_lDisplayedTreeCount;
     if (!parent) return;
@@ -202,14 +227,12 @@ void CTasksThread::ParentWalk::DeleteWithChildren(DATATASKS* row) {
     for (DATATASKS* gone : Subtree(row)) {
         if (m_thread.IsErased(gone)) continue;
         if (gone == row) m_thread.PreTaskUpdateCountChange(gone);
-        Erase(gone);
+        m_thread.EraseRow(gone);
     }
     m_thread.m_listExcluded.insert(row->m_oid);
     Forward();
     Back(children - before);
 }
-
-void CTasksThread::ParentWalk::Erase(DATATASKS* row) { m_thread.EraseRow(row); }
 
 void CTasksThread::ParentWalk::Forward(std::size_t rows) {
     for (; rows > 0; --rows) {
@@ -260,7 +283,7 @@ void CTasksThread::SetupChildren(DATATASKS* task, WORD& percent) {
         }
     }
     for (auto parent = parents.rbegin(); parent != parents.rend(); ++parent) {
-        LONG sum = 0;
+        LONGLONG sum = 0;
         for (const DATATASKS* child : (*parent)->m_listChildren) sum += child->m_wPercent;
         const auto mean = static_cast<WORD>(sum / (*parent)->NumChildren());
         (*parent == task ? percent : (*parent)->m_wPercent) = mean;
@@ -292,7 +315,7 @@ bool CTasksThread::IsDescendant(const DATATASKS* ancestor, const DATATASKS* task
 void CTasksThread::SetTaskHTField(DWORD oid, DWORD oidParent, bool bExpanded, bool bDelete) {
     COutlook* outlook = GetOutlookObject();
     if (!outlook) return;
-    const CEPROPID property = outlook->GetPOOM2Property(u"QN_ParentOID", CEVT_R8, true);
+    const CEPROPID property = ParentProperty(*outlook);
     ComRef<IItem> item;
     if (property == 0 || outlook->GetItemFromOidEx(oid, item.Out()) != S_OK || !item) return;
     double stored = 0;
@@ -302,7 +325,8 @@ void CTasksThread::SetTaskHTField(DWORD oid, DWORD oidParent, bool bExpanded, bo
         !(values->wFlags & CEDB_PROPNOTFOUND))
         stored = values->val.dblVal;
     LocalFree(values);
-    const double parent = oidParent != 0 ? static_cast<double>(oidParent) : std::floor(stored);
+    const bool isOid = stored >= 0 && stored < 4294967296.0;
+    const double parent = oidParent != 0 ? static_cast<double>(oidParent) : isOid ? std::floor(stored) : 0;
     CEPROPVAL value{};
     value.propid = property;
     value.val.dblVal = bDelete ? 0 : parent + (bExpanded ? kExpandedHalf : 0);
@@ -344,24 +368,26 @@ void CTasksThread::RemoveTreeNode(const _HIERSTRUCT* node, int index, bool bMove
     if (!row) return;
     DATATASKS* parent = row->m_pParent;
     if (parent) RemoveChild(parent, row->m_oid);
-    if (bMoveChildrenUp && row->IsParentNode()) GiveChildrenTo(row, parent);
+    if (bMoveChildrenUp && row->IsParentNode()) GiveChildrenTo(row, parent, true);
+    m_lTreeCount -= row->m_oidParent != 0;
+    m_lDisplayedTreeCount -= parent != nullptr;
     row->m_pParent = nullptr;
     row->m_nDepth = 0;
     row->m_oidParent = row->m_oidParentStored = 0;
-    --m_lTreeCount;
-    --m_lDisplayedTreeCount;
     if (row->m_bKeptForChildren) EraseRow(row);
 }
 
-// The children of a row that goes hang where it hung. Those that come to the top lose their parent in the store too:
-// otherwise the next load would hang them below the old one again.
-void CTasksThread::GiveChildrenTo(DATATASKS* row, DATATASKS* parent) {
+// The children of a row that goes hang where it hung. With bForget those that come to the top lose their parent in the
+// store too: the next load would hang them below the old one again. Without, what is stored stays.
+void CTasksThread::GiveChildrenTo(DATATASKS* row, DATATASKS* parent, bool bForget) {
+    const ParentBatch batch(m_nGroupBy == kGroupTree);
     UpdateDepth(row->m_listChildren, parent);
     for (DATATASKS* child : row->m_listChildren) {
         child->m_pParent = parent;
         child->m_oidParent = child->m_oidParentStored = row->m_oidParent;
         if (m_nGroupBy == kGroupTree)
-            SetTaskHTField(child->m_oid, row->m_oidParent, row->m_bExpanded, row->m_oidParent == 0);
+            SetTaskHTField(child->m_oid, row->m_oidParent, row->m_bExpanded,
+                           bForget && row->m_oidParent == 0);
         if (parent) parent->m_listChildren.Add(child);
     }
     row->m_listChildren.Clear();
@@ -372,9 +398,12 @@ void CTasksThread::DeleteTaskFromThread(int index) {
     if (!row || row->m_oid == 0 || row->m_bKeptForChildren) return;
     DATATASKS* parent = row->m_pParent;
     DeleteRow(row);
-    const bool lastOfKept =
-        m_nGroupBy == kGroupTree && parent && parent->m_bKeptForChildren && !parent->IsParentNode();
-    if (lastOfKept) EraseRow(parent);
+    // A parent that was kept for this row alone goes with it.
+    while (m_nGroupBy == kGroupTree && parent && parent->m_bKeptForChildren && !parent->IsParentNode()) {
+        DATATASKS* kept = parent;
+        parent = kept->m_pParent;
+        EraseRow(kept);
+    }
 }
 
 void CTasksThread::DeleteRow(DATATASKS* row) {
@@ -396,12 +425,12 @@ void CTasksThread::DeleteRow(DATATASKS* row) {
         EraseRowsOf(row->m_oid, nullptr);
     else
         EraseRow(row);
-    if (m_lActiveDataCount > 0) --m_lActiveDataCount;
 }
 
 void CTasksThread::LeaveTree(DATATASKS* row) {
     if (row->m_pParent) RemoveChild(row->m_pParent, row->m_oid);
-    if (row->IsParentNode()) GiveChildrenTo(row, row->m_pParent);
+    if (row->IsParentNode())
+        GiveChildrenTo(row, row->m_pParent, false); // the task may only be hidden by a filter
 }
 
 LONG CTasksThread::ExpandTreeNode(bool bExpand, DATATASKS* task, bool bPersist) {
@@ -415,6 +444,7 @@ LONG CTasksThread::ExpandTreeNode(bool bExpand, DATATASKS* task, bool bPersist) 
 
 LONG CTasksThread::ShowChildren(bool bExpand, DATATASKS* task) {
     const bool tree = m_nGroupBy == kGroupTree;
+    const ParentBatch batch(tree);
     LONG hidden = 0;
     task->m_bExpanded = bExpand;
     if (tree) SetTaskHTField(task->m_oid, task->m_oidParent, bExpand, false);
@@ -429,21 +459,29 @@ LONG CTasksThread::ShowChildren(bool bExpand, DATATASKS* task) {
     return hidden;
 }
 
-// Also the rows that are no headers get a state, since their OIDs are negative as numbers: it was always so, and the values
-// stand in the settings under the names that their fields give.
 LONG CTasksThread::ExpandAll(bool bExpand) {
     SetToRegistry(HKEY_CURRENT_USER, m_szSettingsKey, u"bShowExpanded", bExpand);
     m_bShowExpanded = bExpand;
-    for (DATATASKS* row : m_listTasks) {
-        if (bExpand) {
-            row->m_bExpanded = 1;
-            row->m_bHidden = 0;
-            if (static_cast<LONG>(row->m_oid) < 1) SetGroupHeaderOpen(row, true);
-        } else if (row->m_nDepth == 0) {
-            ExpandTreeNode(false, row, false);
-            if (row->m_oid == 0) SetGroupHeaderOpen(row, false);
-        }
-    }
+    bExpand ? OpenAll() : CloseAll();
     SortDataList();
     return 0;
+}
+
+// Also the rows that are no headers get a state, since their OIDs are negative as numbers: it was always so, and the values
+// stand in the settings under the names that their fields give.
+void CTasksThread::OpenAll() {
+    for (DATATASKS* row : m_listTasks) {
+        row->m_bExpanded = 1;
+        row->m_bHidden = 0;
+        if (static_cast<LONG>(row->m_oid) < 1) SetGroupHeaderOpen(row, true);
+    }
+}
+
+void CTasksThread::CloseAll() {
+    const ParentBatch batch(m_nGroupBy == kGroupTree);
+    for (DATATASKS* row : m_listTasks) {
+        if (row->m_nDepth != 0) continue;
+        ShowChildren(false, row);
+        if (row->m_oid == 0) SetGroupHeaderOpen(row, false);
+    }
 }

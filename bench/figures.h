@@ -4,6 +4,8 @@
 
 #include "Platform/testing.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cfloat>
 #include <cstdio>
@@ -38,6 +40,16 @@ inline double StatusMiB(const std::string& name) {
     for (std::string line; std::getline(status, line);)
         if (line.starts_with(name)) return std::atof(line.c_str() + name.size()) / 1024;
     return DBL_MAX;
+}
+
+// What the work takes more than there was before, at its highest, in MiB.
+template<class Work>
+double PeakMiB(Work work) {
+    malloc_trim(0);
+    std::ofstream("/proc/self/clear_refs") << "5"; // the peak begins anew
+    const double before = StatusMiB("VmRSS:");
+    work();
+    return StatusMiB("VmHWM:") - before;
 }
 
 // A device folder that goes with the object.

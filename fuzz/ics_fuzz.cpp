@@ -45,7 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         qn::IcsFile file = qn::ReadIcs(in, "input", nullptr);
         std::size_t rules = 0;
         for (const qn::IcsItem& item : file.items) {
-            if (item.uid.empty() || (!item.isTodo && !item.start.IsSet())) std::abort();
+            const bool mayLackDate = item.isTodo || item.isJournal;
+            if (item.uid.empty() || (!mayLackDate && !item.start.IsSet())) std::abort();
             CheckMoment(file.zones, item.start);
             CheckMoment(file.zones, item.recurrenceId);
             for (const std::string& rule : item.rules)

@@ -14,7 +14,8 @@ void CheckContact(const qn::Contact& contact) {
     if (!contact.texts.contains(PIMPR_FILEAS)) std::abort();
     for (const auto& [field, text] : contact.texts)
         if (text.empty() || !qn::IsUtf8(text) || qn::Utf16(text).size() > kLongestText) std::abort();
-    if (!qn::IsUtf8(contact.note) || contact.note.find('\0') != std::string::npos) std::abort();
+    const std::string note = contact.note + contact.leftover;
+    if (!qn::IsUtf8(note) || note.find('\0') != std::string::npos) std::abort();
     for (const std::string& name : contact.categories)
         if (name.empty() || name.find(',') != std::string::npos) std::abort();
 }

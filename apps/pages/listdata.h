@@ -44,8 +44,7 @@ protected:
     virtual void Turn() = 0;                          // what Next() has is shown from now on
     virtual void StoreChanged() {}                    // before the load that follows it
     HWND Window() const { return m_window; }
-    void
-    StopListening(); // before the threads are stopped: messages are served meanwhile, and the page is going
+    void StopListening(); // before the threads go: what they send is answered, and the page is going
 
 private:
     static LRESULT Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
@@ -75,10 +74,7 @@ public:
             thread->m_hClientWnd = Window();
         }
     }
-    ~ListData() override {
-        StopListening();
-        for (auto& thread : m_threads) thread->Stop(true);
-    }
+    ~ListData() override { StopListening(); } // a thread that goes ends its run
 
     Thread& Shown() { return *m_threads[m_shown]; }
     const Thread& Shown() const { return *m_threads[m_shown]; }

@@ -13,6 +13,7 @@ int AgendaCommand(const Words& words);
 int TasksCommand(const Words& words);
 int ContactsCommand(const Words& words);
 int NotesCommand(const Words& words);
+int SearchCommand(const Words& words);
 int ListCommand(const Words& words);
 int ShowCommand(const Words& words);
 int DeleteCommand(const Words& words);

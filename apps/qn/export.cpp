@@ -1,23 +1,32 @@
 // Writes what is stored as iCalendar.
+#include "NorvoTools/CeDb.h"
 #include "Platform/civil.h"
 #include "Platform/clock.h"
 #include "Platform/databases.h"
 #include "Platform/files.h"
 #include "Platform/stream.h"
 #include "QNWorkerClass/DATACALENDARDB.h"
+#include "QNWorkerClass/journalstore.h"
+#include "QNWorkerClass/linkstore.h"
 #include "QNWorkerClass/recurrenceblob.h"
 #include "apps/qn/commands.h"
 #include "apps/qn/exportparts.h"
 #include "apps/qn/exportzones.h"
 #include "apps/qn/icsrules.h"
 #include "apps/qn/icsfile.h"
+#include "apps/qn/journaluid.h"
 #include "apps/qn/options.h"
 #include "apps/qn/output.h"
+#include "apps/qn/ownfields.h"
 #include "apps/qn/store.h"
 #include "apps/qn/vcardexport.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
+#include <map>
 #include <memory>
 #include <set>
 
@@ -41,17 +50,29 @@ void Write(Output& output, icalcomponent* component) {
     output.Write(text.get());
 }
 
+// The days that are asked for, both ends included.
+struct Days {
+    LONG first = std::numeric_limits<LONG>::min();
+    LONG last = std::numeric_limits<LONG>::max();
+    bool AreAll() const { return *this == Days{}; }
+    bool Touch(LONG from, LONG to) const { return from <= last && to >= first; }
+    bool operator==(const Days&) const = default;
+};
+
 class Exporter {
 public:
-    Exporter(Store& store, Output& output) : m_store(store), m_output(output) {
+    Exporter(Store& store, Output& output, const Days& days)
+        : m_store(store), m_output(output), m_days(days) {
         m_output.Write("BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//QNTools//qn//EN\r\n");
         SYSTEMTIME now{};
         GetSystemTime(&now);
         m_stamp = ToIcal(now, false);
         m_stamp.zone = icaltimezone_get_utc_timezone();
+        for (const auto& [owner, target] : CLinks::ItemPairs()) m_links.emplace(owner, target);
     }
     void Appointments();
     void Tasks();
+    void Journal();
     void Finish() { m_output.Write("END:VCALENDAR\r\n"); }
     unsigned Written() const { return m_written; }
     unsigned Failed() const { return m_failed; }
@@ -76,7 +97,12 @@ private:
     icaltimetype Utc(DATE wall);
     void AddSingleTimes(icalcomponent* component, IAppointment* item);
     bool AddRule(icalcomponent* component, IRecurrencePattern* rule, const icaltimetype& start);
+    bool IsAskedFor(IAppointment* item) const;
+    bool IsAskedFor(ITask* item) const;
+    void AddRelation(icalcomponent* component, CEOID oid, icalparameter_reltype type);
+    void AddLinks(icalcomponent* component, CEOID oid);
     void AddParent(icalcomponent* component, const Com<IItem>& bag);
+    void AddPercent(icalcomponent* component, ITask* item, const Com<IItem>& bag);
     void AddTaskRest(icalcomponent* component, ITask* item, const Com<IItem>& bag);
     bool ReadSeries(IAppointment* item, const Com<IItem>& bag, Series& series);
     std::string SeriesZone(const Com<IItem>& bag);
@@ -85,9 +111,12 @@ private:
                         const std::string& uid);
     void Appointment(IAppointment* item);
     void Task(ITask* item);
+    void Entry(CeDb& journal, CEOID oid);
 
     Store& m_store;
     Output& m_output;
+    const Days m_days;
+    std::multimap<CEOID, CEOID> m_links; // by owner
     icaltimetype m_stamp;
     std::set<std::string> m_zonesWritten;
     ZoneTable m_zones;
@@ -223,6 +252,7 @@ void Exporter::Appointment(IAppointment* item) {
     AddOrganizer(event.get(), item);
     AddPeople(event.get(), item);
     AddReminder(event.get(), item);
+    AddLinks(event.get(), oid);
     Write(m_output, event.get());
     ++m_written;
     if (!ruled) return;
@@ -230,10 +260,40 @@ void Exporter::Appointment(IAppointment* item) {
         WriteException(item, series, *exception, uid);
 }
 
+// A series when any of it may fall on these days.
+bool Exporter::IsAskedFor(IAppointment* item) const {
+    if (m_days.AreAll()) return true;
+    DATE first = Get(item, &IAppointment::get_Start);
+    DATE last =
+        first + std::max(Get(item, &IAppointment::get_Duration) - 1, 0) / double{civil::kMinutesPerDay};
+    Com<IRecurrencePattern> rule;
+    if (Get(item, &IAppointment::get_IsRecurring) != VARIANT_FALSE &&
+        SUCCEEDED(item->GetRecurrencePattern(rule.Out())))
+        last += Get(rule.Get(), &IRecurrencePattern::get_PatternEndDate, kNoDate) - std::floor(first);
+    return m_days.Touch(static_cast<LONG>(std::floor(first)), static_cast<LONG>(std::floor(last)));
+}
+
 void Exporter::Appointments() {
     m_failed += m_store.ForEach(olFolderCalendar, [&](const Com<IDispatch>& item) {
-        if (const auto appointment = item.As<IAppointment>(IID_IAppointment)) Appointment(appointment.Get());
+        const auto appointment = item.As<IAppointment>(IID_IAppointment);
+        if (appointment && IsAskedFor(appointment.Get())) Appointment(appointment.Get());
     });
+}
+
+// --- What belongs together ----------------------------------------------------------------------------------------
+
+// Nothing for an item that is gone.
+void Exporter::AddRelation(icalcomponent* component, CEOID oid, icalparameter_reltype type) {
+    Com<IItem> other;
+    if (FAILED(m_store.App()->GetItemFromOidEx(oid, 0, other.Out()))) return;
+    icalproperty* relation = icalproperty_new_relatedto(m_store.UidOrNew(oid, other).c_str());
+    if (type != ICAL_RELTYPE_PARENT) icalproperty_add_parameter(relation, icalparameter_new_reltype(type));
+    icalcomponent_add_property(component, relation);
+}
+
+void Exporter::AddLinks(icalcomponent* component, CEOID oid) {
+    const auto [begin, end] = m_links.equal_range(oid);
+    for (auto link = begin; link != end; ++link) AddRelation(component, link->second, ICAL_RELTYPE_SIBLING);
 }
 
 // A task hangs below the one whose number this is; a half says no more than that the branch is open.
@@ -243,22 +303,28 @@ void Exporter::AddParent(icalcomponent* component, const Com<IItem>& bag) {
     if (FAILED(m_store.App()->GetIDsFromNames(1, &name, 0, &id)) || id == kUnknownNamedProperty) return;
     const Property stored(bag, id);
     const double value = stored.Value() ? stored.Value()->val.dblVal : 0;
-    Com<IItem> parent;
-    if (!(value >= 1 && value <= 0xFFFFFFFF)) return;
-    const auto oid = static_cast<CEOID>(value);
-    if (FAILED(m_store.App()->GetItemFromOidEx(oid, 0, parent.Out()))) return;
-    icalcomponent_add_property(component, icalproperty_new_relatedto(m_store.UidOrNew(oid, parent).c_str()));
+    if (value >= 1 && value <= 0xFFFFFFFF)
+        AddRelation(component, static_cast<CEOID>(value), ICAL_RELTYPE_PARENT);
+}
+
+// --- Tasks --------------------------------------------------------------------------------------------------------
+
+// An open task is never at 100, whatever is stored; above that are states of the suite's own.
+void Exporter::AddPercent(icalcomponent* component, ITask* item, const Com<IItem>& bag) {
+    constexpr ULONG kComplete = 100;
+    const WCHAR* name = u"QN_TaskPercentStatus";
+    CEPROPID id = 0;
+    if (FAILED(m_store.App()->GetIDsFromNames(1, &name, 0, &id)) || id == kUnknownNamedProperty) return;
+    const Property stored(bag, id);
+    const ULONG percent = stored.Value() ? stored.Value()->val.ulVal : 0;
+    const ULONG most = Get(item, &ITask::get_Complete) != VARIANT_FALSE ? kComplete : kComplete - 1;
+    if (percent > 0 && percent <= most)
+        icalcomponent_add_property(component, icalproperty_new_percentcomplete(static_cast<int>(percent)));
 }
 
 void Exporter::AddTaskRest(icalcomponent* component, ITask* item, const Com<IItem>& bag) {
-    const WCHAR* name = u"QN_TaskPercentStatus";
-    CEPROPID id = 0;
-    if (SUCCEEDED(m_store.App()->GetIDsFromNames(1, &name, 0, &id)) && id != kUnknownNamedProperty) {
-        const Property percent(bag, id);
-        if (percent.Value())
-            icalcomponent_add_property(
-                component, icalproperty_new_percentcomplete(static_cast<int>(percent.Value()->val.ulVal)));
-    }
+    AddPercent(component, item, bag);
+    AddTaskValues(component, m_store, bag);
     const DATE reminder = Get(item, &ITask::get_ReminderTime, kNoDate);
     if (Get(item, &ITask::get_ReminderSet) != VARIANT_FALSE && reminder < kNoDate) {
         icaltriggertype trigger{};
@@ -283,7 +349,7 @@ void Exporter::Task(ITask* item) {
     if (start < kNoDate) AddTime(todo.get(), icalproperty_new_dtstart(FromDate(start, true)), {});
     if (due < kNoDate) AddTime(todo.get(), icalproperty_new_due(FromDate(due, true)), {});
     AddText(todo.get(), &icalproperty_new_summary, TextOf(item, &ITask::get_Subject));
-    AddText(todo.get(), &icalproperty_new_description, NoteOf(item));
+    AddNote(todo.get(), StoredNote(item).Blob());
     AddCategories(todo.get(), TextOf(item, &ITask::get_Categories));
     AddClass(todo.get(), Get(item, &ITask::get_Sensitivity));
     constexpr int kPriorities[] = {9, 5, 1}; // low, normal, high
@@ -297,37 +363,86 @@ void Exporter::Task(ITask* item) {
                                    icalproperty_new_completed(Utc(std::min(completed, kNoDate - 1) + 0.5)));
     }
     AddParent(todo.get(), bag);
+    AddLinks(todo.get(), oid);
     AddTaskRest(todo.get(), item, bag);
     Write(m_output, todo.get());
     ++m_written;
 }
 
+// Start, due and completed day tell where it stands; one without any is on no day.
+bool Exporter::IsAskedFor(ITask* item) const {
+    if (m_days.AreAll()) return true;
+    LONG first = kNoDay, last = std::numeric_limits<LONG>::min();
+    for (const DATE date :
+         {Get(item, &ITask::get_StartDate, kNoDate), Get(item, &ITask::get_DueDate, kNoDate),
+          Get(item, &ITask::get_DateCompleted, kNoDate)}) {
+        if (date >= kNoDate) continue;
+        first = std::min(first, static_cast<LONG>(date));
+        last = std::max(last, static_cast<LONG>(date));
+    }
+    return first != kNoDay && m_days.Touch(first, last);
+}
+
 void Exporter::Tasks() {
     m_failed += m_store.ForEach(olFolderTasks, [&](const Com<IDispatch>& item) {
-        if (const auto task = item.As<ITask>(IID_ITask)) Task(task.Get());
+        const auto task = item.As<ITask>(IID_ITask);
+        if (task && IsAskedFor(task.Get())) Task(task.Get());
     });
 }
 
-ExportTally ExportCalendar(Store& store, Output& output) {
-    Exporter exporter(store, output);
+// --- The journal --------------------------------------------------------------------------------------------------
+
+void Exporter::Entry(CeDb& journal, CEOID oid) {
+    CJournalData entry;
+    if (!CJournal::ReadEntry(journal, oid, &entry)) return Complain(oid, "the journal entry can't be read");
+    const auto day = static_cast<LONG>(ToDate(entry.m_stDate));
+    if (!m_days.Touch(day, day)) return;
+    const Component component = Begin(ICAL_VJOURNAL_COMPONENT, JournalUid(journal, oid));
+    AddEntry(component.get(), entry, m_zones);
+    if (entry.m_oidOwner) AddRelation(component.get(), entry.m_oidOwner, ICAL_RELTYPE_PARENT);
+    Write(m_output, component.get());
+    ++m_written;
+}
+
+void Exporter::Journal() {
+    CeDb db;
+    if (!db.Open(kJournalStore) || !CJournal::Open(db, kJournalByCreation)) return; // none, and none is made
+    std::vector<CEOID> entries;
+    for (CEOID at = db.SeekFirst(); at; at = db.SeekNext()) entries.push_back(at);
+    for (const CEOID entry : entries) Entry(db, entry);
+}
+
+ExportTally ExportCalendar(Store& store, Output& output, const Days& days) {
+    Exporter exporter(store, output, days);
     exporter.Appointments();
     exporter.Tasks();
+    exporter.Journal();
     exporter.Finish();
     return {exporter.Written(), exporter.Failed()};
+}
+
+LONG DayOption(const Options& options, const char* name, LONG fallback) {
+    if (!options.Has(name)) return fallback;
+    const auto day = ParseDay(options.Get(name));
+    if (!day) Usage("export: " + std::string(name) + " can't be " + options.Get(name));
+    return static_cast<LONG>(*day);
 }
 
 } // namespace
 
 int ExportCommand(const Words& words) {
-    constexpr OptionRule kRules[] = {{"--ics", false}, {"--vcf", false}};
+    constexpr OptionRule kRules[] = {{"--ics", false}, {"--vcf", false}, {"--from", true}, {"--to", true}};
     const Options options("export", words, kRules);
     if (options.Has("--ics") == options.Has("--vcf")) Usage("export wants --ics or --vcf");
     if (options.Rest().size() > 1) Usage("export wants one file");
+    Days days;
+    days = {DayOption(options, "--from", days.first), DayOption(options, "--to", days.last)};
+    if (!days.AreAll() && options.Has("--vcf")) Usage("export: contacts stand on no day");
     const std::string name = options.Rest().empty() ? "" : options.Rest()[0];
     Store store;
     Output output(name);
     const ExportTally tally =
-        options.Has("--vcf") ? ExportCards(store, output) : ExportCalendar(store, output);
+        options.Has("--vcf") ? ExportCards(store, output) : ExportCalendar(store, output, days);
     output.Finish();
     if (!name.empty() && name != "-") std::printf("%u items written to %s\n", tally.written, name.c_str());
     return tally.failed ? kExitFailed : kExitDone;

@@ -1,6 +1,9 @@
 #include "apps/qn/exportparts.h"
 
+#include "QNWorkerClass/journalstore.h"
+#include "apps/qn/icsrules.h"
 #include "apps/qn/icsfile.h"
+#include "apps/qn/ownfields.h"
 
 namespace qn {
 
@@ -37,7 +40,7 @@ void AddBusyStatus(icalcomponent* component, LONG busy) {
 void AddTexts(icalcomponent* component, IAppointment* item) {
     AddText(component, &icalproperty_new_summary, TextOf(item, &IAppointment::get_Subject));
     AddText(component, &icalproperty_new_location, TextOf(item, &IAppointment::get_Location));
-    AddText(component, &icalproperty_new_description, NoteOf(item));
+    AddNote(component, StoredNote(item).Blob());
     AddCategories(component, TextOf(item, &IAppointment::get_Categories));
     AddClass(component, Get(item, &IAppointment::get_Sensitivity));
     AddBusyStatus(component, Get(item, &IAppointment::get_BusyStatus));
@@ -103,6 +106,37 @@ void AddReminder(icalcomponent* component, IAppointment* item) {
     trigger.duration =
         icaldurationtype_from_int(-60 * Get(item, &IAppointment::get_ReminderMinutesBeforeStart));
     AddAlarm(component, trigger, TextOf(item, &IAppointment::get_Subject));
+}
+
+// The date is on the wall's clock wherever the journal is read: it is in no zone.
+void AddEntryDates(icalcomponent* component, const CJournalData& entry, ZoneTable& zones) {
+    const SYSTEMTIME& date = entry.m_stDate;
+    const bool isDay = date.wHour == 0 && date.wMinute == 0 && date.wSecond == 0;
+    icalcomponent_add_property(component, icalproperty_new_dtstart(ToIcal(date, isDay)));
+    const auto utc = [&](const SYSTEMTIME& local) {
+        icaltimetype time = ToIcal(zones.ToUtc(When{ToIcal(local, false), {}}), false);
+        time.zone = icaltimezone_get_utc_timezone();
+        return time;
+    };
+    if (!entry.m_bCreatedMissing)
+        icalcomponent_add_property(component, icalproperty_new_created(utc(entry.m_stCreated)));
+    icalcomponent_add_property(component, icalproperty_new_lastmodified(utc(entry.m_stModified)));
+}
+
+void AddEntry(icalcomponent* component, const CJournalData& entry, ZoneTable& zones) {
+    const auto text = [](const CeString& value) { return Utf8(value.View()); };
+    const auto number = [](LONG value) { return value ? std::to_string(value) : std::string(); };
+    AddEntryDates(component, entry, zones);
+    AddText(component, &icalproperty_new_summary, text(entry.m_strTitle));
+    std::vector<BYTE> note = entry.m_note;
+    AddNote(component, {static_cast<DWORD>(note.size()), note.data()});
+    AddCategories(component, text(entry.m_strCategories));
+    AddOwn(component, "TYPE", text(entry.m_strType));
+    AddOwn(component, "MINUTES", number(static_cast<LONG>(entry.m_nFlags)));
+    AddOwn(component, "FLAG", entry.m_bFlag ? "1" : "");
+    AddOwn(component, "NUMBER1", number(entry.m_nNumbers[0]));
+    AddOwn(component, "NUMBER2", number(entry.m_nNumbers[1]));
+    AddOwn(component, "NUMBER3", number(entry.m_nNumbers[2]));
 }
 
 } // namespace qn

@@ -1,11 +1,14 @@
 // What events and to-dos of an iCalendar file have in common: properties out of the items of the store.
 #pragma once
 
+#include "apps/qn/icszones.h"
 #include "apps/qn/store.h"
 
 #include <libical/ical.h>
 
 #include <string>
+
+struct CJournalData;
 
 namespace qn {
 
@@ -21,5 +24,7 @@ void AddOrganizer(icalcomponent* component, IAppointment* item);
 void AddPeople(icalcomponent* component, IAppointment* item);
 void AddAlarm(icalcomponent* component, const icaltriggertype& trigger, const std::string& subject);
 void AddReminder(icalcomponent* component, IAppointment* item);
+// All of a journal entry but its UID and the item that it belongs to.
+void AddEntry(icalcomponent* component, const CJournalData& entry, ZoneTable& zones);
 
 } // namespace qn

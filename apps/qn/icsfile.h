@@ -3,6 +3,7 @@
 #pragma once
 
 #include "apps/qn/icszones.h"
+#include "apps/qn/ownvalues.h"
 #include "apps/qn/textlines.h"
 
 #include <libical/ical.h>
@@ -76,6 +77,7 @@ struct IcsItem {
     std::string parentUid;                // of a to-do; of a journal entry the item that it belongs to
     std::vector<std::string> relatedUids; // items it is related to otherwise
     When createdAt;                       // of a journal entry
+    OwnValues own;                        // values of this suite
     // To-dos only.
     int priority = 0; // 1 to 9, 0 none
     int percent = 0;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace qn {
 
@@ -314,9 +315,18 @@ void Taker::TakeTodo() {
     if (!m_item.attendees.empty() || !m_item.organizer.empty()) Unkept("people of to-dos");
 }
 
+// An entry may have several descriptions: one note, a paragraph each.
 void Taker::TakeJournal() {
     m_item.createdAt = TakeWhen(ICAL_CREATED_PROPERTY, "CREATED");
-    if (!m_item.rules.empty()) Unkept("rules of journal entries");
+    bool first = true;
+    ForEach(m_component, ICAL_DESCRIPTION_PROPERTY, [&](icalproperty* p) {
+        const char* text = icalproperty_get_description(p);
+        if (text && !std::exchange(first, false)) m_item.note += std::string("\n\n") + text;
+    });
+    if (!m_item.rules.empty() || !m_item.extraDates.empty()) Unkept("rules of journal entries");
+    if (m_item.sensitivity != 0) Unkept("privacy of journal entries");
+    if (!m_item.location.empty()) Unkept("locations of journal entries");
+    if (!m_item.attendees.empty() || !m_item.organizer.empty()) Unkept("people of journal entries");
 }
 
 // A task hangs below its first parent, and a relation without a type is one to a parent; all others become links.
@@ -394,6 +404,7 @@ void Taker::TakeOthers() {
                   {ICAL_X_PROPERTY, "values private to other programs (X-...)"}};
     ForEach(m_component, ICAL_ANY_PROPERTY, [&](icalproperty* p) {
         if (IsTakenOrSpare(p, m_item.isTodo)) return;
+        if (icalproperty_isa(p) == ICAL_X_PROPERTY && TakeOwn(p, m_item.own)) return;
         const auto words =
             std::ranges::find(kWords, icalproperty_isa(p), [](const auto& one) { return one.kind; });
         Unkept(words != std::end(kWords) ? words->words : icalproperty_get_property_name(p));

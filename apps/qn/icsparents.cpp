@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
+#include <unordered_set>
 
 namespace qn {
 
@@ -12,9 +14,11 @@ constexpr const WCHAR* kParentName =
     u"QN_ParentOID"; // a double: the number of the parent, and a half for an open branch
 constexpr int kDeepest = 1000;
 
-double StoredParent(const Com<IItem>& bag, DWORD property) {
+// Nothing where a task has never had a place in the tree.
+std::optional<double> StoredParent(const Com<IItem>& bag, DWORD property) {
     const Property stored(bag, property);
-    const double value = stored.Value() ? stored.Value()->val.dblVal : 0;
+    if (!stored.Value()) return std::nullopt;
+    const double value = stored.Value()->val.dblVal;
     return value >= 0 && value <= 0xFFFFFFFF ? value : 0;
 }
 
@@ -31,7 +35,7 @@ CEOID IcsSaver::ParentOf(CEOID oid, Parents& parents) {
     const auto [at, isNew] = parents.try_emplace(oid, 0);
     Com<IItem> bag;
     if (isNew && SUCCEEDED(m_store.App()->GetItemFromOidEx(oid, 0, bag.Out())))
-        at->second = static_cast<CEOID>(std::floor(StoredParent(bag, ParentProperty())));
+        at->second = static_cast<CEOID>(std::floor(StoredParent(bag, ParentProperty()).value_or(0)));
     return at->second;
 }
 
@@ -42,14 +46,16 @@ bool IcsSaver::LeadsTo(CEOID from, CEOID oid, Parents& parents) {
     return false;
 }
 
-void IcsSaver::StoreParent(CEOID oid, CEOID parent) {
+// A task that is new in the tree is open, so that who imports a tree sees it; one that was closed since stays so.
+void IcsSaver::StoreParent(CEOID oid, CEOID parent, bool isParent) {
     Com<IItem> bag;
     Check(m_store.App()->GetItemFromOidEx(oid, 0, bag.Out()));
-    const double stored = StoredParent(bag, ParentProperty());
+    const double open = parent != 0 || isParent ? 0.5 : 0;
+    const std::optional<double> stored = StoredParent(bag, ParentProperty());
     CEPROPVAL value{};
     value.propid = ParentProperty();
-    value.val.dblVal = static_cast<double>(parent) + (stored - std::floor(stored));
-    if (std::floor(stored) != static_cast<double>(parent)) Check(bag->SetProps(0, 1, &value));
+    value.val.dblVal = static_cast<double>(parent) + (stored ? *stored - std::floor(*stored) : open);
+    if (value.val.dblVal != stored.value_or(0)) Check(bag->SetProps(0, 1, &value));
 }
 
 // A file that knows of parents tells where all of its tasks stand; another one leaves the tree as it is.
@@ -67,8 +73,10 @@ void IcsSaver::SaveParents() {
         else
             parents[place.oid] = parent;
     }
+    std::unordered_set<CEOID> above;
+    for (const auto& [oid, parent] : parents) above.insert(parent);
     for (const Place& place : m_places) try {
-            StoreParent(place.oid, parents[place.oid]);
+            StoreParent(place.oid, parents[place.oid], above.contains(place.oid));
         } catch (const SaveFailed& failed) {
             Complain(place.line, WhyNotSaved(failed));
         }

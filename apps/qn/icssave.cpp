@@ -2,6 +2,7 @@
 
 #include "Platform/civil.h"
 #include "Platform/databases.h"
+#include "apps/qn/ownfields.h"
 #include "apps/qn/support.h"
 
 #include <algorithm>
@@ -149,7 +150,7 @@ void IcsSaver::FillTexts(IAppointment* appointment, const IcsItem& item) {
     Check(appointment->put_Categories(Bstr(Utf16(Categories(item)))));
     Check(appointment->put_Sensitivity(item.sensitivity));
     Check(appointment->put_BusyStatus(item.busyStatus));
-    SetNote(appointment, item.note);
+    SetNote(appointment, TakeNote(item.note, item.own));
 }
 
 LONG IcsSaver::DurationMinutes(const IcsItem& item) {

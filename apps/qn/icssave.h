@@ -1,12 +1,14 @@
 // Saves what an iCalendar file says through the object model.
 #pragma once
 
+#include "QNWorkerClass/journalstore.h"
 #include "apps/qn/icsfile.h"
 #include "apps/qn/icsrules.h"
 #include "apps/qn/saving.h"
 
 #include <map>
 #include <set>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -135,14 +137,14 @@ private:
     };
     CEOID ParentOf(CEOID oid, Parents& parents);
     bool LeadsTo(CEOID from, CEOID oid, Parents& parents);
-    void StoreParent(CEOID oid, CEOID parent);
+    void StoreParent(CEOID oid, CEOID parent, bool isParent);
     DWORD ParentProperty();
 
     // Journal (icsjournal.cpp)
     void KeepEntry(const IcsGroup& group);
-    void SaveEntry(const IcsItem& item, CEOID known);
+    void FillEntry(CJournalData& entry, const IcsItem& item);
+    void SaveEntries(std::span<const IcsItem* const> items, std::vector<CJournalData>& entries);
     CEOID FindAny(const std::string& uid);
-    void Link(CEOID item, CEOID other);
 
     Target Open(const Identity& identity);
     CEOID Find(LONG folder, DWORD property, const std::string& text);

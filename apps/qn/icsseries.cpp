@@ -3,6 +3,7 @@
 #include "Platform/civil.h"
 #include "Platform/databases.h"
 #include "apps/qn/icssave.h"
+#include "apps/qn/ownfields.h"
 
 #include <algorithm>
 #include <cmath>
@@ -196,9 +197,7 @@ void IcsSaver::ChangeOccurrence(IRecurrencePattern* rule, const IcsItem& change,
     if (!change.summary.empty()) Check(occurrence->put_Subject(Bstr(Utf16(change.summary))));
     Check(occurrence->put_Location(Bstr(Utf16(change.location))));
     Check(occurrence->put_BusyStatus(change.busyStatus));
-    std::vector<BYTE> note = NoteBytes(change.note);
-    const CEBLOB ink{static_cast<DWORD>(note.size()), note.data()};
-    Check(occurrence->put_BodyInk(&ink));
+    SetNote(occurrence.Get(), TakeNote(change.note, change.own));
     FillTimes(occurrence.Get(), change, ToDate(FromIcal(Wall(change.start, series))),
               DurationMinutes(change));
     const HRESULT saved = occurrence->Save();

@@ -3,6 +3,7 @@
 #include "Platform/clock.h"
 #include "Platform/databases.h"
 #include "apps/qn/icssave.h"
+#include "apps/qn/ownfields.h"
 
 namespace qn {
 
@@ -46,7 +47,7 @@ void IcsSaver::FillTask(ITask* task, const IcsItem& item, const Com<IItem>& prop
     Check(task->put_Categories(Bstr(Utf16(Categories(item)))));
     Check(task->put_Sensitivity(item.sensitivity));
     Check(task->put_Importance(ImportanceOf(item.priority)));
-    SetNote(task, item.note);
+    SetNote(task, TakeNote(item.note, item.own));
     if (item.percent || !isNew) {
         CEPROPVAL value{};
         Check(
@@ -54,6 +55,7 @@ void IcsSaver::FillTask(ITask* task, const IcsItem& item, const Com<IItem>& prop
         value.val.ulVal = static_cast<DWORD>(item.percent);
         Check(properties->SetProps(0, 1, &value));
     }
+    SetTaskValues(m_store, properties, item.own);
     Check(task->ClearRecurrencePattern());
     FillTaskDates(task, item, properties);
     FillTaskReminder(task, item, DueOf(item));

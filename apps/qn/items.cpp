@@ -1,7 +1,10 @@
 // What is stored: lists, single items, taking out.
 #include "Platform/databases.h"
+#include "NorvoTools/CeDb.h"
 #include "QNWorkerClass/COutlook.h"
+#include "QNWorkerClass/journalstore.h"
 #include "apps/qn/commands.h"
+#include "apps/qn/journaluid.h"
 #include "apps/qn/json.h"
 #include "apps/qn/options.h"
 #include "apps/qn/store.h"
@@ -228,6 +231,62 @@ void ShowContact(IContact* item) {
     Field("Note", NoteOf(item));
 }
 
+// --- Journal entries ----------------------------------------------------------------------------------------------
+
+constexpr std::string_view kJournal = "journal";
+
+// Their numbers bear no kind.
+bool IsJournal(CEOID oid) { return (oid & kOidKindMask) == 0; }
+
+std::string DateOf(const CJournalData& entry) {
+    const DATE date = ToDate(entry.m_stDate);
+    return Day(date) + (std::floor(date) == date ? "" : " " + ClockTime(date));
+}
+
+void PrintEntry(CEOID oid, const CJournalData& entry, bool json) {
+    const std::string title = Utf8(entry.m_strTitle.View());
+    if (!json)
+        return void(std::printf("%10u  %-20s  %s\n", oid, DateOf(entry).c_str(), Printable(title).c_str()));
+    JsonLine line;
+    line.Text("kind", kJournal).Number("oid", oid).Text("start", IsoMoment(ToDate(entry.m_stDate)));
+    line.Number("minutes", entry.m_nFlags).Text("subject", title);
+    line.Texts("categories", SplitCategories(Utf8(entry.m_strCategories.View())));
+    std::puts(line.Done().c_str());
+}
+
+void ListJournal(bool json) {
+    CeDb store;
+    if (!store.Open(kJournalStore) || !CJournal::Open(store, kJournalByCreation))
+        return; // none, and none is made
+    std::vector<CEOID> entries;
+    for (CEOID at = store.SeekFirst(); at; at = store.SeekNext()) entries.push_back(at);
+    CJournalData entry;
+    for (const CEOID oid : entries)
+        if (CJournal::ReadEntry(store, oid, &entry)) PrintEntry(oid, entry, json);
+}
+
+void ShowEntry(CEOID oid, const std::string& word) {
+    CeDb store;
+    CJournalData entry;
+    if (!store.Open(kJournalStore) || !CJournal::ReadEntry(store, oid, &entry))
+        throw Failure(word + ": " + Reason(E_NOTFOUND));
+    std::printf("%s\n", word.c_str());
+    Field("Subject", Utf8(entry.m_strTitle.View()));
+    Field("Kind", Utf8(entry.m_strType.View()));
+    Field("Date", DateOf(entry));
+    if (entry.m_nFlags) Field("Duration", std::to_string(entry.m_nFlags) + " minutes");
+    Field("Categories", Utf8(entry.m_strCategories.View()));
+    if (entry.m_oidOwner) Field("Belongs to", std::to_string(entry.m_oidOwner));
+    Field("Note", NoteText({static_cast<DWORD>(entry.m_note.size()), entry.m_note.data()}));
+    Field("UID", JournalUid(oid));
+}
+
+void DeleteEntry(CEOID oid, const std::string& word) {
+    CeDb store;
+    if (!store.Open(kJournalStore) || !CJournal::DeleteEntry(oid))
+        throw Failure(word + ": " + Reason(E_NOTFOUND));
+}
+
 Com<IDispatch> OpenItem(Store& store, const std::string& word) {
     Com<IDispatch> item;
     const HRESULT found = store.App()->GetItemFromOid(static_cast<LONG>(ParseOid(word)), item.Out());
@@ -242,7 +301,8 @@ int ListCommand(const Words& words) {
     const Options options("list", words, kRules);
     if (options.Rest().size() > 1) Usage("list wants one kind");
     const std::string kind = options.Rest().empty() ? "" : options.Rest()[0];
-    if (!kind.empty() && std::ranges::find(kFolders, kind, &FolderKind::name) == std::end(kFolders))
+    if (!kind.empty() && kind != kJournal &&
+        std::ranges::find(kFolders, kind, &FolderKind::name) == std::end(kFolders))
         Usage("list: there are no " + kind);
     Store store;
     unsigned unread = 0;
@@ -250,6 +310,7 @@ int ListCommand(const Words& words) {
         if (kind.empty() || folder.name == kind)
             unread += store.ForEach(
                 folder.folder, [&](const Com<IDispatch>& item) { PrintItem(item, options.Has("--json")); });
+    if (kind.empty() || kind == kJournal) ListJournal(options.Has("--json"));
     return unread ? kExitFailed : kExitDone;
 }
 
@@ -258,6 +319,10 @@ int ShowCommand(const Words& words) {
     if (options.Rest().empty()) Usage("show wants an item number");
     Store store;
     for (const std::string& word : options.Rest()) {
+        if (const CEOID oid = ParseOid(word); IsJournal(oid)) {
+            ShowEntry(oid, word);
+            continue;
+        }
         const Com<IDispatch> item = OpenItem(store, word);
         std::printf("%s\n", word.c_str());
         if (const auto appointment = item.As<IAppointment>(IID_IAppointment))
@@ -276,6 +341,10 @@ int DeleteCommand(const Words& words) {
     if (options.Rest().empty()) Usage("delete wants an item number");
     Store store;
     for (const std::string& word : options.Rest()) {
+        if (const CEOID oid = ParseOid(word); IsJournal(oid)) {
+            DeleteEntry(oid, word);
+            continue;
+        }
         const Com<IItem> item = OpenItem(store, word).As<IItem>(IID_IItem);
         const HRESULT gone = item ? item->Delete() : E_NOTFOUND;
         if (FAILED(gone)) throw Failure(word + ": " + Reason(gone));

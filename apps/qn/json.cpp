@@ -1,5 +1,8 @@
 #include "apps/qn/json.h"
 
+#include "Platform/poom.h"
+#include "apps/qn/support.h"
+
 #include <cstdio>
 
 namespace qn {
@@ -63,6 +66,18 @@ JsonLine& JsonLine::Null(std::string_view name) {
     Name(name);
     m_text += "null";
     return *this;
+}
+
+JsonLine& JsonLine::Day(std::string_view name, double date) {
+    return date == kNoDate ? Null(name) : Text(name, IsoDay(static_cast<LONG>(date)));
+}
+
+JsonLine& JsonLine::Moment(std::string_view name, double date) {
+    return date == kNoDate ? Null(name) : Text(name, IsoMoment(date));
+}
+
+JsonLine& JsonLine::TextOrNull(std::string_view name, std::string_view utf8) {
+    return utf8.empty() ? Null(name) : Text(name, utf8);
 }
 
 JsonLine& JsonLine::Texts(std::string_view name, std::span<const std::string> values) {

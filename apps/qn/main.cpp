@@ -86,20 +86,26 @@ constexpr Command kCommands[] = {
      "  With a --filter other than all each item stands once, whatever its date, its categories and its "
      "status.\n"},
     {"tasks", &qn::TasksCommand,
-     "qn tasks [--rule NAME] [--group NAME | --tree] [--sort KEY[,KEY2]] [--descending] [--done]\n"
-     "         [--date DATE] [--days N] [--context NAME] [--json]\n"
+     "qn tasks [--rule NAME] [--group NAME | --tree] [--sort KEY[,KEY2]] [--descending] [--done] [--open]\n"
+     "         [--date DATE | --days N | --context NAME | --below TASK | --project NAME] [--json]\n"
      "  Prints the tasks as the task view shows them, or as these options change it for once.\n"
      "  --rule    all, today, overdue, undated, active, tomorrow, done, next (--days N, 14), day (--date), "
      "master,\n"
-     "            unfiled, context (--context), starred, action\n"
+     "            unfiled, context (--context), starred, action, goal (--below a task, by UID or OID),\n"
+     "            project (--project)\n"
      "  --group   none, category, importance, letter, progress, completion, date, manager, status\n"
      "  --sort    subject, due, start, priority, completion, letter, category; the second key breaks ties\n"
-     "  --done    completed tasks too\n"},
+     "  --done    completed tasks too\n"
+     "  --open    what stands below closed tasks and closed headers too\n"},
     {"contacts", &qn::ContactsCommand,
      "qn contacts [--format NAME] [--find TEXT [--full] | --keypad DIGITS] [--closed] [--json]\n"
      "  Prints the contacts as the contact view shows them, or as these options change it for once.\n"
      "  --format  first, last, file-as, company, category, department, city, state, country, recent, calls\n"
-     "  --find    names that begin so; with --full all words anywhere in what is known of a contact\n"
+     "  --find    contacts whose name begins so, by the name that orders the list or its group; where there "
+     "are "
+     "none,\n"
+     "            and with --full at once, those with all the words anywhere in a name, or the text in any "
+     "field\n"
      "  --keypad  each digit stands for its letters: 0 ABC, 1 DEF, 2 GHI ... 7 WXYZ, # or 8 for the digits\n"
      "  --closed  the headers of groups alone\n"},
     {"notes", &qn::NotesCommand,
@@ -111,8 +117,43 @@ constexpr Command kCommands[] = {
      "folders too\n"
      "  --open      closed folders too\n"
      "  --hidden    hidden folders too\n"},
+    {"search", &qn::SearchCommand,
+     "qn search TEXT [--in KIND,...] [--field NAME]... [--begin] [--contents] [--sound] [--from DATE] [--to "
+     "DATE]\n"
+     "          [--tasks open|done] [--tracked] [--privacy NAME] [--category NAME]... [--all-of] [--hide] "
+     "[--no-category]\n"
+     "          [--all-entries] [--no-links] [--sort KEY [--descending]] [--group age|item] [--json]\n"
+     "  Looks through everything for a text, and prints what it finds as it is found. * and ? in the text "
+     "stand for "
+     "any\n"
+     "  characters and for one; * alone finds everything.\n"
+     "  --in        contacts, tasks, appointments, notes, journal; all of them unless told otherwise\n"
+     "  --field     all, name (of contacts; subjects, titles), location, first, last, company, mail, phone\n"
+     "  --begin     where a field begins with the text, not anywhere in it\n"
+     "  --contents  in notes and the notes of items too\n"
+     "  --sound     contacts whose names sound alike too\n"
+     "  --from, --to  days, both included: appointments and tasks then; contacts with a birthday or an "
+     "anniversary then\n"
+     "              (with --from); journal entries between both. Each date of a series is found by itself, "
+     "without "
+     "days\n"
+     "              a series once.\n"
+     "  --privacy   public, not-public, personal, private, confidential: such appointments and notes; tasks "
+     "that "
+     "are not so\n"
+     "  --tracked   no tasks and appointments but those that are tracked\n"
+     "  --category  as for agenda; files are found whatever their category\n"
+     "  --all-entries  all journal entries, whatever the text\n"
+     "  --no-links  without a look for links of items\n"
+     "  --sort      subject, date, category, sensitivity: within each kind; timeline: by date whatever the "
+     "kind; "
+     "journal,\n"
+     "              view: as their views sort. Then all is found before the first is printed, as with\n"
+     "  --group     age: in the next 7, 30, 90 days from --from on, later; item: journal entries by what "
+     "they "
+     "belong to\n"},
     {"list", &qn::ListCommand,
-     "qn list [appointments|tasks|contacts] [--json]\n"
+     "qn list [appointments|tasks|contacts|journal] [--json]\n"
      "  Lists what is stored, one line an item, with the number that `qn show` takes.\n"},
     {"show", &qn::ShowCommand, "qn show OID ...\n  Shows all that is known of an item.\n"},
     {"delete", &qn::DeleteCommand, "qn delete OID ...\n  Takes items out of the store.\n"},
@@ -127,11 +168,13 @@ constexpr Command kCommands[] = {
      "qn set --delete KEY\n"
      "  Writes a setting: a number when VALUE is one (decimal, or hexadecimal from 0x), otherwise a text.\n"},
     {"export", &qn::ExportCommand,
-     "qn export --ics|--vcf [FILE]\n"
-     "  Writes all appointments and tasks as one iCalendar file, or all contacts as one vCard file; to "
-     "standard "
-     "output\n"
-     "  without FILE.\n"},
+     "qn export --ics [--from DATE] [--to DATE] [FILE]\n"
+     "qn export --vcf [FILE]\n"
+     "  Writes appointments, tasks and journal entries as one iCalendar file, or all contacts as one vCard "
+     "file; to\n"
+     "  standard output without FILE.\n"
+     "  --from, --to  what falls on these days alone; a series that may is written whole, a task without a "
+     "date isn't\n"},
     {"mark-up", &qn::MarkUpCommand,
      "qn mark-up [--png FILE] [--dump] [--width N] [--dpi N] [--line] FILE|-\n"
      "  Shows what the display makes of a text of mark-up (UTF-8; - is standard input): a picture, and with "
@@ -162,6 +205,7 @@ void PrintHelp() {
               "  tasks     the task list, in groups or as a tree\n"
               "  contacts  the contact list, by name or in groups\n"
               "  notes     the notes, in their folders\n"
+              "  search    a text in all of it\n"
               "  list      what is stored\n"
               "  show      one item\n"
               "  delete    take items out\n"

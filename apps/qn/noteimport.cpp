@@ -48,12 +48,16 @@ std::u16string FromUtf16(std::string_view bytes, bool bigEndian) {
 
 // By the byte-order mark, else UTF-8, else Western; what holds zeros is no text.
 std::u16string TextOfBytes(std::string_view bytes, const std::string& name, bool& western) {
-    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"))
-        return FromUtf16(bytes, bytes[0] == '\xFE');
-    if (bytes.find('\0') != std::string_view::npos) throw Failure(name + ": is no text");
-    if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-    western = !IsUtf8(bytes);
-    return FromPage(bytes, western ? kWesternPage : CP_ACP);
+    std::u16string text;
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+        text = FromUtf16(bytes, bytes[0] == '\xFE');
+    } else {
+        if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
+        western = !IsUtf8(bytes);
+        text = FromPage(bytes, western ? kWesternPage : CP_ACP);
+    }
+    if (text.find(u'\0') != text.npos) throw Failure(name + ": is no text");
+    return text;
 }
 
 // UTF-16 with its mark: what every reader of notes knows, whatever the code page of the device.
@@ -67,6 +71,7 @@ std::vector<BYTE> FileBytes(const std::u16string& text) {
 // The name without its ending and without what no name of the device can have. Lists of notes know ".txt", not ".md".
 std::u16string NoteName(const std::string& path) {
     std::u16string name = Utf16(std::filesystem::path(path).stem().string()).substr(0, kLongestName);
+    if (!name.empty() && (name.back() & 0xFC00) == 0xD800) name.pop_back(); // half a character
     for (WCHAR& c : name)
         if (c < u' ' || std::u16string_view(u"\\/:*?\"<>|").find(c) != std::u16string_view::npos) c = u'_';
     while (name.ends_with(u' ') || name.ends_with(u'.')) name.pop_back();

@@ -1,5 +1,6 @@
 // The list of notes: a real notes thread loads the tree of folders and notes.
 #include "Platform/clock.h"
+#include "Platform/poom.h"
 #include "QNWorkerClass/notesthread.h"
 #include "apps/qn/choice.h"
 #include "apps/qn/client.h"
@@ -9,6 +10,7 @@
 #include "apps/qn/store.h"
 #include "apps/qn/viewkey.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace qn {
@@ -27,47 +29,69 @@ constexpr Choice kSorts[] = {
     {"modified", kNotesByModified}, {"size", kNotesBySize},   {"category", kNotesByCategory},
 };
 
-std::string TextOf(const WCHAR* text) { return text ? Utf8(text) : std::string(); }
-
-// Times of files are local already; 0 is none.
-std::string MomentOf(const FILETIME& time) {
+// Times of files are local already.
+DATE DateOf(const FILETIME& time) {
     SYSTEMTIME moment;
-    if (FileTimeTicks(time) == 0 || !FileTimeToSystemTime(&time, &moment)) return {};
-    return IsoMoment(ToDate(moment));
+    return FileTimeTicks(time) == 0 || !FileTimeToSystemTime(&time, &moment) ? kNoDate : ToDate(moment);
 }
 
-void AddMoment(JsonLine& json, std::string_view name, const FILETIME& time) {
-    const std::string moment = MomentOf(time);
-    moment.empty() ? json.Null(name) : json.Text(name, moment);
+// --- Rows as objects ----------------------------------------------------------------------------------------------
+
+void AddNumber(JsonLine& json, std::string_view name, LONGLONG number, bool bKnown) {
+    bKnown ? json.Number(name, number) : json.Null(name);
 }
 
+// A file has a type and a size, a note of the library a color and flags; a folder that holds nothing has a row that says so.
 void PrintJson(const DATANOTES& row) {
+    const bool file = !row.m_bFolder && row.m_nKind != 0 && row.m_nKind != kNoteDatabase;
+    const bool library = !row.m_bFolder && row.m_nKind == kNoteDatabase;
     JsonLine json;
-    json.Text("kind", row.m_bFolder ? "folder" : "note").Number("type", row.m_nKind).Number("oid", row.m_oid);
-    json.Number("depth", row.m_nDepth)
-        .Text("subject", TextOf(row.m_bstrTitle))
-        .Text("path", TextOf(row.m_bstrPath));
-    json.Texts("categories", SplitCategories(TextOf(row.m_bstrCategory))).Number("kilobytes", row.m_lSize);
-    AddMoment(json, "created", row.m_ftCreated);
-    AddMoment(json, "modified", row.m_ftModified);
-    AddMoment(json, "alarm", row.m_ftAlarm);
-    json.Bool("private", row.m_bPrivate)
-        .Bool("expanded", row.m_bExpanded)
-        .Number("children", row.NumChildren());
+    json.Text("kind", row.m_bFolder ? "folder" : file || library ? "note" : "empty");
+    AddNumber(json, "type", row.m_nKind, row.m_nKind != 0);
+    json.Number("oid", row.m_oid).Number("depth", row.m_nDepth);
+    AddNumber(json, "parent", row.m_oidParent, row.m_pParent != nullptr);
+    json.Text("subject", TextOf(row.m_bstrTitle)).TextOrNull("path", TextOf(row.m_bstrPath));
+    json.Texts("categories", SplitCategories(TextOf(row.m_bstrCategory)));
+    AddNumber(json, "kilobytes", row.m_lSize, file);
+    json.Moment("created", DateOf(row.m_ftCreated)).Moment("modified", DateOf(row.m_ftModified));
+    json.Moment("alarm", DateOf(row.m_ftAlarm));
+    json.Bool("hasalarm", row.m_bHasAlarm).Bool("private", row.m_bPrivate);
+    AddNumber(json, "color", row.m_crColor, library && row.m_crColor != 0);
+    AddNumber(json, "flags", row.m_nFlags, library);
+    AddNumber(json, "database", row.m_oidDatabase, library);
+    json.Bool("hidden", row.m_lHidden != 0).Bool("shown", row.m_bShown).Bool("expanded", row.m_bExpanded);
+    json.Number("children", row.NumChildren());
     std::puts(json.Done().c_str());
+}
+
+// --- Rows as text -------------------------------------------------------------------------------------------------
+
+std::string Facts(const DATANOTES& row) {
+    std::string facts;
+    const auto add = [&facts](bool wanted, const std::string& fact) {
+        if (wanted) facts += (facts.empty() ? "  (" : ", ") + fact;
+    };
+    add(row.m_lSize > 0, std::to_string(row.m_lSize) + " KB");
+    const DATE modified = DateOf(row.m_ftModified), alarm = DateOf(row.m_ftAlarm);
+    add(modified != kNoDate, IsoDay(static_cast<LONG>(modified)));
+    add(alarm != kNoDate, "alarm " + IsoMoment(alarm).substr(0, 16));
+    add(row.m_bPrivate, "private");
+    return facts.empty() ? facts : facts + ")";
 }
 
 void PrintText(const DATANOTES& row) {
     std::string text(static_cast<std::size_t>(row.m_nDepth) * 2, ' ');
     text += Printable(TextOf(row.m_bstrTitle));
-    if (row.m_bFolder) {
-        text += row.m_bExpanded ? "/" : "/ ...";
-    } else if (row.m_lSize > 0) {
-        text +=
-            "  (" + std::to_string(row.m_lSize) + " KB, " + MomentOf(row.m_ftModified).substr(0, 10) + ")";
-    }
+    text += !row.m_bFolder ? Facts(row) : row.m_bExpanded ? "/" : "/ ...";
     if (row.m_bstrCategory && *row.m_bstrCategory) text += "  [" + Printable(Utf8(row.m_bstrCategory)) + "]";
     std::puts(text.c_str());
+}
+
+// Whether the row is a note that was found or leads to one.
+bool LeadsToNote(const DATANOTES& row) {
+    if (!row.m_bFolder) return row.m_nKind != 0;
+    const auto leads = [](const DATANOTES* child) { return LeadsToNote(*child); };
+    return std::any_of(row.m_listChildren.begin(), row.m_listChildren.end(), leads);
 }
 
 } // namespace
@@ -75,7 +99,11 @@ void PrintText(const DATANOTES& row) {
 int NotesCommand(const Words& words) {
     const Options options("notes", words, kRules);
     if (!options.Rest().empty()) Usage("notes: what is " + options.Rest()[0] + "?");
-    if (options.Has("--contents") && !options.Has("--find")) Usage("notes: --contents wants --find");
+    const bool find = options.Has("--find");
+    if (options.Has("--contents") && !find) Usage("notes: --contents wants --find");
+    if (find && options.Get("--find").empty()) Usage("notes: --find wants a text");
+    if (options.Has("--ascending") && options.Has("--descending"))
+        Usage("notes: --ascending and --descending don't go together");
     ViewKey view(kNoteView);
     if (const auto sort = Wanted("notes", options, "--sort", kSorts)) view.Set(u"dwSort", *sort);
     if (options.Has("--ascending")) view.Set(u"bDescending", 0);
@@ -84,15 +112,17 @@ int NotesCommand(const Words& words) {
     Store store;
     CNotesThread thread;
     thread.Override(view.Get());
-    // An empty text finds everything, and opens every folder for this run.
-    if (options.Has("--find"))
+    // A text to find opens every folder for this run.
+    if (find)
         thread.SetCompareString(Utf16(options.Get("--find")).c_str(), true, options.Has("--contents"), false);
     else if (options.Has("--open"))
         thread.SetCompareString(u"*", false, false, true);
-    Client client([&](WPARAM, LPARAM rows) {
-        for (int i = 1; i <= rows; ++i)
-            if (const DATANOTES* row = thread.GetList().Get(i))
-                options.Has("--json") ? PrintJson(*row) : PrintText(*row);
+    Client client([&](WPARAM, LPARAM) {
+        for (const DATANOTES* row : thread.GetList())
+            if (options.Has("--json"))
+                PrintJson(*row);
+            else if (!find || LeadsToNote(*row))
+                PrintText(*row);
     });
     thread.m_hClientWnd = client.Window();
     client.Run(thread);

@@ -37,8 +37,7 @@ void SaveItem(Item* item, bool isNew) {
 CEPROPVAL TextProperty(CEPROPID id, std::u16string& text);
 void SetText(const Com<IItem>& item, CEPROPID property, const std::string& text);
 template<class Item>
-void SetNote(Item* item, const std::string& text) {
-    std::vector<BYTE> note = NoteBytes(text);
+void SetNote(Item* item, std::vector<BYTE> note) {
     const CEBLOB ink{static_cast<DWORD>(note.size()), note.data()};
     Check(item->put_BodyInk(&ink));
 }

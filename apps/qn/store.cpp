@@ -1,19 +1,17 @@
 #include "apps/qn/store.h"
 
 #include "Platform/databases.h"
+#include "Platform/notetext.h"
 #include "QNTools/QNTools.h"
+#include "apps/qn/saving.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <random>
+#include <span>
 
 namespace qn {
-
-namespace {
-
-constexpr DWORD kEmptyRichNote = 476; // a note of this size counts as empty wherever lists look at it
-
-} // namespace
 
 Store::Store() {
     void* app = nullptr;
@@ -54,9 +52,7 @@ std::string Store::Uid(CEOID oid) {
     return part.substr(0, part.rfind('#'));
 }
 
-std::string Store::UidOrNew(CEOID oid, const Com<IItem>& bag) {
-    std::string uid = OwnUid(oid);
-    if (!uid.empty()) return uid;
+void Store::KeepNewUid(CEOID oid, const Com<IItem>& bag) {
     std::random_device random;
     char text[40];
     std::snprintf(text, sizeof text, "qn-%08x%08x%08x%08x", random(), random(), random(), random());
@@ -66,7 +62,33 @@ std::string Store::UidOrNew(CEOID oid, const Com<IItem>& bag) {
     value.val.lpwstr = wide.data();
     const HRESULT kept = bag->SetProps(0, 1, &value);
     if (FAILED(kept)) throw Failure("item " + std::to_string(oid) + " takes no UID: " + Reason(kept));
-    return text;
+}
+
+void Store::GiveUids(int folder) {
+    if (!m_uidsGiven.insert(folder).second) return;
+    std::vector<CEOID> lacking;
+    ForEach(folder, [&](const Com<IDispatch>& item) {
+        CEOID oid = 0;
+        if (const auto bag = item.As<IItem>(IID_IItem)) bag->get_Oid(&oid);
+        if (oid && OwnUid(oid).empty()) lacking.push_back(oid);
+    });
+    for (std::size_t first = 0; first < lacking.size(); first += kBatch) {
+        Batch batch(App());
+        for (const CEOID oid : std::span(lacking).subspan(first, std::min(kBatch, lacking.size() - first))) {
+            Com<IItem> bag;
+            if (SUCCEEDED(m_app->GetItemFromOidEx(oid, 0, bag.Out()))) KeepNewUid(oid, bag);
+        }
+        batch.Commit();
+    }
+}
+
+std::string Store::UidOrNew(CEOID oid, const Com<IItem>& bag) {
+    std::string uid = OwnUid(oid);
+    if (!uid.empty()) return uid;
+    const CEOID kind = oid & kOidKindMask;
+    GiveUids(kind == kOidContact ? olFolderContacts : kind == kOidTask ? olFolderTasks : olFolderCalendar);
+    if ((uid = OwnUid(oid)).empty()) KeepNewUid(oid, bag), uid = OwnUid(oid);
+    return uid;
 }
 
 unsigned Store::ForEach(int kind, const std::function<void(const Com<IDispatch>& item)>& visit) const {
@@ -135,26 +157,20 @@ std::string Reason(HRESULT result) {
 }
 
 std::string NoteText(const CEBLOB& ink) {
-    const BYTE* bytes = ink.lpb;
-    std::size_t size = ink.dwCount;
-    if (!bytes || size == 0) return {};
-    std::string text;
-    if (size >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) {
-        std::u16string wide((size - 2) / sizeof(WCHAR), u'\0');
-        std::memcpy(wide.data(), bytes + 2, wide.size() * sizeof(WCHAR));
-        text = Utf8(wide);
-    } else {
-        text.assign(reinterpret_cast<const char*>(bytes), size);
-    }
-    while (!text.empty() && (text.back() == '\0' || text.back() == ' ' || text.back() == '\n'))
-        text.pop_back();
+    std::u16string wide;
+    if (!ink.lpb || !PlatTextOfNote(ink.lpb, ink.dwCount, wide)) return {};
+    std::u16string lines; // each ended by one character
+    for (std::size_t i = 0; i < wide.size(); ++i)
+        if (wide[i] != u'\r' || i + 1 == wide.size() || wide[i + 1] != u'\n') lines += wide[i];
+    std::string text = Utf8(lines);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\n')) text.pop_back();
     return text;
 }
 
 std::vector<BYTE> NoteBytes(std::string_view utf8) {
     std::u16string text = Utf16(utf8);
     if (text.empty()) return {};
-    if (2 + text.size() * sizeof(WCHAR) == kEmptyRichNote) text += u' ';
+    if (2 + text.size() * sizeof(WCHAR) == kEmptyInkNote) text += u' ';
     std::vector<BYTE> bytes(2 + text.size() * sizeof(WCHAR));
     bytes[0] = 0xFF;
     bytes[1] = 0xFE;

@@ -7,6 +7,7 @@
 #include "apps/qn/support.h"
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,8 @@ public:
     std::string Uid(CEOID oid);
     // The same, or, of a single appointment of a series, a text of its own: UID, "#" and its place.
     std::string OwnUid(CEOID oid);
-    // That text; an item without one gets one and keeps it, so that what is read back elsewhere or here is known again.
+    // That text; an item without one gets one and keeps it, so that what is read back elsewhere or here is known again. So
+    // do all others of its folder, in a few changes: who wants one of them will want the rest.
     std::string UidOrNew(CEOID oid, const Com<IItem>& bag);
     // The items of a folder, in the order of their numbers; one that can't be read is told on stderr. Gives how many those
     // are.
@@ -34,11 +36,14 @@ public:
 
 private:
     DWORD NamedText(const WCHAR* name, DWORD& property, bool create);
+    void KeepNewUid(CEOID oid, const Com<IItem>& bag);
+    void GiveUids(int folder);
     std::string Text(CEOID oid, DWORD property) const;
 
     Com<IPOutlookApp2> m_app;
     DWORD m_uidProperty = 0;
     DWORD m_partProperty = 0;
+    std::set<int> m_uidsGiven; // folders
 };
 
 // Items of a folder; one more has no short number, and lists would take it for another. The result that says so.
@@ -48,8 +53,8 @@ inline constexpr auto kFolderFull = static_cast<HRESULT>(0x80070000 | ERROR_NO_M
 // What failed, in words, of a result of the object model.
 std::string Reason(HRESULT result);
 
-// The note of an item as text, and a text as a note. Notes are UTF-16 with a byte-order mark, which every form of note
-// reader tells from rich text.
+// The note of an item as text, whatever form it has, and a text as a note. Notes are UTF-16 with a byte-order mark, which
+// every form of note reader tells from rich text.
 std::string NoteText(const CEBLOB& ink);
 std::vector<BYTE> NoteBytes(std::string_view utf8);
 
@@ -66,13 +71,24 @@ std::string TextOf(Item* item, HRESULT (Item::*get)(BSTR*)) {
     (item->*get)(text.Out());
     return Utf8(text.View());
 }
+// The note of an item as it is stored.
+class StoredNote {
+public:
+    template<class Item>
+    explicit StoredNote(Item* item) {
+        item->get_BodyInk(&m_blob);
+    }
+    ~StoredNote() { LocalFree(m_blob.lpb); }
+    StoredNote(const StoredNote&) = delete;
+    StoredNote& operator=(const StoredNote&) = delete;
+    const CEBLOB& Blob() const { return m_blob; }
+
+private:
+    CEBLOB m_blob{};
+};
 template<class Item>
 std::string NoteOf(Item* item) {
-    CEBLOB ink{};
-    item->get_BodyInk(&ink);
-    std::string text = NoteText(ink);
-    LocalFree(ink.lpb);
-    return text;
+    return NoteText(StoredNote(item).Blob());
 }
 
 // An item as the bag of its properties.

@@ -28,6 +28,8 @@ std::string Utf8(std::u16string_view text) {
     return out;
 }
 
+std::string TextOf(const WCHAR* text) { return text ? Utf8(text) : std::string(); }
+
 std::u16string Utf16(std::string_view text) {
     std::u16string out(text.size(), u'\0');
     const int units = text.empty()

@@ -39,6 +39,7 @@ std::string Plural(std::size_t count, std::string_view noun, std::string_view re
 
 std::string Utf8(std::u16string_view text);
 std::u16string Utf16(std::string_view text);
+std::string TextOf(const WCHAR* text); // of a row: null is empty
 // For one line of a terminal: a character that would steer it is a blank.
 std::string Printable(std::string_view utf8);
 

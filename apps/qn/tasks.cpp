@@ -6,8 +6,10 @@
 #include "apps/qn/json.h"
 #include "apps/qn/options.h"
 #include "apps/qn/store.h"
+#include "apps/qn/tasktext.h"
 #include "apps/qn/viewkey.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace qn {
@@ -17,16 +19,23 @@ namespace {
 constexpr const WCHAR* kTaskView = u"Software\\Norvo\\Quillonary\\TV";
 
 constexpr OptionRule kRules[] = {
-    {"--rule", true},  {"--date", true}, {"--days", true},        {"--context", true}, {"--group", true},
-    {"--tree", false}, {"--sort", true}, {"--descending", false}, {"--done", false},   {"--json", false},
+    {"--rule", true},    {"--date", true},  {"--days", true},  {"--context", true}, {"--below", true},
+    {"--project", true}, {"--group", true}, {"--tree", false}, {"--sort", true},    {"--descending", false},
+    {"--done", false},   {"--open", false}, {"--json", false},
 };
 
 constexpr Choice kRuleNames[] = {
-    {"all", kTasksAll},         {"today", kTasksDue},         {"overdue", kTasksOverdue},
-    {"undated", kTasksUndated}, {"active", kTasksActive},     {"tomorrow", kTasksDueTomorrow},
-    {"done", kTasksCompleted},  {"next", kTasksNextDays},     {"day", kTasksOnDate},
-    {"master", kTasksMaster},   {"unfiled", kTasksUnfiled},   {"context", kTasksOfContext},
-    {"starred", kTasksStarred}, {"action", kTasksNextAction},
+    {"all", kTasksAll},           {"today", kTasksDue},         {"overdue", kTasksOverdue},
+    {"undated", kTasksUndated},   {"active", kTasksActive},     {"tomorrow", kTasksDueTomorrow},
+    {"done", kTasksCompleted},    {"next", kTasksNextDays},     {"day", kTasksOnDate},
+    {"master", kTasksMaster},     {"unfiled", kTasksUnfiled},   {"context", kTasksOfContext},
+    {"starred", kTasksStarred},   {"action", kTasksNextAction}, {"goal", kTasksOfGoal},
+    {"project", kTasksOfProject},
+};
+// What an option says to one rule means nothing to the others.
+constexpr Choice kRuleOptions[] = {
+    {"--date", kTasksOnDate},  {"--days", kTasksNextDays},     {"--context", kTasksOfContext},
+    {"--below", kTasksOfGoal}, {"--project", kTasksOfProject},
 };
 constexpr Choice kGroups[] = {
     {"none", kGroupNone},     {"category", kGroupCategory}, {"importance", kGroupImportance},
@@ -43,19 +52,56 @@ constexpr Choice kSorts[] = {
     {"category", kSortCategory},
 };
 
-// At the key of the rule, where the thread reads them.
-void FillView(ViewKey& view, const Options& options) {
+// By its UID, or by its OID.
+CEOID FindTask(Store& store, const std::string& which) {
+    CEOID oid = 0;
+    const DWORD property = store.UidProperty(false);
+    const std::u16string uid = Utf16(which);
+    if (property &&
+        SUCCEEDED(PlatFindItemByNamedText(store.App(), olFolderTasks, property, uid.c_str(), &oid)))
+        return oid;
+    const bool isNumber = which.find_first_not_of("0123456789abcdefABCDEFxX") == which.npos;
+    Com<IItem> item;
+    oid = isNumber ? ParseOid(which) : 0;
+    const bool isTask = (oid & kOidKindMask) == kOidTask;
+    if (!isTask || FAILED(store.App()->GetItemFromOidEx(oid, 0, item.Out())))
+        throw Failure("no task " + which);
+    return oid;
+}
+
+DWORD FindProject(const std::string& name) {
+    CTaskProjects projects;
+    if (const auto* list = projects.LoadProjects())
+        for (const TASK_PROJECT* project : *list)
+            if (project->name == Utf16(name).c_str()) return project->oid;
+    throw Failure("no project " + name);
+}
+
+DWORD RuleOf(const ViewKey& view, const Options& options) {
     const DWORD rule =
         Wanted("tasks", options, "--rule", kRuleNames).value_or(view.Number(u"TV_FilterData", kTasksAll));
+    for (const Choice& option : kRuleOptions) {
+        if (!options.Has(option.name) || option.value == rule) continue;
+        const auto* named = std::ranges::find(kRuleNames, option.value, &Choice::value);
+        Usage("tasks: " + std::string(option.name) + " goes with --rule " + std::string(named->name));
+    }
+    return rule;
+}
+
+// At the key of the rule, where the thread reads them.
+void FillView(ViewKey& view, const Options& options, Store& store) {
+    const DWORD rule = RuleOf(view, options);
     const std::u16string below = Utf16(std::to_string(rule));
     if (options.Has("--rule")) view.Set(u"TV_FilterData", rule);
     if (options.Has("--context")) view.SetText(u"CurrentContextName", Utf16(options.Get("--context")));
+    if (options.Has("--below")) view.Set(u"FCCurrentProjectOID", FindTask(store, options.Get("--below")));
+    if (options.Has("--project")) view.Set(u"FCCurrentProjectOID", FindProject(options.Get("--project")));
     if (const auto group = Wanted("tasks", options, "--group", kGroups)) view.Set(u"GroupBy", *group, below);
     if (options.Has("--tree")) view.Set(u"GroupBy", kGroupTree, below);
     if (options.Has("--done")) view.Set(u"bShowCompleted", 1, below);
     if (options.Has("--days"))
         view.Set(u"TV_DaysFuture", static_cast<DWORD>(options.Number("--days", 14, 0, 36600)), below);
-    const bool planner = IsOnDateRule(static_cast<LONG>(rule));
+    const bool planner = IsOnDateRule(static_cast<LONG>(rule)) || rule == kTasksOfGoal;
     if (options.Has("--descending"))
         view.Set(planner ? u"TaskSortDescendingFC" : u"TaskSortDescending", 1, below);
     if (!options.Has("--sort")) return;
@@ -68,76 +114,54 @@ void FillView(ViewKey& view, const Options& options) {
                  Choose("tasks", "--sort", keys.substr(comma + 1), kSorts), below);
 }
 
-std::string TextOf(const WCHAR* text) { return text ? Utf8(text) : std::string(); }
-
-// --- Rows as objects ----------------------------------------------------------------------------------------------
-
-void AddDate(JsonLine& json, std::string_view name, double date, bool moment = false) {
-    if (date == kNoDate)
-        json.Null(name);
-    else
-        json.Text(name, moment ? IsoMoment(date) : IsoDay(static_cast<LONG>(date)));
-}
-
-void PrintJson(const DATATASKS& row, Store& store) {
+// A header's dates are there for its order alone, but where it stands for one.
+void PrintJson(const DATATASKS& row, LONG groupBy, Store& store) {
     const bool group = row.m_oid == 0;
     JsonLine json;
-    json.Text("kind", group ? "group" : "task").Number("oid", row.m_oid).Number("depth", row.m_nDepth);
-    json.Text("uid", group ? std::string() : store.Uid(row.m_oid)).Text("subject", TextOf(row.m_szSubject));
-    json.Text("letter", TextOf(row.m_szPriorityLetter)).Text("number", TextOf(row.m_szPriorityNumber));
-    json.Number("regenerates", row.m_lPrioNumber).Number("importance", row.m_nImportance);
-    json.Number("sensitivity", row.m_lSensitivity);
-    AddDate(json, "start", row.m_dtStart);
-    AddDate(json, "due", row.m_dtDue);
-    AddDate(json, "completed", row.m_dtCompleted);
-    AddDate(json, "reminder", row.m_dtReminder, true);
+    const auto number = [&json](std::string_view name, LONGLONG value) {
+        value ? json.Number(name, value) : json.Null(name);
+    };
+    json.Text("kind", group ? "group" : "task").Number("oid", row.m_oid).Number("record", row.m_oidRecord);
+    json.Number("depth", row.m_nDepth).TextOrNull("uid", group ? std::string() : store.Uid(row.m_oid));
+    json.Text("subject", TextOf(row.m_szSubject)).TextOrNull("letter", TextOf(row.m_szPriorityLetter));
+    json.TextOrNull("number", TextOf(row.m_szPriorityNumber));
+    number("regenerates", row.m_lPrioNumber);
+    number("order", row.m_lManagerOrdinal);
+    json.Number("importance", row.m_nImportance).Number("sensitivity", row.m_lSensitivity);
+    json.Day("start", row.m_dtStart);
+    json.Day("due", group && groupBy != kGroupDueDate ? kNoDate : row.m_dtDue);
+    json.Day("completed", group ? kNoDate : row.m_dtCompleted).Moment("reminder", row.m_dtReminder);
     json.Bool("done", row.m_bCompleted).Number("percent", row.m_wPercent).Bool("overdue", row.m_bOverdue);
     json.Bool("duetoday", row.m_bDueToday).Bool("recurring", row.m_wFlag7).Bool("reminderset", row.m_wFlag8);
     json.Bool("starred", row.m_bStarred).Bool("note", row.m_bHasNote).Bool("link", row.m_bHasLink);
-    json.Bool("journal", row.m_bHasJournalLink)
-        .Number("status", row.m_lGtdStatus)
-        .Number("project", row.m_oidProject);
-    json.Number("parent", row.m_oidParentStored).Number("children", row.NumChildren());
-    json.Bool("expanded", row.m_bExpanded).Bool("keptforchildren", row.m_bKeptForChildren);
-    json.Texts("categories", SplitCategories(TextOf(row.m_szCategories))).Text("icon", TextOf(row.m_szIcon));
+    json.Bool("journal", row.m_bHasJournalLink).Number("status", row.m_lGtdStatus);
+    number("project", row.m_oidProject);
+    number("parent", row.m_oidParentStored);
+    json.Number("children", row.NumChildren())
+        .Bool("expanded", row.m_bExpanded)
+        .Bool("hidden", row.m_bHidden);
+    json.Bool("keptforchildren", row.m_bKeptForChildren).Bool("loaded", row.m_bLoaded);
+    json.Texts("categories", SplitCategories(TextOf(row.m_szCategories)));
+    json.TextOrNull("icon", TextOf(row.m_szIcon));
     std::puts(json.Done().c_str());
 }
 
-// --- Rows as text -------------------------------------------------------------------------------------------------
-
-std::string Facts(const DATATASKS& row) {
-    std::string facts;
-    const auto add = [&facts](bool wanted, const std::string& fact) {
-        if (wanted) facts += (facts.empty() ? "  (" : ", ") + fact;
-    };
-    add(row.m_dtDue != kNoDate, "due " + ShortDay(static_cast<LONG>(row.m_dtDue)));
-    add(row.m_bOverdue, "overdue");
-    add(row.m_bCompleted && row.m_dtCompleted != kNoDate,
-        "done " + ShortDay(static_cast<LONG>(row.m_dtCompleted)));
-    add(!row.m_bCompleted && row.m_wPercent > 0, std::to_string(row.m_wPercent) + " %");
-    add(row.m_nImportance == 2, "high");
-    add(row.m_nImportance == 0, "low");
-    add(row.m_bStarred, "starred");
-    add(row.m_wFlag8, "reminder");
-    add(row.m_bHasNote, "note");
-    return facts.empty() ? facts : facts + ")";
+void PrintText(const DATATASKS& row) {
+    const std::string indent(static_cast<std::size_t>(row.m_nDepth) * 2, ' ');
+    const bool group = row.m_oid == 0;
+    const std::string text =
+        group ? Printable(TextOf(row.m_szSubject)) + " (" + std::to_string(row.NumChildren()) + ")"
+              : TaskText(row);
+    std::puts((indent + text).c_str());
 }
 
-void PrintText(const DATATASKS& row) {
-    std::string text(static_cast<std::size_t>(row.m_nDepth) * 2, ' ');
-    if (row.m_oid == 0) {
-        text += Printable(TextOf(row.m_szSubject)) + " (" + std::to_string(row.NumChildren()) + ")";
-    } else {
-        text += row.m_bCompleted ? "[x] " : "[ ] ";
-        const std::string priority = TextOf(row.m_szPriorityLetter) + TextOf(row.m_szPriorityNumber);
-        if (!priority.empty()) text += Printable(priority) + " ";
-        text += Printable(TextOf(row.m_szSubject));
-        if (row.IsParentNode() && !row.m_bExpanded) text += " ...";
-        text += Facts(row);
-        if (row.m_szCategories && *row.m_szCategories)
-            text += "  [" + Printable(Utf8(row.m_szCategories)) + "]";
+// For this run: the view finds them as they were.
+void OpenAll(CTasksThread& thread) {
+    for (DATATASKS* row : thread.GetList()) {
+        row->m_bExpanded = 1;
+        row->m_bHidden = 0;
     }
-    std::puts(text.c_str());
+    thread.SortDataList();
 }
 
 } // namespace
@@ -149,15 +173,16 @@ int TasksCommand(const Words& words) {
     const auto date = ParseDay(options.Get("--date", "today"));
     if (!date) Usage("tasks: --date can't be " + options.Get("--date"));
     ViewKey view(kTaskView);
-    FillView(view, options);
     Store store;
+    FillView(view, options, store);
     CTasksThread thread;
     thread.Override(view.Get());
     thread.SetDateOn(*date);
-    Client client([&](WPARAM, LPARAM rows) {
-        for (int i = 1; i <= rows; ++i) {
+    Client client([&](WPARAM, LPARAM) {
+        if (options.Has("--open")) OpenAll(thread);
+        for (int i = 1; i <= thread.GetActiveDataCount(); ++i) {
             const DATATASKS* row = thread.GetList().Get(i);
-            options.Has("--json") ? PrintJson(*row, store) : PrintText(*row);
+            options.Has("--json") ? PrintJson(*row, thread.GetGroupBy(), store) : PrintText(*row);
         }
     });
     thread.m_hClientWnd = client.Window();

@@ -17,11 +17,9 @@ constexpr int kLastYear = 4499;
 
 // The same under the names that other programs give.
 constexpr VcardText kOtherNames[] = {
-    {"X-EVOLUTION-MANAGER", PIMPR_MANAGER},
-    {"X-EVOLUTION-ASSISTANT", PIMPR_ASSISTANT},
-    {"X-EVOLUTION-SPOUSE", PIMPR_SPOUSE},
-    {"X-EVOLUTION-FILE-AS", PIMPR_FILEAS},
-    {"ROLE", PIMPR_JOB_TITLE},
+    {"X-EVOLUTION-MANAGER", PIMPR_MANAGER}, {"X-EVOLUTION-ASSISTANT", PIMPR_ASSISTANT},
+    {"X-EVOLUTION-SPOUSE", PIMPR_SPOUSE},   {"X-EVOLUTION-FILE-AS", PIMPR_FILEAS},
+    {"X-MS-MANAGER", PIMPR_MANAGER},        {"X-MS-ASSISTANT", PIMPR_ASSISTANT},
 };
 
 // Messengers that older cards name by a property each.
@@ -134,7 +132,7 @@ private:
     void TakeRelated(const Property& property);
     void TakeMessenger(const Property& property);
     bool TakeOldMessenger(const Property& property);
-    void TakeDate(const Property& property, std::optional<LONG>& day);
+    void TakeDate(const Property& property, std::optional<DATE>& day);
     void TakePicture(const Property& property);
     void TakePhones();
     void TakePhone(const Property& property, CEPROPID field);
@@ -158,12 +156,11 @@ private:
     VcardNotices& m_notices;
     std::map<std::string, std::string> m_labels; // that the person gave, by the group of their properties
     std::string m_name;                          // FN
-    std::string m_leftover;                      // for the end of the note
     int m_preference = 1000;
 };
 
 void Taker::PutInNote(const std::string& label, const std::string& text) {
-    Join(m_leftover, label + ": " + text, "\n");
+    Join(m_contact.leftover, label + ": " + text, "\n");
     Unkept("values in fields of their own (in the note now)");
 }
 
@@ -174,7 +171,8 @@ void Taker::Set(CEPROPID field, const std::string& text) {
         m_contact.texts[field] = text;
         return;
     }
-    m_contact.texts[field] = Utf8(std::u16string_view(wide).substr(0, kLongestText));
+    const bool inCharacter = (wide[kLongestText] & 0xFC00) == 0xDC00; // the second half of one
+    m_contact.texts[field] = Utf8(std::u16string_view(wide).substr(0, kLongestText - inCharacter));
     PutInNote("Whole", text);
 }
 
@@ -193,14 +191,18 @@ std::vector<const VcardProperty*> Taker::Sorted(const char* name) const {
     return found;
 }
 
-// Each part may be a list of names, which are one text here.
+// Each part may be a list of names, which are one text here. The first name of several holds.
 void Taker::TakeName(const Property& property) {
     constexpr CEPROPID kParts[] = {PIMPR_LAST_NAME, PIMPR_FIRST_NAME, PIMPR_MIDDLE_NAME, PIMPR_TITLE,
                                    PIMPR_SUFFIX};
-    const auto parts = SplitValue(property.value, ';', m_card.IsOld());
+    if (std::ranges::any_of(kParts, [&](CEPROPID field) { return Has(field); }))
+        return Unkept("further names");
+    const char separator = m_card.version >= 30 ? ',' : '\0';
+    const auto parts = RawParts(property.value, ';', m_card.IsOld());
     for (std::size_t i = 0; i < parts.size() && i < std::size(kParts); ++i) {
-        std::string text = Trimmed(parts[i]);
-        if (m_card.version >= 30) std::ranges::replace(text, ',', ' ');
+        std::string text;
+        for (const std::string& name : SplitValue(parts[i], separator, m_card.IsOld()))
+            Join(text, Trimmed(name), " ");
         Set(kParts[i], text);
     }
 }
@@ -244,6 +246,7 @@ void Taker::TakeRelated(const Property& property) {
 }
 
 constexpr CEPROPID kImFields[] = {PIMPR_IM1, PIMPR_IM2, PIMPR_IM3};
+constexpr CEPROPID kTitleFields[] = {PIMPR_JOB_TITLE};
 constexpr CEPROPID kMailFields[] = {PIMPR_EMAIL1, PIMPR_EMAIL2, PIMPR_EMAIL3};
 
 // An address of no known messenger is "im:..." in cards; contacts have it bare.
@@ -254,15 +257,17 @@ void Taker::TakeMessenger(const Property& property) {
 
 // "X-SKYPE:joe", which is "skype:joe"; and "X-IM;1:joe".
 bool Taker::TakeOldMessenger(const Property& property) {
-    if (property.name == "X-IM") return TakeMessenger(property), true;
+    if (property.name == "X-IM" || property.name == "X-MS-IMADDRESS") return TakeMessenger(property), true;
     for (const char* messenger : kMessengers)
         if (property.name == std::string("X-") + messenger)
             return SetOneOf(kImFields, Lower(messenger) + ":" + Plain(property), "IM"), true;
     return false;
 }
 
-void Taker::TakeDate(const Property& property, std::optional<LONG>& day) {
+void Taker::TakeDate(const Property& property, std::optional<DATE>& day) {
     const std::string text = Plain(property);
+    if (text.empty()) return;
+    if (day == kNoDate) day.reset();
     const auto date = ParseDate(text);
     const std::string omitted = property.Parameter("X-APPLE-OMIT-YEAR");
     const bool noYear = date && (date->year == 0 || omitted == std::to_string(date->year));
@@ -271,30 +276,34 @@ void Taker::TakeDate(const Property& property, std::optional<LONG>& day) {
     if (!date || !IsReal(*date))
         return m_notices.Add(property.line,
                              property.name + ": \"" + Printable(text.substr(0, 40)) + "\" is no date");
-    day = static_cast<LONG>(civil::DaysFromCivil(date->year, date->month, date->day) - civil::kDaysTo1899);
+    day = static_cast<DATE>(civil::DaysFromCivil(date->year, date->month, date->day) - civil::kDaysTo1899);
 }
 
 // The bytes of a picture's file stand in the card, in base64; what is elsewhere stays there.
 void Taker::TakePicture(const Property& property) {
-    if (!m_contact.picture.empty()) return Unkept("further pictures");
-    if (property.isEncoded) {
-        m_contact.picture = property.value; // empty when it could not be read, which was told
+    std::optional<std::string>& picture = m_contact.picture;
+    if (picture && !picture->empty()) return Unkept("further pictures");
+    if (property.isBroken) return picture.reset(); // which was told
+    if (property.isEncoded || property.value.empty()) {
+        picture = property.value;
         return;
     }
+    picture.reset();
     const std::size_t comma = property.value.find(',');
-    const std::string head =
-        Upper(std::string_view(property.value).substr(0, std::min<std::size_t>(comma, 100)));
+    std::string head = Upper(std::string_view(property.value).substr(0, std::min<std::size_t>(comma, 100)));
+    std::erase(head, '\\'); // some escape the comma
     if (!head.starts_with("DATA:") || !head.ends_with(";BASE64"))
         return Unkept("pictures that are elsewhere");
-    if (!DecodeBase64(std::string_view(property.value).substr(comma + 1), m_contact.picture)) {
-        m_contact.picture.clear();
+    if (std::string bytes; DecodeBase64(std::string_view(property.value).substr(comma + 1), bytes))
+        picture = std::move(bytes);
+    else
         m_notices.Add(property.line, "PHOTO: base64 that is none");
-    }
 }
 
 // Each field, the most special first, takes the first number that fits it.
 void Taker::TakePhones() {
     auto phones = Sorted("TEL");
+    std::erase_if(phones, [&](const Property* phone) { return PhoneText(*phone).empty(); });
     for (const VcardPhone& one : VcardPhones()) {
         const auto fits = [&](const Property* phone) {
             return phone->HasType("FAX") == std::string_view(one.types).ends_with("FAX") &&
@@ -305,15 +314,19 @@ void Taker::TakePhones() {
         TakePhone(**found, one.field);
         phones.erase(found);
     }
-    for (const Property* phone : phones)
-        if (const std::string text = PhoneText(*phone); !text.empty())
-            PutInNote(phone->HasType("FAX") ? "Fax" : "Tel", text);
+    for (const Property* phone : phones) PutInNote(phone->HasType("FAX") ? "Fax" : "Tel", PhoneText(*phone));
 }
 
+// A number, or as "tel:+49-30-1;ext=2".
 std::string Taker::PhoneText(const Property& property) const {
+    constexpr std::string_view kExtension = ";ext=";
     std::string text = Plain(property);
-    if (Upper(std::string_view(text).substr(0, 4)) == "TEL:") text.erase(0, 4);
-    return text;
+    if (Upper(std::string_view(text).substr(0, 4)) != "TEL:") return text;
+    const std::size_t extension = text.find(kExtension);
+    std::string number = text.substr(4, text.find(';') - 4);
+    if (extension == text.npos) return number;
+    const std::size_t begin = extension + kExtension.size();
+    return number + " x" + text.substr(begin, text.find(';', begin) - begin);
 }
 
 void Taker::TakePhone(const Property& property, CEPROPID field) {
@@ -354,8 +367,7 @@ void Taker::TakeAddress(const Property& property) {
 bool Taker::TakeText(const Property& property, std::span<const VcardText> texts) {
     const auto found = std::ranges::find(texts, property.name, &VcardText::name);
     if (found == texts.end()) return false;
-    std::string text = Plain(property);
-    if (property.name == "ROLE" && Has(found->field)) return PutInNote("Role", text), true;
+    const std::string text = Plain(property);
     if (Has(found->field) && !text.empty())
         PutInNote(property.name, text);
     else
@@ -369,14 +381,15 @@ void Taker::TakeProperty(const Property& property) {
     if (name == "FN") m_name = m_name.empty() ? Plain(property) : m_name;
     if (name == "UID") m_contact.uid = Plain(property);
     if (name == "REV") m_contact.revision = Plain(property);
-    if (name == "UID" || name == "TEL" || name == "EMAIL" || name == "ADR" || name == "IMPP") return;
+    for (const char* later : {"UID", "TEL", "EMAIL", "ADR", "IMPP", "ROLE"})
+        if (name == later) return;
     if (name == "ORG") return TakeOrganization(property);
     if (name == "NOTE") return Join(m_contact.note, Plain(property), "\n\n");
     if (name == "CATEGORIES") return TakeCategories(property);
     if (name == "PHOTO") return TakePicture(property);
     if (name == "BDAY") return TakeDate(property, m_contact.birthday);
-    const bool isAnniversary =
-        name == "ANNIVERSARY" || name == "X-ANNIVERSARY" || name == "X-EVOLUTION-ANNIVERSARY";
+    const bool isAnniversary = name == "ANNIVERSARY" || name == "X-ANNIVERSARY" ||
+                               name == "X-EVOLUTION-ANNIVERSARY" || name == "X-MS-ANNIVERSARY";
     const auto label = m_labels.find(property.group);
     if (isAnniversary || (name == "X-ABDATE" && (label == m_labels.end() ||
                                                  label->second.find("ANNIVERSARY") != std::string::npos)))
@@ -406,15 +419,15 @@ std::string Taker::Take() {
         if (property.name == "X-ABLABEL" && !property.group.empty())
             m_labels[property.group] = Upper(Plain(property));
     for (const Property& property : m_card.properties) {
-        if (property.name == "KIND" && Upper(property.value) == "GROUP") return "a group of cards";
+        if (property.name.ends_with("KIND") && Upper(property.value) == "GROUP") return "a group of cards";
         TakeProperty(property);
     }
     TakePhones();
     for (const Property* mail : Sorted("EMAIL")) SetOneOf(kMailFields, Plain(*mail), "E-mail");
     for (const Property* address : Sorted("ADR")) TakeAddress(*address);
     for (const Property* messenger : Sorted("IMPP")) TakeMessenger(*messenger);
+    for (const Property* role : Sorted("ROLE")) SetOneOf(kTitleFields, Plain(*role), "Role");
     FillFileAs();
-    Join(m_contact.note, m_leftover, "\n\n");
     return Has(PIMPR_FILEAS) ? std::string() : "a card that names nobody";
 }
 

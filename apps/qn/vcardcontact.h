@@ -18,13 +18,15 @@ struct Contact {
     std::string uid;
     std::string revision; // when the card was written, as the file has it; the same form sorts by time
     std::map<CEPROPID, std::string> texts; // UTF-8; there is always a PIMPR_FILEAS
-    std::optional<LONG> birthday;          // days
-    std::optional<LONG> anniversary;
+    // kNoDate: the card has none; nothing: it has one that can't be taken.
+    std::optional<DATE> birthday = kNoDate;
+    std::optional<DATE> anniversary = kNoDate;
     std::string note;
+    std::string leftover; // values that have no field left, for the end of the note
     std::vector<std::string> categories;
-    std::string picture;                    // the bytes of its file
-    CEPROPID preferred = 0;                 // the telephone number to dial
-    std::map<std::string, unsigned> unkept; // what no field of it can hold, in words, and how often
+    std::optional<std::string> picture = ""; // the bytes of its file; empty and nothing as with dates
+    CEPROPID preferred = 0;                  // the telephone number to dial
+    std::map<std::string, unsigned> unkept;  // what no field of it can hold, in words, and how often
 };
 
 // A card as a contact. Returns why it can't be taken, empty when it can.

@@ -3,6 +3,7 @@
 #include "Platform/files.h"
 #include "apps/qn/vcardexport.h"
 #include "apps/qn/vcardcontact.h"
+#include "apps/qn/vcardfile.h"
 
 #include <algorithm>
 #include <array>
@@ -42,18 +43,6 @@ std::string Escaped(std::string_view text, std::string_view special = ",;") {
     return escaped;
 }
 
-std::string Base64(const std::vector<BYTE>& bytes) {
-    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        const std::size_t left = std::min<std::size_t>(bytes.size() - i, 3);
-        std::uint32_t bits = 0;
-        for (std::size_t k = 0; k < 3; ++k) bits = bits << 8 | (k < left ? bytes[i + k] : 0);
-        for (std::size_t k = 0; k < 4; ++k) text += k <= left ? kDigits[bits >> (18 - 6 * k) & 63] : '=';
-    }
-    return text;
-}
-
 const char* PictureKind(const std::vector<BYTE>& bytes) {
     const std::string_view head(reinterpret_cast<const char*>(bytes.data()),
                                 std::min<std::size_t>(bytes.size(), 4));
@@ -63,28 +52,15 @@ const char* PictureKind(const std::vector<BYTE>& bytes) {
     return head.starts_with("BM") ? "image/bmp" : "application/octet-stream";
 }
 
-std::vector<BYTE> PictureOf(const Com<IItem>& bag) {
-    Com<IStream> stream;
-    ULONGLONG size = 0;
-    if (FAILED(bag->OpenProperty(PIMPR_PICTURE, GENERIC_READ, stream.Out())) ||
-        FAILED(stream->GetSize(&size)))
-        return {};
-    std::vector<BYTE> bytes(static_cast<std::size_t>(size));
-    ULONG read = 0;
-    stream->Read(bytes.data(), static_cast<ULONG>(bytes.size()), &read);
-    bytes.resize(read);
-    return bytes;
-}
-
 class Card {
 public:
-    Card(const Com<IItem>& bag, IContact* item, Output& output) : m_bag(bag), m_item(item), m_output(output) {
-        ReadTexts();
-    }
+    Card(const Com<IItem>& bag, IContact* item, Output& output)
+        : m_bag(bag), m_item(item), m_output(output) {}
+    bool ReadTexts();   // false: they can't be read
+    bool ReadPicture(); // false: there is one that can't be read
     void Write(const std::string& uid);
 
 private:
-    void ReadTexts();
     std::string Text(CEPROPID field) const {
         const auto found = m_texts.find(field);
         return found == m_texts.end() ? std::string() : found->second;
@@ -102,18 +78,33 @@ private:
     IContact* m_item;
     Output& m_output;
     std::map<CEPROPID, std::string> m_texts;
+    std::vector<BYTE> m_picture;
 };
 
-void Card::ReadTexts() {
-    const std::vector<CEPROPID> fields = VcardFields();
+bool Card::ReadTexts() {
+    static const std::vector<CEPROPID> fields = VcardFields();
     CEPROPVAL* values = nullptr;
     ULONG size = 0;
     if (FAILED(m_bag->GetProps(fields.data(), 0, static_cast<WORD>(fields.size()), &values, &size, nullptr)))
-        return;
+        return false;
     for (std::size_t i = 0; i < fields.size(); ++i)
         if (!(values[i].wFlags & CEDB_PROPNOTFOUND) && values[i].val.lpwstr && *values[i].val.lpwstr)
             m_texts[fields[i]] = Utf8(values[i].val.lpwstr);
     LocalFree(values);
+    return true;
+}
+
+bool Card::ReadPicture() {
+    Com<IStream> stream;
+    const HRESULT opened = m_bag->OpenProperty(PIMPR_PICTURE, GENERIC_READ, stream.Out());
+    if (FAILED(opened)) return opened == E_NOTFOUND;
+    ULONGLONG size = 0;
+    if (FAILED(stream->GetSize(&size))) return false;
+    std::vector<BYTE> bytes(static_cast<std::size_t>(size));
+    ULONG read = 0;
+    stream->Read(bytes.data(), static_cast<ULONG>(bytes.size()), &read);
+    if (read == bytes.size()) m_picture = std::move(bytes);
+    return read == size;
 }
 
 // A structure, when any part of it says something.
@@ -124,7 +115,7 @@ void Card::Parts(const std::string& head, std::initializer_list<std::string> par
     Line(head, value);
 }
 
-// The name that lists show is told where it would not be made of the others again.
+// The name that lists show is told where it would not be made of the others again. No card is without FN.
 void Card::WriteNames() {
     std::string full;
     for (const CEPROPID field :
@@ -132,7 +123,9 @@ void Card::WriteNames() {
         if (const std::string text = Text(field); !text.empty()) full += (full.empty() ? "" : " ") + text;
     const bool named = !Text(PIMPR_LAST_NAME).empty() || !Text(PIMPR_FIRST_NAME).empty();
     const std::string fileAs = Text(PIMPR_FILEAS);
-    Line("FN", Escaped(named || fileAs.empty() ? full : fileAs));
+    if (!named && !fileAs.empty()) full = fileAs;
+    if (full.empty()) full = m_texts.empty() ? "(no name)" : m_texts.begin()->second;
+    Line("FN", Escaped(full));
     Parts("N", {Text(PIMPR_LAST_NAME), Text(PIMPR_FIRST_NAME), Text(PIMPR_MIDDLE_NAME), Text(PIMPR_TITLE),
                 Text(PIMPR_SUFFIX)});
     if (Text(PIMPR_DEPARTMENT).empty())
@@ -205,9 +198,8 @@ void Card::Write(const std::string& uid) {
         categories += (categories.empty() ? "" : ",") + Escaped(name);
     Line("CATEGORIES", categories);
     Line("NOTE", Escaped(NoteOf(m_item)));
-    const std::vector<BYTE> picture = PictureOf(m_bag);
-    if (!picture.empty())
-        Line("PHOTO", std::string("data:") + PictureKind(picture) + ";base64," + Base64(picture));
+    if (!m_picture.empty())
+        Line("PHOTO", std::string("data:") + PictureKind(m_picture) + ";base64," + EncodeBase64(m_picture));
     m_output.Write("END:VCARD\r\n");
 }
 
@@ -215,14 +207,22 @@ void Card::Write(const std::string& uid) {
 
 ExportTally ExportCards(Store& store, Output& output) {
     ExportTally tally;
-    tally.failed = store.ForEach(olFolderContacts, [&](const Com<IDispatch>& item) {
+    const unsigned unread = store.ForEach(olFolderContacts, [&](const Com<IDispatch>& item) {
         const auto contact = item.As<IContact>(IID_IContact);
         if (!contact) return;
         const Com<IItem> bag = BagOf(contact.Get());
         const auto oid = static_cast<CEOID>(Get(contact.Get(), &IContact::get_Oid));
-        Card(bag, contact.Get(), output).Write(store.UidOrNew(oid, bag));
+        const auto complain = [&](const char* what) {
+            ++tally.failed;
+            std::fprintf(stderr, "qn: item %u: %s can't be read\n", oid, what);
+        };
+        Card card(bag, contact.Get(), output);
+        if (!card.ReadTexts()) return complain("it");
+        if (!card.ReadPicture()) complain("its picture");
+        card.Write(store.UidOrNew(oid, bag));
         ++tally.written;
     });
+    tally.failed += unread;
     return tally;
 }
 

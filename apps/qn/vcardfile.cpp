@@ -14,6 +14,7 @@ constexpr std::size_t kLargestCard = 16 << 20; // a picture may be inside
 constexpr std::size_t kLineCost = 64;          // of memory, beside its text
 constexpr std::size_t kMostNotices = 1000;
 constexpr std::size_t kLongestShown = 40; // of a word of the file, in messages
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::string Trimmed(std::string_view text) {
     while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
@@ -182,6 +183,12 @@ bool TakeHead(std::string_view head, VcardProperty& property) {
     return IsName(name);
 }
 
+// Whether a backslash here takes away what the character behind it means.
+bool IsEscape(std::string_view value, std::size_t at, bool isOld) {
+    const std::string_view escaped = isOld ? ";," : ";,\\:nN";
+    return value[at] == '\\' && at + 1 < value.size() && escaped.find(value[at + 1]) != escaped.npos;
+}
+
 int VersionOf(std::string value) {
     value.erase(0, value.find_first_not_of(" \t"));
     return value.starts_with("2.1") ? 21 : value.starts_with("3") ? 30 : value.starts_with("4") ? 40 : 0;
@@ -203,28 +210,53 @@ std::string VcardProperty::Parameter(std::string_view wanted) const {
     return {};
 }
 
-std::vector<std::string> SplitValue(std::string_view value, char separator, bool isOld) {
-    constexpr std::size_t kMostParts = 1000; // the last one has the rest
-    std::vector<std::string> parts(1);
+std::string PlainValue(std::string_view value, bool isOld) {
+    std::string plain;
     for (std::size_t i = 0; i < value.size(); ++i) {
-        const char next = i + 1 < value.size() ? value[i + 1] : '\0';
-        const bool escapes = next == ';' || next == ',' || (!isOld && (next == '\\' || next == ':'));
-        if (value[i] == '\\' && escapes) {
-            parts.back() += next;
+        if (!IsEscape(value, i, isOld)) {
+            plain += value[i];
+            continue;
+        }
+        ++i;
+        plain += value[i] == 'n' || value[i] == 'N' ? '\n' : value[i];
+    }
+    return plain;
+}
+
+std::vector<std::string_view> RawParts(std::string_view value, char separator, bool isOld) {
+    constexpr std::size_t kMostParts = 1000; // the last one has the rest
+    std::vector<std::string_view> parts;
+    std::size_t begin = 0;
+    for (std::size_t i = 0; i < value.size() && parts.size() + 1 < kMostParts; ++i) {
+        if (IsEscape(value, i, isOld)) {
             ++i;
-        } else if (value[i] == '\\' && !isOld && (next == 'n' || next == 'N')) {
-            parts.back() += '\n';
-            ++i;
-        } else if (separator && value[i] == separator && parts.size() < kMostParts) {
-            parts.emplace_back();
-        } else {
-            parts.back() += value[i];
+        } else if (value[i] == separator) {
+            parts.push_back(value.substr(begin, i - begin));
+            begin = i + 1;
         }
     }
+    parts.push_back(value.substr(begin));
     return parts;
 }
 
-std::string PlainValue(std::string_view value, bool isOld) { return SplitValue(value, '\0', isOld)[0]; }
+std::vector<std::string> SplitValue(std::string_view value, char separator, bool isOld) {
+    std::vector<std::string> parts;
+    for (const std::string_view part : RawParts(value, separator, isOld))
+        parts.push_back(PlainValue(part, isOld));
+    return parts;
+}
+
+std::string EncodeBase64(std::span<const BYTE> bytes) {
+    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        const std::size_t left = std::min<std::size_t>(bytes.size() - i, 3);
+        std::uint32_t bits = 0;
+        for (std::size_t k = 0; k < 3; ++k) bits = bits << 8 | (k < left ? bytes[i + k] : 0);
+        for (std::size_t k = 0; k < 4; ++k) text += k <= left ? kDigits[bits >> (18 - 6 * k) & 63] : '=';
+    }
+    return text;
+}
 
 bool DecodeBase64(std::string_view text, std::string& bytes) {
     bytes.clear();
@@ -264,6 +296,8 @@ bool VcardReader::FindCard(VcardNotices& notices) {
     std::string line;
     bool told = false;
     while (m_lines.Next(line)) {
+        if (line.starts_with(kByteOrderMark))
+            line.erase(0, kByteOrderMark.size()); // of a file put behind another
         const std::string upper = Trimmed(Upper(std::string_view(line).substr(0, kLongestShown)));
         if (upper == "BEGIN:VCARD") {
             m_begin = m_lines.Number();
@@ -367,7 +401,8 @@ void VcardReader::Decode(VcardProperty& property, VcardNotices& notices) {
     if (encoding == "BASE64" || encoding == "B") {
         std::string bytes;
         property.isEncoded = true;
-        if (!DecodeBase64(property.value, bytes)) {
+        property.isBroken = !DecodeBase64(property.value, bytes);
+        if (property.isBroken) {
             notices.Add(property.line, shown + ": base64 that is none");
             bytes.clear();
         }

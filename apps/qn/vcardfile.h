@@ -2,9 +2,11 @@
 // lines and encodings cost only themselves, and are told with their line.
 #pragma once
 
+#include "Platform/types.h"
 #include "apps/qn/textlines.h"
 
 #include <istream>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,6 +23,7 @@ struct VcardProperty {
     std::vector<std::pair<std::string, std::string>> parameters; // each value alone; types in capitals
     std::string value;      // UTF-8, or bytes when it was in base64 of no text; escapes still in it
     bool isEncoded = false; // it was in base64
+    bool isBroken = false;  // which could not be read, so that there is no value
 
     bool HasType(std::string_view type) const;
     std::string Parameter(std::string_view name) const; // the first one, empty when there is none
@@ -34,10 +37,12 @@ struct Vcard {
     bool IsOld() const { return version < 30; } // fewer escapes, types without a name
 };
 
-// What a value says without its escapes, and a list or a structure as its parts.
+// What a value says without its escapes, and a list or a structure as its parts, with their escapes or without.
 std::string PlainValue(std::string_view value, bool isOld);
+std::vector<std::string_view> RawParts(std::string_view value, char separator, bool isOld);
 std::vector<std::string> SplitValue(std::string_view value, char separator, bool isOld);
 
+std::string EncodeBase64(std::span<const BYTE> bytes);
 bool DecodeBase64(std::string_view text, std::string& bytes); // false: something in it is none
 
 // Something in the file that could not be taken as it stands.

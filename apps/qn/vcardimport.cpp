@@ -2,6 +2,7 @@
 #include "NorvoTools/CeDb.h"
 #include "Platform/clock.h"
 #include "Platform/files.h"
+#include "QNWorkerClass/contactsrecord.h"
 #include "QNWorkerClass/sidestores.h"
 #include "apps/qn/saving.h"
 #include "apps/qn/vcardcontact.h"
@@ -13,8 +14,6 @@
 namespace qn {
 
 namespace {
-
-constexpr WCHAR kContactsDb[] = u"Contacts Database";
 
 struct CardTally {
     unsigned created = 0;
@@ -47,7 +46,8 @@ private:
     bool IsOlderTwin(const Contact& contact);
     void SaveItemOf(const Contact& contact, const Match& match);
     void FillTexts(const Com<IItem>& item, const Contact& contact, const Match& match);
-    void FillDate(const Contact& contact, const Match& match, IContact* item);
+    void FillDates(const Contact& contact, const Match& match, IContact* item);
+    void FillNote(const Contact& contact, const Match& match, IContact* item);
     void FillPicture(const Com<IItem>& item, const Contact& contact, const Match& match);
 
     Store& m_store;
@@ -57,6 +57,7 @@ private:
     std::unordered_set<CEOID> m_done;                         // contacts that a card of this file stands for
     std::unordered_map<std::string, std::string> m_revisions; // of the UIDs of this file
     CardTally m_tally;
+    bool m_isFull = false; // no new contact has a place
 };
 
 void CardSaver::ReadNames() {
@@ -113,19 +114,21 @@ void CardSaver::Save(const Contact& contact) {
         SaveItemOf(contact, Find(contact));
         for (const auto& [what, times] : contact.unkept) m_tally.unkept[what] += times;
     } catch (const SaveFailed& failed) {
+        m_isFull = m_isFull || failed.result == kFolderFull;
         Skip(contact.line, WhyNotSaved(failed));
     }
 }
 
 void CardSaver::SaveItemOf(const Contact& contact, const Match& match) {
+    if (match.oid == 0 && m_isFull) throw SaveFailed{kFolderFull}; // what was true for one is for all
     Com<IDispatch> found;
     Check(match.oid ? m_store.App()->GetItemFromOid(static_cast<LONG>(match.oid), found.Out())
                     : m_store.App()->CreateItem(olContactItem, found.Out()));
     const Com<IContact> item = found.As<IContact>(IID_IContact);
     const Com<IItem> bag = item.As<IItem>(IID_IItem);
     FillTexts(bag, contact, match);
-    FillDate(contact, match, item.Get());
-    if (match.byUid || !contact.note.empty()) SetNote(item.Get(), contact.note);
+    FillDates(contact, match, item.Get());
+    FillNote(contact, match, item.Get());
     unsigned leftOut = 0;
     if (match.byUid || !contact.categories.empty())
         Check(item->put_Categories(Bstr(Utf16(m_categories.Join(contact.categories, leftOut)))));
@@ -139,7 +142,8 @@ void CardSaver::SaveItemOf(const Contact& contact, const Match& match) {
     ++(match.oid ? m_tally.updated : m_tally.created);
 }
 
-// The same card once more makes the contact what the card says; one that only has the name of a contact adds to it.
+// The same card once more makes the contact what the card says, but for what could not be read; one that only has the name
+// of a contact adds to it.
 void CardSaver::FillTexts(const Com<IItem>& item, const Contact& contact, const Match& match) {
     static const std::vector<CEPROPID> kFields = VcardFields();
     std::map<CEPROPID, std::u16string> texts;
@@ -153,35 +157,48 @@ void CardSaver::FillTexts(const Com<IItem>& item, const Contact& contact, const 
     CEPROPVAL number{};
     number.propid = PIMPR_DEFAULT_NUMBER;
     number.val.ulVal = contact.preferred >> kHighHalf;
-    if (contact.preferred) values.push_back(number);
+    number.wFlags = contact.preferred ? 0 : CEDB_PROPDELETE;
+    if (contact.preferred || match.byUid) values.push_back(number);
     Check(item->SetProps(0, static_cast<ULONG>(values.size()), values.data()));
 }
 
-void CardSaver::FillDate(const Contact& contact, const Match& match, IContact* item) {
-    if (match.byUid || contact.birthday)
-        Check(item->put_Birthday(contact.birthday ? static_cast<DATE>(*contact.birthday) : kNoDate));
-    if (match.byUid || contact.anniversary)
-        Check(item->put_Anniversary(contact.anniversary ? static_cast<DATE>(*contact.anniversary) : kNoDate));
+void CardSaver::FillDates(const Contact& contact, const Match& match, IContact* item) {
+    const auto isTold = [&](const std::optional<DATE>& date) {
+        return date && (match.byUid || *date != kNoDate);
+    };
+    if (isTold(contact.birthday)) Check(item->put_Birthday(*contact.birthday));
+    if (isTold(contact.anniversary)) Check(item->put_Anniversary(*contact.anniversary));
+}
+
+// What is left over never takes the place of a note that the person wrote.
+void CardSaver::FillNote(const Contact& contact, const Match& match, IContact* item) {
+    if (!match.byUid && contact.note.empty() && contact.leftover.empty()) return;
+    std::string note = contact.note;
+    if (!match.byUid && note.empty()) note = NoteOf(item);
+    if (note.find(contact.leftover) == note.npos) note += (note.empty() ? "" : "\n\n") + contact.leftover;
+    SetNote(item, NoteBytes(note));
 }
 
 void CardSaver::FillPicture(const Com<IItem>& item, const Contact& contact, const Match& match) {
-    if (contact.picture.empty() && !match.byUid) return;
+    if (!contact.picture || (contact.picture->empty() && !match.byUid)) return;
+    const std::string& picture = *contact.picture;
     Com<IStream> stream;
     const HRESULT opened = item->OpenProperty(PIMPR_PICTURE, GENERIC_READ | GENERIC_WRITE, stream.Out());
-    if (FAILED(opened) && contact.picture.empty()) return;
+    if (FAILED(opened) && picture.empty()) return;
     Check(opened);
-    Check(stream->SetSize(contact.picture.size()));
+    Check(stream->SetSize(picture.size()));
     ULONG written = 0;
-    Check(stream->Write(contact.picture.data(), static_cast<ULONG>(contact.picture.size()), &written));
+    Check(stream->Write(picture.data(), static_cast<ULONG>(picture.size()), &written));
     Check(stream->Commit(0));
 }
 
 // Fills one transaction; false at the end of the file.
 bool SaveBatch(VcardReader& reader, CardSaver& saver, VcardNotices& notices, const Batch&) {
     constexpr std::size_t kBatchBytes = 16 << 20; // pictures in one transaction
+    constexpr std::size_t kBatchCards = 5000;     // each begins with a look at all UIDs that there are
     const std::size_t begin = reader.Bytes();
     Vcard card;
-    for (std::size_t i = 0; i < kBatch && reader.Bytes() - begin < kBatchBytes; ++i) {
+    for (std::size_t i = 0; i < kBatchCards && reader.Bytes() - begin < kBatchBytes; ++i) {
         if (!reader.Next(card, notices)) return false;
         Contact contact;
         const std::string objection = TakeContact(card, contact, notices);

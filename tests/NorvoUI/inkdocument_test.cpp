@@ -208,6 +208,29 @@ TEST(InkDocument, DamagedInkIsRefused) {
     }
 }
 
+TEST(InkDocument, InkWithWrongFormatsKeepsItsText) {
+    InkDocument hello;
+    hello.Append(u"hello", {});
+    // Counts, then the text of 5 units, the face "Tahoma", and the span at 52.
+    const struct {
+        std::size_t at;
+        std::string bytes;
+        const char* expected;
+    } kCases[] = {
+        {52, "\x03"s, "[]hello"},             // a first span that comes late
+        {52, "\xFF\xFF\xFF\xFF"s, "[]hello"}, // and one behind the end
+        {16, "\0"s, "[]hello"},               // no span at all
+        {60, "\x07\0\0\0"s, "[]hello"},       // a block that isn't there
+        {64, "\x09"s, "[]hello"},             // nor is the face
+        {66, "\0\0\xF4"s, "[u 2]hello"},      // a size and styles that are none
+    };
+    for (const auto& row : kCases) {
+        std::string bytes = AsText(hello.Write(kNoteInk));
+        bytes.replace(row.at, row.bytes.size(), row.bytes);
+        EXPECT_EQ(row.expected, Dump(Read(bytes))) << row.at;
+    }
+}
+
 TEST(InkDocument, HostileRichTextTakesLinearTime) {
     std::string deep = "{\\rtf1";
     for (int i = 0; i < 200000; ++i) deep += "{\\b";
@@ -247,7 +270,7 @@ TEST(InkCtrl, InsertsUndoesAndFinds) {
     ink.GetSel(begin, end);
     EXPECT_EQ("0 13", std::to_string(begin) + " " + std::to_string(end));
     ink.SetReadOnly(true);
-    EXPECT_FALSE(ink.InsertText(u"x"));
+    EXPECT_FALSE(ink.InsertText(u"x") || ink.SetProperties(ink.GetProperties()));
 }
 
 TEST(InkCtrl, FormatsStayWithTheirText) {
@@ -282,6 +305,9 @@ TEST_F(InkFiles, AreReadByContentAndWrittenWhole) {
     EXPECT_NE(0u, ink.WriteToFile(u"\\Nowhere\\c.pwi", kNoteInk)); // into the documents
     EXPECT_TRUE(ink.ReadFromFile(u"\\My Documents\\c.pwi"));
     EXPECT_EQ(u"rich", ink.GetString());
+    const std::u16string longest = u"\\My Documents\\" + std::u16string(59, 0x6F22) + u"\U0001F600" +
+                                   std::u16string(23, 0x6F22) + u"-.pwi"; // 255 bytes
+    for (int i = 0; i < 2; ++i) EXPECT_NE(0u, ink.WriteToFile(longest.c_str(), kNoteInk));
     EXPECT_EQ(0u, ink.WriteToFile(u"\\a.t", kNoteBytes));
     EXPECT_FALSE(ink.ReadFromFile(u"\\My Documents\\missing.txt"));
     EXPECT_TRUE(ink.GetDocument().IsEmpty());

@@ -399,6 +399,39 @@ TEST_F(Faults, NoFileOperationDropsTheLocksOfAVolume) {
     EXPECT_TRUE(CopyFileW(u"\\test.vol", u"\\copy", FALSE)); // nobody has it open
 }
 
+// A commit that finds a long log tidies it; that another process is at it is no failure of the commit.
+TEST_F(Faults, ALogThatAnotherTidiesFailsNoCommit) {
+    constexpr off_t kTidyingLock = 121; // of the log's index: who holds this byte tidies
+    Create(u"d");
+    const HANDLE session = NewSession();
+    const HANDLE db = Open(u"d", nullptr, session);
+    ASSERT_TRUE(Add(db, Values().Int(1, 1)));
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        struct flock lock {};
+        lock.l_type = F_WRLCK;
+        lock.l_start = kTidyingLock;
+        lock.l_len = 1;
+        const int index = open(HostPath("test.vol-shm").c_str(), O_RDWR);
+        const bool locked = fcntl(index, F_SETLKW, &lock) == 0;
+        if (write(ready[1], &locked, sizeof locked) < 0) _exit(1);
+        for (;;) pause();
+    }
+    bool locked = false;
+    EXPECT_EQ(read(ready[0], &locked, sizeof locked), static_cast<ssize_t>(sizeof locked));
+    EXPECT_TRUE(locked);
+    const std::vector<BYTE> much = Pattern(1 << 20);
+    CeBeginTransaction(session, 1);
+    for (LONG n = 2; n <= 41; ++n) EXPECT_TRUE(Add(db, Values().Int(1, n).Stream(3, much)));
+    EXPECT_TRUE(CeEndTransaction(session, TRUE));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    close(ready[0]);
+    close(ready[1]);
+}
+
 TEST_F(Faults, AFolderThatCantBeWrittenIsTold) {
     Create(u"d");
     PlatSetDeviceFolder(m_folder);

@@ -150,6 +150,29 @@ TEST_F(CalendarOverlays, TasksStandOnTheirDays) {
     EXPECT_EQ("03-11 span;", Days("2010-03-11", "2010-03-11"));
 }
 
+TEST_F(CalendarOverlays, TasksOfOddDates) {
+    AddTask(u"undated").Start("2010-03-12").Starred().Save();
+    AddTask(u"backwards").Start("2010-03-13").Due("2010-03-11").Save();
+    AddTask(u"late").Start("2010-03-08").Due("2010-03-09").Save();
+    SetNumber(kCalendar, u"WV_ShowTasks", 1);
+    SetNumber(kCalendar, u"CAV_ShowUndatedTasks", 1);
+    SetNumber(kCalendar, u"TaskSort", kSortSubject);
+    for (const DWORD inProgress : {0, 1, 2}) {
+        SetNumber(kCalendar, u"bShowInProgressTasksToday", inProgress);
+        CCalendarThread thread;
+        Load(thread, "2010-03-08", "2010-03-14");
+        EXPECT_EQ("03-09 late;03-10 late;03-10 undated;03-11 backwards;03-12 undated;03-13 backwards;",
+                  Lines(thread));
+        std::string marks; // what a task list marks is marked here
+        for (const DATACALENDAR* line : thread.GetList())
+            if (line->m_lDay == 40247 && line->m_pTask) // 10 March
+                marks += line->m_pTask->m_bOverdue   ? "overdue;"
+                         : line->m_pTask->m_bStarred ? "starred;"
+                                                     : ";";
+        EXPECT_EQ("overdue;starred;", marks);
+    }
+}
+
 TEST_F(CalendarOverlays, JournalEntriesOfTheRange) {
     AddEntry(
         {u"Call", u"NewTask", u"Work", u"text", "2010-03-09 10:00", "2010-03-01", 30, "{\\rtf1 \\b <ink}"});

@@ -44,6 +44,8 @@ TEST_F(ContactsTest, FormatsShowAndOrderNames) {
         EXPECT_EQ(row.expected, Load()) << row.format << "," << row.company;
     }
     EXPECT_EQ(kDisplayFirstLast, thread.GetContactsDisplay());
+    thread.SortDataList(true); // by file-as names, the last one first
+    EXPECT_EQ("Ada Aalto | Cook | Ada Byron | Acme | bob Aalto", Text(thread));
     DWORD value = 7;
     CRegistry registry;
     registry.OpenKey(HKEY_CURRENT_USER, kView);
@@ -168,6 +170,7 @@ TEST_F(ContactsTest, GroupsByCompanyAndOtherKeys) {
 TEST_F(ContactsTest, BranchesOpenAndClose) {
     AddContact(u"Cy", u"Cook").Company(u"Acme").Save();
     AddContact(u"Ada", u"Byron").Company(u"Acme").Save();
+    const CEOID ada = m_record;
     AddContact(u"Ed", u"Yale").Save();
     Format(kDisplayByCompany);
     CContactsThread thread;
@@ -193,12 +196,16 @@ TEST_F(ContactsTest, BranchesOpenAndClose) {
     Setting(u"bSearchCompanySubNodes", 0);
     EXPECT_EQ("", Find(thread, u"by"));
     EXPECT_EQ("#Acme(2)", Find(thread, u"ac"));
+    thread.DeleteCatCacheItem(ada); // the header tells how many are there now
+    EXPECT_EQ(1, thread.TreeAddList(static_cast<LONG>(header()->m_dwGroupId), 1, false));
+    EXPECT_EQ("=Acme(1) | Cy Cook", Text(thread));
 }
 
 TEST_F(ContactsTest, GroupsByCategory) {
-    const LONG work = AddCategory(u"Work"), home = AddCategory(u"Home"), comma = AddCategory(u"A, B");
+    const LONG work = AddCategory(u"Work"), home = AddCategory(u"Home"), comma = AddCategory(u"A, B"),
+               alike = AddCategory(u"WORK");
     AddContact(u"Ada", u"Byron").In(work).In(home).Save();
-    AddContact(u"Bob", u"Cook").In(work).In(comma).Save();
+    AddContact(u"Bob", u"Cook").In(work).In(comma).In(alike).Save();
     AddContact(u"Cy", u"Abel").Save();
     Format(kDisplayByCategory);
     CContactsThread thread;

@@ -4,10 +4,14 @@
 #include "NorvoTools/CeDb.h"
 #include "NorvoTools/globals.h"
 #include "Platform/clock.h"
+#include "Platform/memory.h"
 #include "Platform/modules.h"
+#include "Platform/notetext.h"
 #include "Platform/testing.h"
 #include "QNWorkerClass/linkstore.h"
 #include "tests/support/sidestores.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -23,6 +27,73 @@ std::string ShowAll(const Read& read) {
 }
 
 SYSTEMTIME Day(WORD day) { return {2026, 11, 0, day, 14, 30, 0, 0}; }
+
+std::vector<BYTE> Bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+// "67586 text": the form of the note and what it says.
+std::string Note(const std::vector<BYTE>& note) {
+    std::u16string text;
+    const auto size = static_cast<DWORD>(note.size());
+    if (!PlatTextOfNote(note.data(), size, text)) return "unread";
+    return std::to_string(GetBlobFormat(note.data(), size)) + " " + Narrow(text.c_str());
+}
+
+std::string Stream(CEOID entry) {
+    CeDb db;
+    CEBLOB note{};
+    EXPECT_TRUE(db.Open(kJournalStore) && db.SeekTo(entry));
+    db.ReadStream(0x00370064, &note);
+    const std::string bytes(reinterpret_cast<const char*>(note.lpb), note.dwCount);
+    LocalFree(note.lpb);
+    return bytes;
+}
+
+// Notes of every form go in as rich text, without its last paragraph mark unless the suite runs from right to left, and come
+// out as ink. Bytes that are no note aren't lost.
+void NotesKeepTheirText() {
+    const std::string broken = "{\\pwi is no ink";
+    const struct {
+        std::vector<BYTE> note;
+        DWORD left;
+        const char* end; // of what is stored
+        std::string read;
+    } cases[] = {
+        {Bytes("plain\r\ntext"), 0, " text}", "67586 plain\r\ntext"},
+        {Bytes("plain"), 2, " plain\\par }", "67586 plain"},
+        {{'w', 0, 'i', 0, 'd', 0, 'e', 0}, 0, " wide}", "67586 wide"},
+        {Bytes("{\\rtf1 say {\\b \\'7b par \\'7d}\\par }"), 0, " \\{ par \\}}", "67586 say { par }"},
+        {Bytes(broken), 0, broken.c_str(), "unread"},
+    };
+    for (const auto& one : cases) {
+        const DWORD before = std::exchange(g_dwLeftDefine, one.left);
+        CJournalData entry;
+        entry.m_stDate = entry.m_stCreated = Day(1);
+        entry.m_note = one.note;
+        EXPECT_TRUE(CJournal::WriteEntry(&entry, false));
+        g_dwLeftDefine = before;
+        const std::string stored = Stream(entry.m_oidRecord);
+        EXPECT_TRUE(stored.ends_with(one.end)) << stored;
+        EXPECT_TRUE(CJournal::ReadEntry(entry.m_oidRecord, &entry));
+        EXPECT_EQ(one.read, Note(entry.m_note));
+    }
+}
+
+// Two entries with their notes are one change, whichever write fails.
+void EntriesAreStoredTogether(CeDb& store) {
+    const DWORD before = store.GetNumRecords();
+    bool done = false;
+    for (unsigned nth = 1; !done; ++nth) {
+        CJournalData entries[2];
+        for (CJournalData& entry : entries) entry.m_stDate = Day(1), entry.m_note = Bytes("note");
+        PlatInjectFault(PlatFault::StoreWrite, nth);
+        done = CJournal::WriteEntries(entries, true);
+        EXPECT_EQ(done, PlatFaultCount(PlatFault::StoreWrite) < nth);
+        PlatInjectFault(PlatFault::StoreWrite, 0);
+        EXPECT_EQ(store.GetNumRecords(), before + (done ? 2 : 0)) << nth;
+        EXPECT_EQ(entries[0].m_oidRecord != 0, done);
+        EXPECT_TRUE(!done || Stream(entries[1].m_oidRecord).ends_with("note}"));
+    }
+}
 
 // A store is made once a process, so all of it is one story: an old journal, its move, then entries of today.
 TEST_F(JournalStore, MovesTheOldOneAndKeepsEntries) {
@@ -54,12 +125,12 @@ TEST_F(JournalStore, MovesTheOldOneAndKeepsEntries) {
     CJournalData entry;
     ASSERT_TRUE(CJournal::ReadEntry(first, &entry));
     EXPECT_EQ(entry.m_strTitle, u"text");
-    EXPECT_EQ(entry.m_note.size(), 18u) << "eight characters and the terminator";
+    EXPECT_EQ(Note(entry.m_note), "67586 old note");
     EXPECT_TRUE(entry.m_bCreatedMissing);
     EXPECT_EQ(entry.m_stCreated.wDay, entry.m_stDate.wDay);
     ASSERT_TRUE(CJournal::ReadEntry(store.SeekNext(), &entry));
     EXPECT_EQ(entry.m_oidOwner, 7u);
-    EXPECT_EQ(entry.m_note, (std::vector<BYTE>{'a', 'b', 'c'}));
+    EXPECT_EQ(Note(entry.m_note), "67586 abc");
 
     // What is written is read; an update keeps the creation and takes an empty note out.
     entry.m_oidRecord = 0;
@@ -76,6 +147,7 @@ TEST_F(JournalStore, MovesTheOldOneAndKeepsEntries) {
     EXPECT_EQ(again.m_stCreated.wDay, 21);
     EXPECT_EQ(again.m_nFlags, 45u);
     EXPECT_TRUE(again.m_bFlag);
+    again.m_stCreated = Day(22);
     again.m_note.clear();
     again.m_strCategories = u"";
     ASSERT_TRUE(CJournal::WriteEntry(&again, true));
@@ -90,6 +162,8 @@ TEST_F(JournalStore, MovesTheOldOneAndKeepsEntries) {
     ASSERT_TRUE(CJournal::ReadEntry(again.m_oidRecord, &entry));
     EXPECT_EQ(entry.m_stCreated.wYear, now.wYear);
     EXPECT_FALSE(CJournal::ReadEntry(1, &entry));
+    NotesKeepTheirText();
+    EntriesAreStoredTogether(store);
 }
 
 TEST_F(LinkStore, AnOlderOneGetsTheTextItLacks) {
@@ -123,11 +197,23 @@ TEST_F(LinkStore, AnOlderOneGetsTheTextItLacks) {
     EXPECT_TRUE(CLinks::Create(task, 9, u"Inbox", LinkKind::kMail, 0, nullptr));
     EXPECT_TRUE(CLinks::Create(task, 9, u"Outbox", LinkKind::kMail, 1, nullptr));
     EXPECT_EQ(links(), 6u);
+    for (const bool commit : {false, true}) { // many as one change
+        CLinkBatch batch;
+        for (int i = 0; i < 2; ++i)
+            EXPECT_TRUE(batch.Create(task, 0x80000005, nullptr, LinkKind::kContact, 1, nullptr));
+        EXPECT_TRUE(batch.Create(0x80000005, task, nullptr, LinkKind::kTask, 1, nullptr));
+        EXPECT_EQ(commit, commit && batch.Commit());
+    }
+    EXPECT_EQ(links(), 8u);
+    const std::vector<std::pair<CEOID, CEOID>> pairs{
+        {visit, task}, {0x80000005, task}, {task, visit}, {task, 0x80000005}};
+    EXPECT_TRUE(std::ranges::is_permutation(CLinks::ItemPairs(), pairs));
     std::string rows;
     for (CEOID at = First(db.m_hDb); at; at = Next(db.m_hDb))
         rows += ShowAll(Read(db.m_hDb, {0x00000003, 0x00040003, 0x0003001F, 0x0006001F})) + "\n";
     EXPECT_EQ(rows,
-              "1 3 - 'shown'\n3 8 '\\a.txt' -\n4 8 '\\a.txt' -\n5 15 'Inbox' -\n6 15 'Outbox' -\n2 4 - -\n");
+              "8 4 - -\n1 3 - 'shown'\n3 8 '\\a.txt' -\n4 8 '\\a.txt' -\n5 15 'Inbox' -\n6 15 'Outbox' -\n"
+              "7 2 - -\n2 4 - -\n");
 }
 
 } // namespace

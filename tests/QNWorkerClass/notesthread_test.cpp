@@ -3,6 +3,7 @@
 #include "NorvoTools/CRegistry.h"
 #include "Platform/memory.h"
 #include "QNWorkerClass/notesthread.h"
+#include "tests/support/clientwindow.h"
 #include "tests/support/engine.h"
 #include "tests/support/narrow.h"
 
@@ -184,6 +185,68 @@ TEST_F(NotesTest, AttributesAndOrders) {
         SetNumber(kView, u"FilterPrivacy", static_cast<DWORD>(mode));
         EXPECT_EQ(expected, Notes());
     }
+    // Recordings count though they are filtered, and once.
+    Put("My Documents/d.wav");
+    SetAttributes(u"d.wav", u"", 0, 0);
+    for (int i = 0; i < 2; ++i) thread.UpdateFolder(u"\\My Documents");
+    EXPECT_EQ(1, thread.GetRecordingCount());
+    Load(thread);
+    EXPECT_EQ(1, thread.GetRecordingCount());
+    for (int i = 0; i < 2; ++i) thread.UpdateFolder(u"\\My Documents");
+    EXPECT_EQ(1, thread.GetRecordingCount());
+    EXPECT_EQ(nullptr, Find(thread, "d.wav"));
+}
+
+TEST_F(NotesTest, TimesAreLocal) {
+    SetState(u"\\My Documents", kFolderOpen);
+    Put("My Documents/Sub/a.txt");
+    const auto modified = [](const char* title) {
+        CNotesThread thread;
+        Load(thread);
+        return FileTimeTicks(Find(thread, title)->m_ftModified);
+    };
+    SetState(u"\\My Documents\\Sub", kFolderOpen);
+    const ULONGLONG file = modified("a.txt"), folder = modified("Sub");
+    TIME_ZONE_INFORMATION zone = {};
+    zone.Bias = -60;
+    PlatSetTimeZone(&zone);
+    EXPECT_EQ(ULONGLONG{3600} * 10'000'000, modified("a.txt") - file);
+    EXPECT_EQ(ULONGLONG{3600} * 10'000'000, modified("Sub") - folder);
+}
+
+TEST_F(NotesTest, DamagedSideFilesTellWhatTheyCan) {
+    for (const char* note : {"a", "b", "c"}) Put(std::string("My Documents/") + note + ".txt");
+    Put("My Documents/Twice/in.txt");
+    const std::string side = "Program Files/Norvo/Quillonary/Norvo/";
+    Put(side + "NoteFolderState.txt", R"(no section
+[HKEY_CURRENT_USER\Software\Norvo\Quillonary\NV\FolderState]
+"\My Documents"=dword:00000001
+"\My Documents\Twice"="open"
+"\My Documents\Twice"=dword:00000001
+[HKEY_CURRENT_USER\Software\Norvo\Quillonary\NV\FolderState]
+"\My Documents\Twice"=dword:00000001
+)");
+    Put(side + "NoteData.txt", R"([HKEY_CURRENT_USER\My Documents\a.txt]
+"Category"=dword:00000001
+"AHDT"="soon"
+"Private"="yes"
+[HKEY_CURRENT_USER\My Documents\b.txt]
+"Category"="First"
+=
+"AHDT"=dword:xyz
+[HKEY_CURRENT_USER\My Documents\b.txt]
+"Category"="Second"
+[HKEY_CURRENT_USER\My Documents\c.txt)");
+    SetNumber(kView, u"bDescending", 0);
+    CNotesThread thread;
+    EXPECT_EQ("v \\My Documents\n  > Twice\n  a.txt\n  b.txt\n  c.txt\n", Load(thread));
+    EXPECT_EQ(DWORD{kFolderClosed}, thread.IsFolderOpen(u"\\My Documents\\Twice"));
+    std::string told;
+    for (const DATANOTES* row : thread.GetList())
+        if (row->m_nKind)
+            told += Narrow(row->m_bstrCategory ? row->m_bstrCategory : u"-") + (row->m_bHasAlarm ? "!" : "") +
+                    (row->m_bPrivate ? "p " : " ");
+    EXPECT_EQ("- First - ", told);
 }
 
 TEST_F(NotesTest, TextsAreFoundEverywhere) {
@@ -229,6 +292,7 @@ TEST_F(NotesTest, FoldersOpenAndCloseInPlace) {
     const std::string closed = "v \\My Documents\n  > Sub\n  z.txt\n";
     const std::string open = "v \\My Documents\n  v Sub\n    in.txt\n    rec.wav\n  z.txt\n";
     EXPECT_EQ(closed, Load(thread));
+    thread.ExpandTreeNode(true, Find(thread, "z.txt"), true); // no folder
     thread.ExpandTreeNode(true, Find(thread, "Sub"), true);
     EXPECT_EQ(open, Rows(thread));
     EXPECT_EQ("1 5 1", std::to_string(StoredState(u"\\My Documents\\Sub")) + " " +
@@ -272,6 +336,23 @@ TEST_F(NotesTest, OddFoldersEndTheReading) {
     }
 }
 
+// Links are known by the numbers of files, which such a device doesn't have.
+TEST_F(NotesTest, LinksEndWithoutNumbersOfFiles) {
+    for (const char* link : {"one", "two"}) {
+        std::filesystem::create_directories(HostPath("My Documents"));
+        std::filesystem::create_directory_symlink(".", HostPath("My Documents/") + link);
+    }
+    PlatSetDeviceFolder("");
+    std::filesystem::remove(HostPath("files.db"));
+    std::filesystem::create_directory(HostPath("files.db"));
+    PlatSetDeviceFolder(m_folder);
+    CNotesThread search;
+    search.SetCompareString(u"in", true, false, false);
+    Load(search);
+    EXPECT_GT(search.GetActiveDataCount(), 1000);
+    EXPECT_LT(search.GetActiveDataCount(), 10000);
+}
+
 // --- The notes library --------------------------------------------------------------------------------------------
 
 struct FakeNote {
@@ -284,7 +365,7 @@ struct FakeNote {
 const FakeNote kFakeNotes[] = {
     {500, u"Blue", u"Work", 1, u"plain words"},
     {0, u"None", u"", 0, nullptr},
-    {501, u"Red", u"Work", 9, u"{\\rtf1 rich \\b words}"},
+    {501, u"Red", u"Work", 9, u"{\\rtf1 rich \\b w\u017Brds}"},
 };
 
 const PlatModuleEntry kLibrary[] = {
@@ -330,6 +411,7 @@ TEST_F(NotesTest, DatabasesOfTheLibraryStandFirst) {
                         .entries = kLibrary,
                         .entryCount = std::size(kLibrary),
                         .untilReset = true});
+    SetState(u"\\Library", kFolderOpen); // a folder of files
     EXPECT_EQ("> Library\n> \\My Documents\n", Load());
     SetState(u"Library", kFolderOpen);
     SetNumber(kView, u"bDescending", 0);
@@ -344,7 +426,7 @@ TEST_F(NotesTest, DatabasesOfTheLibraryStandFirst) {
     thread.UpdateDatabase(77);
     EXPECT_EQ(4, thread.GetActiveDataCount());
     for (const auto& [text, expected] :
-         {std::pair{u"rich words", "(No notes) Red "}, {u"plain", "(No notes) Blue "}}) {
+         {std::pair{u"rich w\u017Brds", "(No notes) Red "}, {u"plain", "(No notes) Blue "}}) {
         CNotesThread search;
         search.SetCompareString(text, true, true, false);
         std::string found = Notes(search);
@@ -372,11 +454,54 @@ TEST_F(NotesTest, SetEventStopsAndDateKeepsItsOddForm) {
     EXPECT_GT(CNotesThread().GetOnDate(), 0);
 }
 
-class ThreadsNotes : public NotesTest {};
+class ThreadsNotes : public NotesTest {
+protected:
+    ThreadsNotes() {
+        SetState(u"\\My Documents", kFolderOpen);
+        for (int i = 0; i < 50; ++i) Put("My Documents/note " + std::to_string(i) + ".txt");
+    }
+    ClientWindow m_client;
+};
+
+TEST_F(ThreadsNotes, ClientIsTold) {
+    CNotesThread thread;
+    thread.m_hClientWnd = m_client;
+    thread.Start();
+    const std::string told = m_client.UntilFinished();
+    for (const char* message : {"32802 ", "1274(1,51) ", "32803 "})
+        EXPECT_NE(told.npos, told.find(message)) << told;
+}
+
+// The client is not listening when the object goes.
+TEST_F(ThreadsNotes, EndsWhileItWaitsForAnAnswer) {
+    const auto start = std::chrono::steady_clock::now();
+    {
+        CNotesThread thread;
+        thread.m_hClientWnd = m_client;
+        thread.Start();
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // a load takes a few
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+}
+
+TEST_F(ThreadsNotes, EndedSearchLeavesNothingLocked) {
+    CNotesThread thread;
+    thread.SetCompareString(u"text", true, true, false);
+    for (int round = 0; round < 12; ++round) {
+        thread.Start();
+        std::this_thread::sleep_for(std::chrono::microseconds(round * 500));
+        thread.Kill(1);
+    }
+    EXPECT_EQ(51, (Load(thread), thread.GetActiveDataCount()));
+    for (int i = 0; i < 50; ++i)
+        EXPECT_TRUE(
+            DeleteFileW((u"\\My Documents\\" +
+                         std::u16string(Find(thread, "note " + std::to_string(i) + ".txt")->m_bstrTitle))
+                            .c_str()))
+            << i;
+}
 
 TEST_F(ThreadsNotes, TwoLoadsAtOnceAndStartsOverRunningOnes) {
-    SetState(u"\\My Documents", kFolderOpen);
-    for (int i = 0; i < 50; ++i) Put("My Documents/note " + std::to_string(i) + ".txt");
     CNotesThread one, two;
     for (int round = 0; round < 5; ++round) {
         one.Start();

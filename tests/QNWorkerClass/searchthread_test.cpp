@@ -51,7 +51,16 @@ TEST(SearchPattern, TextsPatternsAndSounds) {
     EXPECT_EQ(u" A30 S503", codes);
     EXPECT_TRUE(SearchPattern(u"SMITH", true, true).MatchesSound(codes));
     EXPECT_FALSE(SearchPattern(u"SMITH", false, true).MatchesSound(codes));
-    EXPECT_FALSE(SearchPattern(u"123", true, true).HasSound());
+    const struct {
+        const WCHAR* text;
+        bool anywhere;
+        const WCHAR* sound;
+    } sounds[] = {{u"Smith", true, u"s503"}, {u"123", true, u""}, {u"1smith", true, u""},
+                  {u"Sm*", false, u"s5"},    {u"sm*", true, u""}, // it begins with a star
+                  {u"*", true, u""}};
+    for (const auto& s : sounds) EXPECT_EQ(s.sound, SearchPattern(s.text, s.anywhere, true).Sound());
+    codes = u" S5";
+    EXPECT_TRUE(SearchPattern(u"sm*", false, true).MatchesSound(codes));
     const BYTE note[] = {'G', 'r', 'e', 'y', ' ', 'c', 'a', 't'};
     EXPECT_TRUE(SearchPattern(u"CAT", true, false).MatchesNote(note, sizeof note));
     EXPECT_FALSE(SearchPattern(u"cat", false, false).MatchesNote(note, sizeof note));
@@ -193,12 +202,14 @@ TEST_F(SearchTest, FieldsOfContacts) {
         query.bUseSoundex = c.sound;
         EXPECT_EQ(c.found ? "CByron, Ada" : "", Find(c.text, query)) << &c - cases;
     }
-    _QNSEARCH march = All(), april = All();
+    _QNSEARCH march = All(), april = All(), before = All();
     march.dFrom = Day("2010-03-20");
     march.dTo = Day("2010-03-20") + 0.5;
     april.dFrom = Day("2010-04-01");
     EXPECT_EQ("CByron, Ada", Find(u"*", march));
+    before.dTo = Day("2010-01-01");
     EXPECT_EQ("", Find(u"*", april));
+    EXPECT_EQ("CByron, Ada", Find(u"*", before)) << "an open beginning takes all contacts";
     CSearchThread search;
     Find(search, u"acme", All());
     EXPECT_EQ(ada, search.GetList().Get(1)->m_oid);
@@ -232,6 +243,17 @@ TEST_F(SearchTest, TasksByDatesStateAndPrivacy) {
     EXPECT_EQ(u"Work", std::u16string(row->m_szCategories));
     EXPECT_EQ(nullptr, search.GetList().Get(4)->m_szCategories);
 
+    // A goal of the planner is found neither with links nor without.
+    MakeStore(u"QuillonaryLinks", 1, CEVT_I4, work);
+    _QNSEARCH linked = All();
+    for (const WORD noLinks : {WORD{0}, WORD{1}}) {
+        linked.bNoLinks = noLinks;
+        Find(search, u"late", linked);
+        EXPECT_EQ(!noLinks, search.GetList().Get(1)->m_bHasLink);
+    }
+    MakeStore(u"QN_Goals", 1, CEVT_UI4, PutTask(TaskOf(u"goal")));
+    EXPECT_EQ("", Find(u"goal", linked) + Find(u"goal", All()));
+
     const struct {
         const WCHAR* text;
         void (*change)(_QNSEARCH&);
@@ -256,6 +278,9 @@ TEST_F(SearchTest, TasksByDatesStateAndPrivacy) {
         const std::string found = c.found;
         EXPECT_EQ(found.substr(0, found.find(" Ttemplate")), Find(c.text, query)) << &c - cases;
     }
+    DeleteDatabase(u"Appointments Database");
+    DeleteDatabase(u"Contacts Database");
+    EXPECT_EQ("Tlate<b>", Find(u"late", All())) << "stores that are gone have no rows";
 }
 
 TEST_F(SearchTest, OccurrencesOfAppointments) {
@@ -286,7 +311,7 @@ TEST_F(SearchTest, OccurrencesOfAppointments) {
     EXPECT_EQ("", days(u"caf", "", "", kSearchNames));
     CSearchThread search;
     Find(search, u"stand", All());
-    EXPECT_EQ(u"<B>Standup</B><BR>[3/1/10 10:00 AM]  1hour, 30minutes",
+    EXPECT_EQ(u"<B>Standup</B><BR>[3/1/10 10:00 AM]  <IMG SRC=242> 1hour, 30minutes",
               std::u16string(search.GetList().Get(1)->m_szText));
     SetNumber(u"Software\\Norvo\\Quillonary\\CAV", u"ShowDuration", 0);
     search.SettingChange();
@@ -296,7 +321,7 @@ TEST_F(SearchTest, OccurrencesOfAppointments) {
 }
 
 TEST_F(SearchTest, JournalEntriesUnderTheirItems) {
-    const DWORD task = PutTask(TaskOf(u"Roof"));
+    const DWORD task = PutTask(TaskOf(u"A1: Roof"));
     const auto entry = [&](const WCHAR* title, const char* date, DWORD owner) -> Values& {
         return NewValues()
             .Text(0x30, title)
@@ -307,24 +332,28 @@ TEST_F(SearchTest, JournalEntriesUnderTheirItems) {
     };
     PutEntry(entry(u"one", "2010-03-01", task).Text(0x2F, u"old words"));
     PutEntry(entry(u"two", "2010-03-02", 0).Stream(0x37, {'n', 'e', 'w', 's'}));
-    PutEntry(entry(u"three", "2010-03-03", task));
+    // A row has 200 units of it, and no half of a character.
+    PutEntry(entry(u"three", "2010-03-03", task).Text(0x2F, std::u16string(199, u'x') + u"\xD83D\xDE00"));
     _QNSEARCH journal;
     journal.bJournal = 1;
     EXPECT_EQ("Jone", Find(u"words", journal));
     EXPECT_EQ("Jtwo", Find(u"news", journal));
     journal.bJournalSort = 1; // by text, the newest of equals first
     EXPECT_EQ("Jone Jthree Jtwo", Find(u"visit", journal));
+    CSearchThread search;
+    Find(search, u"visit", journal);
     SetNumber(u"Software\\Norvo\\Quillonary\\JV", u"JournalSort", 1);
     SetNumber(u"Software\\Norvo\\Quillonary\\JV", u"JournalSortDescending", 1);
-    EXPECT_EQ("Jthree Jtwo Jone", Find(u"visit", journal));
+    search.SortDataList();
+    EXPECT_EQ("Jthree Jtwo Jone", Rows(search));
     journal.dFrom = journal.dTo = Day("2010-03-02");
     EXPECT_EQ("Jtwo", Find(u"*", journal));
     journal.bJournalAll = 1;
 
-    CSearchThread search(1);
-    Find(search, u"nothing", journal);
+    CSearchThread grouped(1);
+    Find(grouped, u"nothing", journal);
     std::string groups;
-    for (DATAPARENT* header : search.GetGroups()) {
+    for (DATAPARENT* header : grouped.GetGroups()) {
         groups += Narrow(header->m_szText) + ":";
         for (const DATAGENERAL* row : header->m_listChildren) groups += " " + Narrow(row->m_szSubject);
         groups += "; ";
@@ -332,7 +361,9 @@ TEST_F(SearchTest, JournalEntriesUnderTheirItems) {
     EXPECT_EQ("None: two; Roof: three one; ", groups);
     WCHAR expected[120];
     wsprintfW(expected, u"<B>one</B> <IMG SRC=233><A=%u><U>Roof</U></A><BR><I>old words</I>", task);
-    EXPECT_EQ(std::u16string(expected), search.GetList().Get(3)->m_szText);
+    EXPECT_EQ(std::u16string(expected), grouped.GetList().Get(3)->m_szText);
+    EXPECT_TRUE(std::u16string_view(grouped.GetList().Get(1)->m_szText)
+                    .ends_with(u"><BR><I>" + std::u16string(199, u'x') + u"</I>"));
 }
 
 TEST_F(SearchTest, NotesByTitleAndBody) {
@@ -450,6 +481,7 @@ TEST_F(ThreadsSearch, TellsProgressAndStops) {
         search.Start();
         std::this_thread::sleep_for(std::chrono::microseconds(round * 700));
         if (round % 3 == 0) search.Stop(true);
+        search.SetSort(round % 4, round % 2 != 0);
         if (round % 3 == 1) search.SortDataList();
         if (round % 3 == 2 && search.IsRunning()) search.Kill(1);
         m_client.Pending();
@@ -470,6 +502,31 @@ TEST_F(ThreadsSearch, EndsWhileItWaitsForAnAnswer) {
         while (search.GetActiveDataCount() < 5) std::this_thread::yield();
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+}
+
+TEST_F(ThreadsSearch, EndedAmongNotesLetsSideFilesBeSaved) {
+    for (int i = 0; i < 6; ++i) PutNote("milk " + std::to_string(i) + ".txt", "");
+    CSearchThread search;
+    _QNSEARCH notes;
+    notes.bNotes = 1;
+    notes.bstrText = SysAllocString(u"milk");
+    search.SetParams(&notes);
+    SysFreeString(notes.bstrText);
+    search.m_hClientWnd = m_client;
+    search.Start();
+    while (search.GetActiveDataCount() < 5) std::this_thread::yield();
+    search.Kill(1); // while it waits for an answer
+    {
+        CRegistry states(u"%s\\Norvo\\NoteFolderState.txt");
+        states.OpenKey(HKEY_CURRENT_USER, kFolderStateKey);
+        states.SetValue(u"\\My Documents", kFolderOpen);
+    }
+    CRegistry::INIFileCache.Clear(); // as the next start finds them
+    CRegistry states(u"%s\\Norvo\\NoteFolderState.txt");
+    DWORD state = kFolderClosed;
+    states.OpenKey(HKEY_CURRENT_USER, kFolderStateKey);
+    states.QueryValue(u"\\My Documents", &state);
+    EXPECT_EQ(kFolderOpen, state);
 }
 
 } // namespace

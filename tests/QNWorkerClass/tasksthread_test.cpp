@@ -5,6 +5,9 @@
 #include "tests/support/poom.h"
 #include "tests/support/tasks.h"
 
+#include <future>
+#include <thread>
+
 namespace {
 
 // --- The subject --------------------------------------------------------------------------------------------------
@@ -112,6 +115,12 @@ TEST_F(TasksTest, FiltersOfPrivacyImportanceDatesAndCategory) {
         EXPECT_EQ(row.expected, Load()) << Narrow(row.name) << row.value;
         RuleSetting(row.name, row.standard);
     }
+    Rule(kTasksNextDays);
+    RuleSetting(u"TV_DaysFuture", 0x7FFFFFFF, kTasksNextDays); // settings hold any number
+    SetNumber(kView, u"UndatedTaskSort", 0x80000000);
+    RuleSetting(u"TaskSort", kSortDue, kTasksNextDays);
+    EXPECT_EQ("a b c ", Load());
+    Rule(kTasksAll);
     CTasksThread thread;
     CCategoryFilterInfo* filter = nullptr;
     thread.GetCategoryRestrict(filter);
@@ -206,6 +215,27 @@ TEST_F(TasksTest, OrdersByEachKey) {
     }
 }
 
+// A comparison outside of a sort goes by what was read last: on its thread, else in the process.
+TEST_F(TasksTest, ComparisonsGoByWhatWasReadLast) {
+    DATATASKS a, b;
+    a.m_dtDue = 40000;
+    b.m_dtDue = 40001;
+    std::promise<void> read;
+    std::promise<int> before;
+    auto after = std::async(std::launch::async, [&] {
+        before.set_value(CTasksThread::TasksCompareDueDate(&a, &b, 0));
+        read.get_future().wait();
+        return CTasksThread::TasksCompareDueDate(&a, &b, 0);
+    });
+    const int first = before.get_future().get();
+    RuleSetting(u"TaskSortDescending", 1);
+    CTasksThread().SortDataList();
+    read.set_value();
+    EXPECT_EQ(1, after.get());
+    EXPECT_EQ(1, CTasksThread::TasksCompareDueDate(&a, &b, 0));
+    EXPECT_NE(0, first);
+}
+
 // The same words, with sort keys and without.
 TEST_F(TasksTest, SortKeysOrderAsComparisonsDo) {
     const WCHAR* const kWords[] = {u"co-op", u"coop", u"co-ops", u"Äpfel", u"apfel", u"Apfel",
@@ -235,21 +265,33 @@ TEST_F(TasksTest, GroupsUnderHeaders) {
     RuleSetting(u"bShowCompleted", 1);
     const struct {
         LONG group;
+        bool descending;
         const char* expected;
     } kCases[] = {
-        {kGroupCategory, "=None .r .s =Home .p .q =Work .p "},
-        {kGroupImportance, "=High .p =Normal .q .r .s =Low "},
-        {kGroupLetter, "=None .q .s =A .p =c .r "},
-        {kGroupProgress, "=Overdue .p =Due Today =Due Tomorrow .q =Due in 7 Days =Due in a Month =Due Later "
-                         "=No Due Date .s =Completed .r "},
-        {kGroupCompletion,
+        {kGroupCategory, false, "=None .r .s =Home .p .q =Work .p "},
+        {kGroupImportance, false, "=High .p =Normal .q .r .s =Low "},
+        {kGroupLetter, false, "=None .q .s =A .p =c .r "},
+        {kGroupProgress, false,
+         "=Overdue .p =Due Today =Due Tomorrow .q =Due in 7 Days =Due in a Month =Due Later "
+         "=No Due Date .s =Completed .r "},
+        {kGroupCompletion, false,
          "=Not Completed .p .q .s =Completed This Week .r =Completed This Month =Completed Earlier "},
-        {kGroupGtdStatus, "=No Status .p .r .s =Next Action =Active .q =Planning =Delegated =Waiting =On "
-                          "Hold =Postponed =Someday =Canceled =Reference "},
+        {kGroupGtdStatus, false,
+         "=No Status .p .r .s =Next Action =Active .q =Planning =Delegated =Waiting =On "
+         "Hold =Postponed =Someday =Canceled =Reference "},
+        // The direction turns the rows round, and of the headers those of status and of completed dates.
+        {kGroupCategory, true, "=Home .q .p =Work .p =None .s .r "},
+        {kGroupImportance, true, "=High .p =Normal .s .r .q =Low "},
+        {kGroupCompletion, true,
+         "=Not Completed .s .q .p =Completed Earlier =Completed This Month =Completed This Week .r "},
+        {kGroupGtdStatus, true,
+         "=Reference =Canceled =Someday =Postponed =On Hold =Waiting =Delegated =Planning =Active .q =Next "
+         "Action =No Status .s .r .p "},
     };
     for (const auto& row : kCases) {
         RuleSetting(u"GroupBy", row.group);
         RuleSetting(u"TaskSort", kSortSubject);
+        RuleSetting(u"TaskSortDescending", row.descending);
         EXPECT_EQ(row.expected, Load()) << row.group;
     }
     // By date the headers are the dates of the locale; closed where nothing says otherwise.
@@ -274,6 +316,11 @@ TEST_F(TasksTest, AClosedGroupHidesItsRowsAndStaysClosed) {
     EXPECT_EQ("#High #Normal #Low | .r .q .p ", Text(thread));
     thread.ExpandAll(true);
     EXPECT_EQ("=High .p =Normal .q .r =Low ", Text(thread));
+    // The state of the header without a letter has no name.
+    RuleSetting(u"GroupBy", kGroupLetter);
+    EXPECT_EQ("=None .p .q .r ", Load(thread));
+    thread.ExpandTreeNode(false, thread.GetList().Get(1), true);
+    EXPECT_EQ("#None | .r .q .p ", Load());
 }
 
 TEST_F(TasksTest, AGroupWithoutChildrenGoesWithTheNextSort) {
@@ -284,9 +331,38 @@ TEST_F(TasksTest, AGroupWithoutChildrenGoesWithTheNextSort) {
     CTasksThread thread;
     EXPECT_EQ("=Home .p .q =Work .p ", Load(thread));
     thread.DeleteTaskFromThread(IndexOf(thread, both));
+    EXPECT_EQ(3, thread.GetActiveDataCount());
     thread.SortDataList();
     EXPECT_EQ("=Home .q ", Text(thread));
     EXPECT_EQ(1, thread.GetCounts().lActive);
+}
+
+// Two categories of one name put a task under one header twice.
+TEST_F(TasksTest, CategoriesOfOneName) {
+    const DWORD task = AddTask(u"p").In(AddCategory(u"Work")).In(AddCategory(u"Work")).Save();
+    AddTask(u"q").Save();
+    RuleSetting(u"GroupBy", kGroupCategory);
+    CTasksThread thread;
+    EXPECT_EQ("=None .q =Work .p .p ", Load(thread));
+    Update(thread, task);
+    thread.SortDataList();
+    EXPECT_EQ("=None .q =Work .p .p ", Text(thread));
+    thread.DeleteTaskFromThread(IndexOf(thread, task));
+    thread.SortDataList();
+    EXPECT_EQ("=None .q ", Text(thread));
+}
+
+TEST_F(TasksTest, AfterTheLastTaskTheFixedHeadersAreMadeAnew) {
+    AddTask(u"p").Save();
+    RuleSetting(u"GroupBy", kGroupImportance);
+    CTasksThread thread;
+    Load(thread);
+    thread.DeleteTaskFromThread(3);
+    thread.SortDataList();
+    EXPECT_EQ("", Text(thread));
+    EXPECT_EQ(1, Update(thread, AddTask(u"q").Importance(2).Save()));
+    thread.SortDataList();
+    EXPECT_EQ("=High .q =Normal =Low ", Text(thread));
 }
 
 TEST_F(TasksTest, ThePriorityManagerHasAllLettersAndNumbersItsRows) {
@@ -361,6 +437,53 @@ TEST_F(TasksTest, BrokenParentsBecomeRoots) {
         RuleSetting(u"TaskSort", kSortSubject);
         EXPECT_EQ("first gone none -second .hangs self ", Load()) << group;
     }
+    CTasksThread thread;
+    Load(thread);
+    const DWORD self = kOidTask | 3, first = kOidTask | 4;
+    Update(thread, self);
+    EXPECT_EQ(0u, RowOf(thread, self)->m_oidParentStored);
+    thread.SetTaskHTField(self, first, true, false); // out of its circle, below one of another
+    Update(thread, self);
+    EXPECT_EQ(first, RowOf(thread, self)->m_oidParentStored);
+}
+
+// What is kept for a child alone goes with it, from all lists.
+TEST_F(TasksTest, KeptParentsGoWithTheirLastChild) {
+    const DWORD plan = AddTask(u"plan").Done("2010-03-01").Below(0).Save();
+    const DWORD step = AddTask(u"step").Done("2010-03-01").Below(plan).Save();
+    const DWORD leaf = AddTask(u"leaf").Below(step).Save();
+    RuleSetting(u"GroupBy", kGroupTree);
+    CTasksThread thread;
+    EXPECT_EQ("-plan .-step ..leaf ", Load(thread));
+    thread.DeleteTaskFromThread(IndexOf(thread, leaf));
+    EXPECT_EQ(0, thread.GetActiveDataCount());
+    thread.SortDataList();
+    EXPECT_EQ("", Text(thread));
+}
+
+// The percents and marks of parents come from their children; the counts are of what is stored.
+TEST_F(TasksTest, CountsStayThoseOfTheRecords) {
+    const DWORD plan = AddTask(u"plan").Below(0).Save();
+    const DWORD step = AddTask(u"step").Below(plan).Percent(50).Save();
+    const DWORD top = AddTask(u"top").Below(0).Percent(10).Save();
+    AddTask(u"end").Below(top).Done("2010-03-01").Save();
+    RuleSetting(u"GroupBy", kGroupTree);
+    RuleSetting(u"bShowCompleted", 1);
+    CTasksThread thread;
+    Load(thread);
+    EXPECT_TRUE(RowOf(thread, top)->m_bCompleted);
+    const auto counts = [&thread] {
+        const CTasksThread::Counts& n = thread.GetCounts();
+        return std::to_string(n.lTotal) + " " + std::to_string(n.lActive) + " " +
+               std::to_string(n.lCompleted) + " " + std::to_string(n.lPercent);
+    };
+    EXPECT_EQ("4 4 1 2", counts());
+    Update(thread, step);
+    EXPECT_EQ("4 4 1 2", counts());
+    thread.DeleteTaskFromThread(IndexOf(thread, plan));
+    EXPECT_EQ("3 3 1 2", counts());
+    thread.DeleteTaskFromThread(IndexOf(thread, top));
+    EXPECT_EQ("2 2 1 1", counts());
 }
 
 TEST_F(TasksTest, RowsMoveInTheTreeAndInTheStore) {
@@ -384,6 +507,10 @@ TEST_F(TasksTest, RowsMoveInTheTreeAndInTheStore) {
     thread.SortDataList();
     EXPECT_EQ("-plan .leaf step ", Text(thread));
     EXPECT_EQ("-plan .leaf step ", Load());
+    thread.DeleteTaskFromThread(IndexOf(thread, plan)); // it may only be hidden: the store keeps its tree
+    thread.SortDataList();
+    EXPECT_EQ("leaf step ", Text(thread));
+    EXPECT_EQ("-plan .leaf step ", Load());
 }
 
 TEST_F(TasksTest, TasksOfAProject) {
@@ -396,6 +523,14 @@ TEST_F(TasksTest, TasksOfAProject) {
     EXPECT_EQ("-step .part ", Load());
     SetNumber(kView, u"FCCurrentProjectOID", 0);
     EXPECT_EQ("", Load());
+    // In groups a row has its place, whatever its parent is.
+    const DWORD roof = AddTask(u"roof").Project(77).Save();
+    AddTask(u"beam").Project(77).Below(roof).Save();
+    AddTask(u"tile").Project(77).Importance(2).Save();
+    SetNumber(kView, u"FCCurrentProjectOID", 77);
+    Rule(kTasksOfProject);
+    RuleSetting(u"GroupBy", kGroupImportance, kTasksOfProject);
+    EXPECT_EQ("=High .tile =Normal .beam =Low ", Load());
 }
 
 TEST_F(TasksTest, UpdatesASingleRow) {
@@ -409,18 +544,18 @@ TEST_F(TasksTest, UpdatesASingleRow) {
     const CEOID record = RowOf(thread, call)->m_oidRecord;
     Change(db, record, Values().Text(HIWORD(PIMPR_SUBJECT), u"zoo").Flagged(PIMPR_TASK_DUE, CEDB_PROPDELETE));
     Close(db);
-    CeDb* store = thread.GetDatabaseClass();
-    ASSERT_TRUE(store->MountVolumeEDB(u"\\pim.vol", false) && store->Open(u"Tasks Database"));
-    std::array<CEPROPID, 10> ids{};
-    const WORD count = thread.SetPropIds(ids.data());
-    CeDbRecord changed;
-    ASSERT_TRUE(store->SeekTo(record) && store->ReadRec(changed, count, ids.data()));
-    bool show = false;
-    EXPECT_EQ(1, thread.AddNewTask(&changed, &show, IndexOf(thread, call), true, false));
+    EXPECT_EQ(1, Update(thread, call));
     thread.SortDataList();
     EXPECT_EQ("write zoo ", Text(thread));
     EXPECT_EQ(0, thread.GetCounts().lOverdue);
     EXPECT_EQ(2, thread.GetCounts().lActive);
+    // Below the task before it, whose row then goes from a list of leaves.
+    const DWORD ask = AddTask(u"ask").Save();
+    Update(thread, ask);
+    thread.SortDataList();
+    thread.SetTaskHTField(call, ask, false, false);
+    Update(thread, call);
+    EXPECT_EQ("write zoo ", Text(thread));
 }
 
 // --- Projects -----------------------------------------------------------------------------------------------------
@@ -460,8 +595,28 @@ TEST_F(TasksTest, AnEmptyStoreAndALockedOne) {
     stop.Set();
     thread.TasksThreadProc(&stop); // stopped before the first record
     EXPECT_EQ("", Text(thread));
+    EXPECT_EQ(1, Update(thread, kOidTask | 1)); // without the store, which a stopped load drops
     EXPECT_EQ("p ", Load(thread));
     EXPECT_EQ("p ", Load(thread)); // again
+}
+
+class Busy : public CTasksThread {
+public:
+    using CTasksThread::m_csData;
+};
+
+TEST_F(TasksTest, NothingIsSortedWhileALoadRuns) {
+    AddTask(u"p").Due("2010-03-02").Save();
+    AddTask(u"q").Due("2010-03-01").Save();
+    Busy thread;
+    EXPECT_EQ("p q ", Load(thread));
+    RuleSetting(u"TaskSort", kSortDue);
+    std::thread([&thread] { thread.m_csData.Lock(); }).join();
+    thread.SortDataList();
+    EXPECT_EQ("p q ", Text(thread));
+    thread.m_csData.Leave();
+    thread.SortDataList();
+    EXPECT_EQ("q p ", Text(thread));
 }
 
 } // namespace

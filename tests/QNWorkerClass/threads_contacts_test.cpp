@@ -67,6 +67,7 @@ TEST_F(ThreadsContacts, StartsStopsAndEditsFollowEachOther) {
         if (round % 6 == 2) thread.FindCatCacheItem(u"b", 1, kDisplayLookUp, true, 1);
         if (round % 6 == 3) thread.SetCategoryRestrict(false);
         if (round % 6 == 4) thread.Stop(false);
+        if (round % 6 == 5) thread.SortDataList(round % 4 == 1);
         if (round % 10 == 5) thread.ClearCatCache();
         EXPECT_GE(thread.GetTotalNumRecords(), 0);
     }

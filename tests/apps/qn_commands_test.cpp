@@ -147,20 +147,78 @@ TEST_F(QnCommands, AgendaLinesAsJson) {
                  "RRULE:FREQ=DAILY;COUNT=2\r\nBEGIN:VALARM\r\nTRIGGER:-PT15M\r\nEND:VALARM"));
     const Ran ran = Qn({"agenda", "--json", "--from", "2026-12-01", "--days", "1"});
     const std::string oid = Agenda("2026-12-01", 1)[0].at("oid");
+    const std::string more =
+        "\"meeting\":0,\"link\":false,\"journal\":false,\"icon\":null,\"body\":null,\"created\":null,"
+        "\"modified\":null,\"birthday\":null,\"anniversary\":null,\"due\":null,\"completed\":null,\"done\":"
+        "null,"
+        "\"percent\":null,\"importance\":null,\"letter\":null,\"number\":null,\"starred\":null,\"overdue\":"
+        "null}\n";
     EXPECT_EQ(
         ran.out,
         "{\"kind\":\"date\",\"day\":\"2026-12-01\",\"start\":\"2026-12-01T00:00:00\",\"end\":\"2026-12-01T00:"
         "00:00\","
         "\"allday\":false,\"recurring\":false,\"exception\":false,\"endsearlier\":false,\"reminder\":false,"
         "\"private\":false,\"note\":false,\"oid\":0,\"uid\":\"\",\"subject\":\"\",\"location\":\"\","
-        "\"categories\":[],\"busy\":0}\n"
-        "{\"kind\":\"appointment\",\"day\":\"2026-12-01\",\"start\":\"2026-12-01T08:30:00\","
-        "\"end\":\"2026-12-01T09:15:00\",\"allday\":false,\"recurring\":true,\"exception\":false,"
-        "\"endsearlier\":false,\"reminder\":true,\"private\":true,\"note\":true,\"oid\":" +
+        "\"categories\":[],\"busy\":0,\"duration\":0," +
+            more +
+            "{\"kind\":\"appointment\",\"day\":\"2026-12-01\",\"start\":\"2026-12-01T08:30:00\","
+            "\"end\":\"2026-12-01T09:15:00\",\"allday\":false,\"recurring\":true,\"exception\":false,"
+            "\"endsearlier\":false,\"reminder\":true,\"private\":true,\"note\":true,\"oid\":" +
             oid +
             ",\"uid\":\"m@x\",\"subject\":\"Meeting "
             "\\\"A\\\"\",\"location\":\"Room\",\"categories\":[\"Work\"],"
-            "\"busy\":0}\n");
+            "\"busy\":0,\"duration\":45," +
+            more);
+}
+
+// Settings alone make other lists join the day list.
+TEST_F(QnCommands, AgendaShowsWhatTheSettingsSay) {
+    Write("c.vcf", "BEGIN:VCARD\r\nVERSION:4.0\r\nUID:c\r\nN:Byron;Ada\r\nFN:Ada Byron\r\nBDAY:19801202\r\n"
+                   "ANNIVERSARY:20101202\r\nEND:VCARD\r\n");
+    EXPECT_EQ(Qn({"import", "c.vcf"}).code, 0);
+    Import("BEGIN:VTODO\r\nUID:t\r\nSUMMARY:A1: Call\r\nDUE;VALUE=DATE:20261202\r\nPERCENT-COMPLETE:40\r\n"
+           "CATEGORIES:Work\r\nEND:VTODO\r\nBEGIN:VJOURNAL\r\nUID:j\r\nDTSTART:20261202T140000\r\nSUMMARY:"
+           "Talk\r\n"
+           "DESCRIPTION:about <it>\r\nX-QN-MINUTES:45\r\nEND:VJOURNAL\r\n");
+    const auto day = [&] { return Qn({"agenda", "--from", "2026-12-02", "--days", "1"}).out; };
+    std::string text = "Wednesday, December 2, 2026\n";
+    EXPECT_EQ(day(), text);
+    const struct {
+        const char *setting, *lines;
+    } cases[] = {
+        {"ReadBirthdays",
+         "          anniversary  (16 years) Ada Byron\n             birthday  (46 years) Ada Byron\n"},
+        {"DV_ShowTasks", "                 task  [ ] A1 Call  (due 12/2/26, 40 %)  [Work]\n"},
+        {"DV_ShowJournal", "    2:00 PM - 2:45 PM  Talk  (journal)\n"},
+    };
+    for (const auto& one : cases) {
+        EXPECT_EQ(Qn({"set", std::string("CAV\\") + one.setting, "1"}).code, 0);
+        EXPECT_EQ(day(), text += one.lines) << one.setting;
+    }
+    auto lines = Agenda("2026-12-02", 1);
+    ASSERT_EQ(lines.size(), 4u);
+    const struct {
+        std::size_t line;
+        const char *field, *value;
+    } fields[] = {{0, "kind", "contact"},
+                  {0, "uid", "c"},
+                  {0, "due", "null"},
+                  {2, "kind", "task"},
+                  {2, "uid", "t"},
+                  {2, "subject", "Call"},
+                  {2, "start", "null"},
+                  {2, "end", "null"},
+                  {2, "due", "2026-12-02"},
+                  {2, "percent", "40"},
+                  {2, "letter", "A"},
+                  {2, "categories", "[\"Work\"]"},
+                  {2, "completed", "null"},
+                  {3, "kind", "journal"},
+                  {3, "uid", "j"},
+                  {3, "duration", "45"},
+                  {3, "body", "about \u00ABit>"},
+                  {3, "done", "null"}};
+    for (const auto& one : fields) EXPECT_EQ(lines[one.line][one.field], one.value) << one.line << one.field;
 }
 
 TEST_F(QnCommands, AgendaFilters) {

@@ -1,6 +1,7 @@
-// To-dos with their parents, journal entries, and texts that become notes.
+// To-dos with their parents, journal entries, what is linked, and texts that become notes; and all of it out again.
 #include "tests/apps/qn_run.h"
 
+#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -24,6 +25,25 @@ protected:
             if (line.starts_with("RELATED-TO:")) tree.push_back(uid + " < " + line.substr(11));
         }
         return tree;
+    }
+    // The lines of an export but those that tell when it was made and when the store was written.
+    LineList Export(const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> words{"export", "--ics"};
+        words.insert(words.end(), more.begin(), more.end());
+        const Ran ran = Qn(words);
+        EXPECT_EQ(ran.code, 0) << ran.err;
+        LineList lines;
+        std::istringstream in(ran.out);
+        for (std::string line; std::getline(in, line);)
+            if (!line.starts_with("DTSTAMP:") && !line.starts_with("LAST-MODIFIED:"))
+                lines.push_back(line.substr(0, line.size() - 1));
+        return lines;
+    }
+    static std::string Joined(const LineList& lines, const std::string& prefix) {
+        std::string text;
+        for (const std::string& line : lines)
+            if (line.starts_with(prefix)) text += line.substr(prefix.size()) + ";";
+        return text;
     }
     // The bytes of a note on the device as narrow text; empty when there is none.
     std::string Note(const std::string& name) const {
@@ -92,6 +112,105 @@ TEST_F(QnExchange, JournalEntriesStandInTheDayList) {
     EXPECT_EQ(Lines("2026-12-01", 2), lines);
     EXPECT_TRUE(Import(entries).Says("2 journal entries were there"));
     EXPECT_EQ(Lines("2026-12-01", 2), lines);
+    // What no entry holds is told, several descriptions are one note, a cancelled entry goes.
+    const Ran more = Import(
+        Entry("j", "STATUS:CANCELLED\r\nSUMMARY:Talk") + Entry("gone", "STATUS:CANCELLED\r\nSUMMARY:x") +
+        Entry("k", "DTSTART;VALUE=DATE:20261202\r\nSUMMARY:Diary\r\nDESCRIPTION:one\r\nDESCRIPTION:two\r\n"
+                   "CLASS:PRIVATE\r\nLOCATION:Here\r\nATTENDEE:mailto:a@x\r\nRRULE:FREQ=DAILY"));
+    for (const char* what :
+         {"2 items cancelled", "1 rules of journal entries", "1 privacy of journal entries",
+          "1 locations of journal entries", "1 people of journal entries"})
+        EXPECT_TRUE(more.Says(what)) << what << more.out;
+    auto left = Records(Qn({"list", "journal", "--json"}).out);
+    ASSERT_EQ(left.size(), 1u);
+    const std::string oid = left[0]["oid"];
+    EXPECT_TRUE(Qn({"show", oid}).Says("Note         one\n               \n               two\n"))
+        << Qn({"show", oid}).out;
+    EXPECT_EQ(Qn({"delete", oid}).code, 0);
+    EXPECT_EQ(Qn({"delete", oid}).code, 1);
+    EXPECT_EQ(Qn({"show", oid}).code, 1);
+    EXPECT_EQ(Qn({"list", "journal"}).out, "");
+}
+
+TEST_F(QnExchange, WhatIsExportedIsReadBackWhole) {
+    const std::string note = "e1xydGYxIHNheSB7XGIgYm9sZH1ccGFyIH0="; // {\rtf1 say {\b bold}\par }
+    Write("c.vcf", "BEGIN:VCARD\r\nVERSION:4.0\r\nUID:c\r\nFN:Ada\r\nEND:VCARD\r\n");
+    EXPECT_EQ(Qn({"import", "c.vcf"}).code, 0);
+    EXPECT_EQ(
+        Import(
+            Todo("t", "SUMMARY:A1: Call\r\nDTSTART;VALUE=DATE:20261201\r\nDUE;VALUE=DATE:20261203\r\n"
+                      "PERCENT-COMPLETE:40\r\nPRIORITY:1\r\nCATEGORIES:Work\r\nDESCRIPTION:say bold\r\n"
+                      "X-QN-NOTE:" +
+                          note +
+                          "\r\nX-QN-CONTEXT:@a\\\\b\\, c\r\nX-QN-STARRED:1\r\nX-QN-STATUS:3\r\n"
+                          "RELATED-TO;RELTYPE=SIBLING:e\r\nRELATED-TO;RELTYPE=SIBLING:c") +
+            Todo("s", "SUMMARY:state\r\nX-QN-PERCENT:101\r\nRELATED-TO:t\r\nDESCRIPTION:edited\r\n"
+                      "X-QN-NOTE:" +
+                          note) +
+            Event("e", "DTSTART:20261202T090000\r\nDURATION:PT1H\r\nSUMMARY:Visit\r\nDESCRIPTION:say bold\r\n"
+                       "X-QN-NOTE:" +
+                           note) +
+            Entry("j", "DTSTART:20261202T143015\r\nCREATED:20261202T160000Z\r\nSUMMARY:Talk\r\n"
+                       "DESCRIPTION:say\\nbold\r\nCATEGORIES:Work,Home\r\nRELATED-TO:e\r\nX-QN-MINUTES:45\r\n"
+                       "X-QN-TYPE:NewTask\r\nX-QN-NUMBER2:-7\r\nX-QN-FLAG:1") +
+            Entry("k", "DTSTART;VALUE=DATE:20261203\r\nCREATED:20261101T000000Z\r\nSUMMARY:Diary\r\n"
+                       "DESCRIPTION:say bold\r\nX-QN-NOTE:" +
+                           note))
+            .code,
+        0);
+    const LineList lines = Export();
+    EXPECT_EQ(Joined(lines, "UID:"), "e;t;s;k;j;");
+    EXPECT_EQ(Joined(lines, "RELATED-TO:"), "t;e;");
+    EXPECT_EQ(Joined(lines, "RELATED-TO;RELTYPE=SIBLING:"), "t;e;c;") << "from both sides";
+    EXPECT_EQ(Joined(lines, "DESCRIPTION:"), "say bold;say bold;edited;say bold;say\\nbold;");
+    EXPECT_EQ(Joined(lines, "PERCENT-COMPLETE:") + Joined(lines, "STATUS:"), "40;") << "101 is open";
+    for (const char* line :
+         {"DTSTART:20261202T143015", "CREATED:20261202T160000Z", "DTSTART;VALUE=DATE:20261203",
+          "X-QN-TYPE:NewTask", "X-QN-MINUTES:45", "X-QN-NUMBER2:-7", "X-QN-FLAG:1", "X-QN-STARRED:1",
+          "X-QN-STATUS:3", "X-QN-PERCENT:101"})
+        EXPECT_EQ(std::ranges::count(lines, line), 1) << line;
+    EXPECT_EQ(std::ranges::count_if(lines, [](const auto& line) { return line.starts_with("X-QN-NOTE:"); }),
+              3);
+    // Read here once more nothing changes, and elsewhere all of it comes; an entry in another zone stays at its time of day.
+    Write("out.ics", Qn({"export", "--ics"}).out);
+    EXPECT_EQ(Qn({"import", "out.ics"}).code, 0);
+    EXPECT_EQ(Export(), lines);
+    m_device += "2";
+    EXPECT_EQ(Qn({"import", "c.vcf", "out.ics"}).code, 0);
+    EXPECT_EQ(Export(), lines);
+}
+
+TEST_F(QnExchange, OnlyTheDaysThatAreAskedFor) {
+    Import(Event("single", "DTSTART:20261201T230000\r\nDURATION:PT2H\r\nSUMMARY:s") +
+           Event("series", "DTSTART:20261110T090000\r\nRRULE:FREQ=DAILY;COUNT=23\r\nSUMMARY:r") +
+           Event("endless", "DTSTART:20261203T090000\r\nRRULE:FREQ=DAILY\r\nSUMMARY:e") +
+           Todo("span", "DTSTART;VALUE=DATE:20261130\r\nDUE;VALUE=DATE:20261204\r\nSUMMARY:t") +
+           Todo("undated", "SUMMARY:u") + Entry("entry", "DTSTART;VALUE=DATE:20261202\r\nSUMMARY:j"));
+    const struct {
+        const char *from, *to, *uids;
+    } cases[] = {{"2026-12-02", "2026-12-02", "single;series;span;entry;"}, // the 23rd date is 2 December
+                 {"2026-12-03", "2026-12-09", "endless;span;"},
+                 {"2020-01-01", "2026-12-01", "single;series;span;"}};
+    for (const auto& one : cases)
+        EXPECT_EQ(Joined(Export({"--from", one.from, "--to", one.to}), "UID:"), one.uids);
+    EXPECT_EQ(Joined(Export(), "UID:"), "single;series;endless;span;undated;entry;");
+    EXPECT_EQ(Qn({"export", "--ics", "--to", "someday"}).code, 2);
+    EXPECT_EQ(Qn({"export", "--vcf", "--to", "today"}).code, 2);
+}
+
+TEST_F(QnExchange, LinksAreMadeOnceFromBothSides) {
+    const std::string file =
+        Todo("t", "SUMMARY:task\r\nRELATED-TO;RELTYPE=SIBLING:e\r\nRELATED-TO;RELTYPE=SIBLING:t") +
+        Event("e", "DTSTART:20261202T090000\r\nSUMMARY:visit\r\nRELATED-TO:t\r\nRELATED-TO:gone") +
+        Event("o", "DTSTART:20261202T100000\r\nSUMMARY:other");
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(Import(file).Says("2 relations to items that are not there")); // one to itself
+        EXPECT_EQ(Joined(Export(), "RELATED-TO;RELTYPE=SIBLING:"), "t;e;");
+    }
+    EXPECT_TRUE(Qn({"tasks", "--json"}).Says("\"link\":true"));
+    const auto lines = Agenda("2026-12-02", 1);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].at("link") + lines[1].at("link"), "truefalse");
 }
 
 TEST_F(QnExchange, TextsBecomeNotes) {
@@ -103,9 +222,16 @@ TEST_F(QnExchange, TextsBecomeNotes) {
     EXPECT_EQ(Note("plan.txt"), "# Plan\n- one\n");
     EXPECT_EQ(Note("old.txt"), "caf\xE9");
     EXPECT_EQ(Note("wide.txt"), "w\n");
-    const Ran bad = Qn({"import", "binary.txt"});
-    EXPECT_EQ(bad.code, 1);
-    EXPECT_TRUE(bad.Says("binary.txt: is no text")) << bad.err;
+    Write("zeros.txt", std::string("\xFF\xFE\0\0w\0", 6));
+    for (const std::string name : {"binary.txt", "zeros.txt"}) {
+        const Ran bad = Qn({"import", name});
+        EXPECT_EQ(bad.code, 1);
+        EXPECT_TRUE(bad.Says(name + ": is no text")) << bad.err;
+    }
+    const std::string cut(119, 'n'); // and half of what follows
+    Write(cut + "\U0001F600.txt", "x");
+    EXPECT_EQ(Qn({"import", cut + "\U0001F600.txt"}).code, 0);
+    EXPECT_EQ(Note(cut + ".txt"), "x");
     // The same once more is the same note; other content takes a free name.
     EXPECT_TRUE(Qn({"import", "plan.md"}).Says("was there as"));
     for (const char* text : {"other", "other", "third"}) {

@@ -13,6 +13,7 @@
 #include "QNWorkerClass/tasksthread.h"
 #include "tests/support/engine.h"
 
+#include <array>
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -127,6 +128,23 @@ protected:
     static std::string Load() {
         CTasksThread thread;
         return Load(thread);
+    }
+    // What a client does when a task has changed, or is new. Gives whether its row is visible.
+    static int Update(CTasksThread& thread, DWORD oid) {
+        CeDb* store = thread.GetDatabaseClass();
+        EXPECT_TRUE(store->MountVolumeEDB(u"\\pim.vol", false) &&
+                    store->Open(u"Tasks Database", PIMPR_NUMBER));
+        CEPROPVAL key{PIMPR_NUMBER, 0, 0, {}};
+        key.val.ulVal = oid & ~kOidKindMask;
+        std::array<CEPROPID, 20> ids{};
+        const WORD count = thread.SetPropIds(ids.data());
+        CeDbRecord record;
+        EXPECT_TRUE(store->SeekRec(&key, 1) && store->ReadRec(record, count, ids.data()));
+        const int index = IndexOf(thread, oid);
+        bool show = false;
+        const int visible = thread.AddNewTask(&record, &show, index ? index : -1, true, false);
+        store->Close();
+        return visible;
     }
     static DATATASKS* RowOf(CTasksThread& thread, DWORD oid) {
         for (DATATASKS* row : thread.GetList())
