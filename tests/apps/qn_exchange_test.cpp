@@ -145,10 +145,11 @@ TEST_F(QnExchange, WhatIsExportedIsReadBackWhole) {
                           "\r\nX-QN-CONTEXT:@a\\\\b\\, "
                           "c\r\nX-QN-STARRED:1\r\nX-QN-STATUS:3\r\n"
                           "RELATED-TO;RELTYPE=SIBLING:e\r\nRELATED-TO;RELTYPE=SIBLING:c") +
-            Todo("s", "SUMMARY:state\r\nX-QN-PERCENT:101\r\nX-QN-PROJECT:House\r\nRELATED-TO:"
+            Todo("s", "SUMMARY:state\r\nX-QN-PERCENT:101\r\nRELATED-TO:"
                       "t\r\nDESCRIPTION:edited\r\n"
                       "X-QN-NOTE:" +
                           note) +
+            Todo("p", "SUMMARY:paint\r\nX-QN-PROJECT:House") +
             Event("e", "DTSTART:20261202T090000\r\nDURATION:PT1H\r\nSUMMARY:Visit\r\nDESCRIPTION:say bold\r\n"
                        "X-QN-NOTE:" +
                            note) +
@@ -161,7 +162,7 @@ TEST_F(QnExchange, WhatIsExportedIsReadBackWhole) {
             .code,
         0);
     const LineList lines = Export();
-    EXPECT_EQ(Joined(lines, "UID:"), "e;t;s;k;j;");
+    EXPECT_EQ(Joined(lines, "UID:"), "e;t;s;p;k;j;");
     EXPECT_EQ(Joined(lines, "RELATED-TO:"), "t;e;");
     EXPECT_EQ(Joined(lines, "RELATED-TO;RELTYPE=SIBLING:"), "t;e;c;") << "from both sides";
     EXPECT_EQ(Joined(lines, "DESCRIPTION:"), "say bold;say bold;edited;say bold;say\\nbold;");
@@ -180,7 +181,7 @@ TEST_F(QnExchange, WhatIsExportedIsReadBackWhole) {
     m_device += "2";
     EXPECT_EQ(Qn({"import", "c.vcf", "out.ics"}).code, 0);
     EXPECT_EQ(Export(), lines);
-    EXPECT_TRUE(Qn({"tasks", "--rule", "project", "--project", "House"}).Says("state"));
+    EXPECT_TRUE(Qn({"tasks", "--rule", "project", "--project", "House"}).Says("paint"));
 }
 
 TEST_F(QnExchange, OnlyTheDaysThatAreAskedFor) {
