@@ -167,9 +167,9 @@ bool CContactsThread::ListCategories(CeManualEvent* stop) {
     }
     if (!m_CategoryFilter.m_bIncludeNoCat && !CategoryFilterHighLevel(u"", &m_CategoryFilter))
         without.clear();
-    AddBranch(AddHeader(LoadText(kTextNone, kNoneChars)), without, true);
+    AddBranch(AddHeader(LoadText(kTextNone, kNoneChars)), without, OpensOnCompare());
     for (const Category& category : NameCategories(byId))
-        AddBranch(AddHeader(category.name), category.rows, true);
+        AddBranch(AddHeader(category.name), category.rows, OpensOnCompare());
     FinishHeaders();
     return true;
 }
@@ -209,11 +209,11 @@ void CContactsThread::CollectByKey(const DATACONTACTS& header, Rows& rows) {
     }
 }
 
-// The rows count in any case, and are listed when the header is open.
-void CContactsThread::AddBranch(DATACONTACTS* header, const Rows& rows, bool bBatch) {
+// The rows count in any case, and are listed when the header is open or is to be opened.
+void CContactsThread::AddBranch(DATACONTACTS* header, const Rows& rows, bool bOpen) {
     if (!header || rows.empty()) return;
     header->m_lCount += static_cast<LONG>(rows.size());
-    header->m_bOpen = !bBatch || header->m_bOpen || OpensOnCompare();
+    header->m_bOpen = header->m_bOpen || bOpen;
     if (!header->m_bOpen) return;
     for (DATACONTACTS* row : rows) PutUnder(header, row);
 }
@@ -230,7 +230,7 @@ LONG CContactsThread::TreeAddList(LONG id, LONG position, bool bBatch) {
         else
             CollectByKey(*header, rows);
         header->m_lCount = 0;
-        AddBranch(header, rows, bBatch);
+        AddBranch(header, rows, !bBatch || m_bOpenOnCompare);
         ShowCount(*header);
         if (!bBatch && !rows.empty()) SortRows(false);
         m_lActiveDataCount = m_listContacts.GetCount();

@@ -74,8 +74,9 @@ public:
     WORD SetPropIds(CEPROPID* ids) const; // what that reads, at most 23; gives how many
 
     // --- Groups ---------------------------------------------------------------------------------------------------
-    // The rows below the header of this group id at this place of the list; gives how many. Unless bBatch the list is
-    // sorted and the window sent 1274 with wParam 4.
+    // Puts the rows below the header of this group id at this place of the list, which is open then; gives how many. Unless
+    // bBatch the list is sorted and the window sent 1274 with wParam 4; with bBatch and without the setting OpenOnCompare a
+    // closed header stays closed, and its rows are counted alone.
     LONG TreeAddList(LONG id, LONG position, bool bBatch);
     void TreeDeleteList(LONG id);
     // Kept by the label, as long as the object lives.
@@ -172,7 +173,7 @@ private:
     void ShowCount(DATACONTACTS& header);
     void FinishHeaders();
     bool OpensOnCompare() const;
-    void AddBranch(DATACONTACTS* header, const Rows& rows, bool bBatch);
+    void AddBranch(DATACONTACTS* header, const Rows& rows, bool bOpen);
     void CollectByKey(const DATACONTACTS& header, Rows& rows);
     void CollectByCategory(const DATACONTACTS& header, Rows& rows);
     void RemoveBranch(DWORD id);

@@ -62,7 +62,7 @@ struct Days {
 class Exporter {
 public:
     Exporter(Store& store, Output& output, const Days& days)
-        : m_store(store), m_output(output), m_days(days) {
+        : m_store(store), m_output(output), m_days(days), m_taskFields(store) {
         m_output.Write("BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//QNTools//qn//EN\r\n");
         SYSTEMTIME now{};
         GetSystemTime(&now);
@@ -116,6 +116,7 @@ private:
     Store& m_store;
     Output& m_output;
     const Days m_days;
+    TaskFields m_taskFields;
     std::multimap<CEOID, CEOID> m_links; // by owner
     icaltimetype m_stamp;
     std::set<std::string> m_zonesWritten;
@@ -324,7 +325,7 @@ void Exporter::AddPercent(icalcomponent* component, ITask* item, const Com<IItem
 
 void Exporter::AddTaskRest(icalcomponent* component, ITask* item, const Com<IItem>& bag) {
     AddPercent(component, item, bag);
-    AddTaskValues(component, m_store, bag);
+    m_taskFields.Add(component, bag);
     const DATE reminder = Get(item, &ITask::get_ReminderTime, kNoDate);
     if (Get(item, &ITask::get_ReminderSet) != VARIANT_FALSE && reminder < kNoDate) {
         icaltriggertype trigger{};

@@ -5,7 +5,6 @@
 #include "QNWorkerClass/linkstore.h"
 #include "apps/qn/icssave.h"
 #include "apps/qn/journaluid.h"
-#include "apps/qn/ownfields.h"
 
 #include <algorithm>
 #include <iterator>

@@ -2,7 +2,6 @@
 
 #include "Platform/civil.h"
 #include "Platform/databases.h"
-#include "apps/qn/ownfields.h"
 #include "apps/qn/support.h"
 
 #include <algorithm>
@@ -20,7 +19,8 @@ constexpr LONG kMeeting = 1;
 
 DATE WholeDay(DATE date) { return std::floor(date); }
 
-IcsSaver::IcsSaver(Store& store, ZoneTable& zones, LONG horizonYears) : m_store(store), m_zones(zones) {
+IcsSaver::IcsSaver(Store& store, ZoneTable& zones, LONG horizonYears)
+    : m_store(store), m_zones(zones), m_taskFields(store) {
     SYSTEMTIME today = ToSystemTime(Today());
     m_thisYear = today.wYear;
     const std::int64_t day = civil::DaysFromCivil(today.wYear + horizonYears, today.wMonth, today.wDay);

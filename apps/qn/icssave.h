@@ -4,6 +4,7 @@
 #include "QNWorkerClass/journalstore.h"
 #include "apps/qn/icsfile.h"
 #include "apps/qn/icsrules.h"
+#include "apps/qn/ownfields.h"
 #include "apps/qn/saving.h"
 
 #include <map>
@@ -163,6 +164,7 @@ private:
 
     Store& m_store;
     ZoneTable& m_zones;
+    TaskFields m_taskFields;
     LONG m_horizonDay;
     int m_thisYear;
     CategoryNames m_categories;

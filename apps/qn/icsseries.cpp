@@ -3,7 +3,6 @@
 #include "Platform/civil.h"
 #include "Platform/databases.h"
 #include "apps/qn/icssave.h"
-#include "apps/qn/ownfields.h"
 
 #include <algorithm>
 #include <cmath>

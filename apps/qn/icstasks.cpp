@@ -3,7 +3,6 @@
 #include "Platform/clock.h"
 #include "Platform/databases.h"
 #include "apps/qn/icssave.h"
-#include "apps/qn/ownfields.h"
 
 namespace qn {
 
@@ -55,7 +54,7 @@ void IcsSaver::FillTask(ITask* task, const IcsItem& item, const Com<IItem>& prop
         value.val.ulVal = static_cast<DWORD>(item.percent);
         Check(properties->SetProps(0, 1, &value));
     }
-    SetTaskValues(m_store, properties, item.own);
+    m_taskFields.Set(properties, item.own);
     Check(task->ClearRecurrencePattern());
     FillTaskDates(task, item, properties);
     FillTaskReminder(task, item, DueOf(item));

@@ -10,6 +10,8 @@ namespace qn {
 namespace {
 
 constexpr const char* kNote = "NOTE";
+constexpr const char* kProject = "PROJECT";
+constexpr const WCHAR* kProjectProperty = u"QN_GTDProject";
 
 // A number goes and comes when it is one of these.
 struct TaskValue {
@@ -51,16 +53,22 @@ bool IsMoreThanText(const CEBLOB& note) {
 
 } // namespace
 
-void AddTaskValues(icalcomponent* component, Store& store, const Com<IItem>& bag) {
-    for (const TaskValue& value : kTaskValues) {
-        CEPROPID id = 0;
-        if (FAILED(store.App()->GetIDsFromNames(1, &value.property, 0, &id)) || id == kUnknownNamedProperty)
-            continue;
-        AddOwn(component, value.name, StoredText(Property(bag, id), value));
-    }
+CEPROPID TaskFields::Id(const WCHAR* property, WORD type, bool create) const {
+    CEPROPID id = 0;
+    const HRESULT result =
+        m_store.App()->GetIDsFromNames(1, &property, create ? type | kCreateNamedProperty : 0, &id);
+    if (create) Check(result);
+    return FAILED(result) || id == kUnknownNamedProperty ? 0 : id;
 }
 
-void SetTaskValues(Store& store, const Com<IItem>& bag, const OwnValues& values) {
+void TaskFields::Add(icalcomponent* component, const Com<IItem>& bag) {
+    for (const TaskValue& value : kTaskValues)
+        if (const CEPROPID id = Id(value.property, value.type, false))
+            AddOwn(component, value.name, StoredText(Property(bag, id), value));
+    AddProject(component, bag);
+}
+
+void TaskFields::Set(const Com<IItem>& bag, const OwnValues& values) {
     for (const TaskValue& value : kTaskValues) {
         std::u16string text = Utf16(OwnText(values, value.name));
         const LONG number = OwnNumber(values, value.name).value_or(0);
@@ -68,14 +76,38 @@ void SetTaskValues(Store& store, const Com<IItem>& bag, const OwnValues& values)
         if (isText ? text.empty() || text.size() > kLongestText : number < value.least || number > value.most)
             continue;
         CEPROPVAL stored{};
-        Check(store.App()->GetIDsFromNames(1, &value.property, value.type | kCreateNamedProperty,
-                                           &stored.propid));
+        stored.propid = Id(value.property, value.type, true);
         if (isText)
             stored.val.lpwstr = text.data();
         else
             stored.val.lVal = number;
         Check(bag->SetProps(0, 1, &stored));
     }
+    SetProject(bag, OwnText(values, kProject));
+}
+
+CTaskProjects& TaskFields::Projects() {
+    if (!m_projects) m_projects.emplace().LoadProjects();
+    return *m_projects;
+}
+
+void TaskFields::AddProject(icalcomponent* component, const Com<IItem>& bag) {
+    const CEPROPID id = Id(kProjectProperty, CEVT_UI4, false);
+    if (!id) return;
+    const Property stored(bag, id);
+    if (!stored.Value() || stored.Value()->val.ulVal == 0) return;
+    if (const TASK_PROJECT* project = Projects().FindProjectbyID(stored.Value()->val.ulVal))
+        AddOwn(component, kProject, Utf8(project->name.View()));
+}
+
+void TaskFields::SetProject(const Com<IItem>& bag, const std::string& name) {
+    const std::u16string wide = Utf16(name);
+    if (wide.empty() || wide.size() > kLongestText) return;
+    CEPROPVAL stored{};
+    stored.val.ulVal = Projects().CreateProject(wide.c_str());
+    if (stored.val.ulVal == 0) return;
+    stored.propid = Id(kProjectProperty, CEVT_UI4, true);
+    Check(bag->SetProps(0, 1, &stored));
 }
 
 void AddNote(icalcomponent* component, const CEBLOB& note) {

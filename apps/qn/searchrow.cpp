@@ -41,7 +41,7 @@ std::string UidOf(const DATAGENERAL& row, Store& store) {
 std::string Plain(std::u16string_view markup) {
     std::u16string text(markup);
     for (std::size_t at = 0; (at = text.find(HTML_LITERAL_LESS, at)) != text.npos; ++at)
-        text.replace(at, HTML_LITERAL_LESS.size(), u"<");
+        text.erase(at + 1, HTML_LITERAL_LESS.size() - 1); // its first character is what it stands for
     return Utf8(text);
 }
 

@@ -199,6 +199,9 @@ TEST_F(ContactsTest, BranchesOpenAndClose) {
     thread.DeleteCatCacheItem(ada); // the header tells how many are there now
     EXPECT_EQ(1, thread.TreeAddList(static_cast<LONG>(header()->m_dwGroupId), 1, false));
     EXPECT_EQ("=Acme(1) | Cy Cook", Text(thread));
+    thread.TreeDeleteList(static_cast<LONG>(header()->m_dwGroupId));
+    EXPECT_EQ(1, thread.TreeAddList(static_cast<LONG>(header()->m_dwGroupId), 1, true));
+    EXPECT_EQ("#Acme(1)", Text(thread)); // OpenOnCompare is off
 }
 
 TEST_F(ContactsTest, GroupsByCategory) {

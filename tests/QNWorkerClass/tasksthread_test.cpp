@@ -5,6 +5,7 @@
 #include "tests/support/poom.h"
 #include "tests/support/tasks.h"
 
+#include <cmath>
 #include <future>
 #include <thread>
 
@@ -179,6 +180,30 @@ TEST_F(TasksTest, CountsAndFieldsOfARow) {
     EXPECT_TRUE(row->m_bDueToday && row->m_bStarred && !row->m_bOverdue);
     EXPECT_EQ(100, RowOf(thread, done)->m_wPercent);
     EXPECT_EQ(0, RowOf(thread, call + 1)->m_wPercent); // open, and 100 was stored
+}
+
+// Values of any size and content: what is there counts, and no parent is one that can't be an OID.
+TEST_F(TasksTest, DamagedValues) {
+    const auto bytes = [this](DWORD oid, const WCHAR* name, WORD type, std::vector<BYTE> value) {
+        SetNamed(oid, m_outlook.GetPOOM2Property(name, type, true), std::move(value));
+    };
+    const DWORD first = AddTask(u"p").Save();
+    bytes(first, u"QN_TaskPercentStatus", CEVT_UI4, {40, 0, 0});
+    bytes(first, u"QN_GTDStatus", CEVT_UI2, {1});
+    bytes(first, u"QN_GTDContext", CEVT_LPWSTR, {'@', 0, 'h', 0, 'x'});
+    bytes(first, u"QN_ParentOID", CEVT_R8, {1, 2, 3});
+    for (const double parent : {std::nan(""), 1e300, -1.0, HUGE_VAL})
+        SetNamedScalar(AddTask(u"q").Save(), u"QN_ParentOID", CEVT_R8, parent);
+    RuleSetting(u"GroupBy", kGroupTree);
+    CTasksThread thread;
+    EXPECT_EQ("p q q q q ", Load(thread));
+    EXPECT_EQ(0, thread.GetTreeCount());
+    EXPECT_EQ(40, RowOf(thread, first)->m_wPercent);
+    EXPECT_EQ(1, RowOf(thread, first)->m_lGtdStatus);
+    ASSERT_EQ(1u, thread.GetContexts().size());
+    EXPECT_EQ(u"@h", thread.GetContexts()[0].name);
+    for (DATATASKS* row : thread.GetList()) thread.ExpandTreeNode(true, row, false);
+    EXPECT_EQ("p q q q q ", Load(thread));
 }
 
 // --- Orders -------------------------------------------------------------------------------------------------------

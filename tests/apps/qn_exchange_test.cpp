@@ -142,11 +142,14 @@ TEST_F(QnExchange, WhatIsExportedIsReadBackWhole) {
                       "PERCENT-COMPLETE:40\r\nPRIORITY:1\r\nCATEGORIES:Work\r\nDESCRIPTION:say bold\r\n"
                       "X-QN-NOTE:" +
                           note +
-                          "\r\nX-QN-CONTEXT:@a\\\\b\\, c\r\nX-QN-STARRED:1\r\nX-QN-STATUS:3\r\n"
+                          "\r\nX-QN-CONTEXT:@a\\\\b\\, "
+                          "c\r\nX-QN-STARRED:1\r\nX-QN-STATUS:3\r\n"
                           "RELATED-TO;RELTYPE=SIBLING:e\r\nRELATED-TO;RELTYPE=SIBLING:c") +
-            Todo("s", "SUMMARY:state\r\nX-QN-PERCENT:101\r\nRELATED-TO:t\r\nDESCRIPTION:edited\r\n"
+            Todo("s", "SUMMARY:state\r\nX-QN-PERCENT:101\r\nRELATED-TO:"
+                      "t\r\nDESCRIPTION:edited\r\n"
                       "X-QN-NOTE:" +
                           note) +
+            Todo("p", "SUMMARY:paint\r\nX-QN-PROJECT:House") +
             Event("e", "DTSTART:20261202T090000\r\nDURATION:PT1H\r\nSUMMARY:Visit\r\nDESCRIPTION:say bold\r\n"
                        "X-QN-NOTE:" +
                            note) +
@@ -159,7 +162,7 @@ TEST_F(QnExchange, WhatIsExportedIsReadBackWhole) {
             .code,
         0);
     const LineList lines = Export();
-    EXPECT_EQ(Joined(lines, "UID:"), "e;t;s;k;j;");
+    EXPECT_EQ(Joined(lines, "UID:"), "e;t;s;p;k;j;");
     EXPECT_EQ(Joined(lines, "RELATED-TO:"), "t;e;");
     EXPECT_EQ(Joined(lines, "RELATED-TO;RELTYPE=SIBLING:"), "t;e;c;") << "from both sides";
     EXPECT_EQ(Joined(lines, "DESCRIPTION:"), "say bold;say bold;edited;say bold;say\\nbold;");
@@ -167,7 +170,7 @@ TEST_F(QnExchange, WhatIsExportedIsReadBackWhole) {
     for (const char* line :
          {"DTSTART:20261202T143015", "CREATED:20261202T160000Z", "DTSTART;VALUE=DATE:20261203",
           "X-QN-TYPE:NewTask", "X-QN-MINUTES:45", "X-QN-NUMBER2:-7", "X-QN-FLAG:1", "X-QN-STARRED:1",
-          "X-QN-STATUS:3", "X-QN-PERCENT:101"})
+          "X-QN-PROJECT:House", "X-QN-STATUS:3", "X-QN-PERCENT:101"})
         EXPECT_EQ(std::ranges::count(lines, line), 1) << line;
     EXPECT_EQ(std::ranges::count_if(lines, [](const auto& line) { return line.starts_with("X-QN-NOTE:"); }),
               3);
@@ -178,6 +181,7 @@ TEST_F(QnExchange, WhatIsExportedIsReadBackWhole) {
     m_device += "2";
     EXPECT_EQ(Qn({"import", "c.vcf", "out.ics"}).code, 0);
     EXPECT_EQ(Export(), lines);
+    EXPECT_TRUE(Qn({"tasks", "--rule", "project", "--project", "House"}).Says("paint"));
 }
 
 TEST_F(QnExchange, OnlyTheDaysThatAreAskedFor) {
