@@ -26,9 +26,9 @@ std::optional<DATE> MomentOf(const FILETIME& time) {
     return ToDate(moment);
 }
 
-std::u16string MomentText(const FILETIME& time) {
+std::u16string FileMoment(const FILETIME& time) {
     const auto moment = MomentOf(time);
-    return moment ? LongDate(static_cast<LONG>(*moment)) + u", " + TimeText(*moment) : u"";
+    return moment ? MomentText(*moment) : u"";
 }
 
 std::u16string TextOfFile(const DATANOTES& note) {
@@ -90,9 +90,9 @@ CardText NoteCard(const DATANOTES& note) {
     const bool file = note.m_nKind != kNoteDatabase;
     if (file) card.Add(u"File", ShownPath(TextOf(note.m_bstrPath)));
     if (file) card.Add(u"Size", NoteSize(note.m_lSize));
-    card.Add(u"Changed", MomentText(note.m_ftModified));
-    card.Add(u"Made", MomentText(note.m_ftCreated));
-    card.Add(u"Alarm", MomentText(note.m_ftAlarm));
+    card.Add(u"Changed", FileMoment(note.m_ftModified));
+    card.Add(u"Made", FileMoment(note.m_ftCreated));
+    card.Add(u"Alarm", FileMoment(note.m_ftAlarm));
     card.Add(u"Categories", std::u16string(TextOf(note.m_bstrCategory)));
     card.Add(u"Private", note.m_bPrivate ? u"Yes" : u"");
     if (file) card.Add(u"Text", TextOfFile(note));

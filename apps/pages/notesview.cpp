@@ -14,6 +14,7 @@
 #include "apps/qn/support.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace qn {
 
@@ -70,14 +71,8 @@ WORD PictureOf(const DATANOTES& row) {
     }
 }
 
-std::u16string Picture(WORD picture) { return u"<IMG SRC=" + Utf16(std::to_string(picture)) + u"> "; }
-
-// FNV-1a; rows get other numbers with each load, but a path stays.
-ULONGLONG HashOf(std::u16string_view text) {
-    ULONGLONG hash = 14695981039346656037U;
-    for (const WCHAR unit : text) hash = (hash ^ unit) * 1099511628211U;
-    return hash;
-}
+// Rows get other numbers with each load, but a path stays.
+ULONGLONG HashOf(std::u16string_view text) { return std::hash<std::u16string_view>()(text) | 1; }
 
 } // namespace
 
@@ -130,18 +125,18 @@ std::u16string NotesView::RowText(std::size_t index) {
     if (IsItem(index)) return begin + NoteText(row);
     const std::u16string title = HTMLEscape(ShownPath(TextOf(row.m_bstrTitle)));
     if (!row.m_bFolder) return begin + FontTag(Paint::Quiet) + title;
-    return begin + FontTag(Paint::Text) + Picture(row.m_bExpanded ? kPictureOpen : kPictureClosed) +
-           Picture(PictureOf(row)) + u"<B>" + title + u"</B>";
+    return begin + FontTag(Paint::Text) + PictureTag(row.m_bExpanded ? kPictureOpen : kPictureClosed) + u" " +
+           PictureTag(PictureOf(row)) + u" <B>" + title + u"</B>";
 }
 
 std::u16string NotesView::NoteText(const DATANOTES& note) const {
     const bool narrow = IsNarrow();
     std::u16string right = SmallFontTag(Paint::Quiet);
-    if (note.m_bHasAlarm) right += Picture(kPictureReminder);
-    if (note.m_bPrivate) right += Picture(kPicturePrivate);
+    if (note.m_bHasAlarm) right += PictureTag(kPictureReminder) + u" ";
+    if (note.m_bPrivate) right += PictureTag(kPicturePrivate) + u" ";
     if (!narrow && note.m_lSize > 0) right += NoteSize(note.m_lSize) + u"   ";
     right += NoteDay(note.m_ftModified, narrow);
-    return u"<SPAN>" + right + u"</SPAN>" + FontTag(Paint::Text) + Picture(PictureOf(note)) +
+    return u"<SPAN>" + right + u"</SPAN>" + FontTag(Paint::Text) + PictureTag(PictureOf(note)) + u" " +
            HTMLEscape(NoteTitle(note));
 }
 

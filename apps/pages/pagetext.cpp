@@ -44,6 +44,10 @@ std::u16string TimeText(DATE moment) {
     return text;
 }
 
+std::u16string MomentText(DATE moment) {
+    return LongDate(static_cast<LONG>(std::floor(moment))) + u", " + TimeText(moment);
+}
+
 namespace {
 
 std::u16string Cut(std::u16string_view text, std::size_t most, std::u16string_view end) {
@@ -72,7 +76,7 @@ std::u16string WhenText(const DATACALENDAR& line) {
     const auto last = static_cast<LONG>(std::floor(line.m_dtEnd));
     if (line.m_bAllDay) // the end is the last day
         return LongDate(first) + (last > first ? u" - " + LongDate(last) : u"") + u", all day";
-    std::u16string text = LongDate(first) + u", " + TimeText(line.m_dtStart);
+    std::u16string text = MomentText(line.m_dtStart);
     if (line.m_dtEnd <= line.m_dtStart) return text;
     return text + u" - " + (last != first ? LongDate(last) + u", " : u"") + TimeText(line.m_dtEnd);
 }

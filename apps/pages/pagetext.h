@@ -17,6 +17,7 @@ std::u16string LongDate(LONG day);
 // "Today", "Tomorrow", the weekday within a week, else its short form with the weekday.
 std::u16string NearDay(LONG day);
 std::u16string TimeText(DATE moment);
+std::u16string MomentText(DATE moment); // the long form of its date, and the time
 // For a message: at most so many characters, in one line.
 std::u16string Shortened(std::u16string_view text, std::size_t most = 60);
 // A note as a card shows it: its first 16,000 characters.

@@ -30,11 +30,6 @@ std::u16string TextFrom(Interface& item, HRESULT (Interface::*get)(BSTR*)) {
     return SUCCEEDED((item.*get)(text.Out())) ? std::u16string(text.View()) : std::u16string();
 }
 
-std::u16string MomentText(const SYSTEMTIME& moment) {
-    const DATE date = ToDate(moment);
-    return LongDate(static_cast<LONG>(date)) + u", " + TimeText(date);
-}
-
 } // namespace
 
 CardText AppointmentCard(DWORD oid, DATE start, DATE end) {
@@ -93,12 +88,12 @@ CardText JournalCard(DWORD record, const std::u16string& belongsTo) {
     CardText card;
     card.titleLabel = u"Entry";
     card.title = text(entry.m_strTitle);
-    card.Add(u"When", MomentText(entry.m_stDate));
+    card.Add(u"When", MomentText(ToDate(entry.m_stDate)));
     card.Add(u"Kind", text(entry.m_strType));
     if (entry.m_nFlags > 0) card.Add(u"Took", Utf16(Plural(entry.m_nFlags, "minute")));
     card.Add(u"Belongs to", belongsTo);
     card.Add(u"Categories", text(entry.m_strCategories));
-    card.Add(u"Changed", MomentText(entry.m_stModified));
+    card.Add(u"Changed", MomentText(ToDate(entry.m_stModified)));
     card.Add(u"Note", LongText(note));
     return card;
 }

@@ -3,14 +3,8 @@
 #include "NorvoTools/registryfunctions.h"
 #include "NorvoUI/modalkeys.h"
 #include "Platform/clock.h"
-#include "Platform/strings.h"
 #include "QNGridCtrl/HTMLEscape.h"
-#include "QNWorkerClass/tasksubject.h"
-#include "Resources/pictures.h"
-#include "apps/pages/contactcard.h"
-#include "apps/pages/notecard.h"
 #include "apps/pages/pagetext.h"
-#include "apps/pages/searchcards.h"
 #include "apps/pages/theme.h"
 #include "apps/qn/support.h"
 
@@ -28,7 +22,6 @@ constexpr const WCHAR* kView = u"Software\\Norvo\\Quillonary\\SV"; // the engine
 constexpr const WCHAR* kOrderName = u"dwSort";
 constexpr const WCHAR* kDescendingName = u"bDescending";
 
-constexpr LONG kRowJournal = 6;
 constexpr UINT kPause = 250;        // milliseconds without a key, before a search
 constexpr DWORD kBetweenRows = 100; // milliseconds: rows that come are shown in bundles
 constexpr WPARAM kPauseTimer = 16;
@@ -68,18 +61,6 @@ constexpr Dates kDates[] = {{u"Any date", kNoDay, kNoDay},
                             {u"Next 30 days", 0, 30},
                             {u"Last 30 days", -30, 0},
                             {u"Last 12 months", -365, 0}};
-
-std::u16string_view View(const WCHAR* text) { return text ? text : u""; }
-
-std::u16string Lowered(std::u16string_view text) {
-    std::u16string low(text);
-    for (WCHAR& unit : low) unit = towlower(unit);
-    return low;
-}
-
-bool IsPattern(std::u16string_view text) { return text.find_first_of(u"*?") != std::u16string_view::npos; }
-
-std::u16string Picture(WORD number) { return u"<IMG SRC=" + Utf16(std::to_string(number)) + u">"; }
 
 LONG ReadOrder() { return static_cast<LONG>(ReadRegistryWithDefault(kView, kOrderName, 0)); }
 bool ReadDescending() { return ReadRegistryWithDefault(kView, kDescendingName, 1) != 0; }
@@ -218,7 +199,7 @@ void SearchView::TakeSome(LONG count) {
     const DWORD now = GetTickCount();
     if (!m_data.IsCurrent() || (m_takenAt != 0 && now - m_takenAt < kBetweenRows)) return;
     if (m_taken == 0) m_rows.clear();
-    while (m_taken < count) m_rows.push_back(FoundOf(*m_data.Loading().GetList().Get(++m_taken)));
+    while (m_taken < count) m_rows.push_back(SearchRow::Of(*m_data.Loading().GetList().Get(++m_taken)));
     m_takenAt = std::max<DWORD>(now, 1);
     m_count = count;
     m_done = false;
@@ -241,90 +222,23 @@ void SearchView::FillRows() {
     if (m_shown.byAge)
         for (const DATAPARENT* header : search.GetGroups()) AddHeading(*header);
     else
-        for (const DATAGENERAL* row : search.GetList()) m_rows.push_back(FoundOf(*row));
+        for (const DATAGENERAL* row : search.GetList()) m_rows.push_back(SearchRow::Of(*row));
     m_count = search.GetActiveDataCount();
     ShowRows();
     FillBar();
 }
 
 void SearchView::AddHeading(const DATAPARENT& header) {
-    Found heading;
-    heading.title = View(header.m_szText);
-    heading.context = Utf16(std::to_string(header.m_lCount));
-    m_rows.push_back(heading);
-    if (IsClosed(heading)) return;
-    for (const DATAGENERAL* row : header.m_listChildren) m_rows.push_back(FoundOf(*row));
-}
-
-// The engine's mark-up tells more in a second line.
-SearchView::Found SearchView::FoundOf(const DATAGENERAL& row) {
-    Found found;
-    found.type = row.m_nType;
-    found.oid = row.m_oid;
-    found.record = row.m_oidRecord;
-    found.start = row.m_dtStart;
-    found.end = row.m_dtEnd;
-    found.image = View(row.m_szImage);
-    found.title = View(row.m_szSubject);
-    found.linked = row.m_nLinkedType == kDataTask ? ParseTaskSubject(View(row.m_szLinkedTitle)).text
-                                                  : View(row.m_szLinkedTitle);
-    found.categories = View(row.m_szCategories);
-    found.hasNote = row.m_bHasNote != 0 && row.m_nType != kRowJournal;
-    found.hasLink = row.m_bHasLink != 0 && row.m_nType != kRowJournal;
-    found.isPrivate = row.m_lSensitivity != 0;
-    const std::u16string_view text = View(row.m_szText);
-    if (const std::size_t second = text.find(u"<BR>"); second != std::u16string_view::npos)
-        found.context = text.substr(second + 4);
-    if (row.m_nType != kRowNote) return found;
-    found.path = found.title;
-    const std::size_t name = found.path.rfind(u'\\') + 1;
-    found.title = found.path.substr(name, found.path.rfind(u'.') - name);
-    if (name > 1) found.context = HTMLEscape(ShownPath(found.path.substr(0, name - 1)));
-    return found;
+    m_rows.push_back(SearchRow::OfHeading(header));
+    if (IsClosed(m_rows.back())) return;
+    for (const DATAGENERAL* row : header.m_listChildren) m_rows.push_back(SearchRow::Of(*row));
 }
 
 // --- Rows ---------------------------------------------------------------------------------------------------------
 
-ULONGLONG SearchView::RowId(std::size_t index) const {
-    const Found& row = m_rows[index];
-    const auto hash = [](std::u16string_view text) {
-        return static_cast<ULONGLONG>(std::hash<std::u16string_view>()(text)) | 1;
-    };
-    if (row.type == 0) return hash(row.title);
-    if (row.type == kRowNote) return hash(row.path);
-    const auto minute = static_cast<ULONGLONG>(row.start * 1440) & 0xFFFFFFFF;
-    return (ULONGLONG{row.oid} << 32 | minute) + static_cast<ULONGLONG>(row.type);
-}
-
-// With what was found in bold.
-std::u16string SearchView::Marked(std::u16string_view title) const {
-    if (m_shown.text.empty() || IsPattern(m_shown.text)) return HTMLEscape(title);
-    const std::u16string low = Lowered(title), wanted = Lowered(m_shown.text);
-    std::u16string marked;
-    std::size_t from = 0;
-    for (std::size_t at; (at = low.find(wanted, from)) != std::u16string::npos; from = at + wanted.size())
-        marked += HTMLEscape(title.substr(from, at - from)) + u"<B>" +
-                  HTMLEscape(title.substr(at, wanted.size())) + u"</B>";
-    return marked + HTMLEscape(title.substr(from));
-}
-
 std::u16string SearchView::RowText(std::size_t index) {
-    const Found& row = m_rows[index];
-    if (!IsItem(index))
-        return GroundTag(Paint::Heading) + FontTag(Paint::Text) +
-               Picture(IsClosed(row) ? kPictureClosed : kPictureOpen) + u" <B>" + HTMLEscape(row.title) +
-               u"</B> (" + row.context + u")";
-    std::u16string right;
-    for (const auto& [shown, picture] :
-         {std::pair(row.isPrivate, kPicturePrivate), std::pair(row.hasLink, kPictureLinked),
-          std::pair(row.hasNote, kPictureNote)})
-        if (shown) right += Picture(picture);
-    std::u16string text = GroundTag(Paint::Window);
-    if (!right.empty()) text += u"<SPAN>" + right + u"</SPAN>";
-    text += FontTag(Paint::Text) + row.image + Marked(row.title.empty() ? u"(no subject)" : row.title);
-    if (!row.linked.empty()) text += FontTag(Paint::Quiet) + u"  " + HTMLEscape(row.linked);
-    if (!row.context.empty()) text += u"<BR>" + SmallFontTag(Paint::Quiet) + row.context;
-    return text;
+    const SearchRow& row = m_rows[index];
+    return IsItem(index) ? SearchRowText(row, m_shown.text) : SearchHeadingText(row, !IsClosed(row));
 }
 
 int SearchView::Indent(std::size_t row) const { return IsItem(row) ? Scaled(4) : 0; }
@@ -340,32 +254,6 @@ bool SearchView::RowKey(std::size_t row, WPARAM key) {
     if (row == kNoRow || IsItem(row)) return false;
     if (key != static_cast<WPARAM>(IsClosed(m_rows[row]) ? VK_RIGHT : VK_LEFT)) return false;
     return ActOnHeading(row), true;
-}
-
-CardText SearchView::CardOf(std::size_t index) {
-    const Found& row = m_rows[index];
-    CardText card;
-    switch (row.type) {
-    case kDataContact:
-        card = ContactCard(row.oid);
-        break;
-    case kDataTask:
-        card = TaskCard(row.oid);
-        break;
-    case kRowNote:
-        card = NoteCard(row.path.c_str());
-        break;
-    case kRowJournal:
-        card = JournalCard(row.record, row.linked);
-        break;
-    default:
-        card = AppointmentCard(row.oid, row.start, row.end);
-        break;
-    }
-    if (!card.title.empty() || !card.fields.empty()) return card;
-    card.title = row.title;
-    card.Add(u"Gone", u"It was deleted, or moved, since it was found.");
-    return card;
 }
 
 std::vector<MenuRow> SearchView::ItemMenu(std::size_t) {

@@ -3,6 +3,7 @@
 
 #include "apps/pages/listview.h"
 #include "apps/pages/searchdata.h"
+#include "apps/pages/searchrow.h"
 #include "apps/pages/textline.h"
 
 #include <set>
@@ -26,30 +27,12 @@ public:
     SearchData& Data() { return m_data; }
 
 private:
-    // A row of the list, or a heading.
-    struct Found {
-        LONG type = 0; // of DATAGENERAL; 0: a heading
-        DWORD oid = 0;
-        DWORD record = 0;
-        DATE start = 0;
-        DATE end = 0;
-        std::u16string title;
-        std::u16string image;   // mark-up, as the next
-        std::u16string context; // below the title
-        std::u16string linked;  // title of the item that a journal entry belongs to
-        std::u16string path;    // of a note
-        std::u16string categories;
-        bool hasNote = false;
-        bool hasLink = false;
-        bool isPrivate = false;
-    };
-
     // --- ListView
     std::size_t RowCount() const override { return m_rows.size(); }
     std::u16string RowText(std::size_t row) override;
-    ULONGLONG RowId(std::size_t row) const override;
+    ULONGLONG RowId(std::size_t row) const override { return m_rows[row].Id(); }
     bool IsItem(std::size_t row) const override { return m_rows[row].type != 0; }
-    CardText CardOf(std::size_t row) override;
+    CardText CardOf(std::size_t row) override { return SearchCard(m_rows[row]); }
     void ActOnHeading(std::size_t row) override;
     bool RowKey(std::size_t row, WPARAM key) override;
     std::vector<MenuRow> ItemMenu(std::size_t) override;
@@ -83,10 +66,8 @@ private:
     void TakeSome(LONG count);
     void Loaded();
     void FillRows();
-    static Found FoundOf(const DATAGENERAL& row);
     void AddHeading(const DATAPARENT& header);
-    std::u16string Marked(std::u16string_view title) const;
-    bool IsClosed(const Found& heading) const { return m_closed.contains(heading.title); }
+    bool IsClosed(const SearchRow& heading) const { return m_closed.contains(heading.title); }
     void GoToList();
 
     // --- Menus
@@ -104,7 +85,7 @@ private:
     Bar m_kinds;
     SearchQuestion m_wishes; // all but the text
     int m_dates = 0;         // index of the choice
-    std::vector<Found> m_rows;
+    std::vector<SearchRow> m_rows;
     SearchQuestion m_shown;            // that they are the answer to
     std::set<std::u16string> m_closed; // headings
     LONG m_count = 0;                  // items found

@@ -3,6 +3,7 @@
 #include "NorvoTools/registryfunctions.h"
 #include "NorvoUI/chrome.h"
 #include "Platform/registry.h"
+#include "Platform/strings.h"
 #include "Platform/system.h"
 #include "QNGridCtrl/HTMLParser.h"
 #include "QNNewEditUI/CalendarColors.h"
@@ -94,6 +95,12 @@ std::u16string SmallFontTag(Paint paint) {
 std::u16string FilledFontTag(Paint ink, Paint ground) {
     return std::u16string(u"<FONT SIZE=2 NAME=\"Tahoma\" COLOR=") + MarkupOf(ink) + u" BGCOLOR=" +
            MarkupOf(ground) + u">";
+}
+
+std::u16string PictureTag(WORD picture) {
+    WCHAR tag[24] = {};
+    wsprintfW(tag, u"<IMG SRC=%u>", UINT{picture});
+    return tag;
 }
 
 COLORREF ColorOf(Paint paint) {

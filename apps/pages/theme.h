@@ -43,6 +43,7 @@ COLORREF ColorOf(Paint paint);
 std::u16string GroundTag(Paint paint);
 std::u16string FontTag(Paint paint);
 std::u16string SmallFontTag(Paint paint);
+std::u16string PictureTag(WORD picture); // of Resources/pictures.h
 // On a ground of its own.
 std::u16string FilledFontTag(Paint ink, Paint ground);
 
