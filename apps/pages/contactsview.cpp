@@ -318,6 +318,7 @@ bool ContactsView::BodyKey(WPARAM key) {
         m_find.SetText(u"");
         return true;
     }
+    if (key == VK_UP && ::GetFocus() == ListWindow() && SelectedRow() == 0) return m_find.TakeFocus(), true;
     const std::size_t top = TopRow();
     const bool begins = (key == VK_UP || key == VK_DOWN) && SelectedRow() == kNoRow;
     if (begins && ::GetFocus() == ListWindow() && top != kNoRow && !m_lines[top].row)

@@ -17,6 +17,7 @@ public:
     void Reload() override;
     void Wait(UINT most = 0) override { m_data.Wait(most); }
     bool IsTyping() const override { return m_find.HasFocus(); }
+    void StartTyping() override { m_find.TakeFocus(); }
     const std::vector<std::u16string>& Categories() const override { return m_data.Categories(); }
     void Find(const std::u16string& text) override { m_find.SetText(text); }
     std::vector<MenuRow> MenuRows() override;

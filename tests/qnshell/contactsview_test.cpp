@@ -74,6 +74,12 @@ TEST_F(ContactsViewTest, WhatIsTypedIsFound) {
     Key(VK_DOWN);
     Key(VK_DOWN); // past the letter
     EXPECT_EQ(3, View().List().GetRow());
+    Key(VK_UP);
+    Key(VK_UP);
+    Key(VK_UP);
+    EXPECT_TRUE(View().IsTyping());
+    Key(VK_ESCAPE);
+    EXPECT_FALSE(View().IsTyping());
     Type(u"aL"); // over the list
     EXPECT_EQ(Lines{"Alan Turing"}, Rows());
     Key(VK_BACK);
