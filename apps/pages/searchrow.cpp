@@ -8,10 +8,12 @@
 #include "Resources/pictures.h"
 #include "apps/pages/contactcard.h"
 #include "apps/pages/notecard.h"
+#include "apps/pages/pagetext.h"
 #include "apps/pages/searchcards.h"
 #include "apps/pages/theme.h"
 #include "apps/qn/support.h"
 
+#include <algorithm>
 #include <functional>
 #include <utility>
 
@@ -43,8 +45,14 @@ void NameNote(SearchRow& row) {
     if (name > 1) row.context = HTMLEscape(ShownPath(row.path.substr(0, name - 1)));
 }
 
+// Pieces of such a text in another style would stand in the wrong order.
+bool IsFromTheRight(std::u16string_view text) {
+    return std::ranges::any_of(
+        text, [](WCHAR c) { return (c >= 0x590 && c < 0x900) || (c >= 0xFB1D && c < 0xFF00); });
+}
+
 std::u16string Marked(std::u16string_view title, std::u16string_view wanted) {
-    if (wanted.empty() || IsPattern(wanted)) return HTMLEscape(title);
+    if (wanted.empty() || IsPattern(wanted) || IsFromTheRight(title)) return HTMLEscape(title);
     const std::u16string low = Lowered(title), part = Lowered(wanted);
     std::u16string marked;
     std::size_t from = 0;
@@ -95,6 +103,50 @@ ULONGLONG SearchRow::Id() const {
     return (ULONGLONG{oid} << 32 | minute) + static_cast<ULONGLONG>(type);
 }
 
+namespace {
+
+CardText CardOf(const SearchRow& row) {
+    switch (row.type) {
+    case kDataContact:
+        return ContactCard(row.oid);
+    case kDataTask:
+        return TaskCard(row.oid);
+    case kRowNote:
+        return NoteCard(row.path.c_str());
+    case kRowJournal:
+        return JournalCard(row.record, row.linked);
+    default:
+        return AppointmentCard(row.oid, row.start, row.end);
+    }
+}
+
+bool Holds(std::u16string_view text, std::u16string_view low) {
+    return Lowered(text).find(low) != std::u16string::npos;
+}
+
+// What stands around the place, with what was looked for in bold.
+std::u16string Around(std::u16string_view text, std::size_t at, std::u16string_view wanted) {
+    constexpr std::size_t kBefore = 24, kShown = 80;
+    std::size_t begin = at > kBefore ? text.find(u' ', at - kBefore) + 1 : 0;
+    if (begin > at) begin = at; // no blank on the way
+    return (begin > 0 ? u"\u2026" : u"") + Marked(Shortened(text.substr(begin), kShown), wanted);
+}
+
+} // namespace
+
+void SearchRow::TellWhere(std::u16string_view wanted) {
+    if (std::exchange(told, true) || wanted.empty() || IsPattern(wanted)) return;
+    const std::u16string low = Lowered(wanted);
+    if (Holds(title, low) || Holds(context, low)) return;
+    for (const auto& [label, value] : CardOf(*this).fields) {
+        const std::size_t at = Lowered(value).find(low);
+        if (at == std::u16string::npos) continue;
+        if (!context.empty()) context += u"  ";
+        context += HTMLEscape(label) + u": " + Around(value, at, wanted);
+        return;
+    }
+}
+
 std::u16string SearchRowText(const SearchRow& row, std::u16string_view wanted) {
     std::u16string right;
     for (const auto& [shown, picture] :
@@ -115,25 +167,6 @@ std::u16string SearchHeadingText(const SearchRow& row, bool open) {
            PictureTag(open ? kPictureOpen : kPictureClosed) + u" <B>" + HTMLEscape(row.title) + u"</B> (" +
            row.context + u")";
 }
-
-namespace {
-
-CardText CardOf(const SearchRow& row) {
-    switch (row.type) {
-    case kDataContact:
-        return ContactCard(row.oid);
-    case kDataTask:
-        return TaskCard(row.oid);
-    case kRowNote:
-        return NoteCard(row.path.c_str());
-    case kRowJournal:
-        return JournalCard(row.record, row.linked);
-    default:
-        return AppointmentCard(row.oid, row.start, row.end);
-    }
-}
-
-} // namespace
 
 CardText SearchCard(const SearchRow& row) {
     CardText card = CardOf(row);

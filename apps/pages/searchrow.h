@@ -24,10 +24,13 @@ struct SearchRow {
     bool hasNote = false;
     bool hasLink = false;
     bool isPrivate = false;
+    bool told = false; // where it was found
 
     static SearchRow Of(const DATAGENERAL& found);
     static SearchRow OfHeading(const DATAPARENT& header);
     ULONGLONG Id() const; // the same in another search
+    // Puts into the context where it was found, unless title or context have it; reads the item for that.
+    void TellWhere(std::u16string_view wanted);
 };
 
 // Mark-up. `wanted` is what was looked for: where it stands in the title, it is bold.

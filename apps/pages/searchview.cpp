@@ -237,8 +237,10 @@ void SearchView::AddHeading(const DATAPARENT& header) {
 // --- Rows ---------------------------------------------------------------------------------------------------------
 
 std::u16string SearchView::RowText(std::size_t index) {
-    const SearchRow& row = m_rows[index];
-    return IsItem(index) ? SearchRowText(row, m_shown.text) : SearchHeadingText(row, !IsClosed(row));
+    SearchRow& row = m_rows[index];
+    if (!IsItem(index)) return SearchHeadingText(row, !IsClosed(row));
+    row.TellWhere(m_shown.text);
+    return SearchRowText(row, m_shown.text);
 }
 
 int SearchView::Indent(std::size_t row) const { return IsItem(row) ? Scaled(4) : 0; }

@@ -194,7 +194,7 @@ TEST_F(SearchViewTest, WhenNothingIsFoundItOffersMore) {
     Find(u"forester");
     EXPECT_TRUE(Rows()[0].starts_with("Nothing was found")) << Rows()[0];
     Tap(240, 180); // in notes too
-    EXPECT_EQ(Lines{"Order wood"}, Rows());
+    EXPECT_EQ(Lines{"Order woodNote: From the forester"}, Rows());
 }
 
 } // namespace
