@@ -138,6 +138,7 @@ private:
     void TakePhone(const Property& property, CEPROPID field);
     std::string PhoneText(const Property& property) const;
     void TakeAddress(const Property& property);
+    void BreakName();
     void FillFileAs();
 
     std::vector<const Property*> Sorted(const char* name) const;
@@ -156,6 +157,7 @@ private:
     VcardNotices& m_notices;
     std::map<std::string, std::string> m_labels; // that the person gave, by the group of their properties
     std::string m_name;                          // FN
+    bool m_hasParts = false;                     // N, though it may be empty
     int m_preference = 1000;
 };
 
@@ -377,6 +379,7 @@ bool Taker::TakeText(const Property& property, std::span<const VcardText> texts)
 
 void Taker::TakeProperty(const Property& property) {
     const std::string& name = property.name;
+    m_hasParts = m_hasParts || name == "N";
     if (name == "N") return TakeName(property);
     if (name == "FN") m_name = m_name.empty() ? Plain(property) : m_name;
     if (name == "UID") m_contact.uid = Plain(property);
@@ -399,6 +402,15 @@ void Taker::TakeProperty(const Property& property) {
         return;
     if (std::ranges::find(kSpare, name) != std::end(kSpare)) return;
     Unkept(name.starts_with("X-") ? "values private to other programs (X-...)" : name.substr(0, 40));
+}
+
+// A card may tell the full name alone. Of one who belongs to a company lists would then show the company.
+void Taker::BreakName() {
+    const auto company = m_contact.texts.find(PIMPR_COMPANY);
+    if (m_hasParts || company == m_contact.texts.end() || company->second == m_name) return;
+    const std::size_t blank = m_name.rfind(' ');
+    Set(PIMPR_FIRST_NAME, Trimmed(m_name.substr(0, blank)));
+    if (blank != std::string::npos) Set(PIMPR_LAST_NAME, m_name.substr(blank + 1));
 }
 
 // The name that lists show: what the card tells, else made from the parts, else any word that tells who it is.
@@ -427,6 +439,7 @@ std::string Taker::Take() {
     for (const Property* address : Sorted("ADR")) TakeAddress(*address);
     for (const Property* messenger : Sorted("IMPP")) TakeMessenger(*messenger);
     for (const Property* role : Sorted("ROLE")) SetOneOf(kTitleFields, Plain(*role), "Role");
+    BreakName();
     FillFileAs();
     return Has(PIMPR_FILEAS) ? std::string() : "a card that names nobody";
 }
