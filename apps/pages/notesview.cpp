@@ -162,7 +162,7 @@ std::u16string NotesView::EmptyText() const {
     if (!m_data.Categories().empty())
         return u"No notes of the chosen categories in the open folders.<BR><BR><U><A=all>" +
                FontTag(Paint::Link) + u"Show all categories</A></U>";
-    return u"Notes will stand here: texts, drawings and recordings of your documents. There are none yet."
+    return u"Notes will stand here: texts, drawings and recordings of your documents.<BR>There are none yet."
            u"<BR><BR>The command<BR><B>qn import FILE.txt</B><BR>makes a note of a text.";
 }
 

@@ -126,7 +126,7 @@ bool Holds(std::u16string_view text, std::u16string_view low) {
 
 // What stands around the place, with what was looked for in bold.
 std::u16string Around(std::u16string_view text, std::size_t at, std::u16string_view wanted) {
-    constexpr std::size_t kBefore = 24, kShown = 80;
+    constexpr std::size_t kBefore = 24, kShown = 60;
     std::size_t begin = at > kBefore ? text.find(u' ', at - kBefore) + 1 : 0;
     if (begin > at) begin = at; // no blank on the way
     return (begin > 0 ? u"\u2026" : u"") + Marked(Shortened(text.substr(begin), kShown), wanted);

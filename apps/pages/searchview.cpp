@@ -280,7 +280,7 @@ SearchView::Offer SearchView::OfferMore() {
 
 std::u16string SearchView::EmptyText() const {
     if (m_line.Text().empty())
-        return u"What you look for will stand here: write a word of it, or a part of a number, above.";
+        return u"What you look for will stand here.<BR>Write a word of it, or a part of a number, above.";
     if (!m_done || m_waiting) return {};
     const std::u16string text = u"Nothing was found for \"" + HTMLEscape(Shortened(m_shown.text)) + u"\".";
     const Offer offer = const_cast<SearchView*>(this)->OfferMore();
