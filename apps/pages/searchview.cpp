@@ -62,6 +62,11 @@ constexpr Dates kDates[] = {{u"Any date", kNoDay, kNoDay},
                             {u"Last 30 days", -30, 0},
                             {u"Last 12 months", -365, 0}};
 
+std::u16string Trimmed(const std::u16string& text) {
+    const std::size_t first = text.find_first_not_of(u' ');
+    return first == std::u16string::npos ? u"" : text.substr(first, text.find_last_not_of(u' ') + 1 - first);
+}
+
 LONG ReadOrder() { return static_cast<LONG>(ReadRegistryWithDefault(kView, kOrderName, 0)); }
 bool ReadDescending() { return ReadRegistryWithDefault(kView, kDescendingName, 1) != 0; }
 
@@ -146,9 +151,7 @@ void SearchView::Search() {
     m_waiting = false;
     if (!m_begun) return;
     SearchQuestion question = m_wishes;
-    question.text = m_line.Text();
-    const std::size_t first = question.text.find_first_not_of(u' ');
-    question.text.erase(0, std::min(first, question.text.size()));
+    question.text = Trimmed(m_line.Text());
     const Dates& dates = kDates[m_dates];
     const auto today = static_cast<LONG>(Today());
     if (dates.first != kNoDay) question.first = today + dates.first;
@@ -279,7 +282,7 @@ SearchView::Offer SearchView::OfferMore() {
 }
 
 std::u16string SearchView::EmptyText() const {
-    if (m_line.Text().empty())
+    if (!m_waiting && m_data.Question().text.empty())
         return u"What you look for will stand here.<BR>Write a word of it, or a part of a number, above.";
     if (!m_done || m_waiting) return {};
     const std::u16string text = u"Nothing was found for \"" + HTMLEscape(Shortened(m_shown.text)) + u"\".";
@@ -290,7 +293,7 @@ std::u16string SearchView::EmptyText() const {
 
 void SearchView::FillEmpty() {
     const Offer offer = OfferMore();
-    if (m_line.Text().empty()) return m_line.TakeFocus();
+    if (m_data.Question().text.empty()) return m_line.TakeFocus();
     if (offer.act) offer.act();
 }
 

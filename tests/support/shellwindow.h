@@ -36,6 +36,7 @@ protected:
         Open(state);
     }
     void Open(const qn::ShellState& state, LONG day = kTuesday) {
+        Close();
         shell = std::make_unique<qn::Shell>();
         ASSERT_TRUE(shell->Open(state, day));
         Settle();
