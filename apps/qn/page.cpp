@@ -58,6 +58,8 @@ const PageName& NameOf(const Options& options) {
     if (options.Rest().size() != 1) Usage("page: one of " + names);
     const auto* found = std::ranges::find(kPages, options.Rest()[0], &PageName::word);
     if (found == std::end(kPages)) Usage("page: there is no page " + options.Rest()[0] + ", only " + names);
+    if (options.Has("--date") && found->tab != TabKind::Calendar)
+        Usage("page: --date is for day, week and agenda");
     if (options.Has("--find") && !found->hasText)
         Usage("page: nothing is typed on the page " + options.Rest()[0]);
     return *found;

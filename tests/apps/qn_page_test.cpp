@@ -31,6 +31,35 @@ TEST_F(Page, ShowsWhatTheStoreHolds) {
     }
 }
 
+TEST_F(Page, EachListShowsItsItems) {
+    Write("one.ics", "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nBEGIN:VTODO\r\nUID:1\r\nSUMMARY:Oak\r\nEND:VTODO\r\n"
+                     "END:VCALENDAR\r\n");
+    Write("one.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann Oak\r\nN:Oak;Ann\r\nEND:VCARD\r\n");
+    Write("one.txt", "Oak");
+    const auto draw = [this](std::vector<std::string> words) {
+        words.insert(words.begin(), "page");
+        words.insert(words.end(), {"--png", "page.png"});
+        const Ran ran = Qn(words);
+        EXPECT_EQ(ran.code, 0) << ran.err;
+        return Read("page.png");
+    };
+    const struct {
+        std::vector<std::string> words;
+        std::string file; // what changes the picture
+    } pages[] = {{{"tasks"}, "one.ics"},
+                 {{"contacts"}, "one.vcf"},
+                 {{"notes"}, "one.txt"},
+                 {{"search", "--find", "oak"}, "one.ics"}};
+    for (const auto& page : pages) {
+        m_device = m_folder + "/" + page.words[0];
+        const std::string empty = draw(page.words);
+        ASSERT_EQ(0, Qn({"import", page.file}).code);
+        EXPECT_FALSE(draw(page.words) == empty) << page.words[0];
+    }
+    m_device = m_folder + "/contacts";
+    EXPECT_FALSE(draw({"contacts", "--find", "zoe"}) == draw({"contacts", "--find", "ann"}));
+}
+
 TEST_F(Page, CategoriesHaveTheirIcons) {
     const std::string icon = Draw("day", {"--size", "12x12"});
     ASSERT_EQ(Import(Event("1", "DTSTART:20310305T090000Z\r\nSUMMARY:Talk\r\nCATEGORIES:Work")).code, 0);
@@ -70,6 +99,8 @@ TEST_F(Page, WhatCantBeDoneIsTold) {
         {{"page", "month"}, 2},
         {{"page", "day", "week"}, 2},
         {{"page", "day", "--date", "2026-02-30"}, 2},
+        {{"page", "tasks", "--date", "today"}, 2},
+        {{"page", "notes", "--find", "x"}, 2},
         {{"page", "day", "--size", "480"}, 2},
         {{"page", "day", "--size", "0x10"}, 2},
         {{"page", "day", "--dpi", "10"}, 2},
