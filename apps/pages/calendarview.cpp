@@ -27,8 +27,6 @@ constexpr LONG kFirstDay = 1;
 constexpr LONG kLastDay = 949900;
 constexpr LONG kSearchedDays = 5 * 366;
 
-constexpr UINT kTodayTime = 60000; // milliseconds
-
 constexpr int kTodayWidth = 52; // pixels at 96 dots an inch
 
 struct Kind {
@@ -56,7 +54,6 @@ CalendarView::CalendarView() : m_data([this] { Loaded(); }) {
 }
 
 bool CalendarView::OpenBody(const RECT& inside) {
-    SetTimer(kFirstOwnTimer, kTodayTime);
     return std::ranges::all_of(m_pages, [&](const auto& page) { return page->Open(GetHWnd(), inside); });
 }
 
@@ -77,25 +74,18 @@ void CalendarView::CategoriesChosen(std::vector<std::u16string> names) {
     m_data.Reload();
 }
 
-void CalendarView::TimerOver(WPARAM) {
-    if (m_today != static_cast<LONG>(Today())) m_data.Reload();
-}
-
 // The page appears with its lines, so that none is ever seen empty for a moment.
 void CalendarView::Loaded() {
     if (m_searching) return Found();
     const DayRange range = Page().RangeOf(m_day);
     if (m_data.FirstDay() > std::max(range.first, kFirstDay) || m_data.LastDay() < range.last) return;
-    m_today = static_cast<LONG>(Today());
     Page().Show(m_data, m_day);
-    const HWND focus = ::GetFocus();
     if (const DATACALENDAR* line = FindCarded())
         ShowCard(CardOf(*line));
     else
         LoseCard();
     Arrange();
     FillBar();
-    if (::IsChild(GetHWnd(), focus) && !::IsWindowVisible(focus)) TakeFocus(); // it was on another page
 }
 
 const DATACALENDAR* CalendarView::FindCarded() const {
@@ -109,10 +99,8 @@ const DATACALENDAR* CalendarView::FindCarded() const {
 
 // A page that waits for its first lines has none yet.
 const DATACALENDAR* CalendarView::Current() const {
-    const DATACALENDAR* line = IsOnCard()                 ? FindCarded()
-                               : Page().IsWindowVisible() ? Page().SelectedLine(::GetFocus())
-                                                          : nullptr;
-    return line && line->m_nType == kLineAppointment ? line : nullptr;
+    if (IsOnCard()) return FindCarded();
+    return Page().IsWindowVisible() ? Page().SelectedLine(::GetFocus()) : nullptr;
 }
 
 void CalendarView::PlaceBody(const RECT& place) {
@@ -278,7 +266,7 @@ bool CalendarView::BodyKey(WPARAM key) {
         return Turn(1), true;
     case VK_UP:
     case VK_DOWN:
-        return Page().BeginSelection();
+        return !IsOnCard() && Page().BeginSelection();
     case 'T':
         return GoToToday(), true;
     case 'D':

@@ -49,7 +49,6 @@ private:
     bool BodyKey(WPARAM key) override;
     void CardClosed() override { m_cardOid = 0; }
     void CategoriesChosen(std::vector<std::u16string> names) override;
-    void TimerOver(WPARAM id) override;
 
     // --- PageHost
     void OpenItem(const DATACALENDAR& line) override;
@@ -76,7 +75,6 @@ private:
     std::array<std::unique_ptr<CalendarPage>, kPageKinds> m_pages;
     PageKind m_kind = PageKind::Day;
     LONG m_day = 0;
-    LONG m_today = 0; // that the page was drawn for
     // The item on the card; no item: there is none.
     DWORD m_cardOid = 0;
     LONG m_cardDay = 0;

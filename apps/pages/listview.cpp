@@ -36,6 +36,14 @@ bool ListView::OpenBody(const RECT& inside) {
 
 // --- Rows ---------------------------------------------------------------------------------------------------------
 
+// With little room rows say less.
+LRESULT ListView::OnSize(WPARAM type, int cx, int cy, bool& handled) {
+    const LRESULT result = TabView::OnSize(type, cx, cy, handled);
+    const bool narrow = IsNarrow();
+    if (std::exchange(m_narrow, narrow) != narrow && m_grid.GetRowCount() > 0) ShowRows();
+    return result;
+}
+
 // What stood at the top stays there and what was selected stays so, where they still are.
 void ListView::ShowRows() {
     const WORD top = m_grid.GetTopRow();

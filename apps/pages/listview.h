@@ -81,6 +81,7 @@ protected:
     bool BodyKey(WPARAM key) override;
     void CardClosed() override { m_cardId = 0; }
 
+    LRESULT OnSize(WPARAM type, int cx, int cy, bool& handled) override;
     LRESULT OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) override;
     LRESULT OnNotify(int id, NMHDR* header, bool& handled) override;
 
@@ -104,6 +105,7 @@ private:
     std::vector<ULONGLONG> m_ids;
     CCategoryColorIcons m_colors;
     std::u16string m_text; // lent to the grid
+    bool m_narrow = false; // the texts of the rows were made for that
 };
 
 } // namespace qn

@@ -12,6 +12,15 @@ bool IsHoldNext(HWND list) {
            (next.wParam & MK_RBUTTON) != 0;
 }
 
+std::u16string MenuText(std::u16string_view name) {
+    std::u16string text;
+    for (const WCHAR c : name) {
+        if (c == u'&') text += c;
+        text += c == u'\t' ? u' ' : c;
+    }
+    return text;
+}
+
 void RunMenu(HWND owner, POINT at, const std::vector<MenuRow>& rows) {
     const HMENU menu = CreatePopupMenu();
     for (std::size_t i = 0; i < rows.size(); ++i) {

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qn {
@@ -15,6 +16,9 @@ struct MenuRow {
     bool enabled = true;
     bool checked = false;
 };
+
+// A name that users wrote, as part of a row's text: "&" would mark a key, and a tab begins one.
+std::u16string MenuText(std::u16string_view name);
 
 // Shows it at a point of the screen and does what is chosen.
 void RunMenu(HWND owner, POINT at, const std::vector<MenuRow>& rows);

@@ -80,9 +80,9 @@ NotesView::NotesView() : m_data([this] { Loaded(); }, {}) {
     m_data.busy = [this](bool busy) { ShowBusy(busy); };
 }
 
+// Nothing tells of files that other programs change.
 void NotesView::Begin() {
-    if (std::exchange(m_begun, true)) return;
-    SettleFirstLook();
+    if (!std::exchange(m_begun, true)) SettleFirstLook();
     m_data.Reload();
 }
 

@@ -5,6 +5,7 @@
 #include "QNWorkerClass/COutlook.h"
 #include "apps/pages/pagetext.h"
 #include "apps/pages/theme.h"
+#include "apps/qn/support.h"
 
 #include <algorithm>
 
@@ -12,8 +13,8 @@ namespace qn {
 
 namespace {
 
-constexpr int kBarHeight = 40; // pixels at 96 dots an inch, as the others
-constexpr int kNarrowArrow = 32;
+constexpr int kBarHeight = 40;   // pixels at 96 dots an inch, as the others
+constexpr int kNarrowArrow = 28; // so that a date has its place on the smallest screen
 constexpr int kWide = 700;
 constexpr int kNarrow = 440;
 constexpr int kCardWidth = 340;
@@ -21,9 +22,10 @@ constexpr int kNoticeHeight = 36;
 constexpr int kUndoWidth = 64;
 constexpr int kLetterWidth = 7; // of a text of many
 
-enum Timer : WPARAM { kBusyTimer = 1, kNoticeTimer };
+enum Timer : WPARAM { kBusyTimer = 1, kNoticeTimer, kDayTimer };
 constexpr UINT kBusyWait = 150; // milliseconds: a short load shows no line
 constexpr UINT kNoticeTime = 10000;
+constexpr UINT kDayTime = 60000;
 
 } // namespace
 
@@ -34,6 +36,8 @@ bool TabView::Open(HWND parent, const RECT& rect) {
     const bool opened = m_bar.Open(GetHWnd(), inside) && m_card.Open(GetHWnd(), inside) &&
                         m_notice.Open(GetHWnd(), inside) && OpenBody(inside);
     if (opened) Arrange();
+    m_today = static_cast<LONG>(Today());
+    SetTimer(kDayTimer, kDayTime);
     return opened;
 }
 
@@ -70,6 +74,13 @@ void TabView::Arrange() {
     const bool body = !m_cardOpen || side > 0;
     if (body) PlaceBody({0, top, client.right - side - (side > 0 ? Scaled(1) : 0), bottom});
     ShowBody(body);
+    KeepFocusSeen();
+}
+
+// Keys would still go to a window that was hidden.
+void TabView::KeepFocusSeen() {
+    const HWND focus = ::GetFocus();
+    if (IsWindowVisible() && ::IsChild(GetHWnd(), focus) && !::IsWindowVisible(focus)) TakeFocus();
 }
 
 LRESULT TabView::OnSize(WPARAM type, int cx, int cy, bool& handled) {
@@ -113,7 +124,10 @@ void TabView::FillBar() {
     } else {
         cells = TitleCells();
     }
-    cells.insert(cells.end(), m_tools.begin(), m_tools.end());
+    for (Bar::Cell& tool : m_tools) {
+        tool.width = ArrowWidth();
+        cells.push_back(tool);
+    }
     m_bar.SetCells(std::move(cells));
 }
 
@@ -135,10 +149,17 @@ void TabView::ShowBusy(bool busy) {
 LRESULT TabView::OnTimer(WPARAM id, bool& handled) {
     handled = true;
     if (id >= kFirstOwnTimer) return TimerOver(id), 0;
+    if (id == kDayTimer) return SeeDay(), 0;
     KillTimer(id);
     if (id == kBusyTimer) m_bar.SetBusy(true);
     if (id == kNoticeTimer) EndNotice();
     return 0;
+}
+
+// "Today" is another day after midnight.
+void TabView::SeeDay() {
+    const auto today = static_cast<LONG>(Today());
+    if (std::exchange(m_today, today) != today) Reload();
 }
 
 // --- The card -----------------------------------------------------------------------------------------------------
@@ -153,12 +174,10 @@ void TabView::ShowCard(const CardText& card) {
 
 void TabView::LoseCard() {
     if (!m_cardOpen) return;
-    const bool focused = ::GetFocus() == m_card.FocusWindow();
     m_cardOpen = false;
     CardClosed();
     Arrange();
     FillBar();
-    if (focused) TakeFocus();
 }
 
 void TabView::CloseCard() {
@@ -186,24 +205,28 @@ void TabView::Undo() {
     Reload();
 }
 
-void TabView::Tell(std::u16string_view what, std::u16string_view name, std::function<HRESULT()> undo) {
-    m_told = true;
+void TabView::Tell(std::u16string_view what, std::u16string_view name) { ShowNotice(what, name, false); }
+
+void TabView::Tell(std::u16string_view what, std::u16string_view name, UndoStep undo) {
     m_undo = std::move(undo);
-    const int room = (Width() - (m_undo ? Scaled(kUndoWidth) : 0)) / Scaled(kLetterWidth);
+    ShowNotice(what, name, CanUndo());
+}
+
+void TabView::ShowNotice(std::u16string_view what, std::u16string_view name, bool undo) {
+    m_told = true;
+    const int room = (Width() - (undo ? Scaled(kUndoWidth) : 0)) / Scaled(kLetterWidth);
     const int most = std::clamp(room - static_cast<int>(what.size()), 1, 60);
     std::vector<Bar::Cell> cells{
         {HTMLEscape(std::u16string(what) + Shortened(name, static_cast<std::size_t>(most)))}};
-    if (m_undo) cells.push_back({u"<B>Undo</B>", Scaled(kUndoWidth), [this] { Undo(); }});
+    if (undo) cells.push_back({u"<B>Undo</B>", Scaled(kUndoWidth), [this] { Undo(); }});
     m_notice.SetCells(std::move(cells));
     SetTimer(kNoticeTimer, kNoticeTime);
     Arrange();
 }
 
 void TabView::EndNotice() {
-    const bool focused = ::GetFocus() == m_notice.GetHWnd();
     m_told = false;
     Arrange();
-    if (focused) TakeFocus();
 }
 
 // --- Keys ---------------------------------------------------------------------------------------------------------
@@ -230,6 +253,7 @@ bool TabView::MoveFocus(bool forward) {
 }
 
 bool TabView::Key(WPARAM key) {
+    if (key == VK_F1 + 4) return Reload(), true;
     if (IsTyping()) return TypingKey(key);
     const bool onBar = ::GetFocus() == m_bar.GetHWnd() || ::GetFocus() == m_notice.GetHWnd();
     if (onBar && key == VK_ESCAPE) return TakeFocus(), true;
@@ -240,8 +264,6 @@ bool TabView::Key(WPARAM key) {
         return m_cardOpen && (CloseCard(), true);
     case VK_DELETE:
         return DeleteCurrent(), true;
-    case VK_F1 + 4:
-        return Reload(), true;
     default:
         return false;
     }

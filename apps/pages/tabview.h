@@ -6,13 +6,15 @@
 #include "apps/pages/card.h"
 #include "apps/pages/menu.h"
 
+#include <utility>
+
 namespace qn {
 
 class TabView : public CeWnd {
 public:
     // A child, or without a parent a window of its own.
     bool Open(HWND parent, const RECT& rect);
-    // Loads and shows what has not been loaded yet; called whenever the tab is brought to the front.
+    // Loads and shows what has not been loaded yet, or may have changed; called whenever the tab is brought to the front.
     virtual void Begin() = 0;
     // Loads anew.
     virtual void Reload() = 0;
@@ -27,7 +29,7 @@ public:
     virtual void StartTyping() {}
     // From the bar through the windows below it, forward or backward; false behind the last.
     bool MoveFocus(bool forward);
-    // Cells that the bar has at its end.
+    // Cells that the bar has at its end, as wide as arrows.
     void SetTools(std::vector<Bar::Cell> tools);
     // While a window covers the page: what the bar says, and what its arrow does. An empty title ends that.
     void SetCover(const std::u16string& title, std::function<void()> back);
@@ -48,7 +50,11 @@ public:
     virtual void OpenCurrent() = 0;
     virtual void DeleteCurrent() = 0; // asks before
     bool CanUndo() const { return static_cast<bool>(m_undo); }
-    void Undo(); // of the last deletion
+    void Undo();                               // the last change
+    using UndoStep = std::function<HRESULT()>; // gives the result of the store
+    // For a view that takes the place of another one. It outlives the view.
+    UndoStep TakeUndo() { return std::exchange(m_undo, nullptr); }
+    void SetUndo(UndoStep undo) { m_undo = std::move(undo); }
 
 protected:
     // --- What a tab fills in. The body is what stands below the bar.
@@ -71,8 +77,10 @@ protected:
     void ShowCard(const CardText& card);
     void CloseCard(); // and what stood there before is seen again
     void LoseCard();  // its item has gone
-    // In one line; of a name as much as there is room for. `undo` gives the result of the store.
-    void Tell(std::u16string_view what, std::u16string_view name, std::function<HRESULT()> undo = nullptr);
+    // In one line; of a name as much as there is room for.
+    void Tell(std::u16string_view what, std::u16string_view name);
+    // The same of a change, which is undone by `undo` from now on; without it by nothing.
+    void Tell(std::u16string_view what, std::u16string_view name, UndoStep undo);
     // The menu of the title, below it.
     void ShowTitleMenu(const std::vector<MenuRow>& rows);
     bool AskToDelete(const std::u16string& question, const WCHAR* remembered);
@@ -88,7 +96,10 @@ protected:
 private:
     LRESULT OnEraseBkgnd(HDC hdc, bool& handled) override;
     LRESULT OnTimer(WPARAM id, bool& handled) override;
+    void ShowNotice(std::u16string_view what, std::u16string_view name, bool undo);
     void EndNotice();
+    void KeepFocusSeen();
+    void SeeDay();
 
     Bar m_bar;
     Bar m_notice; // below the body
@@ -98,7 +109,8 @@ private:
     std::function<void()> m_coverBack;
     bool m_cardOpen = false;
     bool m_told = false; // the notice is shown
-    std::function<HRESULT()> m_undo;
+    UndoStep m_undo;
+    LONG m_today = 0; // that the texts were made for
 };
 
 } // namespace qn

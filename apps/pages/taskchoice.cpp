@@ -207,7 +207,7 @@ std::vector<MenuRow> TaskChoice::ContextRows(const std::vector<TaskContext>& con
     std::vector<MenuRow> rows;
     rows.reserve(contexts.size());
     for (const TaskContext& context : contexts)
-        rows.push_back({context.name + u"\t" + Utf16(std::to_string(context.nOpen)),
+        rows.push_back({MenuText(context.name) + u"\t" + Utf16(std::to_string(context.nOpen)),
                         [this, name = context.name] { SetContext(name); }, true, context.name == chosen});
     std::ranges::sort(rows, {}, &MenuRow::text);
     return rows;

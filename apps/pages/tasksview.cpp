@@ -23,7 +23,6 @@ constexpr int kTapAround = 8; // a box, on both sides
 constexpr int kProgressHeight = 2;
 constexpr int kMostSteps = 8; // levels that are moved in: deeper ones stand there too
 constexpr WORD kWhole = 100;
-constexpr UINT kTodayTime = 60000; // milliseconds
 
 ULONGLONG IdOf(const DATATASKS& row) {
     if (row.m_oid != 0) return row.m_oid;
@@ -55,11 +54,6 @@ TasksView::TasksView() : m_data([this] { Loaded(); }, {kTasksDb}), m_choice([thi
     CCategoryColorIcons::InitCategoryColors();
 }
 
-bool TasksView::OpenBody(const RECT& inside) {
-    SetTimer(kFirstOwnTimer, kTodayTime);
-    return ListView::OpenBody(inside);
-}
-
 void TasksView::Begin() {
     if (!std::exchange(m_begun, true)) m_data.Reload();
 }
@@ -69,15 +63,10 @@ void TasksView::CategoriesChosen(std::vector<std::u16string> names) {
     if (m_begun) m_data.Reload();
 }
 
-// "Today" is another day after midnight.
-void TasksView::TimerOver(WPARAM) {
-    if (m_begun && m_today != static_cast<LONG>(Today())) m_data.Reload();
-}
-
 // --- Rows ---------------------------------------------------------------------------------------------------------
 
 void TasksView::Loaded() {
-    m_today = static_cast<LONG>(Today());
+    m_loaded = true;
     RestoreBranches();
     TakeRows();
 }
@@ -92,14 +81,8 @@ void TasksView::TakeRows() {
         if (row->m_oid != 0 || row->IsParentNode()) m_rows.push_back(row);
         m_hasBranches |= row->m_oid != 0 && row->IsParentNode();
     }
-    m_narrow = IsNarrow();
     ShowRows();
     FillBar();
-}
-
-LRESULT TasksView::OnSize(WPARAM type, int cx, int cy, bool& handled) {
-    if (m_today != 0 && m_narrow != IsNarrow()) TakeRows();
-    return ListView::OnSize(type, cx, cy, handled);
 }
 
 // A rule is about the tasks themselves: in its list they are seen below their parents unless these were closed here.
@@ -131,7 +114,7 @@ ULONGLONG TasksView::RowId(std::size_t row) const {
 std::u16string TasksView::RowText(std::size_t row) {
     const DATATASKS& task = *m_rows[row];
     return task.m_oid == 0 ? TaskHeadingText(task, GroupBy() == kGroupDueDate)
-                           : TaskRowText(task, m_hasBranches, m_narrow);
+                           : TaskRowText(task, m_hasBranches, IsNarrow());
 }
 
 CardText TasksView::CardOf(std::size_t row) { return TaskCard(*m_rows[row]); }
@@ -311,7 +294,8 @@ std::vector<MenuRow> TasksView::ListRows() {
 
 std::vector<MenuRow> TasksView::MenuRows() {
     std::vector<MenuRow> rows = ListRows();
-    rows.insert(rows.begin(), {u"Tasks: " + m_choice.RuleName() + u" ...", [this] { ChooseRule(); }});
+    rows.insert(rows.begin(),
+                {u"Tasks: " + MenuText(m_choice.RuleName()) + u" ...", [this] { ChooseRule(); }});
     return rows;
 }
 
@@ -337,7 +321,7 @@ LONG TasksView::OpenCount() const {
 std::vector<Bar::Cell> TasksView::TitleCells() {
     std::u16string title = u"<B>" + std::u16string(IsNarrow() ? u"" : u"Tasks: ") +
                            HTMLEscape(Shortened(m_choice.RuleName(), 24)) + u"</B>";
-    if (m_today != 0) title += u" (" + Utf16(std::to_string(OpenCount())) + u")";
+    if (m_loaded) title += u" (" + Utf16(std::to_string(OpenCount())) + u")";
     return {{title + u" \u25BE", 0, [this] { ChooseRule(); }}};
 }
 

@@ -48,11 +48,8 @@ private:
     bool PaintRow(HDC hdc, const RECT& place, std::size_t row, bool selected) override;
 
     // --- TabView
-    bool OpenBody(const RECT& inside) override;
     std::vector<Bar::Cell> TitleCells() override;
     void CategoriesChosen(std::vector<std::u16string> names) override;
-    void TimerOver(WPARAM id) override;
-    LRESULT OnSize(WPARAM type, int cx, int cy, bool& handled) override;
 
     // --- Rows
     void Loaded();
@@ -85,9 +82,8 @@ private:
     std::vector<DATATASKS*> m_rows;     // of the data thread, as they are shown
     std::map<ULONGLONG, bool> m_opened; // branches that were opened (true) or closed here
     bool m_hasBranches = false;         // tasks with others below them
-    bool m_narrow = false;
     bool m_begun = false;
-    LONG m_today = 0; // that the rows were loaded for
+    bool m_loaded = false;
 };
 
 } // namespace qn

@@ -22,7 +22,6 @@ constexpr int kMostSide = 8192;
 constexpr int kBarHeight = 40; // pixels at 96 dots an inch, as the next
 constexpr int kTabHeight = 48;
 constexpr int kTabWidth = 72;
-constexpr int kToolWidth = 40;
 constexpr int kWide = 700;
 
 struct TabName {
@@ -131,12 +130,19 @@ void Shell::ChangeScheme() {
     ShowCategories(false);
     const PageKind page = m_calendar->Kind();
     const LONG day = m_calendar->Day();
-    for (auto& view : m_views) {
-        if (view) view->DestroyWindow();
+    std::array<TabView::UndoStep, kTabKinds> undos;
+    for (std::size_t i = 0; i < kTabKinds; ++i) {
+        auto& view = m_views[i];
+        if (!view) continue;
+        undos[i] = view->TakeUndo();
+        view->DestroyWindow();
         view.reset();
     }
     m_categories->DestroyWindow();
-    if (Build(m_tab, page, day)) View().TakeFocus();
+    if (!Build(m_tab, page, day)) return;
+    for (std::size_t i = 0; i < kTabKinds; ++i)
+        if (undos[i] && Add(static_cast<TabKind>(i))) m_views[i]->SetUndo(std::move(undos[i]));
+    View().TakeFocus();
 }
 
 LRESULT Shell::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) {
@@ -179,10 +185,9 @@ void Shell::FillTabs() {
 }
 
 void Shell::FillTools(TabView& view) {
-    const int width = Scaled(kToolWidth);
-    view.SetTools({{u"", width, [this] { ShowCategories(!m_choosing); },
+    view.SetTools({{u"", 0, [this] { ShowCategories(!m_choosing); },
                     m_names.empty() ? kPictureFilter : kPictureFilterOn},
-                   {u"", width, [this] { ShowMenu(); }, kPictureMenu}});
+                   {u"", 0, [this] { ShowMenu(); }, kPictureMenu}});
 }
 
 void Shell::GoTo(TabKind tab) {

@@ -128,6 +128,9 @@ TEST_F(NotesViewTest, ADeletedNoteComesBackWithAllThatIsKnownOfIt) {
     EXPECT_EQ((Lines{"My Documents", "a"}), Rows());
     EXPECT_FALSE(View().IsCardOpen());
     EXPECT_FALSE(isKnown());
+    PlatAnswerMenu(17); // "Dark colours": other windows
+    Key(VK_F1 + 9);
+    ASSERT_EQ(qn::Scheme::Dark, qn::ReadScheme());
     Key('Z', true);
     EXPECT_EQ((Lines{"My Documents", "a", "b"}), Rows());
     EXPECT_EQ("Birch and oak", Get("b.txt"));

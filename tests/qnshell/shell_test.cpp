@@ -271,9 +271,28 @@ TEST_F(ShellTest, TasksAndBirthdaysJoinTheCalendar) {
     EXPECT_TRUE(shell->Calendar().IsCardOpen());
     EXPECT_FALSE(shell->Calendar().CanDelete());
     Key(VK_ESCAPE);
+    shell->Calendar().OpenCurrent(); // as the menus do
+    EXPECT_TRUE(shell->Calendar().IsCardOpen());
+    Key(VK_ESCAPE);
     PlatAnswerMenu(8);
     Key(VK_F1 + 9);
     EXPECT_EQ(std::vector<LONG>{kLineContactDate}, kinds());
+}
+
+TEST_F(ShellTest, KeysGoToNothingThatIsHidden) {
+    Save(Make(u"Dentist", At(9)));
+    PlatSetScreen({1280, 800, 96});
+    Open(PageKind::Agenda);
+    Key(VK_DOWN);
+    Key(VK_DOWN);
+    Key(VK_RETURN); // the card stands beside the list
+    ASSERT_TRUE(shell->View().IsCardOpen());
+    const HWND page = GetFocus();
+    shell->MoveWindow(0, 0, 480, 640); // the card takes the place of the page
+    EXPECT_FALSE(IsWindowVisible(page));
+    EXPECT_TRUE(IsWindowVisible(GetFocus()));
+    Key(VK_ESCAPE);
+    EXPECT_EQ(page, GetFocus());
 }
 
 TEST_F(ShellTest, AnEmptyListLeadsOn) {
