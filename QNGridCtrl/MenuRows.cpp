@@ -3,7 +3,7 @@
 #include "NorvoUI/chrome.h"
 #include "Platform/system.h"
 #include "QNGridCtrl/DrawHTML.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 
 #include <algorithm>
 

@@ -4,7 +4,7 @@
 #include "NorvoUI/chrome.h"
 #include "NorvoUI/frametexts.h"
 #include "QNGridCtrl/DrawHTML.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "Resources/pictures.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "QNNewEditUI/MarkupText.h"
 
 #include "Platform/strings.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 
 #include <algorithm>
 #include <cstdarg>

@@ -11,7 +11,7 @@
 #include "QNWorkerClass/contactssort.h"
 #include "QNWorkerClass/recentcontacts.h"
 #include "QNWorkerClass/texts.h"
-#include "QNWorkerClass/usermarkup.h"
+#include "NorvoTools/HTMLEscape.h"
 
 #include <algorithm>
 
@@ -66,7 +66,7 @@ std::u16string Duration(DWORD seconds) {
 
 std::u16string CallMarkup(const CCallLogEntry& entry) {
     std::u16string markup;
-    if (entry.pszName && *entry.pszName) markup = u"<B>" + AsMarkup(entry.pszName) + u"</B>";
+    if (entry.pszName && *entry.pszName) markup = u"<B>" + HTMLEscape(entry.pszName) + u"</B>";
     markup += u"<BR>" + Format(u"<IMG SRC=\"%d\">", PictureOf(entry)) + u" " + DateAndTime(entry.ftStartTime);
     if (const DWORD seconds = entry.Seconds()) markup += u"   <I>" + Duration(seconds);
     return markup;

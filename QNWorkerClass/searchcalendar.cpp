@@ -9,7 +9,7 @@
 #include "QNWorkerClass/searchrows.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/texts.h"
-#include "QNWorkerClass/usermarkup.h"
+#include "NorvoTools/HTMLEscape.h"
 
 #include <algorithm>
 #include <optional>
@@ -154,7 +154,7 @@ void CSearchThread::AddOccurrences(const CeDbRecord& record, Occurrences& occurr
 
 // "<B>Lunch</B><BR>[3/12/10 12:30 PM]  1hour, 30minutes, Canteen"; with a picture when it stands for a whole series.
 std::u16string CSearchThread::TextOf(const DATACALENDAR& line, bool series) const {
-    std::u16string text = u"<B>" + AsMarkup(line.m_bstrSubject ? line.m_bstrSubject : u"") + u"</B><BR>[" +
+    std::u16string text = u"<B>" + HTMLEscape(line.m_bstrSubject ? line.m_bstrSubject : u"") + u"</B><BR>[" +
                           ShortDateText(line.m_dtStart);
     if (!line.m_bAllDay) text += u" " + TimeText(line.m_dtStart);
     text += u"]  ";
@@ -162,7 +162,7 @@ std::u16string CSearchThread::TextOf(const DATACALENDAR& line, bool series) cons
     text += DurationText(line.m_lDuration);
     if (line.m_bstrLocation && *line.m_bstrLocation) {
         if (text.back() != u' ') text += u", ";
-        text += AsMarkup(line.m_bstrLocation);
+        text += HTMLEscape(line.m_bstrLocation);
     }
     return text;
 }

@@ -6,7 +6,7 @@
 #include "QNWorkerClass/propertyreader.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
-#include "QNWorkerClass/usermarkup.h"
+#include "NorvoTools/HTMLEscape.h"
 
 #include <algorithm>
 #include <array>
@@ -83,7 +83,7 @@ void CSearchThread::ReadContacts(CEOID resume) {
             NewRow(kDataContact, kImage, reader.Number(count - 1) | kOidContact, reader.Record().m_oid);
         const std::u16string name(reader.Text(0));
         row->m_szSubject = AllocLPWSTR(name.c_str());
-        row->m_szText = AllocLPWSTR(AsMarkup(name).c_str());
+        row->m_szText = AllocLPWSTR(HTMLEscape(name).c_str());
         FillFromStores(*row);
         ++m_counts.lContacts;
         AddRow(std::move(row));

@@ -11,7 +11,7 @@
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
 #include "QNWorkerClass/tasksubject.h"
-#include "QNWorkerClass/usermarkup.h"
+#include "NorvoTools/HTMLEscape.h"
 
 namespace {
 
@@ -104,7 +104,7 @@ bool CSearchThread::JournalCheck(const CeDbRecord& record) {
 void CSearchThread::AddJournalEntry(const CeDbRecord& record) {
     auto row = NewRow(kLineJournal, kImage, record.m_oid, record.m_oid);
     const std::u16string title(record.TextAt(kTitle));
-    std::u16string text = u"<B>" + AsMarkup(title) + u"</B>";
+    std::u16string text = u"<B>" + HTMLEscape(title) + u"</B>";
     LONG owner = 0;
     record.GetIndexVal(kOwner, owner);
     row->m_oidLinked = static_cast<DWORD>(owner);
@@ -114,10 +114,10 @@ void CSearchThread::AddJournalEntry(const CeDbRecord& record) {
         row->m_szLinkedTitle = AllocLPWSTR(linked.c_str());
         WCHAR link[48];
         wsprintfW(link, u" <IMG SRC=233><A=%u><U>", row->m_oidLinked);
-        text += link + AsMarkup(linked) + u"</U></A>";
+        text += link + HTMLEscape(linked) + u"</U></A>";
     }
     const std::u16string body = BodyOf(*m_pDb, record);
-    if (!body.empty()) text += u"<BR><I>" + AsMarkup(body) + u"</I>";
+    if (!body.empty()) text += u"<BR><I>" + HTMLEscape(body) + u"</I>";
     row->m_szSubject = AllocLPWSTR(title.c_str());
     row->m_szText = AllocLPWSTR(text.c_str());
     row->m_szCategories = AllocLPWSTR(std::u16string(record.TextAt(kCategories)).c_str());

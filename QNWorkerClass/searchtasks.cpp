@@ -7,7 +7,7 @@
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksrecord.h"
 #include "QNWorkerClass/tasksubject.h"
-#include "QNWorkerClass/usermarkup.h"
+#include "NorvoTools/HTMLEscape.h"
 
 #include <algorithm>
 
@@ -82,7 +82,7 @@ void CSearchThread::AddTask(const CeDbRecord& record, DWORD oid) {
     if (due != kNoDate && CivilOf(static_cast<LONG>(due)).year == kTemplateYear) return;
     auto row = NewRow(kDataTask, kImage, oid, record.m_oid);
     const std::u16string subject(ParseTaskSubject(record.TextAt(kSubject)).text);
-    std::u16string text = u"<B>" + AsMarkup(subject) + u"</B>";
+    std::u16string text = u"<B>" + HTMLEscape(subject) + u"</B>";
     if (due != kNoDate) text += u"<BR>[" + ShortDateText(due) + u"]  ";
     row->m_szSubject = AllocLPWSTR(subject.c_str());
     row->m_szText = AllocLPWSTR(text.c_str());

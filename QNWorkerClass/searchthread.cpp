@@ -10,7 +10,7 @@
 #include "QNWorkerClass/datesteps.h"
 #include "QNWorkerClass/notesthread.h"
 #include "QNWorkerClass/sidestores.h"
-#include "QNWorkerClass/usermarkup.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNWorkerClass/viewsettings.h"
 
 #include <algorithm>
@@ -245,7 +245,7 @@ void CSearchThread::ReadNotes() {
         if (note->m_bFolder || !note->m_bShown || !note->m_nKind) continue;
         auto row = NewRow(kRowNote, ImageOfNote(note->m_nKind), note->m_oid, 0);
         row->m_szSubject = AllocLPWSTR(note->m_bstrPath);
-        row->m_szText = AllocLPWSTR(AsMarkup(note->m_bstrTitle ? note->m_bstrTitle : u"").c_str());
+        row->m_szText = AllocLPWSTR(HTMLEscape(note->m_bstrTitle ? note->m_bstrTitle : u"").c_str());
         row->m_szCategories = AllocLPWSTR(note->m_bstrCategory);
         row->m_lSensitivity = note->m_bPrivate;
         row->m_dtDate = row->m_dtEnd = VariantOf(note->m_ftModified);

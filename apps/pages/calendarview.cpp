@@ -1,7 +1,7 @@
 #include "apps/pages/calendarview.h"
 
 #include "NorvoTools/registryfunctions.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNWorkerClass/COutlook.h"
 #include "Resources/pictures.h"
 #include "apps/pages/appointmentcard.h"

@@ -1,6 +1,6 @@
 #include "apps/pages/card.h"
 
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "apps/pages/pagetext.h"
 #include "apps/pages/theme.h"
 

@@ -1,7 +1,7 @@
 #include "apps/pages/contactrow.h"
 
 #include "NorvoTools/CStr.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "Resources/pictures.h"
 #include "apps/pages/contactcard.h"
 #include "apps/pages/theme.h"

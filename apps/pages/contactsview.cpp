@@ -4,7 +4,7 @@
 #include "NorvoTools/globals.h"
 #include "NorvoUI/chrome.h"
 #include "NorvoUI/modalkeys.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNGridCtrl/PNGPicture.h"
 #include "QNWorkerClass/contactssort.h"
 #include "Resources/pictures.h"

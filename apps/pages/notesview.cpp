@@ -5,7 +5,7 @@
 #include "Platform/clock.h"
 #include "Platform/process.h"
 #include "Platform/threads.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "Resources/pictures.h"
 #include "apps/pages/notecard.h"
 #include "apps/pages/notefiles.h"

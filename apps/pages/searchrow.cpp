@@ -1,7 +1,7 @@
 #include "apps/pages/searchrow.h"
 
 #include "Platform/strings.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNWorkerClass/COutlook.h"
 #include "QNWorkerClass/searchthread.h"
 #include "QNWorkerClass/tasksubject.h"

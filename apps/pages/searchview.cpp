@@ -3,7 +3,7 @@
 #include "NorvoTools/registryfunctions.h"
 #include "NorvoUI/modalkeys.h"
 #include "Platform/clock.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "apps/pages/pagetext.h"
 #include "apps/pages/theme.h"
 #include "apps/qn/support.h"

@@ -1,7 +1,7 @@
 #include "apps/pages/tabview.h"
 
 #include "NorvoUI/CNorvoMBox.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNWorkerClass/COutlook.h"
 #include "apps/pages/pagetext.h"
 #include "apps/pages/theme.h"

@@ -1,6 +1,6 @@
 #include "apps/pages/taskrow.h"
 
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNWorkerClass/CTaskProjects.h"
 #include "QNWorkerClass/tasksubject.h"
 #include "QNWorkerClass/texts.h"

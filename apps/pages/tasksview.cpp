@@ -1,7 +1,7 @@
 #include "apps/pages/tasksview.h"
 
 #include "NorvoUI/chrome.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNWorkerClass/COutlook.h"
 #include "QNWorkerClass/tasksrecord.h"
 #include "apps/pages/pagetext.h"

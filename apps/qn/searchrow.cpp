@@ -1,6 +1,6 @@
 #include "apps/qn/searchrow.h"
 
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNWorkerClass/DATACALENDAR.h"
 #include "QNWorkerClass/searchthread.h"
 #include "apps/qn/journaluid.h"

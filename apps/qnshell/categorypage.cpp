@@ -1,6 +1,6 @@
 #include "apps/qnshell/categorypage.h"
 
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNWorkerClass/categories.h"
 #include "Resources/pictures.h"
 #include "apps/pages/pagetext.h"

@@ -1,6 +1,6 @@
 // Popup menus and message boxes on the screen, worked by keys and pointer.
 #include "NorvoUI/CNorvoMBox.h"
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 #include "QNGridCtrl/Prompts.h"
 #include "tests/support/modal.h"
 #include "Platform/threads.h"

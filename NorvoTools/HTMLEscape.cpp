@@ -1,4 +1,4 @@
-#include "QNGridCtrl/HTMLEscape.h"
+#include "NorvoTools/HTMLEscape.h"
 
 #include <algorithm>
 
