@@ -96,8 +96,8 @@ void ContactsView::Loaded() {
     const bool other = m_listed != m_data.ShownText();
     m_listed = m_data.ShownText();
     FillLines();
-    if (lettered || HasLetters()) Arrange();
     ShowRows();
+    if (lettered || HasLetters()) Arrange(); // behind that: a list of another size asks for rows
     if (other && (!m_listed.empty() || SelectedRow() == kNoRow))
         ShowAtTop(0);
     else if (other)
@@ -279,6 +279,7 @@ std::vector<Bar::Cell> ContactsView::TitleCells() {
 // --- Finding ------------------------------------------------------------------------------------------------------
 
 void ContactsView::FindTyped() {
+    m_goToList = false; // or the list would take the focus from who types on
     m_data.SetText(m_find.Text());
     if (m_begun) m_data.Reload();
 }
@@ -303,9 +304,10 @@ bool ContactsView::TypingKey(WPARAM key) {
         else
             m_find.SetText(u"");
         return true;
-    case VK_DOWN:
     case VK_RETURN:
         SwallowCharacter(key); // it would open what is selected
+        [[fallthrough]];
+    case VK_DOWN:
         GoToList();
         return true;
     default:

@@ -33,8 +33,8 @@ struct SearchQuestion {
 
 class SearchRun : public CSearchThread {
 public:
-    ~SearchRun() override { Stop(true); }
-    void AskToEnd() { m_hStopEvent.Set(); } // its end is told as that of any run
+    ~SearchRun() override { StopAnswering(); } // its ThreadProc goes with it
+    void AskToEnd() { m_hStopEvent.Set(); }    // its end is told as that of any run
     void ForgetToEnd() { m_hStopEvent.Reset(); }
 
 private:

@@ -99,7 +99,7 @@ SearchRow SearchRow::OfHeading(const DATAPARENT& header) {
 ULONGLONG SearchRow::Id() const {
     if (type == 0) return HashOf(title);
     if (type == kRowNote) return HashOf(path);
-    const auto minute = static_cast<ULONGLONG>(start * 1440) & 0xFFFFFFFF;
+    const auto minute = static_cast<ULONGLONG>(static_cast<LONGLONG>(start * 1440)) & 0xFFFFFFFF;
     return (ULONGLONG{oid} << 32 | minute) + static_cast<ULONGLONG>(type);
 }
 
@@ -127,8 +127,9 @@ bool Holds(std::u16string_view text, std::u16string_view low) {
 // What stands around the place, with what was looked for in bold.
 std::u16string Around(std::u16string_view text, std::size_t at, std::u16string_view wanted) {
     constexpr std::size_t kBefore = 24, kShown = 60;
-    std::size_t begin = at > kBefore ? text.find(u' ', at - kBefore) + 1 : 0;
-    if (begin > at) begin = at; // no blank on the way
+    const std::size_t blank = at > kBefore ? text.find(u' ', at - kBefore) : 0;
+    const std::size_t begin =
+        at > kBefore ? std::min(blank, at - 1) + 1 : 0; // no blank on the way: the place
     return (begin > 0 ? u"\u2026" : u"") + Marked(Shortened(text.substr(begin), kShown), wanted);
 }
 

@@ -146,10 +146,7 @@ void SearchView::Typed() {
 
 void SearchView::TimerOver(WPARAM) { Search(); }
 
-void SearchView::Search() {
-    KillTimer(kPauseTimer);
-    m_waiting = false;
-    if (!m_begun) return;
+SearchQuestion SearchView::QuestionNow() const {
     SearchQuestion question = m_wishes;
     question.text = Trimmed(m_line.Text());
     const Dates& dates = kDates[m_dates];
@@ -157,6 +154,17 @@ void SearchView::Search() {
     if (dates.first != kNoDay) question.first = today + dates.first;
     if (dates.last != kNoDay) question.last = today + dates.last;
     question.byAge = dates.first == 0;
+    return question;
+}
+
+// On another day the dates are others.
+void SearchView::Reload() { m_data.Question() == QuestionNow() ? m_data.Reload() : Search(); }
+
+void SearchView::Search() {
+    KillTimer(kPauseTimer);
+    m_waiting = false;
+    if (!m_begun) return;
+    const SearchQuestion question = QuestionNow();
     m_taken = 0;
     m_takenAt = 0;
     m_fresh = true;
@@ -197,10 +205,11 @@ void SearchView::FillKinds() {
 
 // --- What was found -----------------------------------------------------------------------------------------------
 
-// The search goes on when this returns, and has its list to itself again.
+// The search goes on when this returns, and has its list to itself again. Of one that is only done anew the rows come all
+// at once: those that are shown are its answer so far.
 void SearchView::TakeSome(LONG count) {
     const DWORD now = GetTickCount();
-    if (!m_data.IsCurrent() || (m_takenAt != 0 && now - m_takenAt < kBetweenRows)) return;
+    if (!m_fresh || !m_data.IsCurrent() || (m_takenAt != 0 && now - m_takenAt < kBetweenRows)) return;
     if (m_taken == 0) m_rows.clear();
     while (m_taken < count) m_rows.push_back(SearchRow::Of(*m_data.Loading().GetList().Get(++m_taken)));
     m_takenAt = std::max<DWORD>(now, 1);
@@ -292,9 +301,9 @@ std::u16string SearchView::EmptyText() const {
 }
 
 void SearchView::FillEmpty() {
-    const Offer offer = OfferMore();
     if (m_data.Question().text.empty()) return m_line.TakeFocus();
-    if (offer.act) offer.act();
+    const Offer offer = OfferMore();
+    if (m_done && offer.act) offer.act(); // else there is no link by now
 }
 
 // --- Menus --------------------------------------------------------------------------------------------------------

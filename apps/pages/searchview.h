@@ -15,7 +15,7 @@ public:
     SearchView();
 
     void Begin() override;
-    void Reload() override { m_data.Reload(); }
+    void Reload() override;
     void Wait(UINT most = 0) override { m_data.Wait(most); }
     bool IsTyping() const override { return m_line.HasFocus(); }
     void StartTyping() override { m_line.TakeFocus(); }
@@ -57,6 +57,7 @@ private:
 
     // --- The question
     void Typed();
+    SearchQuestion QuestionNow() const;
     void Search();
     void Keep();
     void Change(bool SearchQuestion::*wish);
