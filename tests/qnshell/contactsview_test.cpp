@@ -114,6 +114,11 @@ TEST_F(ContactsViewTest, WhatIsTypedIsFound) {
     Type(u"x");
     ASSERT_EQ(1U, Rows().size());
     EXPECT_NE(Rows()[0].find("Nobody is called \"x\""), std::string::npos);
+    PlatText(u"y");
+    PlatKey(VK_RETURN, true); // before that is found
+    Type(u"z");
+    EXPECT_TRUE(View().IsTyping()) << "the list takes no focus from who types on";
+    PlatKey(VK_RETURN, false);
     Key(VK_DOWN);
     Key(VK_DOWN);
     Key(VK_RETURN);

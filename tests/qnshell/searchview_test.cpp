@@ -204,6 +204,9 @@ TEST_F(SearchViewTest, WhenNothingIsFoundItOffersMore) {
     EXPECT_TRUE(Rows()[0].starts_with("Nothing was found")) << Rows()[0];
     Tap(240, 180); // in notes too
     EXPECT_EQ(Lines{"Order woodNote: From the forester"}, Rows());
+    Task(u"Link", u"https://example.org/a/long/way/without/a/blank/that/leads/at/last/to/acorns");
+    Find(u"acorn");
+    EXPECT_EQ(Lines{"LinkNote: …acorns"}, Rows()) << "the place is seen";
 }
 
 } // namespace
