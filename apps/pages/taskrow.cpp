@@ -92,7 +92,7 @@ std::u16string_view TaskName(const DATATASKS& task) {
     return name.empty() ? kNoName : name;
 }
 
-std::u16string TaskRowText(const DATATASKS& task, bool tree, bool narrow) {
+std::u16string TaskRowText(const DATATASKS& task, bool tree, bool narrow, bool quiet) {
     const std::u16string pictures = Pictures(task);
     std::u16string column = Facts(task);
     if (!narrow && !pictures.empty()) column += (column.empty() ? u"" : u" ") + pictures;
@@ -103,7 +103,7 @@ std::u16string TaskRowText(const DATATASKS& task, bool tree, bool narrow) {
     text += Picture(task.m_bCompleted ? kPictureTask : kPictureTaskOpen) + u" ";
     const std::u16string name = HTMLEscape(Shortened(TaskName(task), kLongestSubject));
     if (task.m_bCompleted) return text + FontTag(Paint::Quiet) + u"<S>" + name + u"</S>" + end;
-    return text + PriorityText(task) + (task.m_bKeptForChildren ? FontTag(Paint::Quiet) : u"") + name + end;
+    return text + PriorityText(task) + (quiet ? FontTag(Paint::Quiet) : u"") + name + end;
 }
 
 namespace {

@@ -13,7 +13,8 @@ int TaskBoxWidth();
 
 // Mark-up. `tree`: with an arrow, or room for one, in front. `narrow`: the pictures stand behind the subject, not at the
 // right edge.
-std::u16string TaskRowText(const DATATASKS& task, bool tree, bool narrow);
+// `quiet`: it stands there for its children alone.
+std::u16string TaskRowText(const DATATASKS& task, bool tree, bool narrow, bool quiet);
 // Of a group. `byDate`: the group of a due date.
 std::u16string TaskHeadingText(const DATATASKS& header, bool byDate);
 CardText TaskCard(const DATATASKS& task);

@@ -113,8 +113,8 @@ ULONGLONG TasksView::RowId(std::size_t row) const {
 
 std::u16string TasksView::RowText(std::size_t row) {
     const DATATASKS& task = *m_rows[row];
-    return task.m_oid == 0 ? TaskHeadingText(task, GroupBy() == kGroupDueDate)
-                           : TaskRowText(task, m_hasBranches, IsNarrow());
+    if (task.m_oid == 0) return TaskHeadingText(task, GroupBy() == kGroupDueDate);
+    return TaskRowText(task, m_hasBranches, IsNarrow(), task.m_bKeptForChildren && !CountsParents());
 }
 
 CardText TasksView::CardOf(std::size_t row) { return TaskCard(*m_rows[row]); }
@@ -312,10 +312,14 @@ void TasksView::ChooseRule() {
 }
 
 // Tasks that are to be done; of the done ones all.
-LONG TasksView::OpenCount() const {
+LONG TasksView::OpenCount() {
     const CTasksThread::Counts& counts = m_data.Shown().GetCounts();
-    const LONG open = counts.lActive - counts.lCompleted;
-    return std::max<LONG>(m_choice.Rule() == kTasksCompleted ? counts.lCompleted : open, 0);
+    if (m_choice.Rule() == kTasksCompleted) return counts.lCompleted;
+    LONG open = std::max<LONG>(counts.lActive - counts.lCompleted, 0);
+    if (CountsParents())
+        for (const DATATASKS* row : m_data.Shown().GetList())
+            open += row->m_bKeptForChildren && !row->m_bCompleted;
+    return open;
 }
 
 std::vector<Bar::Cell> TasksView::TitleCells() {

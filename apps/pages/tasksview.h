@@ -59,7 +59,9 @@ private:
     bool IsGrouped() const { return GroupBy() != kGroupNone && GroupBy() != kGroupTree; }
     // The settings don't keep which branches are open.
     bool KeepsBranches() const { return GroupBy() == kGroupNone || GroupBy() == kGroupDueDate; }
-    LONG OpenCount() const;
+    LONG OpenCount();
+    // A list keeps the parents of what its rule shows. Where that is everything they are no less to be done.
+    bool CountsParents() const { return m_choice.Rule() == kTasksAll; }
     std::size_t RowOf(const DATATASKS* task) const;
 
     // --- Branches
