@@ -5,6 +5,7 @@
 #include "apps/pages/page.h"
 #include "apps/pages/tabview.h"
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -45,6 +46,10 @@ private:
     void ShowBody(bool show) override;
     void FocusBody() override { Page().TakeFocus(); }
     std::vector<HWND> BodyStops() const override { return Page().Lists(); }
+    void BodyEntered() override {
+        const std::vector<HWND> lists = BodyStops();
+        if (std::ranges::find(lists, ::GetFocus()) != lists.end()) Page().BeginSelection();
+    }
     std::vector<Bar::Cell> TitleCells() override;
     bool BodyKey(WPARAM key) override;
     void CardClosed() override { m_cardOid = 0; }

@@ -1,14 +1,18 @@
 #include "apps/pages/card.h"
 
 #include "NorvoTools/HTMLEscape.h"
+#include "NorvoUI/chrome.h"
 #include "apps/pages/pagetext.h"
 #include "apps/pages/theme.h"
+
+#include <algorithm>
 
 namespace qn {
 
 namespace {
 
-constexpr int kLabelWidth = 90; // pixels at 96 dots an inch
+constexpr int kLabelWidth = 90; // pixels at 96 dots an inch, as the next
+constexpr int kFrame = 2;
 
 std::u16string ShownWith(Paint ink, const std::u16string& markup) {
     return GroundTag(Paint::Window) + FontTag(ink) + markup;
@@ -51,8 +55,22 @@ void Card::Show(const CardText& card) {
 }
 
 LRESULT Card::OnSize(WPARAM type, int cx, int cy, bool& handled) {
-    m_grid.MoveWindow(0, 0, cx, cy);
+    const int frame = Scaled(kFrame);
+    m_grid.MoveWindow(frame, frame, std::max(cx - 2 * frame, 0), std::max(cy - 2 * frame, 0));
     return CeWnd::OnSize(type, cx, cy, handled);
+}
+
+LRESULT Card::OnEraseBkgnd(HDC hdc, bool& handled) {
+    handled = true;
+    RECT client{};
+    GetClientRect(&client);
+    FillColor(hdc, client, ColorOf(::GetFocus() == m_grid.GetHWnd() ? Paint::Focus : Paint::Window));
+    return 1;
+}
+
+LRESULT Card::Grid::OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) {
+    if (msg == WM_SETFOCUS || msg == WM_KILLFOCUS) ::InvalidateRect(::GetParent(GetHWnd()), nullptr, TRUE);
+    return CHTMLGrid::OnMessage(msg, wParam, lParam, handled);
 }
 
 } // namespace qn

@@ -20,6 +20,7 @@ struct CardText {
     }
 };
 
+// Has a frame while it has the focus: nothing on it is selected.
 class Card : public CeWnd {
 public:
     bool Open(HWND parent, const RECT& rect);
@@ -28,9 +29,13 @@ public:
     HWND FocusWindow() const { return m_grid.GetHWnd(); }
 
 private:
+    class Grid : public CHTMLGrid {
+        LRESULT OnMessage(UINT msg, WPARAM wParam, LPARAM lParam, bool& handled) override;
+    };
     LRESULT OnSize(WPARAM type, int cx, int cy, bool& handled) override;
+    LRESULT OnEraseBkgnd(HDC hdc, bool& handled) override;
 
-    CHTMLGrid m_grid;
+    Grid m_grid;
 };
 
 } // namespace qn

@@ -78,6 +78,9 @@ protected:
     void ShowBody(bool show) override { m_grid.ShowWindow(show ? SW_SHOWNA : SW_HIDE); }
     void FocusBody() override { m_grid.SetFocus(); }
     std::vector<HWND> BodyStops() const override { return {m_grid.GetHWnd()}; }
+    void BodyEntered() override {
+        if (::GetFocus() == m_grid.GetHWnd()) BeginSelection();
+    }
     bool BodyKey(WPARAM key) override;
     void CardClosed() override { m_cardId = 0; }
 

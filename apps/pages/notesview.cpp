@@ -2,6 +2,7 @@
 
 #include "NorvoTools/CRegistry.h"
 #include "NorvoTools/registryfunctions.h"
+#include "Platform/files.h"
 #include "Platform/clock.h"
 #include "Platform/process.h"
 #include "Platform/threads.h"
@@ -248,6 +249,8 @@ void NotesView::DeleteCurrent() {
     if (!AskToDelete(u"Delete \"" + Shortened(title) + u"\"?\n\nYou can undo it.", u"Delete_Note")) return;
     if (const auto deleted = DeletedNote::Delete(path))
         Tell(u"Deleted: ", title, [deleted] { return deleted->Restore(); });
+    else if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
+        Tell(u"It is gone already: ", title);
     else
         Tell(u"Not deleted, as its file can't be changed: ", title);
     Reload();

@@ -249,6 +249,7 @@ bool TabView::MoveFocus(bool forward) {
     next = next == stops.end() ? stops.begin() : next + 1;
     if (next == stops.end()) return false;
     ::SetFocus(*next);
+    if (!IsOnCard()) BodyEntered();
     return true;
 }
 

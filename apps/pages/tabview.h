@@ -63,6 +63,7 @@ protected:
     virtual void ShowBody(bool show) = 0;
     virtual void FocusBody() = 0;
     virtual std::vector<HWND> BodyStops() const = 0; // windows that take the focus, from top to bottom
+    virtual void BodyEntered() {} // keys may have brought the focus to one of them: it shows where it is
     virtual std::vector<Bar::Cell> TitleCells() = 0; // of the bar while the body is seen
     virtual bool BodyKey(WPARAM key) = 0;            // while it is seen
     virtual bool TypingKey(WPARAM) { return false; } // that the line of text shall not have

@@ -29,7 +29,7 @@ enum class Paint {
     Hours,    // the column of the hours
     Alert,    // text of what is overdue or in conflict
     Progress, // the line that tells how far something is
-    Focus,    // the frame of a line of text that is typed into
+    Focus,    // the frame of what has the focus
     Count
 };
 
