@@ -19,7 +19,7 @@ constexpr int kDayMinutes = 1440;
 constexpr int kRowHeight = 22; // pixels at 96 dots an inch, as the next
 constexpr int kHourWidth = 46;
 constexpr int kAllDayHeight = 26;
-constexpr int kRoomForFacts = 300;
+constexpr int kRoomForFacts = 350;
 constexpr int kMostAllDay = 3; // rows that are shown at once
 constexpr WORD kHours = 0;     // columns
 constexpr WORD kItems = 1;
@@ -223,7 +223,9 @@ DATE DayPage::StartAt(const DATACALENDAR& line, int row) const {
 
 // A short one on a small screen has room for its beginning and its subject alone.
 DWORD DayPage::FactsOf(const DATACALENDAR& line) const {
-    if (SpanOf(line).rows == 1 && m_grid.GetColWidth(kItems) < Scaled(kRoomForFacts)) return 0;
+    RECT client{}; // the column has no width of its own before it is laid out
+    GetClientRect(&client);
+    if (SpanOf(line).rows == 1 && client.right < Scaled(kRoomForFacts)) return 0;
     return CCalendarSubview::kShowEnd | CCalendarSubview::kShowLocation;
 }
 
